@@ -1,0 +1,57 @@
+# Project-wide settings and the few functions with which every folder declares its targets.
+
+include(GNUInstallDirs)
+
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
+endif()
+
+set(ORV_SANITIZE "" CACHE STRING "Sanitizers for every target, for example address,undefined")
+
+# What every target of ours is compiled with. Linked privately by the functions below.
+add_library(orv_build_settings INTERFACE)
+target_compile_features(orv_build_settings INTERFACE cxx_std_17)
+target_include_directories(orv_build_settings INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(orv_build_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
+  -fPIC -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
+if(ORV_SANITIZE)
+  target_compile_options(orv_build_settings INTERFACE
+    -fsanitize=${ORV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(orv_build_settings INTERFACE -fsanitize=${ORV_SANITIZE})
+endif()
+
+find_package(Threads REQUIRED)
+
+# orv_objects(<name> SOURCES ... [LINKS ...]): an object library orv_<name> with the alias orv::<name>.
+# Object libraries keep every factory, and their objects are linked into more than one product.
+function(orv_objects name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+  add_library(orv_${name} OBJECT ${arg_SOURCES})
+  add_library(orv::${name} ALIAS orv_${name})
+  target_link_libraries(orv_${name} PUBLIC orv_build_settings ${arg_LINKS})
+  set_target_properties(orv_${name} PROPERTIES CXX_EXTENSIONS OFF C_STANDARD 11 C_EXTENSIONS OFF)
+endfunction()
+
+# orv_program(<name> SOURCES ... [LINKS ...]): an executable in bin/.
+function(orv_program name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE orv_build_settings ${arg_LINKS} Threads::Threads)
+  set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
+endfunction()
+
+# orv_test(<name> SOURCES ... [LINKS ...] [PROPERTIES ...]): a GoogleTest program <name>_test; ctest runs each TEST in
+# a process of its own. LINKS names every object library whose objects the program needs.
+function(orv_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PROPERTIES" ${ARGN})
+  orv_program(${name}_test SOURCES ${arg_SOURCES}
+              LINKS ${arg_LINKS} GTest::gmock GTest::gtest GTest::gtest_main)
+  gtest_discover_tests(${name}_test DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 120 LABELS ${name} SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]"
+    ${arg_PROPERTIES})
+endfunction()

@@ -1,0 +1,74 @@
+#include "platform/param_list.h"
+
+#include <exception>
+#include <new>
+#include <utility>
+
+namespace {
+
+constexpr HSI_Status kOk = 0;
+constexpr HSI_Status kFailed = 1;
+
+HSI_Status append(HSI_ParamList* list, HSI_Param parameter) {
+  if (list == nullptr) return kFailed;
+  if (list->limit != 0 && list->parameters.size() >= list->limit) return kFailed;
+  list->parameters.push_back(std::move(parameter));
+  return kOk;
+}
+
+}  // namespace
+
+HSI_ParamList* HSI_ParamListCreate(unsigned growBy, unsigned limit) try {
+  auto* list = new HSI_ParamList;  // freed by HSI_ParamListDestroy
+  list->limit = limit;
+  list->parameters.reserve(growBy);
+  return list;
+} catch (const std::exception&) {
+  return nullptr;
+}
+
+void HSI_ParamListDestroy(HSI_ParamList* list) { delete list; }
+
+HSI_Status HSI_ParamListAddInt(HSI_ParamList* list, std::int32_t value) try {
+  return append(list, HSI_Param{value});
+} catch (const std::bad_alloc&) {
+  return kFailed;
+}
+
+HSI_Status HSI_ParamListAddString(HSI_ParamList* list, const char* value) try {
+  if (value == nullptr) return kFailed;
+  return append(list, HSI_Param{std::string(value)});
+} catch (const std::bad_alloc&) {
+  return kFailed;
+}
+
+HSI_Status HSI_ParamListRemoveLastParam(HSI_ParamList* list) {
+  if (list == nullptr || list->parameters.empty()) return kFailed;
+  list->parameters.pop_back();
+  return kOk;
+}
+
+unsigned HSI_ParamListUsedCount(const HSI_ParamList* list) {
+  return list == nullptr ? 0U : static_cast<unsigned>(list->parameters.size());
+}
+
+const HSI_Param* HSI_ParamListGetParam(const HSI_ParamList* list, unsigned index) {
+  return index < HSI_ParamListUsedCount(list) ? &list->parameters[index] : nullptr;
+}
+
+HSI_Status HSI_ParamListGetInt32(const HSI_ParamList* list, unsigned index, std::int32_t* value) {
+  const HSI_Param* parameter = HSI_ParamListGetParam(list, index);
+  if (parameter == nullptr) return kFailed;
+  const auto* number = std::get_if<std::int32_t>(&parameter->value);
+  if (number == nullptr) return kFailed;
+  *value = *number;
+  return kOk;
+}
+
+HSI_Status HSI_ParamGetString(const HSI_Param* parameter, const char** value) {
+  if (parameter == nullptr) return kFailed;
+  const auto* text = std::get_if<std::string>(&parameter->value);
+  if (text == nullptr) return kFailed;
+  *value = text->c_str();
+  return kOk;
+}

@@ -1,0 +1,173 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Nodemgr::Network {
+
+/// The numbers are the host library's; a value outside the named ones may occur.
+enum class Duplex : std::uint32_t { kAuto = 0, kFull = 1, kHalf = 2 };
+
+/// Megabits per second; 0 is automatic or unknown. 10, 100, 1000, 2500 and 10000 are the speeds
+/// that have names of their own, others occur.
+enum class LinkSpeed : std::uint32_t { kAuto = 0 };
+
+/// Medium of the connector. 0 is twisted pair and 4 is fibre.
+enum class PnicPortMode : std::uint32_t {
+  kTwistedPair = 0,
+  kAttachmentUnit = 1,
+  kMediaIndependent = 2,
+  kCoaxial = 3,
+  kFibre = 4
+};
+
+enum class TransceiverMode : std::uint32_t { kInternal = 0, kExternal = 1, kUnknown = 2 };
+
+/// Wake-on-LAN modes in the kernel's bit order, counted from 1.
+enum class WakeOnMode : std::uint32_t {
+  kPhy = 1,
+  kUnicast = 2,
+  kMulticast = 3,
+  kBroadcast = 4,
+  kArp = 5,
+  kMagic = 6,
+  kMagicSecure = 7
+};
+
+using LinkMode = std::pair<LinkSpeed, Duplex>;
+
+class MacAddress {
+ public:
+  using Bytes = std::array<unsigned char, 6>;
+
+  MacAddress() = default;
+  explicit MacAddress(const Bytes& bytes) : bytes_(bytes) {}
+
+  /// Writes the six bytes in transmission order to `address`.
+  void GetBinaryAddress(unsigned char* address) const {
+    for (unsigned char byte : bytes_) *address++ = byte;
+  }
+
+ private:
+  Bytes bytes_{};
+};
+
+struct PnicLinkSettings {
+  std::vector<PnicPortMode> supportedPorts;
+  std::vector<LinkMode> supportedLinkModes;
+  std::uint8_t autoNegotiation = 0;  ///< 0 or 1
+  std::vector<LinkMode> advertisedLinkModes;
+  bool advertisedAutoNegotiation = false;
+  LinkMode linkMode{};  ///< in force
+  PnicPortMode portMode{};
+  std::uint32_t phyAddress = 0;  ///< on the management bus; not a MAC address
+  TransceiverMode transceiver{};
+  std::vector<WakeOnMode> wolSupported;
+  std::vector<WakeOnMode> wolOptions;  ///< in force
+};
+
+/// Counters since the driver was loaded.
+struct PnicStatistics {
+  std::uint64_t packetsTx = 0;
+  std::uint64_t packetsRx = 0;
+  std::uint64_t bytesTx = 0;
+  std::uint64_t bytesRx = 0;
+  std::uint64_t errorsTx = 0;
+  std::uint64_t errorsRx = 0;
+  std::uint64_t droppedTx = 0;
+  std::uint64_t droppedRx = 0;
+  std::uint64_t rxLengthErrors = 0;
+  std::uint64_t rxOverErrors = 0;
+  std::uint64_t rxCrcErrors = 0;
+  std::uint64_t rxFrameErrors = 0;
+  std::uint64_t rxFifoErrors = 0;
+  std::uint64_t rxMissedErrors = 0;
+  std::uint64_t txAbortedErrors = 0;
+  std::uint64_t txFifoErrors = 0;
+  std::uint64_t txCarrierErrors = 0;
+  std::uint64_t txHeartbeatErrors = 0;
+  std::uint64_t txWindowErrors = 0;
+};
+
+/// Interrupt coalescing. Times in microseconds, rates in packets per second, the sampling interval
+/// in seconds.
+struct PnicCoalesceParams {
+  bool adaptiveRx = false;
+  bool adaptiveTx = false;
+  std::uint32_t statsBlockUsecs = 0;
+  std::uint32_t sampleInterval = 0;
+  std::uint32_t pktRateLow = 0;
+  std::uint32_t pktRateHigh = 0;
+  std::uint32_t rxUsecs = 0;
+  std::uint32_t rxFrames = 0;
+  std::uint32_t rxUsecsIrq = 0;
+  std::uint32_t rxFramesIrq = 0;
+  std::uint32_t txUsecs = 0;
+  std::uint32_t txFrames = 0;
+  std::uint32_t txUsecsIrq = 0;
+  std::uint32_t txFramesIrq = 0;
+  std::uint32_t rxUsecsLow = 0;
+  std::uint32_t rxFrameLow = 0;
+  std::uint32_t txUsecsLow = 0;
+  std::uint32_t txFrameLow = 0;
+  std::uint32_t rxUsecsHigh = 0;
+  std::uint32_t rxFrameHigh = 0;
+  std::uint32_t txUsecsHigh = 0;
+  std::uint32_t txFrameHigh = 0;
+};
+
+struct PnicDriverInfo {
+  std::string driver;
+  std::string driverVersion;
+  std::string firmwareVersion;
+  std::string busInfo;
+};
+
+/// Where a port sits on PCI.
+class PciDevice {
+ public:
+  virtual ~PciDevice() = default;
+  virtual std::uint16_t GetSegment() = 0;
+  virtual std::uint8_t GetBus() = 0;
+  virtual std::uint8_t GetSlot() = 0;
+  virtual std::uint8_t GetFunction() = 0;
+  virtual std::uint16_t GetVendorId() = 0;
+  virtual std::uint16_t GetDeviceId() = 0;
+};
+
+/// One physical Ethernet port, as it was when the list was taken; what the list does not carry is
+/// asked for at the first call that needs it, each group once. One object serves one request on one
+/// thread.
+///
+/// Fails: every operation may throw Nodemgr::Lib::NodemgrException; a facility that the driver
+/// lacks is no failure but an empty answer.
+class Pnic {
+ public:
+  virtual ~Pnic() = default;
+  virtual std::string GetName() = 0;
+  /// Owned by the port; null when the port is not on PCI.
+  virtual PciDevice* GetPciDevice() = 0;
+  virtual Duplex GetDuplex() = 0;
+  virtual bool IsLinkUp() = 0;
+  /// Administratively up.
+  virtual bool IsEnabled() = 0;
+  /// Megabits per second, 0 when unknown.
+  virtual std::uint32_t GetLinkSpeed() = 0;
+  virtual MacAddress GetMacAddress() = 0;
+  /// The port spreads received load over more than one queue.
+  virtual bool IsCapabilityEnabled() = 0;
+  /// The port could spread received load over more than one queue.
+  virtual bool IsCapabilitySupported() = 0;
+  /// Bytes.
+  virtual std::uint32_t GetMtu() = 0;
+  /// Fills a record that the caller has zeroed; so do the next three.
+  virtual void GetLinkSettings(PnicLinkSettings& settings) = 0;
+  virtual void GetStatistics(PnicStatistics& statistics) = 0;
+  virtual void GetCoalesceParams(PnicCoalesceParams& params) = 0;
+  virtual void GetDriverInfo(PnicDriverInfo& info) = 0;
+};
+
+}  // namespace Nodemgr::Network

@@ -30,14 +30,14 @@ HSI_ParamList* HSI_ParamListCreate(unsigned growBy, unsigned limit) try {
 void HSI_ParamListDestroy(HSI_ParamList* list) { delete list; }
 
 HSI_Status HSI_ParamListAddInt(HSI_ParamList* list, std::int32_t value) try {
-  return append(list, HSI_Param{value});
+  return append(list, HSI_Param{false, value, {}});
 } catch (const std::bad_alloc&) {
   return kFailed;
 }
 
 HSI_Status HSI_ParamListAddString(HSI_ParamList* list, const char* value) try {
   if (value == nullptr) return kFailed;
-  return append(list, HSI_Param{std::string(value)});
+  return append(list, HSI_Param{true, 0, value});
 } catch (const std::bad_alloc&) {
   return kFailed;
 }
@@ -58,17 +58,13 @@ const HSI_Param* HSI_ParamListGetParam(const HSI_ParamList* list, unsigned index
 
 HSI_Status HSI_ParamListGetInt32(const HSI_ParamList* list, unsigned index, std::int32_t* value) {
   const HSI_Param* parameter = HSI_ParamListGetParam(list, index);
-  if (parameter == nullptr) return kFailed;
-  const auto* number = std::get_if<std::int32_t>(&parameter->value);
-  if (number == nullptr) return kFailed;
-  *value = *number;
+  if (parameter == nullptr || parameter->isText) return kFailed;
+  *value = parameter->number;
   return kOk;
 }
 
 HSI_Status HSI_ParamGetString(const HSI_Param* parameter, const char** value) {
-  if (parameter == nullptr) return kFailed;
-  const auto* text = std::get_if<std::string>(&parameter->value);
-  if (text == nullptr) return kFailed;
-  *value = text->c_str();
+  if (parameter == nullptr || !parameter->isText) return kFailed;
+  *value = parameter->text.c_str();
   return kOk;
 }

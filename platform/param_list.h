@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "platform/system_info.h"
@@ -11,7 +10,9 @@
 /// here.
 
 struct HSI_Param {
-  std::variant<std::int32_t, std::string> value;
+  bool isText = false;
+  std::int32_t number = 0;  ///< of an integer
+  std::string text;         ///< of a string
 };
 
 struct HSI_ParamList {

@@ -19,7 +19,8 @@ struct NameLess {
   bool operator()(std::string_view a, std::string_view b) const;
 };
 
-/// One qualifier as written in MOF; its values are the literal texts (a boolean is "true" or "false").
+/// One qualifier as written in MOF; its values are the literal texts (a boolean is "true" or
+/// "false").
 struct QualifierValue {
   std::string name;
   CMPIType type = CMPI_boolean;  ///< declared type, with CMPI_ARRAY for arrays
@@ -55,6 +56,12 @@ struct ClassDefinition {
 /// The classes of one namespace, read from MOF. Immutable once loaded, so any thread may read.
 class ClassRepository {
  public:
+  ClassRepository() = default;
+  ClassRepository(ClassRepository&&) = default;  // pointers to the classes stay valid
+  ClassRepository& operator=(ClassRepository&&) = default;
+  ClassRepository(const ClassRepository&) = delete;
+  ClassRepository& operator=(const ClassRepository&) = delete;
+
   /// Adds a class whose own (not inherited) features are given; completes it from its superclass,
   /// which must be there already.
   ///

@@ -1,0 +1,155 @@
+#include "broker/mof_reader.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "broker/mof_parser.h"
+
+namespace orv::broker {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct BuiltInQualifier {
+  const char* name;
+  CMPIType type;
+};
+
+// The qualifiers that the broker itself acts on; a schema may declare them again.
+constexpr BuiltInQualifier kBuiltInQualifiers[] = {
+    {"Abstract", CMPI_boolean},        {"Association", CMPI_boolean},
+    {"EmbeddedInstance", CMPI_string}, {"EmbeddedObject", CMPI_boolean},
+    {"Indication", CMPI_boolean},      {"Key", CMPI_boolean},
+    {"Override", CMPI_string},
+};
+
+std::size_t sizeOf(const std::vector<std::string>& texts) {
+  std::size_t bytes = 0;
+  for (const std::string& text : texts) bytes += sizeof(text) + text.size();
+  return bytes;
+}
+
+std::size_t sizeOf(const std::vector<QualifierValue>& qualifiers) {
+  std::size_t bytes = 0;
+  for (const QualifierValue& q : qualifiers) bytes += sizeof(q) + q.name.size() + sizeOf(q.values);
+  return bytes;
+}
+
+// About what a class takes in memory.
+std::size_t sizeOf(const ClassDefinition& definition) {
+  std::size_t bytes = sizeof(definition) + definition.name.size() + sizeOf(definition.qualifiers);
+  for (const PropertyDefinition& p : definition.properties) {
+    bytes += sizeof(p) + p.name.size() + sizeOf(p.qualifiers);
+    if (p.defaultValue) bytes += sizeOf(*p.defaultValue);
+  }
+  return bytes;
+}
+
+class Deeper {
+ public:
+  explicit Deeper(int& depth) : depth_(depth) { ++depth_; }
+  ~Deeper() { --depth_; }
+  Deeper(const Deeper&) = delete;
+  Deeper& operator=(const Deeper&) = delete;
+
+ private:
+  int& depth_;
+};
+
+std::vector<std::string> mofFiles(const fs::path& directory) {
+  std::vector<std::string> files;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+    if (entry.path().extension() == ".mof" && !entry.is_directory()) {
+      files.push_back(entry.path().string());
+    }
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace
+
+MofReader::MofReader(ClassRepository& classes, MofLimits limits)
+    : classes_(classes), limits_(limits) {
+  for (const BuiltInQualifier& q : kBuiltInQualifiers) {
+    qualifiers_.emplace(q.name, QualifierDeclaration{q.type});
+  }
+}
+
+bool MofReader::isReadable(const std::string& path) {
+  std::error_code error;
+  return fs::is_regular_file(path, error) && std::ifstream(path).good();
+}
+
+void MofReader::readFile(const std::string& path) {
+  std::error_code error;
+  const fs::path canonical = fs::canonical(path, error);
+  if (error || !isReadable(path)) throw MofError(path, 0, "file cannot be read");
+  if (!filesRead_.insert(canonical.string()).second) return;
+  if (fs::file_size(canonical, error) > limits_.fileBytes) {
+    throw MofError(path, 0, "file is larger than " + std::to_string(limits_.fileBytes) + " bytes");
+  }
+  std::ifstream in(canonical, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  if (in.bad()) throw MofError(path, 0, "file cannot be read");
+  readText(text, path);
+}
+
+void MofReader::readText(std::string_view text, const std::string& name) {
+  if (text.size() > limits_.fileBytes) {
+    throw MofError(name, 0, "text is larger than " + std::to_string(limits_.fileBytes) + " bytes");
+  }
+  const Deeper deeper(includeDepth_);
+  MofParser(*this, text, name).parse();
+}
+
+void MofReader::readDirectory(const std::string& directory) {
+  try {
+    std::vector<std::string> files;
+    if (const fs::path base = fs::path(directory) / "base"; fs::is_directory(base)) {
+      files = mofFiles(base);
+    }
+    const std::vector<std::string> own = mofFiles(directory);
+    files.insert(files.end(), own.begin(), own.end());
+    if (files.empty()) throw MofError(directory, 0, "directory holds no *.mof file");
+    for (const std::string& file : files) readFile(file);
+  } catch (const fs::filesystem_error& e) {
+    throw MofError(directory, 0, "directory cannot be read: " + e.code().message());
+  }
+}
+
+const MofReader::QualifierDeclaration* MofReader::findQualifier(std::string_view name) const {
+  const auto it = qualifiers_.find(name);
+  return it == qualifiers_.end() ? nullptr : &it->second;
+}
+
+void MofReader::addClass(ClassDefinition own) {
+  const std::string name = own.name;
+  int depth = 1;
+  if (const auto parent = inheritanceDepth_.find(own.superclass);
+      parent != inheritanceDepth_.end()) {
+    depth += parent->second;
+  }
+  if (depth > limits_.inheritanceDepth) {
+    throw std::invalid_argument("class " + name + " has too many ancestors");
+  }
+  if (repositoryBytes_ > limits_.repositoryBytes) {
+    throw std::invalid_argument("schema is too large");
+  }
+  classes_.add(std::move(own));
+  inheritanceDepth_.emplace(name, depth);
+  repositoryBytes_ += sizeOf(*classes_.find(name));
+}
+
+ClassRepository loadSchema(const std::string& directory) {
+  ClassRepository classes;
+  MofReader(classes).readDirectory(directory);
+  return classes;
+}
+
+}  // namespace orv::broker

@@ -53,7 +53,7 @@ function(orv_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PROPERTIES" ${ARGN})
   orv_program(${name}_test SOURCES ${arg_SOURCES}
               LINKS ${arg_LINKS} GTest::gmock GTest::gtest GTest::gtest_main)
-  gtest_discover_tests(${name}_test DISCOVERY_TIMEOUT 60
+  gtest_discover_tests(${name}_test DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
     PROPERTIES TIMEOUT 120 LABELS ${name} SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]"
     ${arg_PROPERTIES})
 endfunction()

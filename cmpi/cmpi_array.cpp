@@ -1,0 +1,40 @@
+#include "cmpi/cmpi_array.h"
+
+#include "cmpi/cmpi_provider_base.h"
+#include "cmpi/cmpi_status.h"
+
+CmpiArray::CmpiArray(CMPICount size, CMPIType type) {
+  const CMPIBroker* broker = requireBroker();
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  enc_ = broker->eft->newArray(broker, size, type, &status);
+  throwUnlessOk(status);
+}
+
+CMPICount CmpiArray::size() const {
+  return isNull() ? 0U : getEnc()->ft->getSize(getEnc(), nullptr);
+}
+
+CMPIType CmpiArray::simpleType() const {
+  if (isNull()) return CMPI_null;
+  return getEnc()->ft->getSimpleType(getEnc(), nullptr);
+}
+
+const CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiData& data) const {
+  const CMPIType element = array_.simpleType();
+  const bool textForString = data.getType() == CMPI_chars && element == CMPI_string;
+  if (array_.isNull() || (data.getType() != element && !textForString)) {
+    throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
+  }
+  CMPIArray* array = array_.getEnc();
+  throwUnlessOk(array->ft->setElementAt(array, index_, data.passedValue(), data.getType()));
+  return *this;
+}
+
+CmpiData CmpiArrayIdx::getData() const {
+  if (array_.isNull()) return CmpiData::notFound();
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const CMPIArray* array = array_.getEnc();
+  const CMPIData data = array->ft->getElementAt(array, index_, &status);
+  throwUnlessOk(status);
+  return CmpiData(data);
+}

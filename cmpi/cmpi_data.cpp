@@ -1,0 +1,157 @@
+#include "cmpi/cmpi_data.h"
+
+#include "cmpi/cmpi_array.h"
+#include "cmpi/cmpi_date_time.h"
+#include "cmpi/cmpi_instance.h"
+#include "cmpi/cmpi_object_path.h"
+#include "cmpi/cmpi_status.h"
+#include "cmpi/cmpi_string.h"
+
+namespace {
+
+/// A union value with one member set; the rest of its 16 bytes is zero.
+template <typename T>
+CMPIValue valueOf(T CMPIValue::*member, T value) {
+  CMPIValue result{};
+  result.*member = value;
+  return result;
+}
+
+}  // namespace
+
+CmpiData::CmpiData() : data_{CMPI_null, CMPI_nullValue, {}} {}
+
+CmpiData::CmpiData(CMPIType type, const CMPIValue& value, bool null)
+    : data_{type, static_cast<CMPIValueState>(null ? CMPI_nullValue : CMPI_goodValue), value} {}
+
+CmpiData::CmpiData(CMPISint8 value)
+    : CmpiData(CMPI_sint8, valueOf(&CMPIValue::sint8, value), false) {}
+CmpiData::CmpiData(CMPISint16 value)
+    : CmpiData(CMPI_sint16, valueOf(&CMPIValue::sint16, value), false) {}
+CmpiData::CmpiData(CMPISint32 value)
+    : CmpiData(CMPI_sint32, valueOf(&CMPIValue::sint32, value), false) {}
+CmpiData::CmpiData(CMPISint64 value)
+    : CmpiData(CMPI_sint64, valueOf(&CMPIValue::sint64, value), false) {}
+CmpiData::CmpiData(CMPIUint8 value)
+    : CmpiData(CMPI_uint8, valueOf(&CMPIValue::uint8, value), false) {}
+CmpiData::CmpiData(CMPIUint16 value)
+    : CmpiData(CMPI_uint16, valueOf(&CMPIValue::uint16, value), false) {}
+CmpiData::CmpiData(CMPIUint32 value)
+    : CmpiData(CMPI_uint32, valueOf(&CMPIValue::uint32, value), false) {}
+CmpiData::CmpiData(CMPIUint64 value)
+    : CmpiData(CMPI_uint64, valueOf(&CMPIValue::uint64, value), false) {}
+CmpiData::CmpiData(unsigned long value) : CmpiData(static_cast<CMPIUint64>(value)) {}
+CmpiData::CmpiData(CMPIReal32 value)
+    : CmpiData(CMPI_real32, valueOf(&CMPIValue::real32, value), false) {}
+CmpiData::CmpiData(CMPIReal64 value)
+    : CmpiData(CMPI_real64, valueOf(&CMPIValue::real64, value), false) {}
+CmpiData::CmpiData(const char* text)
+    : CmpiData(CMPI_chars, valueOf(&CMPIValue::chars, const_cast<char*>(text)), text == nullptr) {}
+CmpiData::CmpiData(const CmpiString& text)
+    : CmpiData(CMPI_string, valueOf(&CMPIValue::string, text.getEnc()), text.isNull()) {}
+CmpiData::CmpiData(const CmpiDateTime& value)
+    : CmpiData(CMPI_dateTime, valueOf(&CMPIValue::dateTime, value.getEnc()), value.isNull()) {}
+CmpiData::CmpiData(const CmpiArray& value)
+    : CmpiData(static_cast<CMPIType>(value.simpleType() | CMPI_ARRAY),
+               valueOf(&CMPIValue::array, value.getEnc()), value.isNull()) {}
+CmpiData::CmpiData(const CmpiObjectPath& path)
+    : CmpiData(CMPI_ref, valueOf(&CMPIValue::ref, path.getEnc()), path.isNull()) {}
+CmpiData::CmpiData(const CmpiInstance& value)
+    : CmpiData(CMPI_instance, valueOf(&CMPIValue::inst, value.getEnc()), value.isNull()) {}
+
+CmpiBooleanData::CmpiBooleanData(bool value)
+    : CmpiData(CMPI_boolean, valueOf(&CMPIValue::boolean, static_cast<CMPIBoolean>(value ? 1 : 0)),
+               false) {}
+
+CmpiCharData::CmpiCharData(CMPIChar16 value)
+    : CmpiData(CMPI_char16, valueOf(&CMPIValue::char16, value), false) {}
+
+void CmpiData::require(CMPIType type) const {
+  if (data_.type != type) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
+}
+
+CmpiData::operator CmpiString() const {
+  if (data_.type == CMPI_chars) return CmpiString(data_.value.chars);
+  require(CMPI_string);
+  return CmpiString(isNullValue() ? nullptr : data_.value.string);
+}
+
+CmpiData::operator CmpiDateTime() const {
+  require(CMPI_dateTime);
+  return CmpiDateTime(isNullValue() ? nullptr : data_.value.dateTime);
+}
+
+CmpiData::operator CmpiArray() const {
+  if ((data_.type & CMPI_ARRAY) == 0) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
+  return CmpiArray(isNullValue() ? nullptr : data_.value.array);
+}
+
+CmpiData::operator CmpiInstance() const {
+  require(CMPI_instance);
+  return CmpiInstance(isNullValue() ? nullptr : data_.value.inst);
+}
+
+CmpiData::operator CmpiObjectPath() const {
+  require(CMPI_ref);
+  return CmpiObjectPath(isNullValue() ? nullptr : data_.value.ref);
+}
+
+CmpiData::operator CMPISint8() const {
+  require(CMPI_sint8);
+  return isNullValue() ? CMPISint8{0} : data_.value.sint8;
+}
+
+CmpiData::operator CMPISint16() const {
+  require(CMPI_sint16);
+  return isNullValue() ? CMPISint16{0} : data_.value.sint16;
+}
+
+CmpiData::operator CMPISint32() const {
+  require(CMPI_sint32);
+  return isNullValue() ? 0 : data_.value.sint32;
+}
+
+CmpiData::operator CMPISint64() const {
+  require(CMPI_sint64);
+  return isNullValue() ? 0 : data_.value.sint64;
+}
+
+CmpiData::operator CMPIUint8() const {
+  if (data_.type != CMPI_boolean) require(CMPI_uint8);
+  return isNullValue() ? CMPIUint8{0} : data_.value.uint8;
+}
+
+CmpiData::operator CMPIUint16() const {
+  if (data_.type != CMPI_char16) require(CMPI_uint16);
+  return isNullValue() ? CMPIUint16{0} : data_.value.uint16;
+}
+
+CmpiData::operator CMPIUint32() const {
+  require(CMPI_uint32);
+  return isNullValue() ? 0U : data_.value.uint32;
+}
+
+CmpiData::operator CMPIUint64() const {
+  require(CMPI_uint64);
+  return isNullValue() ? 0U : data_.value.uint64;
+}
+
+CmpiData::operator CMPIReal32() const {
+  require(CMPI_real32);
+  return isNullValue() ? 0.0F : data_.value.real32;
+}
+
+CmpiData::operator CMPIReal64() const {
+  require(CMPI_real64);
+  return isNullValue() ? 0.0 : data_.value.real64;
+}
+
+const CMPIValue* CmpiData::passedValue() const {
+  if (isNullValue()) return nullptr;
+  if (data_.type == CMPI_chars) return reinterpret_cast<const CMPIValue*>(data_.value.chars);
+  return &data_.value;
+}
+
+CmpiData CmpiData::notFound() {
+  return CmpiData(CMPIData{CMPI_null, CMPI_nullValue | CMPI_notFound, {}});
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "cmpi/cmpi_object.h"
+
+/// A point in time or an interval, made by the broker; copies share it.
+class CmpiDateTime : public CmpiObject {
+ public:
+  /// Microseconds since the epoch, or of the interval.
+  ///
+  /// Fails: CmpiStatus of the broker.
+  CmpiDateTime(CMPIUint64 microseconds, bool interval);
+  explicit CmpiDateTime(const CMPIDateTime* enc) : CmpiObject(enc) {}
+
+  CMPIDateTime* getEnc() const { return static_cast<CMPIDateTime*>(enc_); }
+};

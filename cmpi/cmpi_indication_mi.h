@@ -1,0 +1,30 @@
+#pragma once
+
+#include "cmpi/cmpi_base_mi.h"
+#include "cmpi/cmpi_object_path.h"
+#include "cmpi/cmpi_select_exp.h"
+
+/// Indication provider. Every operation answers CMPI_RC_ERR_NOT_SUPPORTED unless it is replaced.
+class CmpiIndicationMI : public virtual CmpiBaseMI {
+ public:
+  CmpiIndicationMI(const CmpiBroker& mbp, const CmpiContext& context);
+  ~CmpiIndicationMI() override;
+
+  /// `owner` is null when the object manager does not authenticate.
+  virtual CmpiStatus authorizeFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                                     const char* className, const CmpiObjectPath& path,
+                                     const char* owner);
+  virtual CmpiStatus mustPoll(const CmpiContext& context, const CmpiSelectExp& filter,
+                              const char* className, const CmpiObjectPath& path);
+  virtual CmpiStatus activateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                                    const char* className, const CmpiObjectPath& path,
+                                    CmpiBoolean firstActivation);
+  virtual CmpiStatus deActivateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                                      const char* className, const CmpiObjectPath& path,
+                                      CmpiBoolean lastActivation);
+  virtual CmpiStatus enableIndications();
+  virtual CmpiStatus disableIndications();
+
+  /// The function table for a factory, its dispatch entries complete.
+  static CMPIIndicationMIFT functionTable(const char* miName);
+};

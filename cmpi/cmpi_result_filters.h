@@ -1,0 +1,59 @@
+#pragma once
+
+#include "cmpi/cmpi_broker.h"
+#include "cmpi/cmpi_result.h"
+
+/// A CmpiResult whose record lives inside the object: the broker never sees it. Borrows the inner
+/// result and lives inside one operation. What the sinks answer is thrown by CmpiResult as ever.
+class CmpiResultFilter : public CmpiResult {
+ public:
+  CmpiResultFilter(const CmpiResultFilter&) = delete;
+  CmpiResultFilter& operator=(const CmpiResultFilter&) = delete;
+
+ protected:
+  explicit CmpiResultFilter(const CmpiResult& inner) : CmpiResult(&record_), inner_(inner) {
+    record_.hdl = this;
+    record_.ft = functionTable();
+  }
+  virtual ~CmpiResultFilter() = default;
+
+  virtual CMPIStatus onInstance(const CMPIInstance* instance) = 0;
+  virtual CMPIStatus onObjectPath(const CMPIObjectPath* path) = 0;
+  virtual CMPIStatus onDone();
+
+  const CMPIResult* inner() const { return inner_.getEnc(); }
+
+ private:
+  struct Slots;
+  static CMPIResultFT* functionTable();
+
+  CmpiResult inner_;
+  CMPIResult record_{};
+};
+
+/// Turns each returned instance into its object path.
+class CmpiResultInstanceToPathFilter : public CmpiResultFilter {
+ public:
+  explicit CmpiResultInstanceToPathFilter(const CmpiResult& inner) : CmpiResultFilter(inner) {}
+
+ private:
+  CMPIStatus onInstance(const CMPIInstance* instance) override;
+  CMPIStatus onObjectPath(const CMPIObjectPath* path) override;
+};
+
+/// Turns each returned object path into the instance, which the broker fetches with the given
+/// property list. The up-call may re-enter the same provider in this thread.
+class CmpiResultPathToInstanceFilter : public CmpiResultFilter {
+ public:
+  CmpiResultPathToInstanceFilter(const CmpiResult& inner, const CmpiContext& context,
+                                 const CmpiBroker& broker, const char** properties)
+      : CmpiResultFilter(inner), context_(context), broker_(broker), properties_(properties) {}
+
+ private:
+  CMPIStatus onInstance(const CMPIInstance* instance) override;
+  CMPIStatus onObjectPath(const CMPIObjectPath* path) override;
+
+  CmpiContext context_;
+  CmpiBroker broker_;
+  const char** properties_;
+};

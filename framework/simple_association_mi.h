@@ -1,0 +1,47 @@
+#pragma once
+
+#include "cmpi/cmpi_association_mi.h"
+
+namespace OMC {
+
+/// Association provider on one hook: a derived class returns the association instances of an
+/// object, this class makes the four association operations of them.
+///
+/// - `references` passes the instances on, with the request's property list applied;
+/// - `referenceNames` returns their object paths;
+/// - `associatorNames` takes from each the reference that is not the source object;
+/// - `associators` fetches that object through the broker. One that the broker cannot fetch, or
+/// that is gone, is left
+///   out. It is looked for with `enumInstances`: a `getInstance` that a provider of this process
+///   answers with OK and no instance would end an object manager's process.
+///
+/// `returnDone` is called when the hook calls it, and only then; the hook's status is the answer.
+class SimpleAssociationMI : public CmpiAssociationMI {
+ public:
+  SimpleAssociationMI(const CmpiBroker& mbp, const CmpiContext& context);
+
+  CmpiStatus associators(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char* assocClass, const char* resultClass, const char* role,
+                         const char* resultRole, const char** properties) override;
+  CmpiStatus associatorNames(const CmpiContext& context, CmpiResult& result,
+                             const CmpiObjectPath& path, const char* assocClass,
+                             const char* resultClass, const char* role,
+                             const char* resultRole) override;
+  CmpiStatus references(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                        const char* resultClass, const char* role,
+                        const char** properties) override;
+  CmpiStatus referenceNames(const CmpiContext& context, CmpiResult& result,
+                            const CmpiObjectPath& path, const char* resultClass,
+                            const char* role) override;
+
+ protected:
+  /// Returns to `result` the association instances of the object at `path`, each with its two
+  /// references as properties. A null or empty filter is no restriction; a given one counts without
+  /// regard to case.
+  virtual CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
+                                  const CmpiObjectPath& path, const char* assocClass,
+                                  const char* resultClass, const char* role,
+                                  const char* resultRole) = 0;
+};
+
+}  // namespace OMC

@@ -1,0 +1,27 @@
+#include "framework/text.h"
+
+#include <strings.h>
+
+namespace ORV {
+
+bool sameName(const char* a, const char* b) {
+  return a != nullptr && b != nullptr && strcasecmp(a, b) == 0;
+}
+
+bool isGiven(const char* filter) { return filter != nullptr && *filter != '\0'; }
+
+std::string textOf(const CmpiString& text) {
+  const char* chars = text.charPtr();
+  return chars == nullptr ? std::string() : std::string(chars);
+}
+
+std::optional<std::string> textOf(const CmpiData& data) {
+  if (data.isNotFound() || data.isNullValue()) return std::nullopt;
+  return textOf(CmpiString(data));
+}
+
+std::string classNameOf(const CmpiObjectPath& path) { return textOf(path.getClassName()); }
+
+std::string nameSpaceOf(const CmpiObjectPath& path) { return textOf(path.getNameSpace()); }
+
+}  // namespace ORV

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <linux/ethtool.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/ethtool_channel.h"
+#include "platform/linux/link_modes.h"
+#include "platform/pnic.h"
+
+/// The groups of facts that a port's driver is asked for through ethtool. An ask...() function puts
+/// the question, a decode...() function turns the answer into the host library's record.
+///
+/// A driver that has no answer, or a kernel that gives it to privileged callers only, yields the
+/// empty answer (no value, or all zero). Throws NodemgrException when the port is gone, or when the
+/// kernel could not be asked at all.
+namespace LinuxHost {
+
+/// The answer to ETHTOOL_GLINKSETTINGS in bytes: an ethtool_link_settings and its bitmaps. Empty
+/// when the driver has no link settings.
+using LinkSettingsAnswer = std::vector<unsigned char>;
+
+LinkSettingsAnswer askLinkSettings(EthtoolChannel& channel, const std::string& port);
+std::optional<ethtool_channels> askChannels(EthtoolChannel& channel, const std::string& port);
+ethtool_wolinfo askWakeOnLan(EthtoolChannel& channel, const std::string& port);
+ethtool_coalesce askCoalesce(EthtoolChannel& channel, const std::string& port);
+ethtool_drvinfo askDriver(EthtoolChannel& channel, const std::string& port);
+/// All zero when the adapter has no address of its own or the kernel does not tell.
+Nodemgr::Network::MacAddress::Bytes askPermanentAddress(EthtoolChannel& channel,
+                                                        const std::string& port);
+
+/// Everything but the wake-on-LAN modes, which are a group of their own. An answer that is empty,
+/// or shorter than it says, gives an empty record.
+Nodemgr::Network::PnicLinkSettings decodeLinkSettings(const LinkSettingsAnswer& answer);
+/// The modes of a kernel bit set (WAKE_...), in bit order.
+std::vector<Nodemgr::Network::WakeOnMode> decodeWakeModes(std::uint32_t bits);
+Nodemgr::Network::PnicCoalesceParams decodeCoalesce(const ethtool_coalesce& answer);
+Nodemgr::Network::PnicDriverInfo decodeDriver(const ethtool_drvinfo& answer);
+
+}  // namespace LinuxHost

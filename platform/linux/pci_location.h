@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace LinuxHost {
+
+/// Where a device sits on PCI, and who made it.
+struct PciLocation {
+  std::uint16_t segment = 0;
+  std::uint8_t bus = 0;
+  std::uint8_t slot = 0;
+  std::uint8_t function = 0;
+  std::uint16_t vendorId = 0;
+  std::uint16_t deviceId = 0;
+};
+
+/// Takes a PCI address such as "0000:03:00.1" apart; nothing when the text is none, or when its
+/// segment is larger than PCI's 16 bits (segments that the kernel makes up for bridges in
+/// software).
+std::optional<PciLocation> parsePciAddress(std::string_view text);
+
+/// The PCI function behind a sysfs device entry: the device itself, or the device below which a
+/// virtio device hangs. Nothing when neither is on PCI; a USB adapter's host controller, for
+/// example, is not the adapter.
+std::optional<PciLocation> readPciLocation(const std::string& devicePath);
+
+}  // namespace LinuxHost

@@ -11,8 +11,8 @@ char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + '
 
 // Qualifiers of a class that speak of this class only; every other one holds for its subclasses
 // too.
-constexpr std::string_view kRestrictedQualifiers[] = {"Abstract", "Deprecated", "Terminal",
-                                                      "Version"};
+constexpr std::string_view kRestrictedQualifiers[] = {"Abstract", "Deprecated", "Override",
+                                                      "Terminal", "Version"};
 
 bool isRestricted(std::string_view qualifier) {
   return std::any_of(std::begin(kRestrictedQualifiers), std::end(kRestrictedQualifiers),

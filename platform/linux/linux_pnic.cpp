@@ -1,11 +1,11 @@
 #include "platform/linux/linux_pnic.h"
 
 #include <linux/if.h>
-#include <linux/if_arp.h>
 
 #include <algorithm>
 #include <utility>
 
+#include "platform/linux/physical_ports.h"
 #include "platform/linux/sysfs.h"
 #include "platform/nodemgr_exception.h"
 
@@ -36,10 +36,6 @@ class LocatedPciDevice : public PciDevice {
   PciLocation location_;
 };
 
-std::string linkDirectory(const std::string& sysRoot, const std::string& name) {
-  return sysRoot + "/class/net/" + name;
-}
-
 }  // namespace
 
 PnicStatistics statisticsOf(const rtnl_link_stats64& counters) {
@@ -64,11 +60,6 @@ PnicStatistics statisticsOf(const rtnl_link_stats64& counters) {
   statistics.txHeartbeatErrors = counters.tx_heartbeat_errors;
   statistics.txWindowErrors = counters.tx_window_errors;
   return statistics;
-}
-
-bool isPhysicalPort(const LinkRecord& link, const std::string& sysRoot) {
-  return link.hardwareType == ARPHRD_ETHER &&
-         resolve(linkDirectory(sysRoot, link.name) + "/device").has_value();
 }
 
 template <typename Value>

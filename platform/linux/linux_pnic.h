@@ -14,10 +14,6 @@ namespace LinuxHost {
 /// A port's nineteen counters from the kernel's.
 Nodemgr::Network::PnicStatistics statisticsOf(const rtnl_link_stats64& counters);
 
-/// True for a link that is a physical port: of Ethernet type and backed by a device. `sysRoot` is
-/// "/sys" or a test's tree.
-bool isPhysicalPort(const LinkRecord& link, const std::string& sysRoot);
-
 /// An answer that is fetched when it is first wanted and never again, not even after a failure:
 /// the failure is then repeated.
 template <typename Value>

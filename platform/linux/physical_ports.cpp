@@ -1,7 +1,7 @@
 #include "platform/linux/physical_ports.h"
 
+#include <linux/if.h>
 #include <linux/if_arp.h>
-#include <net/if.h>
 
 #include <algorithm>
 

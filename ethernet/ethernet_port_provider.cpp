@@ -1,0 +1,281 @@
+#include "ethernet/ethernet_port_provider.h"
+
+#include <array>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "ethernet/port_associations.h"
+#include "ethernet/port_paths.h"
+#include "framework/factories.h"
+#include "framework/scoping_keys.h"
+#include "framework/text.h"
+#include "platform/computer_system.h"
+#include "platform/network_info.h"
+
+namespace EthernetProvider {
+
+namespace {
+
+using Nodemgr::Network::Pnic;
+
+constexpr char kFetchFailed[] = "Failed to get pnics information";
+constexpr char kDeviceIdNotFound[] = "Specified DeviceID is not found";
+constexpr char kInvalidDeviceId[] = "DeviceID specified is not valid";
+constexpr CMPIUint16 kCurrentSoftware = 2;
+
+/// One class that requests may name: the port has no third column, a satellite has its fill
+/// operation there, an association its row.
+struct ServedClass {
+  const char* name;
+  void (*fillSatellite)(CmpiInstance&, Pnic*);
+  const PortAssociation* association;
+
+  bool isPort() const { return fillSatellite == nullptr && association == nullptr; }
+};
+
+/// In the order in which requests test for them.
+constexpr std::array<ServedClass, 9> kServedClasses = {{
+    {kPortClass, nullptr, nullptr},
+    {kDriverClass, &EthernetPortProvider::fillEPDriverInstance, nullptr},
+    {kFirmwareClass, &EthernetPortProvider::fillEPFirmwareInstance, nullptr},
+    {kStatisticsClass, &EthernetPortProvider::fillEPStatsInstance, nullptr},
+    {kCoalesceClass, &EthernetPortProvider::fillEPCoalesceInstance, nullptr},
+    {kPortAssociations[0].className, nullptr, &kPortAssociations[0]},
+    {kPortAssociations[1].className, nullptr, &kPortAssociations[1]},
+    {kPortAssociations[2].className, nullptr, &kPortAssociations[2]},
+    {kPortAssociations[3].className, nullptr, &kPortAssociations[3]},
+}};
+
+/// Null when the class is not served.
+const ServedClass* findServedClass(const CmpiObjectPath& path) {
+  const std::string name = ORV::classNameOf(path);
+  for (const ServedClass& served : kServedClasses) {
+    if (ORV::sameName(served.name, name.c_str())) return &served;
+  }
+  return nullptr;
+}
+
+/// The ports that a request is about, owned by it.
+///
+/// Fails: passes on what the host library throws.
+class FetchedPorts {
+ public:
+  explicit FetchedPorts(const std::optional<std::string>& deviceName) {
+    if (!deviceName) {
+      ports_ = network_.GetPnics();
+    } else if (std::unique_ptr<Pnic> port = network_.GetPnicByName(*deviceName)) {
+      ports_.push_back(std::move(port));
+    }
+  }
+
+  const HykCtl::Util::AutoVector<Pnic>& list() const { return ports_; }
+
+ private:
+  HykCtl::Network::NetworkInfoImpl network_;  // outlives the ports that it gave
+  HykCtl::Util::AutoVector<Pnic> ports_;
+};
+
+/// Null when the host library cannot tell.
+std::unique_ptr<FetchedPorts> fetchPorts(const std::optional<std::string>& deviceName) {
+  try {
+    return std::make_unique<FetchedPorts>(deviceName);
+  } catch (const Nodemgr::Lib::NodemgrException&) {
+    return nullptr;
+  }
+}
+
+/// What the objects of one request have in common.
+class Scope {
+ public:
+  Scope(const CmpiContext& context, CmpiBroker* broker, const CmpiObjectPath& path,
+        const char** properties)
+      : context_(context),
+        broker_(broker),
+        nameSpace_(path.getNameSpace()),
+        properties_(properties) {}
+
+  const CmpiString& nameSpace() const { return nameSpace_; }
+  const char** properties() const { return properties_; }
+
+  /// Asked for once in a request, when first needed.
+  const ScopingKeys& keys() {
+    if (!keys_) {
+      keys_ = ScopingKeys{ORV::getSystemCreationClassName(),
+                          OMC::getComputerSystemName(context_, broker_)};
+    }
+    return *keys_;
+  }
+
+ private:
+  const CmpiContext context_;
+  CmpiBroker* const broker_;
+  const CmpiString nameSpace_;
+  const char** const properties_;
+  std::optional<ScopingKeys> keys_;
+};
+
+CmpiObjectPath instancePath(const ServedClass& served, Scope& scope,
+                            const std::string& deviceName) {
+  if (served.fillSatellite != nullptr) {
+    return satellitePath(scope.nameSpace(), served.name, deviceName);
+  }
+  CmpiObjectPath port = portPath(scope.nameSpace(), deviceName, scope.keys());
+  if (served.isPort()) return port;
+
+  const PortAssociation& association = *served.association;
+  CmpiObjectPath path(scope.nameSpace(), association.className);
+  path.setKey(association.portRole, port);
+  path.setKey(association.satelliteRole,
+              satellitePath(scope.nameSpace(), association.satelliteClass, deviceName));
+  return path;
+}
+
+CmpiInstance portInstance(Scope& scope, Pnic& port) {
+  const std::string deviceName = port.GetName();
+  CmpiObjectPath path(scope.nameSpace(), kPortClass);
+  path.setKey("DeviceID", deviceName.c_str());
+  CmpiInstance instance(path);
+  instance.setPropertyFilter(scope.properties());
+  instance.setProperty("SystemCreationClassName", scope.keys().systemCreationClassName.c_str());
+  instance.setProperty("SystemName", scope.keys().systemName.c_str());
+  instance.setProperty("CreationClassName", kPortClass);
+  instance.setProperty("DeviceID", deviceName.c_str());
+  EthernetPortProvider::fillEPInstance(instance, &port);
+  return instance;
+}
+
+// Deliberate: satellites and associations always carry all their properties, whatever list the
+// request brings.
+
+CmpiInstance satelliteInstance(const ServedClass& served, const Scope& scope, Pnic& port) {
+  const std::string deviceName = port.GetName();
+  CmpiInstance instance(satellitePath(scope.nameSpace(), served.name, deviceName));
+  instance.setProperty("InstanceID", satelliteInstanceId(served.name, deviceName).c_str());
+  served.fillSatellite(instance, &port);
+  return instance;
+}
+
+CmpiInstance enumeratedAssociation(const PortAssociation& association, Scope& scope, Pnic& port) {
+  const std::string deviceName = port.GetName();
+  CmpiInstance instance = associationInstance(
+      association, scope.nameSpace(), portPath(scope.nameSpace(), deviceName, scope.keys()),
+      satellitePath(scope.nameSpace(), association.satelliteClass, deviceName));
+  if (association.tellsSoftwareStatus) {
+    const CmpiArray status(1, CMPI_uint16);
+    status[0] = kCurrentSoftware;
+    instance.setProperty("ElementSoftwareStatus", status);
+  }
+  return instance;
+}
+
+CmpiInstance fullInstance(const ServedClass& served, Scope& scope, Pnic& port) {
+  if (served.isPort()) return portInstance(scope, port);
+  if (served.fillSatellite != nullptr) return satelliteInstance(served, scope, port);
+  return enumeratedAssociation(*served.association, scope, port);
+}
+
+/// Fetches the ports and returns what `make` builds of the requested class for each.
+///
+/// Deliberate: a list without ports is answered before the class is looked at, so it succeeds for
+/// a class that is not served, too.
+template <typename Make>
+CmpiStatus returnForEachPort(CmpiResult& result, const CmpiObjectPath& path,
+                             const std::optional<std::string>& deviceName, Make make) {
+  const std::unique_ptr<FetchedPorts> ports = fetchPorts(deviceName);
+  if (ports == nullptr) return CmpiStatus(CMPI_RC_ERR_FAILED, kFetchFailed);
+  if (!ports->list().empty()) {
+    const ServedClass* served = findServedClass(path);
+    if (served == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+    for (const auto& port : ports->list()) result.returnData(make(*served, *port));
+  }
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+/// The device that a request for one instance means.
+///
+/// Fails: throws the CmpiStatus that answers a path which names none.
+std::string requestedDevice(const ServedClass& served, const CmpiObjectPath& path) {
+  if (served.isPort()) {
+    std::string deviceName = deviceNameOfPort(path);
+    if (deviceName.empty()) throw CmpiStatus(CMPI_RC_ERR_NOT_FOUND, kDeviceIdNotFound);
+    return deviceName;
+  }
+  if (served.fillSatellite != nullptr) {
+    std::optional<std::string> deviceName = deviceNameOfSatellite(path);
+    if (!deviceName) throw CmpiStatus(CMPI_RC_ERR_INVALID_PARAMETER, kInvalidDeviceId);
+    return *deviceName;
+  }
+  std::string deviceName = deviceNameOfAssociation(path, served.association->portRole);
+  if (deviceName.empty()) throw CmpiStatus(CMPI_RC_ERR_INVALID_PARAMETER, kInvalidDeviceId);
+  return deviceName;
+}
+
+}  // namespace
+
+EthernetPortProvider::EthernetPortProvider(const CmpiBroker& mbp, const CmpiContext& context)
+    : CmpiBaseMI(mbp, context),
+      CmpiInstanceMI(mbp, context),
+      OMC::SimpleAssociationMI(mbp, context) {}
+
+EthernetPortProvider::~EthernetPortProvider() = default;
+
+CmpiStatus EthernetPortProvider::enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                                                   const CmpiObjectPath& path) {
+  Scope scope(context, broker, path, nullptr);
+  return returnForEachPort(result, path, std::nullopt, [&](const ServedClass& served, Pnic& port) {
+    return instancePath(served, scope, port.GetName());
+  });
+}
+
+CmpiStatus EthernetPortProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
+                                               const CmpiObjectPath& path,
+                                               const char** properties) {
+  return enumInstancesInt(context, result, path, properties, std::nullopt);
+}
+
+CmpiStatus EthernetPortProvider::getInstance(const CmpiContext& context, CmpiResult& result,
+                                             const CmpiObjectPath& path, const char** properties) {
+  const ServedClass* served = findServedClass(path);
+  // Deliberate: this text, although the status says "not found".
+  if (served == nullptr) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, kInvalidDeviceId);
+  std::string deviceName;
+  try {
+    deviceName = requestedDevice(*served, path);
+  } catch (const CmpiStatus& status) {
+    return status;
+  }
+  return enumInstancesInt(context, result, path, properties, deviceName);
+}
+
+CmpiStatus EthernetPortProvider::enumInstancesInt(const CmpiContext& context, CmpiResult& result,
+                                                  const CmpiObjectPath& path,
+                                                  const char** properties,
+                                                  const std::optional<std::string>& deviceName) {
+  Scope scope(context, broker, path, properties);
+  return returnForEachPort(result, path, deviceName, [&](const ServedClass& served, Pnic& port) {
+    return fullInstance(served, scope, port);
+  });
+}
+
+CmpiStatus EthernetPortProvider::createInstance(const CmpiContext&, CmpiResult&,
+                                                const CmpiObjectPath&, const CmpiInstance&) {
+  return CMPI_RC_ERR_NOT_SUPPORTED;
+}
+
+CmpiStatus EthernetPortProvider::setInstance(const CmpiContext&, CmpiResult&, const CmpiObjectPath&,
+                                             const CmpiInstance&, const char**) {
+  return CMPI_RC_ERR_NOT_SUPPORTED;
+}
+
+CmpiStatus EthernetPortProvider::deleteInstance(const CmpiContext&, CmpiResult&,
+                                                const CmpiObjectPath&) {
+  return CMPI_RC_ERR_NOT_SUPPORTED;
+}
+
+}  // namespace EthernetProvider
+
+ORV_PROVIDER_BASE(EthernetPortProvider);
+ORV_INSTANCE_FACTORY(EthernetPortProvider, EthernetProvider::EthernetPortProvider)
+ORV_ASSOCIATION_FACTORY(EthernetPortProvider, EthernetProvider::EthernetPortProvider)

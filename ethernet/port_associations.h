@@ -1,0 +1,43 @@
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "cmpi/cmpi_instance.h"
+#include "ethernet/port_paths.h"
+#include "framework/scoping_keys.h"
+#include "platform/computer_system.h"
+
+namespace EthernetProvider {
+
+/// One of the association classes that tie a port to a satellite.
+struct PortAssociation {
+  const char* className;
+  const char* portRole;
+  const char* satelliteRole;
+  const char* satelliteClass;
+  /// Enumerated instances carry ElementSoftwareStatus; those that doReferences returns never do.
+  bool tellsSoftwareStatus;
+  /// Source of the port's SystemCreationClassName where doReferences builds the port's path.
+  std::string (*systemCreationClassName)();
+};
+
+/// In the order in which a port's associations are returned.
+// Deliberate: the driver's row asks the host itself, the others the provider's scoping keys.
+inline constexpr std::array<PortAssociation, 4> kPortAssociations = {{
+    {"Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent", kDriverClass, true,
+     &OMC::getComputerSystemClassName},
+    {"Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent", kFirmwareClass, true,
+     &ORV::getSystemCreationClassName},
+    {"Orvane_EPStatistics", "Element", "Stats", kStatisticsClass, false,
+     &ORV::getSystemCreationClassName},
+    {"Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData", kCoalesceClass, false,
+     &ORV::getSystemCreationClassName},
+}};
+
+/// A fresh association instance on a path without keys of its own: the port's role first, then the
+/// satellite's.
+CmpiInstance associationInstance(const PortAssociation& association, const CmpiString& nameSpace,
+                                 const CmpiObjectPath& port, const CmpiObjectPath& satellite);
+
+}  // namespace EthernetProvider

@@ -1,0 +1,159 @@
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "cmpi/cmpi_array.h"
+#include "ethernet/ethernet_port_provider.h"
+#include "platform/nodemgr_exception.h"
+
+namespace EthernetProvider {
+
+namespace {
+
+using Nodemgr::Network::Duplex;
+using Nodemgr::Network::MacAddress;
+using Nodemgr::Network::PciDevice;
+using Nodemgr::Network::Pnic;
+using Nodemgr::Network::PnicLinkSettings;
+
+constexpr CMPIUint16 kEthernet = 2;    // LinkTechnology
+constexpr CMPIUint16 kNoChange = 5;    // RequestedState
+constexpr CMPIUint16 kCapability = 5;  // the one that the two capability flags speak of
+constexpr CMPIUint64 kBitsPerMegabit = 1'000'000;
+
+struct PortState {
+  CMPIUint16 enabledState;
+  CMPIUint16 operationalStatus;
+};
+constexpr PortState kDisabled = {3, 10};           // Disabled, Stopped
+constexpr PortState kEnabled = {2, 2};             // Enabled, OK
+constexpr PortState kEnabledButOffline = {6, 10};  // Enabled but Offline, Stopped
+
+/// The link is asked about only when the port is enabled.
+PortState portState(Pnic& port) {
+  if (!port.IsEnabled()) return kDisabled;
+  return port.IsLinkUp() ? kEnabled : kEnabledButOffline;
+}
+
+/// Twelve upper-case hexadecimal digits.
+std::string macText(const MacAddress& address) {
+  unsigned char bytes[6] = {};
+  address.GetBinaryAddress(bytes);
+  char text[13];
+  std::snprintf(text, sizeof(text), "%02X%02X%02X%02X%02X%02X", bytes[0], bytes[1], bytes[2],
+                bytes[3], bytes[4], bytes[5]);
+  return text;
+}
+
+std::string byteText(std::uint8_t value) {
+  char text[33];
+  std::snprintf(text, sizeof(text), "0x%02x", static_cast<unsigned>(value));
+  return text;
+}
+
+std::string wordText(std::uint16_t value) {
+  char text[33];
+  std::snprintf(text, sizeof(text), "0x%04x", static_cast<unsigned>(value));
+  return text;
+}
+
+CmpiArray numberArray(const std::vector<CMPIUint16>& values) {
+  const CmpiArray array(static_cast<CMPICount>(values.size()), CMPI_uint16);
+  for (CMPICount i = 0; i < values.size(); ++i) array[i] = values[i];
+  return array;
+}
+
+CmpiArray textArray(const std::vector<std::string>& values) {
+  const CmpiArray array(static_cast<CMPICount>(values.size()), CMPI_string);
+  for (CMPICount i = 0; i < values.size(); ++i) array[i] = values[i].c_str();
+  return array;
+}
+
+/// As many elements as the host's list has, an empty array for an empty one.
+template <typename Converted, typename Host>
+std::vector<Converted> converted(const std::vector<Host>& list, Converted (*convert)(Host)) {
+  std::vector<Converted> result;
+  result.reserve(list.size());
+  for (const Host& entry : list) result.push_back(convert(entry));
+  return result;
+}
+
+std::vector<std::string> linkModeTexts(const std::vector<Nodemgr::Network::LinkMode>& modes) {
+  std::vector<std::string> texts;
+  texts.reserve(modes.size());
+  for (const auto& mode : modes) texts.push_back(EthernetPortProvider::convertLinkMode(mode));
+  return texts;
+}
+
+/// Where the port sits, in the order of its labels.
+void setPciLocation(CmpiInstance& instance, PciDevice& device) {
+  std::vector<std::string> location;
+  location.push_back(byteText(device.GetBus()));
+  location.push_back(byteText(device.GetSlot()));
+  location.push_back(byteText(device.GetFunction()));
+  location.push_back(wordText(device.GetVendorId()));
+  location.push_back(wordText(device.GetDeviceId()));
+  location.push_back(wordText(device.GetSegment()));
+  instance.setProperty("OtherIdentifyingInfo", textArray(location));
+  instance.setProperty("IdentifyingDescriptions",
+                       textArray({"PCI Bus", "PCI Slot", "PCI Function", "PCI Vendor",
+                                  "PCI DeviceID", "PCI Segment"}));
+}
+
+/// False when the host library cannot tell; any other exception passes.
+bool readLinkSettings(Pnic& port, PnicLinkSettings& settings) {
+  try {
+    port.GetLinkSettings(settings);
+    return true;
+  } catch (const Nodemgr::Lib::NodemgrException&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+// A plain sequence: the order of the host calls, and what a half-filled instance holds when one of
+// them throws, count.
+void EthernetPortProvider::fillEPInstance(CmpiInstance& instance, Pnic* port) {
+  PnicLinkSettings settings;
+  if (!readLinkSettings(*port, settings)) return;
+
+  instance.setProperty("Name", port->GetName().c_str());
+  instance.setProperty("ElementName", port->GetName().c_str());
+  instance.setProperty("PortType", getPortType(settings.portMode, settings.linkMode.first));
+  // Deliberate: a number, not a boolean.
+  instance.setProperty("AutoSense", static_cast<CMPIUint16>(settings.autoNegotiation));
+  instance.setProperty("Caption", port->GetName().c_str());
+  instance.setProperty("Speed", port->GetLinkSpeed() * kBitsPerMegabit);
+  instance.setProperty("LinkTechnology", kEthernet);
+  const std::string address = macText(port->GetMacAddress());
+  instance.setProperty("PermanentAddress", address.c_str());
+  instance.setProperty("NetworkAddresses", textArray({address}));
+  instance.setProperty("RequestedState", kNoChange);
+  const PortState state = portState(*port);
+  instance.setProperty("EnabledState", state.enabledState);
+  instance.setProperty("OperationalStatus", numberArray({state.operationalStatus}));
+  const auto capability = [](bool present) { return present ? kCapability : CMPIUint16{0}; };
+  instance.setProperty("Capabilities", numberArray({capability(port->IsCapabilitySupported())}));
+  instance.setProperty("EnabledCapabilities",
+                       numberArray({capability(port->IsCapabilityEnabled())}));
+  instance.setProperty("FullDuplex", CmpiBooleanData(port->GetDuplex() == Duplex::kFull));
+  instance.setProperty("ActiveMaximumTransmissionUnit", static_cast<CMPIUint64>(port->GetMtu()));
+  if (PciDevice* device = port->GetPciDevice()) setPciLocation(instance, *device);
+  instance.setProperty("SupportedPorts",
+                       numberArray(converted(settings.supportedPorts, &convertPortMode)));
+  instance.setProperty("SupportedLinkModes", textArray(linkModeTexts(settings.supportedLinkModes)));
+  instance.setProperty("AdvertisedLinkModes",
+                       textArray(linkModeTexts(settings.advertisedLinkModes)));
+  instance.setProperty("AdvertisedAutoNegotiation",
+                       CmpiBooleanData(settings.advertisedAutoNegotiation));
+  // Deliberate: the PHY's address on its bus, not a MAC address.
+  instance.setProperty("PhysicalAddress", settings.phyAddress);
+  instance.setProperty("Transceiver", convertTransceiver(settings.transceiver));
+  instance.setProperty("WOLSupported",
+                       numberArray(converted(settings.wolSupported, &convertWOLOption)));
+  instance.setProperty("WOLOptions",
+                       numberArray(converted(settings.wolOptions, &convertWOLOption)));
+}
+
+}  // namespace EthernetProvider

@@ -1,0 +1,69 @@
+#include "ethernet/port_paths.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "framework/text.h"
+
+namespace EthernetProvider {
+
+namespace {
+
+/// What fits into the 128 characters, the terminating zero included, that a client's device name is
+/// given.
+constexpr std::size_t kLongestDeviceName = 127;
+
+}  // namespace
+
+CmpiObjectPath portPath(const CmpiString& nameSpace, const std::string& deviceName,
+                        const ScopingKeys& scope) {
+  CmpiObjectPath path(nameSpace, kPortClass);
+  path.setKey("DeviceID", deviceName.c_str());
+  path.setKey("SystemCreationClassName", scope.systemCreationClassName.c_str());
+  path.setKey("SystemName", scope.systemName.c_str());
+  path.setKey("CreationClassName", kPortClass);
+  return path;
+}
+
+std::string satelliteInstanceId(const char* className, const std::string& deviceName) {
+  return std::string("Orvane:") + className + ":" + deviceName;
+}
+
+CmpiObjectPath satellitePath(const CmpiString& nameSpace, const char* className,
+                             const std::string& deviceName) {
+  CmpiObjectPath path(nameSpace, className);
+  path.setKey("InstanceID", satelliteInstanceId(className, deviceName).c_str());
+  return path;
+}
+
+CmpiString getKey(const CmpiObjectPath& path, const char* name) {
+  const CmpiData key = path.getKey(name);
+  if (key.isNotFound() || key.isNullValue()) return {};
+  return CmpiString(key);
+}
+
+std::optional<std::string> getDeviceName(const CmpiString& instanceId) {
+  const std::string text = ORV::textOf(instanceId);
+  const std::size_t colon = text.rfind(':');
+  if (colon == std::string::npos) return std::nullopt;
+  return text.substr(colon + 1);
+}
+
+std::string deviceNameOfPort(const CmpiObjectPath& port) {
+  return ORV::textOf(getKey(port, "DeviceID"));
+}
+
+std::optional<std::string> deviceNameOfSatellite(const CmpiObjectPath& satellite) {
+  std::optional<std::string> name = getDeviceName(getKey(satellite, "InstanceID"));
+  if (name) name->resize(std::min(name->size(), kLongestDeviceName));
+  return name;
+}
+
+std::string deviceNameOfAssociation(const CmpiObjectPath& association, const char* role) {
+  const CmpiData key = association.getKey(role);
+  if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) return {};
+  const CmpiObjectPath port(key);
+  return port.isNull() ? std::string() : deviceNameOfPort(port);
+}
+
+}  // namespace EthernetProvider

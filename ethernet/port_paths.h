@@ -1,0 +1,60 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "cmpi/cmpi_object_path.h"
+#include "cmpi/cmpi_string.h"
+
+/// Keys of ports and satellites: built from a device name, and taken apart into one.
+///
+/// A satellite is identified by its InstanceID, "Orvane:" + class name + ":" + device name. A
+/// device name contains no colon, so the text after the last one is the device.
+namespace EthernetProvider {
+
+inline constexpr char kPortClass[] = "Orvane_EthernetPort";
+inline constexpr char kDriverClass[] = "Orvane_EPDriverSoftwareIdentity";
+inline constexpr char kFirmwareClass[] = "Orvane_EPFirmwareSoftwareIdentity";
+inline constexpr char kStatisticsClass[] = "Orvane_EPStatisticalInformation";
+inline constexpr char kCoalesceClass[] = "Orvane_EPCoalesceSettingData";
+
+/// Key values that all ports of the host share.
+struct ScopingKeys {
+  std::string systemCreationClassName;
+  std::string systemName;
+};
+
+/// Path of a port with its four keys.
+CmpiObjectPath portPath(const CmpiString& nameSpace, const std::string& deviceName,
+                        const ScopingKeys& scope);
+
+/// InstanceID of the satellite of that class and device.
+std::string satelliteInstanceId(const char* className, const std::string& deviceName);
+
+/// Path of a satellite with its one key.
+CmpiObjectPath satellitePath(const CmpiString& nameSpace, const char* className,
+                             const std::string& deviceName);
+
+/// The key as a text; a null string when it is absent or null.
+///
+/// Fails: CmpiStatus 13 for a key that is no text.
+CmpiString getKey(const CmpiObjectPath& path, const char* name);
+
+/// The text after the last ":" of a satellite's InstanceID, whatever stands before it; absent when
+/// the id is null or has no ":".
+std::optional<std::string> getDeviceName(const CmpiString& instanceId);
+
+/// What a request's path says about the device. Empty means that it names none: the key is absent,
+/// null or empty.
+std::string deviceNameOfPort(const CmpiObjectPath& port);
+
+/// As above, for a path with an InstanceID; one without ":" counts as missing. An InstanceID that
+/// ends in ":" names the device with the empty name, which is not the same as none. At most the
+/// first 127 characters of the name count.
+std::optional<std::string> deviceNameOfSatellite(const CmpiObjectPath& satellite);
+
+/// As above, for the port that an association's path refers to under `role`. A reference that is
+/// absent, null or no reference at all names none.
+std::string deviceNameOfAssociation(const CmpiObjectPath& association, const char* role);
+
+}  // namespace EthernetProvider

@@ -1,0 +1,87 @@
+#include "framework/object_identity.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "framework/text.h"
+
+namespace ORV {
+
+namespace {
+
+/// Stands between the parts; no text of the broker contains it.
+constexpr char kSeparator = '\0';
+
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
+/// Absent for a key that takes no part: null, boolean, or of a type that no key has.
+std::optional<std::string> keyText(const CmpiData& key, const std::string& defaultNameSpace) {
+  if (key.isNotFound() || key.isNullValue()) return std::nullopt;
+  const CMPIValue& value = key.data().value;
+  switch (key.getType()) {
+    case CMPI_string:
+    case CMPI_chars:
+      return textOf(CmpiString(key));
+    case CMPI_uint8:
+      return std::to_string(value.uint8);
+    case CMPI_uint16:
+    case CMPI_char16:
+      return std::to_string(value.uint16);
+    case CMPI_uint32:
+      return std::to_string(value.uint32);
+    case CMPI_uint64:
+      return std::to_string(value.uint64);
+    case CMPI_sint8:
+      return std::to_string(value.sint8);
+    case CMPI_sint16:
+      return std::to_string(value.sint16);
+    case CMPI_sint32:
+      return std::to_string(value.sint32);
+    case CMPI_sint64:
+      return std::to_string(value.sint64);
+    case CMPI_ref: {
+      const CmpiObjectPath path(key);
+      if (path.isNull()) return std::nullopt;
+      return objectIdentity(path, defaultNameSpace);
+    }
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+std::string plainNameSpace(const CmpiObjectPath& path, const std::string& defaultNameSpace) {
+  std::string nameSpace = nameSpaceOf(path);
+  if (nameSpace.empty()) nameSpace = defaultNameSpace;
+  const std::size_t start = nameSpace.find_first_not_of('/');
+  return start == std::string::npos ? std::string() : nameSpace.substr(start);
+}
+
+std::string objectIdentity(const CmpiObjectPath& path, const std::string& defaultNameSpace) {
+  std::vector<std::pair<std::string, std::string>> keys;
+  const CMPICount count = path.getKeyCount();
+  for (CMPICount i = 0; i < count; ++i) {
+    CmpiString name;
+    const CmpiData key = path.getKey(i, &name);
+    if (auto text = keyText(key, defaultNameSpace)) {
+      keys.emplace_back(lowerCase(textOf(name)), std::move(*text));
+    }
+  }
+  std::sort(keys.begin(), keys.end());
+
+  std::string identity =
+      lowerCase(plainNameSpace(path, defaultNameSpace)) + kSeparator + lowerCase(classNameOf(path));
+  for (const auto& [name, text] : keys) identity += kSeparator + name + kSeparator + text;
+  return identity;
+}
+
+}  // namespace ORV

@@ -1,0 +1,282 @@
+#include "framework/simple_association_mi.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "cmpi/cmpi_broker.h"
+#include "cmpi/cmpi_result_filters.h"
+#include "framework/object_identity.h"
+#include "framework/text.h"
+
+namespace OMC {
+
+namespace {
+
+/// What a sink answers to the provider: the status that `work` throws, or OK.
+template <typename Work>
+CMPIStatus answerOf(Work work) {
+  try {
+    work();
+    return {CMPI_RC_OK, nullptr};
+  } catch (const CmpiStatus& status) {
+    return status.status();
+  }
+}
+
+struct Reference {
+  std::string role;  ///< name of the property
+  CmpiObjectPath path;
+};
+
+/// The references of an association instance, in its own order. One that is null or that the broker
+/// cannot read is left out.
+std::vector<Reference> referencesOf(const CmpiInstance& instance) {
+  std::vector<Reference> references;
+  const CMPICount count = instance.getPropertyCount();
+  for (CMPICount i = 0; i < count; ++i) {
+    CmpiString name;
+    const CmpiData property = instance.getProperty(i, &name);
+    if (property.isNotFound() || property.isNullValue() || property.getType() != CMPI_ref) continue;
+    CmpiObjectPath path(property);
+    if (!path.isNull()) references.push_back({ORV::textOf(name), path});
+  }
+  return references;
+}
+
+/// The object that a request starts from.
+class Source {
+ public:
+  explicit Source(const CmpiObjectPath& path)
+      : nameSpace_(ORV::nameSpaceOf(path)),
+        className_(ORV::classNameOf(path)),
+        identity_(ORV::objectIdentity(path, nameSpace_)) {}
+
+  const std::string& nameSpace() const { return nameSpace_; }
+
+  /// What the association leads to: every reference but the source. That is the one to the same
+  /// object; where none is, for example because the client gave a key less, the first of the same
+  /// class.
+  std::vector<CmpiObjectPath> otherEnds(const CmpiInstance& association) const {
+    std::vector<Reference> references = referencesOf(association);
+    auto self = std::find_if(references.begin(), references.end(), [&](const Reference& reference) {
+      return ORV::objectIdentity(reference.path, nameSpace_) == identity_;
+    });
+    if (self == references.end()) {
+      self = std::find_if(references.begin(), references.end(), [&](const Reference& reference) {
+        return ORV::sameName(ORV::classNameOf(reference.path).c_str(), className_.c_str());
+      });
+    }
+    if (self != references.end()) references.erase(self);
+
+    std::vector<CmpiObjectPath> ends;
+    for (const Reference& reference : references) ends.push_back(reference.path);
+    return ends;
+  }
+
+ private:
+  std::string nameSpace_;
+  std::string className_;
+  std::string identity_;
+};
+
+/// Passes association instances on with the property list applied.
+class PropertyListSink : public CmpiResultFilter {
+ public:
+  PropertyListSink(const CmpiResult& inner, const char** properties)
+      : CmpiResultFilter(inner), properties_(properties) {}
+
+ private:
+  CMPIStatus onInstance(const CMPIInstance* enc) override {
+    return answerOf([&] {
+      CmpiInstance instance(enc);
+      instance.setPropertyFilter(properties_);
+      CmpiResult(inner()).returnData(instance);
+    });
+  }
+  CMPIStatus onObjectPath(const CMPIObjectPath* path) override {
+    return inner()->ft->returnObjectPath(inner(), path);
+  }
+
+  const char** properties_;
+};
+
+/// Passes the association instances' object paths on. A broker that does not know the class's keys
+/// gives a path without the references: they are added, since they are the keys of an association.
+class ReferenceNameSink : public CmpiResultFilter {
+ public:
+  explicit ReferenceNameSink(const CmpiResult& inner) : CmpiResultFilter(inner) {}
+
+ private:
+  CMPIStatus onInstance(const CMPIInstance* enc) override {
+    return answerOf([&] {
+      const CmpiInstance instance(enc);
+      CmpiObjectPath path = instance.getObjectPath();
+      for (const Reference& reference : referencesOf(instance)) {
+        const CmpiData key = path.getKey(reference.role.c_str());
+        if (key.isNotFound() || key.isNullValue()) {
+          path.setKey(reference.role.c_str(), reference.path);
+        }
+      }
+      CmpiResult(inner()).returnData(path);
+    });
+  }
+  CMPIStatus onObjectPath(const CMPIObjectPath* path) override {
+    return inner()->ft->returnObjectPath(inner(), path);
+  }
+};
+
+/// Passes the paths of the objects at the other ends on.
+class OtherEndNameSink : public CmpiResultFilter {
+ public:
+  OtherEndNameSink(const CmpiResult& inner, const Source& source)
+      : CmpiResultFilter(inner), source_(source) {}
+
+ private:
+  CMPIStatus onInstance(const CMPIInstance* enc) override {
+    return answerOf([&] {
+      for (const CmpiObjectPath& end : source_.otherEnds(CmpiInstance(enc))) {
+        CmpiResult(inner()).returnData(end);
+      }
+    });
+  }
+  CMPIStatus onObjectPath(const CMPIObjectPath*) override { return {CMPI_RC_OK, nullptr}; }
+
+  const Source& source_;
+};
+
+/// Keeps the paths of the objects at the other ends for later, and whether the provider was done:
+/// the objects are fetched after the provider has returned, when it holds no lock any more.
+class OtherEndCollector : public CmpiResultFilter {
+ public:
+  OtherEndCollector(const CmpiResult& inner, const Source& source)
+      : CmpiResultFilter(inner), source_(source) {}
+
+  const std::vector<CmpiObjectPath>& ends() const { return ends_; }
+  bool isDone() const { return done_; }
+
+ private:
+  CMPIStatus onInstance(const CMPIInstance* enc) override {
+    return answerOf([&] {
+      for (const CmpiObjectPath& end : source_.otherEnds(CmpiInstance(enc))) ends_.push_back(end);
+    });
+  }
+  CMPIStatus onObjectPath(const CMPIObjectPath*) override { return {CMPI_RC_OK, nullptr}; }
+  CMPIStatus onDone() override {
+    done_ = true;
+    return {CMPI_RC_OK, nullptr};
+  }
+
+  const Source& source_;
+  std::vector<CmpiObjectPath> ends_;
+  bool done_ = false;
+};
+
+/// Objects of the broker by their paths, each class enumerated once in a request.
+class ObjectFinder {
+ public:
+  ObjectFinder(const CmpiContext& context, const CmpiBroker& broker, std::string defaultNameSpace)
+      : context_(context), broker_(broker), defaultNameSpace_(std::move(defaultNameSpace)) {}
+
+  /// Null when the broker does not have it, or fails.
+  const CmpiInstance* find(const CmpiObjectPath& path) {
+    try {
+      const std::string nameSpace = ORV::plainNameSpace(path, defaultNameSpace_);
+      const Objects& objects = objectsOf(nameSpace, ORV::classNameOf(path));
+      const auto found = objects.find(ORV::objectIdentity(path, defaultNameSpace_));
+      return found == objects.end() ? nullptr : &found->second;
+    } catch (const CmpiStatus&) {
+      return nullptr;  // a path that the broker cannot take apart
+    }
+  }
+
+ private:
+  using Objects = std::unordered_map<std::string, CmpiInstance>;
+
+  const Objects& objectsOf(const std::string& nameSpace, const std::string& className) {
+    const auto [entry, isNew] = classes_.try_emplace({nameSpace, className});
+    if (isNew) enumerate(nameSpace, className, entry->second);
+    return entry->second;
+  }
+
+  /// Without a property list: keys that a list leaves out would be missing from the paths.
+  void enumerate(const std::string& nameSpace, const std::string& className, Objects& objects) {
+    try {
+      const CmpiObjectPath classPath(nameSpace.c_str(), className.c_str());
+      const CmpiEnumeration all = broker_.enumInstances(context_, classPath, nullptr);
+      while (all.hasNext()) add(all.getNext(), objects);
+    } catch (const CmpiStatus&) {
+      // What the broker cannot give is left out of the answer.
+    }
+  }
+
+  void add(const CmpiData& element, Objects& objects) {
+    if (element.isNullValue() || element.getType() != CMPI_instance) return;
+    const CmpiInstance instance(element);
+    if (instance.isNull()) return;
+    try {
+      objects.emplace(ORV::objectIdentity(instance.getObjectPath(), defaultNameSpace_), instance);
+    } catch (const CmpiStatus&) {
+      // An instance without a path is not the one that is looked for.
+    }
+  }
+
+  const CmpiContext& context_;
+  const CmpiBroker& broker_;
+  std::string defaultNameSpace_;
+  std::map<std::pair<std::string, std::string>, Objects> classes_;
+};
+
+}  // namespace
+
+SimpleAssociationMI::SimpleAssociationMI(const CmpiBroker& mbp, const CmpiContext& context)
+    : CmpiBaseMI(mbp, context), CmpiAssociationMI(mbp, context) {}
+
+CmpiStatus SimpleAssociationMI::references(const CmpiContext& context, CmpiResult& result,
+                                           const CmpiObjectPath& path, const char* resultClass,
+                                           const char* role, const char** properties) {
+  PropertyListSink sink(result, properties);
+  return doReferences(context, sink, path, resultClass, nullptr, role, nullptr);
+}
+
+CmpiStatus SimpleAssociationMI::referenceNames(const CmpiContext& context, CmpiResult& result,
+                                               const CmpiObjectPath& path, const char* resultClass,
+                                               const char* role) {
+  ReferenceNameSink sink(result);
+  return doReferences(context, sink, path, resultClass, nullptr, role, nullptr);
+}
+
+CmpiStatus SimpleAssociationMI::associatorNames(const CmpiContext& context, CmpiResult& result,
+                                                const CmpiObjectPath& path, const char* assocClass,
+                                                const char* resultClass, const char* role,
+                                                const char* resultRole) {
+  const Source source(path);
+  OtherEndNameSink sink(result, source);
+  return doReferences(context, sink, path, assocClass, resultClass, role, resultRole);
+}
+
+CmpiStatus SimpleAssociationMI::associators(const CmpiContext& context, CmpiResult& result,
+                                            const CmpiObjectPath& path, const char* assocClass,
+                                            const char* resultClass, const char* role,
+                                            const char* resultRole, const char** properties) {
+  const Source source(path);
+  OtherEndCollector collector(result, source);
+  const CmpiStatus status =
+      doReferences(context, collector, path, assocClass, resultClass, role, resultRole);
+
+  ObjectFinder finder(context, *broker, source.nameSpace());
+  for (const CmpiObjectPath& end : collector.ends()) {
+    const CmpiInstance* found = finder.find(end);
+    if (found == nullptr) continue;
+    CmpiInstance instance = *found;
+    instance.setPropertyFilter(properties);
+    result.returnData(instance);
+  }
+  if (collector.isDone()) result.returnDone();
+  return status;
+}
+
+}  // namespace OMC

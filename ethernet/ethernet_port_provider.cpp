@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "cmpi/cmpi_array.h"
 #include "ethernet/port_associations.h"
 #include "ethernet/port_paths.h"
 #include "framework/factories.h"

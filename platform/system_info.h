@@ -31,8 +31,8 @@ enum HSI_Node : std::uint32_t {
   kHsiPowerManagement = 1444,  ///< 588 bytes; power policy text from byte 8, NUL-terminated
 };
 
-/// The value of node 244: NUL-terminated text in the first 48 bytes, 32-bit prefix length at
-/// byte 48.
+/// The value of node 244: text in the first 48 bytes, NUL-terminated when it is shorter, and the
+/// 32-bit prefix length at byte 48.
 constexpr std::size_t kHsiIpv6ValueSize = 68;
 constexpr std::size_t kHsiIpv6PrefixOffset = 48;
 

@@ -1,0 +1,105 @@
+#include "platform/simulated/host_file.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <variant>
+
+#include "platform/simulated/host_parser.h"
+
+namespace simulated {
+namespace {
+
+constexpr const char* kFileVariable = "ORV_HOST_FILE";
+
+/// A text and what the parser made of it.
+struct ParsedText {
+  std::string text;
+  std::variant<SimulatedHost, HostError> outcome;
+};
+
+/// The text read last. Never destroyed: threads may still ask while the process exits.
+struct LastText {
+  std::mutex mutex;  ///< guards `parsed`; nothing is locked before or after it
+  std::shared_ptr<const ParsedText> parsed;
+};
+
+LastText& lastText() {
+  static auto* const last = new LastText;
+  return *last;
+}
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+/// The whole file; nothing, with errno set, when it cannot be read.
+std::optional<std::string> readFile(const char* path) {
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "rbe"));
+  if (file == nullptr) return std::nullopt;
+  constexpr std::size_t kChunk = 256 * 1024;
+  std::string text;
+  std::size_t used = 0;
+  do {
+    text.resize(used + kChunk);
+    used += std::fread(text.data() + used, 1, kChunk, file.get());
+  } while (used == text.size());
+  if (std::ferror(file.get()) != 0) return std::nullopt;
+  text.resize(used);
+  return text;
+}
+
+std::shared_ptr<const ParsedText> parseUnlessKnown(std::string text) {
+  LastText& last = lastText();
+  std::shared_ptr<const ParsedText> known;
+  {
+    const std::lock_guard lock(last.mutex);
+    known = last.parsed;
+  }
+  if (known != nullptr && known->text == text) return known;
+  auto outcome = parseHost(text);
+  auto parsed = std::make_shared<const ParsedText>(ParsedText{std::move(text), std::move(outcome)});
+  const std::lock_guard lock(last.mutex);
+  known.swap(last.parsed);  // so that the old host is destroyed after the lock is gone
+  last.parsed = parsed;
+  return parsed;
+}
+
+/// One line, whatever the file name and the member names hold.
+void report(const std::string& problem) {
+  std::string line = "simulated host: " + problem;
+  for (char& character : line) {
+    const auto code = static_cast<unsigned char>(character);
+    if (code < ' ' || code == '\x7f') character = '?';
+  }
+  line += '\n';
+  std::fputs(line.c_str(), stderr);
+}
+
+}  // namespace
+
+std::shared_ptr<const SimulatedHost> loadHost() {
+  const char* path = std::getenv(kFileVariable);
+  if (path == nullptr || *path == '\0') {
+    report(std::string("the environment variable ") + kFileVariable + " names no file");
+    return nullptr;
+  }
+  std::optional<std::string> text = readFile(path);
+  if (!text) {
+    report(std::string(path) + ": " + std::generic_category().message(errno));
+    return nullptr;
+  }
+  const auto parsed = parseUnlessKnown(std::move(*text));
+  if (const auto* error = std::get_if<HostError>(&parsed->outcome)) {
+    report(std::string(path) + ": " + error->place + ": " + error->message);
+    return nullptr;
+  }
+  return {parsed, &std::get<SimulatedHost>(parsed->outcome)};
+}
+
+}  // namespace simulated

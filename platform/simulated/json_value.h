@@ -1,0 +1,137 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "platform/simulated/simulated_host.h"
+
+/// Typed reading of JSON values that know their place. Private to the host parser: no other file
+/// sees the JSON library. Everything here throws Refusal when a value is not what its reader wants.
+namespace simulated {
+
+/// Thrown inside the parser only.
+struct Refusal {
+  std::string place;  ///< JSON pointer; empty for the whole text
+  std::string message;
+};
+
+/// A JSON value and the way to it. The way is a chain of values on the stack, written out only when
+/// a value is refused.
+class Value {
+ public:
+  explicit Value(const nlohmann::json& json) : json_(json) {}
+  Value(const Value& parent, std::string_view member, const nlohmann::json& json)
+      : json_(json), parent_(&parent), member_(member) {}
+  Value(const Value& parent, std::size_t index, const nlohmann::json& json)
+      : json_(json), parent_(&parent), index_(index) {}
+
+  const nlohmann::json& json() const { return json_; }
+  std::string pointer() const;
+  [[noreturn]] void refuse(const std::string& message) const;
+
+  const nlohmann::json& array() const;
+  const nlohmann::json& object() const;
+  const std::string& text() const;
+  bool boolean() const;
+  /// A JSON integer, or text of "0x" and hexadecimal digits.
+  std::uint64_t unsignedUpTo(std::uint64_t most) const;
+  std::int32_t signed32() const;
+
+ private:
+  std::uint64_t hexadecimal(std::uint64_t most) const;
+  [[noreturn]] void refuseNumber(const std::string& least, const std::string& most) const;
+
+  const nlohmann::json& json_;
+  const Value* parent_ = nullptr;
+  std::string_view member_;  ///< of the parent, when it is an object
+  std::size_t index_ = 0;    ///< in the parent, when it is an array
+};
+
+// How each type is read. A record adds an overload of its own, which the templates below find where
+// they are used.
+
+inline void readValue(const Value& value, std::string& text) { text = value.text(); }
+inline void readValue(const Value& value, bool& flag) { flag = value.boolean(); }
+inline void readValue(const Value& value, std::int32_t& number) { number = value.signed32(); }
+void readValue(const Value& value, Fault& fault);  ///< {"throw": "nodemgr"} or {"throw": "other"}
+
+/// A fault by its bare name, "nodemgr" or "other".
+Fault readFaultName(const Value& value);
+
+template <typename T>
+std::enable_if_t<std::is_unsigned_v<T>> readValue(const Value& value, T& number) {
+  number = static_cast<T>(value.unsignedUpTo(std::numeric_limits<T>::max()));
+}
+
+/// Any number of the underlying type, so that a test can go beyond the named ones.
+template <typename T>
+std::enable_if_t<std::is_enum_v<T>> readValue(const Value& value, T& enumeration) {
+  std::underlying_type_t<T> number{};
+  readValue(value, number);
+  enumeration = static_cast<T>(number);
+}
+
+template <typename T>
+void readValue(const Value& value, std::vector<T>& list) {
+  list.clear();
+  list.reserve(value.array().size());
+  std::size_t index = 0;
+  for (const nlohmann::json& element : value.array()) {
+    readValue(Value(value, index++, element), list.emplace_back());
+  }
+}
+
+/// JSON null is an empty optional.
+template <typename T>
+void readValue(const Value& value, std::optional<T>& optional) {
+  optional.reset();
+  if (!value.json().is_null()) readValue(value, optional.emplace());
+}
+
+/// An object with the member "throw" is a fault, whatever else stands in it.
+template <typename T>
+void readValue(const Value& value, OrFault<T>& valueOrFault) {
+  if (value.json().contains("throw")) {
+    readValue(value, valueOrFault.template emplace<Fault>());
+  } else {
+    readValue(value, valueOrFault.template emplace<T>());
+  }
+}
+
+/// One member of a record: its name and how it gets there.
+template <typename Record>
+struct Member {
+  std::string_view name;
+  void (*read)(const Value& value, Record& record);
+};
+
+/// The usual reader of a member: whatever readValue does for the field's type.
+template <auto field, typename Record>
+void into(const Value& value, Record& record) {
+  readValue(value, record.*field);
+}
+
+/// Reads an object by the table of its members; a member that the table lacks is refused.
+template <typename Record, std::size_t size>
+void readMembers(const Value& value, const std::array<Member<Record>, size>& members,
+                 Record& record) {
+  for (const auto& item : value.object().items()) {
+    const Value member(value, item.key(), item.value());
+    const Member<Record>* found = nullptr;
+    for (const Member<Record>& candidate : members) {
+      if (candidate.name == item.key()) found = &candidate;
+    }
+    if (found == nullptr) member.refuse("unknown member");
+    found->read(member, record);
+  }
+}
+
+}  // namespace simulated

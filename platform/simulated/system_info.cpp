@@ -1,0 +1,42 @@
+#include "platform/system_info.h"
+
+#include <exception>
+
+#include "platform/simulated/host_file.h"
+#include "platform/simulated/hsi_nodes.h"
+
+namespace {
+
+constexpr int kSignature = 21;
+constexpr HSI_Status kOk = 0;
+constexpr HSI_Status kFailed = 1;
+
+/// What the thread's query sees; none before its first HSI_CheckSig and after a failed one.
+thread_local std::shared_ptr<const simulated::SimulatedHost> view;
+
+}  // namespace
+
+HSI_Status HSI_CheckSig(int signature) try {
+  view.reset();
+  if (signature != kSignature) return kFailed;
+  auto host = simulated::loadHost();
+  if (host == nullptr || !host->hsi.signatureOk) return kFailed;
+  view = std::move(host);
+  return kOk;
+} catch (const std::exception&) {
+  return kFailed;
+}
+
+HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* value,
+                   std::size_t size) try {
+  return view == nullptr ? kFailed : simulated::readNode(*view, node, parameters, value, size);
+} catch (const std::exception&) {
+  return kFailed;
+}
+
+HSI_Status HSI_GetInstanceListAlloc(std::uint32_t node, const HSI_ParamList* parameters,
+                                    HSI_ParamList** list) try {
+  return view == nullptr ? kFailed : simulated::listNode(*view, node, parameters, list);
+} catch (const std::exception&) {
+  return kFailed;
+}

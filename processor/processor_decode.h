@@ -1,0 +1,59 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// One processor package as it is published.
+struct ProcessorRecord {
+  std::string name;  ///< "cpu-0" for the first package of the kernel's list
+  std::uint16_t vendor = 0;
+  std::uint32_t coreCount = 0;
+  std::string modelName;  ///< printable, at most 48 characters
+  std::string stepping;   ///< decimal
+  std::uint8_t brandId = 0;
+  bool hardwareThread = false;
+  bool virtualization = false;
+  bool noExecute = false;
+  bool longMode = false;  ///< 64-bit capable
+  bool powerControlSupported = false;
+  bool powerControlEnabled = false;
+  std::uint16_t status = 0;
+};
+
+/// Values of `status`, as CIM counts them.
+constexpr std::uint16_t kCpuEnabled = 1;
+constexpr std::uint16_t kCpuIdle = 4;
+
+/// Values of `vendor`.
+constexpr std::uint16_t kVendorOther = 1;
+constexpr std::uint16_t kVendorGenuineIntel = 2;
+constexpr std::uint16_t kVendorAuthenticAmd = 3;
+
+/// Identification registers of one core: 32-bit little-endian words, and the stepping in byte 3.
+using CoreIdentification = std::array<std::uint8_t, 200>;
+
+/// The vendor code that the twelve letters of the vendor registers stand for.
+std::uint16_t vendorCode(const CoreIdentification& core);
+
+/// Value of the feature's bits ("VTSupported", "BrandID", "XDSupported", "LMSupported"); 0 when the
+/// vendor's processors are not known to have it.
+std::uint32_t featureValue(const CoreIdentification& core, std::uint16_t vendor,
+                           std::string_view feature);
+
+/// Sets vendor, stepping, brand and features of a package from its first core.
+void decodeIdentification(const CoreIdentification& core, ProcessorRecord& record);
+
+/// The text of a field up to its NUL, every character that does not print replaced by a blank. Only
+/// 48 characters of a model name count.
+std::string cleanModelName(std::string_view field);
+
+/// Sets the two power control flags. `policy` counts up to a NUL: "off" at its begin means that
+/// there is no power control, "dynamic" that it is enabled, anything else that it is disabled;
+/// letters in either case.
+void decodePowerPolicy(std::string_view policy, ProcessorRecord& record);
+
+/// A brand as it is published: hexadecimal, padded with blanks to four digits, "0x   5".
+std::string brandText(std::uint8_t brandId);

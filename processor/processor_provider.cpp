@@ -1,0 +1,88 @@
+// One Orvane_Processor for each processor package of the host, from the kernel's information.
+
+#include "cmpi/cmpi_result_filters.h"
+#include "framework/factories.h"
+#include "framework/text.h"
+#include "platform/computer_system.h"
+#include "processor/processor_instance.h"
+#include "processor/processor_query.h"
+
+namespace {
+
+class OrvaneProcessorProvider : public CmpiInstanceMI {
+ public:
+  OrvaneProcessorProvider(const CmpiBroker& mbp, const CmpiContext& context)
+      : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context) {}
+
+  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                               const CmpiObjectPath& path) override;
+  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override;
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override;
+
+ private:
+  ScopingSystem scopingSystem(const CmpiContext& context) const {
+    return {OMC::getComputerSystemClassName(), OMC::getComputerSystemName(context, broker)};
+  }
+};
+
+bool isServedClass(const CmpiObjectPath& path) {
+  return ORV::sameName(ORV::classNameOf(path).c_str(), kProcessorClass);
+}
+
+/// Empty when the query fails, too.
+std::vector<ProcessorRecord> processors() {
+  std::vector<ProcessorRecord> records;
+  queryProcessors(records);
+  return records;
+}
+
+/// The record that a request's DeviceID names; null when there is none.
+const ProcessorRecord* find(const std::vector<ProcessorRecord>& records,
+                            const CmpiObjectPath& path) {
+  const CmpiData key = path.getKey("DeviceID");
+  if (key.getType() != CMPI_string && key.getType() != CMPI_chars) return nullptr;
+  const auto position = packagePosition(ORV::textOf(key).value_or(""));
+  return position && *position < records.size() ? &records[*position] : nullptr;
+}
+
+CmpiStatus OrvaneProcessorProvider::enumInstanceNames(const CmpiContext& context,
+                                                      CmpiResult& result,
+                                                      const CmpiObjectPath& path) {
+  CmpiResultInstanceToPathFilter names(result);
+  return enumInstances(context, names, path, nullptr);
+}
+
+CmpiStatus OrvaneProcessorProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
+                                                  const CmpiObjectPath& path,
+                                                  const char** properties) {
+  if (!isServedClass(path)) return CMPI_RC_OK;
+  const std::vector<ProcessorRecord> records = processors();
+  if (records.empty()) return CMPI_RC_OK;
+  const std::string nameSpace = ORV::nameSpaceOf(path);
+  const ScopingSystem system = scopingSystem(context);
+  for (const ProcessorRecord& record : records) {
+    result.returnData(processorInstance(nameSpace, system, record, properties));
+  }
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+CmpiStatus OrvaneProcessorProvider::getInstance(const CmpiContext& context, CmpiResult& result,
+                                                const CmpiObjectPath& path,
+                                                const char** properties) {
+  if (!isServedClass(path)) return CMPI_RC_OK;
+  const std::vector<ProcessorRecord> records = processors();
+  const ProcessorRecord* record = find(records, path);
+  if (record == nullptr) return CMPI_RC_ERR_NOT_FOUND;
+  result.returnData(
+      processorInstance(ORV::nameSpaceOf(path), scopingSystem(context), *record, properties));
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+}  // namespace
+
+ORV_PROVIDER_BASE(OrvaneProcessorProvider);
+ORV_INSTANCE_FACTORY(OrvaneProcessorProvider, OrvaneProcessorProvider)

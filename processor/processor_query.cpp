@@ -1,0 +1,146 @@
+#include "processor/processor_query.h"
+
+#include <array>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+constexpr int kInterfaceSignature = 21;
+constexpr HSI_Status kOk = 0;
+constexpr HSI_Status kFailed = 1;
+
+struct DestroyList {
+  void operator()(HSI_ParamList* list) const { HSI_ParamListDestroy(list); }
+};
+using ParamList = std::unique_ptr<HSI_ParamList, DestroyList>;
+
+/// What the kernel tells about the host as a whole.
+struct HostFacts {
+  std::array<char, 588> powerManagement{};
+  std::array<std::uint8_t, 36> topology{};
+  std::array<char, 48> modelName{};
+
+  bool hyperThreading() const {
+    std::uint32_t value = 0;
+    std::memcpy(&value, topology.data(), sizeof value);
+    return value != 0;
+  }
+  std::string_view powerPolicy() const {
+    constexpr std::size_t kPolicyOffset = 8;
+    return {powerManagement.data() + kPolicyOffset, powerManagement.size() - kPolicyOffset};
+  }
+};
+
+template <typename Value>
+HSI_Status readHostValue(HSI_Node node, Value& value) {
+  return HSI_Get(node, nullptr, &value, sizeof value);
+}
+
+HSI_Status readHostFacts(HostFacts& facts) {
+  HSI_Status status = readHostValue(kHsiPowerManagement, facts.powerManagement);
+  if (status == kOk) status = readHostValue(kHsiTopology, facts.topology);
+  if (status == kOk) status = readHostValue(kHsiCpuModel, facts.modelName);
+  return status;
+}
+
+/// The instances of a node: reads one of their values by its position in the kernel's list.
+class InstanceList {
+ public:
+  HSI_Status load(HSI_Node node) {
+    HSI_ParamList* instances = nullptr;
+    const HSI_Status status = HSI_GetInstanceListAlloc(node, nullptr, &instances);
+    if (status != kOk) return status;
+    instances_.reset(instances);
+    argument_.reset(HSI_ParamListCreate(1, 1));
+    return argument_ == nullptr ? kFailed : kOk;
+  }
+
+  unsigned size() const { return HSI_ParamListUsedCount(instances_.get()); }
+
+  /// Reads a node for the instance at `position`; a position past the end fails.
+  template <typename Value>
+  HSI_Status read(HSI_Node node, std::uint64_t position, Value& value) const {
+    std::int32_t instance = 0;
+    if (position >= size()) return kFailed;
+    HSI_Status status =
+        HSI_ParamListGetInt32(instances_.get(), static_cast<unsigned>(position), &instance);
+    if (status == kOk) status = HSI_ParamListAddInt(argument_.get(), instance);
+    if (status != kOk) return status;
+    status = HSI_Get(node, argument_.get(), &value, sizeof value);
+    const HSI_Status removed = HSI_ParamListRemoveLastParam(argument_.get());
+    return status == kOk ? removed : status;
+  }
+
+ private:
+  ParamList instances_;
+  ParamList argument_;  ///< holds the instance during a read, empty otherwise
+};
+
+HSI_Status readPackages(const InstanceList& packages, const HostFacts& facts,
+                        std::vector<ProcessorRecord>& records) {
+  for (unsigned i = 0; i < packages.size(); ++i) {
+    ProcessorRecord record;
+    record.name = "cpu-" + std::to_string(i);
+    const HSI_Status status = packages.read(kHsiPackage, i, record.coreCount);
+    if (status != kOk) return status;
+    record.modelName = cleanModelName({facts.modelName.data(), facts.modelName.size()});
+    record.hardwareThread = facts.hyperThreading();
+    decodePowerPolicy(facts.powerPolicy(), record);
+    records.push_back(record);
+  }
+  return kOk;
+}
+
+/// A package runs when one of its cores does. The details of that core are read for their success
+/// only.
+HSI_Status readRunState(const InstanceList& cores, std::uint64_t firstCore,
+                        ProcessorRecord& record) {
+  constexpr std::size_t kRunningByte = 64;
+  std::array<std::uint8_t, 160> state{};
+  record.status = kCpuIdle;
+  for (std::uint64_t core = firstCore; core < firstCore + record.coreCount; ++core) {
+    const HSI_Status status = cores.read(kHsiCoreState, core, state);
+    if (status != kOk) return status;
+    if (state[kRunningByte] == 0) continue;
+    record.status = kCpuEnabled;
+    std::array<std::uint8_t, 76> detail{};
+    return cores.read(kHsiCoreDetail, core, detail);
+  }
+  return kOk;
+}
+
+HSI_Status readCores(const InstanceList& cores, std::vector<ProcessorRecord>& records) {
+  std::uint64_t firstCore = 0;
+  for (ProcessorRecord& record : records) {
+    CoreIdentification identification{};
+    HSI_Status status = cores.read(kHsiCore, firstCore, identification);
+    if (status != kOk) return status;
+    decodeIdentification(identification, record);
+    status = readRunState(cores, firstCore, record);
+    if (status != kOk) return status;
+    firstCore += record.coreCount;
+  }
+  return kOk;
+}
+
+}  // namespace
+
+HSI_Status queryProcessors(std::vector<ProcessorRecord>& records) {
+  HostFacts facts;
+  InstanceList packages;
+  InstanceList cores;
+  std::vector<ProcessorRecord> found;
+  HSI_Status status = HSI_CheckSig(kInterfaceSignature);
+  if (status == kOk) status = readHostFacts(facts);
+  if (status == kOk) status = packages.load(kHsiPackage);
+  if (status != kOk) return status;
+  if (packages.size() > 0) {
+    status = readPackages(packages, facts, found);
+    if (status == kOk) status = cores.load(kHsiCore);
+    if (status == kOk) status = readCores(cores, found);
+    if (status != kOk) return status;
+  }
+  records.swap(found);
+  return kOk;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/system_info.h"
+#include "processor/processor_decode.h"
+
+/// Asks the kernel for the processor packages of this host, afresh.
+///
+/// On success the records replace what `records` holds, in the order of the kernel's list of
+/// packages; there may be none. Any failure of the kernel information interface fails the whole
+/// query with that status and leaves `records` alone; so do packages that count more cores than the
+/// kernel lists. Safe to call from any thread.
+HSI_Status queryProcessors(std::vector<ProcessorRecord>& records);

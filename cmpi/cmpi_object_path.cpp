@@ -33,6 +33,11 @@ CmpiString readableHost(const CmpiObjectPath& path) {
   }
 }
 
+/// Object managers name an absent key with either code.
+bool isAbsent(const CMPIStatus& status) {
+  return status.rc == CMPI_RC_ERR_NOT_FOUND || status.rc == CMPI_RC_ERR_NO_SUCH_PROPERTY;
+}
+
 bool isText(const CmpiData& data) {
   return data.getType() == CMPI_string || data.getType() == CMPI_chars;
 }
@@ -115,9 +120,7 @@ CMPICount CmpiObjectPath::getKeyCount() const {
 CmpiData CmpiObjectPath::getKey(const char* name) const {
   CMPIStatus status{CMPI_RC_OK, nullptr};
   const CMPIData data = getEnc()->ft->getKey(getEnc(), name, &status);
-  if (status.rc == CMPI_RC_ERR_NOT_FOUND || status.rc == CMPI_RC_ERR_NO_SUCH_PROPERTY) {
-    return CmpiData::notFound();
-  }
+  if (isAbsent(status)) return CmpiData::notFound();
   throwUnlessOk(status);
   return CmpiData(data);
 }
@@ -126,6 +129,7 @@ CmpiData CmpiObjectPath::getKey(CMPICount index, CmpiString* name) const {
   CMPIStatus status{CMPI_RC_OK, nullptr};
   CMPIString* keyName = nullptr;
   const CMPIData data = getEnc()->ft->getKeyAt(getEnc(), index, &keyName, &status);
+  if (isAbsent(status)) return CmpiData::notFound();
   throwUnlessOk(status);
   if (name != nullptr) *name = CmpiString(keyName);
   return CmpiData(data);

@@ -35,6 +35,9 @@ class Condition {
 
   void broadcast() { pthread_cond_broadcast(&condition_); }
 
+  /// Waits, with the locked mutex released meanwhile, until a broadcast or for no reason.
+  void wait(Mutex& mutex) { pthread_cond_wait(&condition_, mutex.native()); }
+
   /// Waits, with the locked mutex released meanwhile, until a broadcast, the absolute deadline or
   /// for no reason.
   void timedWait(Mutex& mutex, const timespec& deadline) {

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "framework/simple_association_mi.h"
+
+namespace OrvLatchedHealth {
+
+/// Serves Orvane_LatchedHealthAssociation: from a latched record to the element that it concerns,
+/// and not back. Waits while a monitor cycle runs.
+class OrvLatchedHealthAssociation : public virtual OMC::SimpleAssociationMI {
+ public:
+  OrvLatchedHealthAssociation(const CmpiBroker& mbp, const CmpiContext& context);
+
+  /// Terminating: ends the monitor threads, since an object manager may reach this object of the
+  /// module and no other.
+  CmpiStatus cleanup(const CmpiContext& context, bool terminating) override;
+  bool isUnloadable() const override;
+
+ protected:
+  CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
+                          const CmpiObjectPath& path, const char* assocClass,
+                          const char* resultClass, const char* role,
+                          const char* resultRole) override;
+};
+
+}  // namespace OrvLatchedHealth

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "cmpi/cmpi_indication_mi.h"
+#include "cmpi/cmpi_instance_mi.h"
+
+namespace OrvLatchedHealth {
+
+/// Serves Orvane_LatchedHealthState, one instance a latched record, and Orvane_RollupHealthState,
+/// one instance, both read-only; and is the indication provider of
+/// Orvane_KernelIPChangedIndication.
+///
+/// An object of each role shares the module's state (monitor_state.h), and has none of its own.
+/// Requests for latched records wait while a monitor cycle runs.
+class OrvLatchedHealthState : public CmpiInstanceMI, private CmpiIndicationMI {
+ public:
+  OrvLatchedHealthState(const CmpiBroker& mbp, const CmpiContext& context);
+
+  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                               const CmpiObjectPath& path) override;
+  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override;
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override;
+
+  /// Starts the monitor threads unless they run.
+  CmpiStatus initialize(const CmpiContext& context) override;
+  /// Terminating: ends the monitor threads, for good. Otherwise: CMPI_RC_NEVER_UNLOAD.
+  CmpiStatus cleanup(const CmpiContext& context, bool terminating) override;
+  bool isUnloadable() const override;
+
+  CmpiStatus authorizeFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                             const char* className, const CmpiObjectPath& path,
+                             const char* owner) override;
+  CmpiStatus mustPoll(const CmpiContext& context, const CmpiSelectExp& filter,
+                      const char* className, const CmpiObjectPath& path) override;
+  CmpiStatus activateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                            const char* className, const CmpiObjectPath& path,
+                            CmpiBoolean firstActivation) override;
+  CmpiStatus deActivateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                              const char* className, const CmpiObjectPath& path,
+                              CmpiBoolean lastActivation) override;
+  CmpiStatus enableIndications() override;
+  CmpiStatus disableIndications() override;
+};
+
+}  // namespace OrvLatchedHealth

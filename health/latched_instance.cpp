@@ -1,0 +1,52 @@
+#include "health/latched_instance.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "cmpi/cmpi_date_time.h"
+#include "cmpi/cmpi_instance.h"
+#include "cmpi/cmpi_status.h"
+
+namespace OrvLatchedHealth {
+
+namespace {
+
+constexpr CMPIUint64 kMicrosecondsPerSecond = 1'000'000;
+
+bool isText(const CmpiData& data) {
+  return data.getType() == CMPI_string || data.getType() == CMPI_chars;
+}
+
+/// A signed decimal number in 32 bits, wrapped: so every number up to 4294967295 is found again.
+std::uint32_t leadingNumber(const char* text) {
+  return static_cast<std::uint32_t>(std::strtol(text, nullptr, 10));
+}
+
+}  // namespace
+
+const char kLatchedHealthStateClass[] = "Orvane_LatchedHealthState";
+
+EventIdText::EventIdText(std::uint32_t eventId) { std::snprintf(text, sizeof text, "%u", eventId); }
+
+bool findEventIdKey(const CmpiObjectPath& path, std::uint32_t& id) {
+  const CmpiData key = path.getKey("EventId");
+  if (key.isNullValue() || key.isNotFound() || !isText(key)) return false;
+  const CmpiString value(key);
+  if (value.charPtr() == nullptr) return false;
+  id = leadingNumber(value.charPtr());
+  return true;
+}
+
+void fillLatchedInstance(const CmpiObjectPath& reference, const char** properties,
+                         const HealthInfo& record, CmpiResult& result) {
+  CmpiInstance instance(reference);
+  instance.setPropertyFilter(properties);
+  instance.setProperty("LatchedClassName", CmpiData(record.className));
+  instance.setProperty("LatchedNamespace", CmpiData(record.nameSpace));
+  instance.setProperty("EventId", CmpiData(EventIdText(record.eventId).text));
+  instance.setProperty("HealthState", CmpiData(CMPIUint16{record.healthState}));
+  instance.setProperty("Timestamp", CmpiDateTime(record.timestamp * kMicrosecondsPerSecond, false));
+  result.returnData(instance);
+}
+
+}  // namespace OrvLatchedHealth

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "cmpi/cmpi_object_path.h"
+
+namespace OrvLatchedHealth {
+
+/// HealthState of an element that is well.
+constexpr std::uint16_t kHealthOk = 5;
+
+/// One key of an element: two texts of exact length. A name that the element's path did not give is
+/// null.
+struct HealthKey {
+  std::unique_ptr<char[]> name;
+  std::unique_ptr<char[]> value;
+};
+
+/// The latched health of one element. Texts end with a NUL and are cut to their buffer; a record
+/// whose path suffers by that is never stored.
+struct HealthInfo {
+  char className[80];
+  char nameSpace[32];
+  char hostName[80];       ///< "NULL" when the path has none, empty when it cannot be read
+  std::uint32_t keyCount;  ///< never 0 in a stored record
+  std::unique_ptr<HealthKey[]> keys;
+  std::uint32_t eventId;      ///< of the most recent latch
+  std::uint16_t healthState;  ///< worst ever seen
+  std::uint32_t timestamp;    ///< when it was latched, seconds since the epoch
+};
+
+/// Adds the record's host and keys to a path on the record's namespace and class.
+///
+/// A host name that begins with "NULL" is left out, and one that the broker refuses is ignored.
+/// False when a key's name or value is missing or the broker refuses a key; does not throw.
+bool buildPathFromRecord(const HealthInfo& record, CmpiObjectPath& path);
+
+/// The path of the record's element; absent when buildPathFromRecord fails.
+///
+/// Fails: CmpiStatus when the broker makes no path.
+std::optional<CmpiObjectPath> elementPath(const HealthInfo& record);
+
+/// The latched states of all elements that were ever worse than OK, in the order of their first
+/// latch. Grows without bound, by one record an element.
+///
+/// Knows no clock, thread or lock: the owner guards it, and tells it the time.
+class LatchedStore {
+ public:
+  using Records = std::vector<std::unique_ptr<HealthInfo>>;
+
+  const Records& healthList() const { return healthList_; }
+  std::uint32_t nextEventId() const { return nextEventId_; }
+
+  /// The first record with that event number, or null.
+  const HealthInfo* findEvent(std::uint32_t eventId) const;
+
+  /// Takes in that the element was seen in a state other than OK at `now`.
+  ///
+  /// An element that is known keeps its record and place: only a state that is worse (greater) than
+  /// the latched one replaces it, under a new event number and time. An unknown element gets a
+  /// record at the back, or is logged and dropped when it has no keys, a key that is no text, or no
+  /// memory for its keys; the event number that it took is lost then.
+  ///
+  /// Ends the process when a key has no value, and when the record does not give back the element's
+  /// path. Fails: CmpiStatus of the broker, std::bad_alloc; the store is unchanged then but for the
+  /// event number.
+  void latch(const CmpiObjectPath& element, std::uint16_t healthState, std::uint32_t now);
+
+ private:
+  HealthInfo* find(const CmpiObjectPath& element) const;
+  void worsen(HealthInfo& record, std::uint16_t healthState, std::uint32_t now);
+  void add(const CmpiObjectPath& element, std::uint16_t healthState, std::uint32_t now);
+
+  Records healthList_;
+  std::uint32_t nextEventId_ = 0;
+};
+
+}  // namespace OrvLatchedHealth

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+
+#include "cmpi/cmpi_indication_mi.h"
+
+namespace Heartbeat {
+
+/// Tells subscribers at a fixed interval that the object manager and the host are alive: a thread
+/// delivers an Orvane_CIMHeartbeat at once and then each time the interval has passed since the
+/// last delivery ended, whether or not anyone listens. Filters are the object manager's business.
+///
+/// All state is the module's, shared by every object of the class, and is never destroyed: a
+/// process may end while the thread runs.
+class HeartbeatProvider : public CmpiIndicationMI {
+ public:
+  HeartbeatProvider(const CmpiBroker& mbp, const CmpiContext& context);
+
+  /// Reads the interval and starts the thread unless it runs.
+  ///
+  /// Fails: CmpiStatus 1, logged, when the thread cannot be created.
+  CmpiStatus initialize(const CmpiContext& context) override;
+
+  /// Terminating: stops the thread for good and returns when it has ended; also when called twice,
+  /// or by two threads at a time. A thread started later ends at once. Otherwise: never unload.
+  CmpiStatus cleanup(const CmpiContext& context, bool terminating) override;
+
+  CmpiStatus authorizeFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                             const char* className, const CmpiObjectPath& path,
+                             const char* owner) override;
+  CmpiStatus mustPoll(const CmpiContext& context, const CmpiSelectExp& filter,
+                      const char* className, const CmpiObjectPath& path) override;
+  CmpiStatus activateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                            const char* className, const CmpiObjectPath& path,
+                            CmpiBoolean firstActivation) override;
+  CmpiStatus deActivateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
+                              const char* className, const CmpiObjectPath& path,
+                              CmpiBoolean lastActivation) override;
+  CmpiStatus enableIndications() override;
+  CmpiStatus disableIndications() override;
+};
+
+/// The thread's body. `argument` is made by initialize, which hands over its ownership. Always
+/// null.
+void* heartBeatThread(void* argument);
+
+/// Takes the interval from the configuration file at `path` when that has one of at least 30
+/// seconds. Logs a file that cannot be opened and a value that is too small. What opens but cannot
+/// be read, a directory for instance, counts as an empty file.
+void readInterval(const char* path);
+
+/// Seconds between two heartbeats; 300 until a file sets another.
+std::int32_t intervalSeconds();
+
+}  // namespace Heartbeat

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+
+/// The heartbeat's interval in the object manager's configuration file.
+///
+///     file  = { line "\n" } [ line ]
+///     line  = any bytes
+///
+/// The first line that contains "heartbeatInterval" anywhere decides, and no other is looked at.
+/// Its value is its first run of decimal digits, wherever it stands, unless a "#" stands before it
+/// or the line begins with it:
+///
+///     heartbeatInterval: 60            60
+///     heartbeatInterval = 45 # 90      45
+///     heartbeatInterval: -45           45: a minus sign is no part of the number
+///     enableInterOp: true heartbeatInterval: 60
+///                                      60: so written, the object manager accepts its own file
+///     # heartbeatInterval: 60          none
+///     60 heartbeatInterval             none
+namespace Heartbeat {
+
+/// Value of a run of digits that is no signed 32-bit number.
+constexpr std::int32_t kUnreadableInterval = -1;
+
+/// The value in seconds, unchecked; absent when the file has none. Reads in constant memory, no
+/// further than the deciding line (and what was read ahead with it). A stream that fails, for
+/// instance because it is a directory, ends there.
+std::optional<std::int32_t> scanInterval(std::istream& in);
+
+}  // namespace Heartbeat

@@ -1,0 +1,131 @@
+#include "kernelip/endpoint_details.h"
+
+#include <cstring>
+#include <memory>
+
+#include "kernelip/endpoint_classes.h"
+#include "platform/system_info.h"
+
+namespace ORV {
+namespace {
+
+constexpr int kSignature = 21;
+constexpr HSI_Status kOk = 0;
+constexpr HSI_Status kFailed = 1;
+constexpr unsigned kGrowBy = 1;
+constexpr unsigned kMostParameters = 2;  // an interface and one of its IPv6 addresses
+constexpr std::size_t kIpv6TextLength = 48;
+
+static_assert(sizeof(endpointDetails::name) > kEndpointNameLength);
+static_assert(sizeof(endpointDetails::ipv6Address) > kIpv6TextLength);
+static_assert(kHsiIpv6ValueSize >= kHsiIpv6PrefixOffset + sizeof(std::uint32_t));
+
+struct DestroyList {
+  void operator()(HSI_ParamList* list) const { HSI_ParamListDestroy(list); }
+};
+using ParamList = std::unique_ptr<HSI_ParamList, DestroyList>;
+
+HSI_Status listInstances(HSI_Node node, const HSI_ParamList* parameters, ParamList& list) {
+  HSI_ParamList* instances = nullptr;
+  const HSI_Status status = HSI_GetInstanceListAlloc(node, parameters, &instances);
+  if (status == kOk) list.reset(instances);
+  return status;
+}
+
+/// A text of a listed instance as one more parameter of a query, as long as the object lives.
+class TextParameter {
+ public:
+  TextParameter(HSI_ParamList* query, const HSI_Param* text) : query_(query) {
+    status_ = HSI_ParamGetString(text, &text_);
+    if (status_ == kOk) status_ = HSI_ParamListAddString(query_, text_);
+  }
+  ~TextParameter() {
+    if (status_ == kOk) HSI_ParamListRemoveLastParam(query_);
+  }
+  TextParameter(const TextParameter&) = delete;
+  TextParameter& operator=(const TextParameter&) = delete;
+
+  HSI_Status status() const { return status_; }
+  const char* text() const { return text_; }
+
+ private:
+  HSI_ParamList* query_;
+  const char* text_ = nullptr;
+  HSI_Status status_ = kFailed;
+};
+
+endpointDetails recordOf(const char* interfaceName, std::uint32_t protocolType) {
+  endpointDetails record{};
+  std::memcpy(record.name, interfaceName, strnlen(interfaceName, kEndpointNameLength));
+  record.protocolType = protocolType;
+  return record;
+}
+
+/// An interface without an IPv4 address is no failure, one without a netmask for it is.
+HSI_Status appendIpv4(const HSI_ParamList* query, const char* interfaceName,
+                      std::vector<endpointDetails>& out) {
+  endpointDetails record = recordOf(interfaceName, kProtocolIpv4);
+  if (HSI_Get(kHsiInterfaceIpv4, query, &record.ipv4Address, sizeof record.ipv4Address) != kOk) {
+    return kOk;
+  }
+  const HSI_Status status =
+      HSI_Get(kHsiInterfaceNetmask, query, &record.subnetMask, sizeof record.subnetMask);
+  if (status == kOk) out.push_back(record);
+  return status;
+}
+
+HSI_Status appendIpv6Address(HSI_ParamList* query, const HSI_Param* address,
+                             const char* interfaceName, std::vector<endpointDetails>& out) {
+  const TextParameter parameter(query, address);
+  if (parameter.status() != kOk) return parameter.status();
+  unsigned char value[kHsiIpv6ValueSize] = {};
+  const HSI_Status status = HSI_Get(kHsiInterfaceIpv6, query, value, sizeof value);
+  if (status != kOk) return status;
+
+  endpointDetails record = recordOf(interfaceName, kProtocolIpv6);
+  std::memcpy(record.ipv6Address, value, kIpv6TextLength);  // what follows is zero: a text
+  std::memcpy(&record.prefixLength, value + kHsiIpv6PrefixOffset, sizeof record.prefixLength);
+  out.push_back(record);
+  return kOk;
+}
+
+/// An interface whose addresses cannot be listed has none.
+HSI_Status appendIpv6(HSI_ParamList* query, const char* interfaceName,
+                      std::vector<endpointDetails>& out) {
+  ParamList addresses;
+  if (listInstances(kHsiInterfaceIpv6List, query, addresses) != kOk) return kOk;
+  const unsigned count = HSI_ParamListUsedCount(addresses.get());
+  for (unsigned index = 0; index < count; ++index) {
+    const HSI_Param* address = HSI_ParamListGetParam(addresses.get(), index);
+    const HSI_Status status = appendIpv6Address(query, address, interfaceName, out);
+    if (status != kOk) return status;
+  }
+  return kOk;
+}
+
+}  // namespace
+
+int collectEndpointDetails(std::vector<endpointDetails>& out) {
+  if (HSI_CheckSig(kSignature) != kOk) return 1;
+  ParamList interfaces;
+  if (listInstances(kHsiNetInterfaces, nullptr, interfaces) != kOk) return 1;
+  const ParamList query(HSI_ParamListCreate(kGrowBy, kMostParameters));
+  if (query == nullptr) return 1;
+
+  HSI_Status last = kOk;
+  const unsigned count = HSI_ParamListUsedCount(interfaces.get());
+  for (unsigned index = 0; index < count; ++index) {
+    const TextParameter interface(query.get(), HSI_ParamListGetParam(interfaces.get(), index));
+    last = interface.status();
+    if (last != kOk) continue;  // a failure of the whole only when it is the last interface
+    if (appendIpv4(query.get(), interface.text(), out) != kOk) return 1;
+    if (appendIpv6(query.get(), interface.text(), out) != kOk) return 1;
+  }
+  return last == kOk ? 0 : 1;
+}
+
+bool hasName(const endpointDetails& record, const char* name) {
+  return std::strncmp(record.name, name, kEndpointNameLength) == 0;
+}
+
+}  // namespace ORV

@@ -1,0 +1,100 @@
+#include "platform/linux/cpuid.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "platform/linux/pinned_thread.h"
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <cpuid.h>
+#endif
+
+namespace LinuxHost {
+namespace {
+
+/// Zero for a leaf that the CPU lacks.
+CpuidRegisters readLeaf(std::uint32_t leaf) {
+  CpuidRegisters registers;
+#if defined(__x86_64__) || defined(__i386__)
+  __get_cpuid_count(leaf, 0, &registers.eax, &registers.ebx, &registers.ecx, &registers.edx);
+#else
+  static_cast<void>(leaf);
+#endif
+  return registers;
+}
+
+constexpr std::size_t kVendorOffset = 44;
+constexpr std::size_t kFeaturesOffset = 60;
+constexpr std::size_t kExtendedMaximumOffset = 76;
+constexpr std::size_t kExtendedOffset = 92;
+
+unsigned bits(std::uint32_t word, unsigned lowest, unsigned count) {
+  return (word >> lowest) & ((1U << count) - 1);
+}
+
+unsigned familyOf(std::uint32_t signature) {
+  const unsigned base = bits(signature, 8, 4);
+  return base == 15 ? base + bits(signature, 20, 8) : base;
+}
+
+unsigned modelOf(std::uint32_t signature) {
+  const unsigned base = bits(signature, 4, 4);
+  const unsigned family = bits(signature, 8, 4);
+  return family == 6 || family == 15 ? base | (bits(signature, 16, 4) << 4) : base;
+}
+
+}  // namespace
+
+CpuidLeaves readCpuid() {
+  CpuidLeaves leaves;
+  leaves.vendor = readLeaf(0);
+  leaves.features = readLeaf(1);
+  leaves.smtLevel = readLeaf(0xb);
+  leaves.extendedMaximum = readLeaf(0x80000000);
+  leaves.extended = readLeaf(0x80000001);
+  for (std::uint32_t i = 0; i < leaves.brand.size(); ++i) {
+    leaves.brand[i] = readLeaf(0x80000002 + i);
+  }
+  return leaves;
+}
+
+CpuidLeaves readCpuidOn(unsigned cpu) {
+  const PinnedThread pinned(cpu);
+  return readCpuid();
+}
+
+std::array<unsigned char, kIdentificationSize> identificationOf(const CpuidLeaves& leaves) {
+  std::array<unsigned char, kIdentificationSize> data{};
+  const std::uint32_t signature = leaves.features.eax;
+  data[0] = static_cast<unsigned char>(familyOf(signature));
+  data[1] = static_cast<unsigned char>(modelOf(signature));
+  data[2] = static_cast<unsigned char>(bits(signature, 12, 2));
+  data[3] = static_cast<unsigned char>(bits(signature, 0, 4));
+  const auto put = [&](std::size_t offset, const CpuidRegisters& registers) {
+    std::memcpy(data.data() + offset, &registers, sizeof registers);
+  };
+  put(kVendorOffset, leaves.vendor);
+  put(kFeaturesOffset, leaves.features);
+  put(kExtendedMaximumOffset, leaves.extendedMaximum);
+  put(kExtendedOffset, leaves.extended);
+  return data;
+}
+
+std::array<char, kBrandSize> brandOf(const CpuidLeaves& leaves) {
+  std::array<char, kBrandSize> raw{};
+  static_assert(sizeof leaves.brand == kBrandSize);
+  std::memcpy(raw.data(), leaves.brand.data(), raw.size());
+  std::string_view text(raw.data(), strnlen(raw.data(), raw.size()));
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  std::array<char, kBrandSize> brand{};
+  text.copy(brand.data(), brand.size());
+  return brand;
+}
+
+unsigned threadsPerCore(const CpuidLeaves& leaves) {
+  constexpr unsigned kSmtLevel = 1;
+  return bits(leaves.smtLevel.ecx, 8, 8) == kSmtLevel ? bits(leaves.smtLevel.ebx, 0, 16) : 0;
+}
+
+}  // namespace LinuxHost

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/cpu_topology.h"
+#include "platform/linux/cpuid.h"
+#include "platform/linux/kernel_interfaces.h"
+
+namespace LinuxHost {
+
+/// One query's view of the host. Each part is read at first need and then stays as it was, so that
+/// the calls of one query agree with each other and a query for processors takes no address dump.
+/// Used by one thread. Operations throw what the readers throw.
+class HostView {
+ public:
+  explicit HostView(std::string sysRoot = "/sys");
+
+  const std::vector<KernelInterface>& interfaces();
+  /// Null when there is no interface of that name.
+  const KernelInterface* interface(const std::string& name);
+
+  const std::vector<CpuPackage>& packages();
+  /// The cores of all packages in list order.
+  const std::vector<CpuCore>& cores();
+  bool smtActive();
+  std::string powerPolicy() const;
+
+ private:
+  std::string sysRoot_;
+  std::optional<std::vector<KernelInterface>> interfaces_;
+  std::optional<std::vector<CpuPackage>> packages_;
+  std::optional<std::vector<CpuCore>> cores_;
+};
+
+}  // namespace LinuxHost

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/netlink_messages.h"
+
+namespace LinuxHost {
+
+using Ipv4Bytes = std::array<unsigned char, 4>;  ///< network order
+
+/// A kernel interface and its addresses.
+struct KernelInterface {
+  struct Ipv4 {
+    Ipv4Bytes address{};
+    Ipv4Bytes netmask{};
+  };
+  struct Ipv6 {
+    std::string text;  ///< also the address's identifier: an interface has an address once
+    std::uint32_t prefixLength = 0;
+  };
+
+  std::string name;
+  std::optional<Ipv4> ipv4;  ///< the primary address, the first that the kernel lists
+  std::vector<Ipv6> ipv6;    ///< in the kernel's order
+};
+
+/// The netmask of a prefix length of at most 32.
+Ipv4Bytes netmaskOf(unsigned prefixLength);
+
+/// All interfaces but loopback in the kernel's index order, those without an address included;
+/// addresses of links that are not listed are left out.
+std::vector<KernelInterface> kernelInterfaces(std::vector<LinkRecord> links,
+                                              const std::vector<AddressRecord>& addresses);
+
+/// The host's interfaces now. Throws RouteError.
+std::vector<KernelInterface> readKernelInterfaces();
+
+}  // namespace LinuxHost

@@ -1,0 +1,128 @@
+#include "platform/linux/release_texts.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <optional>
+#include <system_error>
+#include <vector>
+
+namespace LinuxHost {
+namespace {
+
+constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r";
+  const std::size_t begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+}
+
+std::string unquoted(std::string_view value) {
+  const char quote = value.empty() ? '\0' : value.front();
+  if (quote != '"' && quote != '\'') return std::string(value);
+  std::string text;
+  for (std::size_t i = 1; i < value.size() && value[i] != quote; ++i) {
+    const bool isEscape = quote == '"' && value[i] == '\\' && i + 1 < value.size();
+    text += isEscape ? value[++i] : value[i];
+  }
+  return text;
+}
+
+/// A whole text as a number from `least` to `most`.
+std::optional<int> numberIn(std::string_view text, int least, int most) {
+  int number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc{} || stop != end || number < least || number > most) return {};
+  return number;
+}
+
+std::optional<int> dayOf(std::string_view text) { return numberIn(text, 1, 31); }
+
+std::optional<int> yearOf(std::string_view text) { return numberIn(text, 1990, 9999); }
+
+std::vector<std::string_view> wordsOf(std::string_view text) {
+  std::vector<std::string_view> words;
+  while (!(text = trimmed(text)).empty()) {
+    words.push_back(text.substr(0, text.find_first_of(" \t")));
+    text.remove_prefix(words.back().size());
+  }
+  return words;
+}
+
+std::string dateText(std::string_view month, int day, int year) {
+  return std::string(month) + " " + std::to_string(day) + " " + std::to_string(year);
+}
+
+/// "(2024-02-01)", parentheses aside.
+std::string isoDate(std::string_view word) {
+  constexpr std::string_view kParentheses = "()";
+  while (!word.empty() && kParentheses.find(word.front()) != std::string_view::npos) {
+    word.remove_prefix(1);
+  }
+  while (!word.empty() && kParentheses.find(word.back()) != std::string_view::npos) {
+    word.remove_suffix(1);
+  }
+  if (word.size() != 10 || word[4] != '-' || word[7] != '-') return {};
+  const auto year = yearOf(word.substr(0, 4));
+  const auto month = numberIn(word.substr(5, 2), 1, 12);
+  const auto day = dayOf(word.substr(8, 2));
+  if (!year || !month || !day) return {};
+  return dateText(kMonths[static_cast<std::size_t>(*month - 1)], *day, *year);
+}
+
+/// Month and day at `position`, and the year behind a time of day and perhaps a time zone.
+std::string calendarDate(const std::vector<std::string_view>& words, std::size_t position) {
+  const auto* month = std::find(kMonths.begin(), kMonths.end(), words[position]);
+  if (month == kMonths.end() || position + 1 >= words.size()) return {};
+  const auto day = dayOf(words[position + 1]);
+  if (!day) return {};
+  for (std::size_t i = position + 2; i < words.size() && i < position + 5; ++i) {
+    if (const auto year = yearOf(words[i])) return dateText(*month, *day, *year);
+  }
+  return {};
+}
+
+}  // namespace
+
+std::map<std::string, std::string> parseOsRelease(std::string_view text) {
+  std::map<std::string, std::string> values;
+  while (!text.empty()) {
+    const std::string_view whole = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(text.size(), whole.size() + 1));
+    const std::string_view line = trimmed(whole);
+    const std::size_t equals = line.find('=');
+    if (line.empty() || line.front() == '#' || equals == std::string_view::npos) continue;
+    values[std::string(line.substr(0, equals))] = unquoted(line.substr(equals + 1));
+  }
+  return values;
+}
+
+std::string dottedVersion(std::string_view kernelRelease) {
+  std::string_view version =
+      kernelRelease.substr(0, kernelRelease.find_first_not_of("0123456789."));
+  while (!version.empty() && version.back() == '.') version.remove_suffix(1);
+  return std::string(version);
+}
+
+std::int32_t buildNumberOf(std::string_view kernelVersion) {
+  std::int32_t number = 0;
+  if (kernelVersion.empty() || kernelVersion.front() != '#') return number;
+  std::from_chars(kernelVersion.data() + 1, kernelVersion.data() + kernelVersion.size(), number);
+  return std::max(number, 0);
+}
+
+std::string releaseDateOf(std::string_view kernelVersion) {
+  const auto words = wordsOf(kernelVersion);
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    std::string date = isoDate(words[i]);
+    if (date.empty()) date = calendarDate(words, i);
+    if (!date.empty()) return date;
+  }
+  return {};
+}
+
+}  // namespace LinuxHost

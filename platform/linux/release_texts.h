@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+/// Reading of the texts in which a Linux system describes itself.
+namespace LinuxHost {
+
+/// The assignments of an os-release file, quotes and escapes resolved.
+///
+///   file    = line*
+///   line    = blanks? ( '#' comment | name '=' value )? blanks?
+///   value   = unquoted | '"' ( char | '\' char )* '"' | "'" char* "'"
+///
+/// Lines of another form are passed over; of several assignments to a name the last one counts.
+std::map<std::string, std::string> parseOsRelease(std::string_view text);
+
+/// The dotted numbers that a kernel release begins with: "6.1.0" of "6.1.0-18-amd64".
+std::string dottedVersion(std::string_view kernelRelease);
+
+/// The build counter that a kernel version text begins with: 1 of "#1 SMP PREEMPT_DYNAMIC ...". 0
+/// when there is none.
+std::int32_t buildNumberOf(std::string_view kernelVersion);
+
+/// The date in a kernel version text in the form "Feb 1 2024", empty without one. Two forms are in
+/// use: "... Debian 6.1.76-1 (2024-02-01)" and "... Thu Feb  1 14:00:00 UTC 2024".
+std::string releaseDateOf(std::string_view kernelVersion);
+
+}  // namespace LinuxHost

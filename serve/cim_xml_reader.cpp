@@ -1,0 +1,281 @@
+#include "serve/cim_xml_reader.h"
+
+#include <charconv>
+#include <pugixml.hpp>
+#include <utility>
+
+namespace orv::serve {
+namespace {
+
+using broker::Instance;
+using broker::Key;
+using broker::ObjectPath;
+using broker::Property;
+using broker::Value;
+using std::string_view;
+
+[[noreturn]] void notValid(const std::string& text) { throw BadMessage("request-not-valid", text); }
+
+[[noreturn]] void badParameter(const std::string& text) {
+  throw CimError(CMPI_RC_ERR_INVALID_PARAMETER, text);
+}
+
+bool is(const pugi::xml_node& node, const char* name) { return string_view(node.name()) == name; }
+
+/// The first element below a node; comments and texts are skipped.
+pugi::xml_node firstElement(const pugi::xml_node& node) {
+  for (const pugi::xml_node child : node.children()) {
+    if (child.type() == pugi::node_element) return child;
+  }
+  return {};
+}
+
+pugi::xml_node requireChild(const pugi::xml_node& node, const char* name) {
+  const pugi::xml_node child = node.child(name);
+  if (!child) notValid(std::string(node.name()) + " without " + name);
+  return child;
+}
+
+/// Walks without recursion: a hostile message must not exhaust the stack.
+void checkDepth(const pugi::xml_node& root) {
+  std::size_t depth = 0;
+  pugi::xml_node node = root;
+  while (node) {
+    if (depth > kMaximumXmlDepth) notValid("elements nested too deep");
+    if (node.first_child()) {
+      node = node.first_child();
+      ++depth;
+      continue;
+    }
+    while (node && node != root && !node.next_sibling()) {
+      node = node.parent();
+      --depth;
+    }
+    node = node == root ? pugi::xml_node() : node.next_sibling();
+  }
+}
+
+std::string nameSpaceText(const pugi::xml_node& localPath) {
+  std::string result;
+  bool first = true;
+  for (const pugi::xml_node part : localPath.children("NAMESPACE")) {
+    if (!std::exchange(first, false)) result += '/';
+    result += part.attribute("NAME").value();
+  }
+  return result;
+}
+
+template <typename Number>
+bool parseWhole(string_view text, Number& number) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+/// A number without a declared type: unsigned 64-bit, with a sign signed 64-bit.
+Value untypedNumber(const std::string& text) {
+  std::uint64_t magnitude = 0;
+  std::int64_t number = 0;
+  if (parseWhole(text, magnitude)) return Value::ofUnsigned(CMPI_uint64, magnitude);
+  const string_view digits = !text.empty() && text[0] == '+' ? string_view(text).substr(1) : text;
+  if (parseWhole(digits, number)) return Value::ofSigned(CMPI_sint64, number);
+  badParameter("\"" + text + "\" is not a number");
+}
+
+bool booleanOf(const std::string& text) {
+  if (broker::sameName(text, "TRUE")) return true;
+  if (broker::sameName(text, "FALSE")) return false;
+  badParameter("\"" + text + "\" is neither TRUE nor FALSE");
+}
+
+ObjectPath readInstanceName(const pugi::xml_node& node);
+
+/// VALUE.REFERENCE, or one of the path elements that it may hold.
+ObjectPath readReference(const pugi::xml_node& node) {
+  if (is(node, "VALUE.REFERENCE")) {
+    const pugi::xml_node inner = firstElement(node);
+    if (!inner) badParameter("empty VALUE.REFERENCE");
+    return readReference(inner);
+  }
+  if (is(node, "INSTANCENAME")) return readInstanceName(node);
+  ObjectPath path = readInstanceName(requireChild(node, "INSTANCENAME"));
+  if (is(node, "INSTANCEPATH")) {
+    const pugi::xml_node full = requireChild(node, "NAMESPACEPATH");
+    path.host = full.child("HOST").text().get();
+    path.nameSpace = nameSpaceText(requireChild(full, "LOCALNAMESPACEPATH"));
+  } else if (is(node, "LOCALINSTANCEPATH")) {
+    path.nameSpace = nameSpaceText(requireChild(node, "LOCALNAMESPACEPATH"));
+  } else {
+    badParameter(std::string("unexpected ") + node.name() + " as a reference");
+  }
+  return path;
+}
+
+Value readKeyValue(const pugi::xml_node& node) {
+  const string_view type = node.attribute("VALUETYPE").as_string("string");
+  const std::string text = node.text().get();
+  if (type == "numeric") return untypedNumber(text);
+  if (type == "boolean") return Value::ofBoolean(booleanOf(text));
+  return Value::ofString(text);
+}
+
+ObjectPath readInstanceName(const pugi::xml_node& node) {
+  ObjectPath path;
+  path.className = node.attribute("CLASSNAME").value();
+  if (path.className.empty()) notValid("INSTANCENAME without CLASSNAME");
+  for (const pugi::xml_node binding : node.children("KEYBINDING")) {
+    const pugi::xml_node value = firstElement(binding);
+    const bool plain = is(value, "KEYVALUE");
+    path.keys.push_back({binding.attribute("NAME").value(),
+                         plain ? readKeyValue(value) : Value::ofReference(readReference(value))});
+  }
+  return path;
+}
+
+CMPIType typeOf(const pugi::xml_node& node) {
+  static constexpr std::pair<const char*, CMPIType> kTypes[] = {
+      {"boolean", CMPI_boolean}, {"string", CMPI_string}, {"char16", CMPI_char16},
+      {"uint8", CMPI_uint8},     {"uint16", CMPI_uint16}, {"uint32", CMPI_uint32},
+      {"uint64", CMPI_uint64},   {"sint8", CMPI_sint8},   {"sint16", CMPI_sint16},
+      {"sint32", CMPI_sint32},   {"sint64", CMPI_sint64}, {"datetime", CMPI_dateTime},
+      {"real32", CMPI_real32},   {"real64", CMPI_real64}};
+  const string_view name = node.attribute("TYPE").as_string("string");
+  for (const auto& [known, type] : kTypes) {
+    if (name == known) return type;
+  }
+  badParameter("unknown TYPE \"" + std::string(name) + "\"");
+}
+
+Value readValue(CMPIType type, const std::string& text) {
+  if (type == CMPI_string || type == CMPI_dateTime) return Value::ofString(text);
+  if (type == CMPI_boolean) return Value::ofBoolean(booleanOf(text));
+  if (type == CMPI_char16) {
+    return Value::ofUnsigned(type, text.empty() ? 0U : static_cast<unsigned char>(text[0]));
+  }
+  if (type == CMPI_real32 || type == CMPI_real64) {
+    double number = 0;
+    if (!parseWhole(text, number)) badParameter("\"" + text + "\" is not a number");
+    return Value::ofReal(type, number);
+  }
+  const Value number = untypedNumber(text);
+  const bool wantsSigned = (type & CMPI_SINT) == CMPI_SINT;
+  const bool isSigned = number.type == CMPI_sint64;
+  if (!wantsSigned && isSigned) badParameter("\"" + text + "\" is negative");
+  if (!wantsSigned) return Value::ofUnsigned(type, number.number());
+  return Value::ofSigned(
+      type, isSigned ? number.signedNumber() : static_cast<std::int64_t>(number.number()));
+}
+
+Value readProperty(const pugi::xml_node& node) {
+  if (is(node, "PROPERTY.REFERENCE")) {
+    const pugi::xml_node reference = node.child("VALUE.REFERENCE");
+    return reference ? Value::ofReference(readReference(reference)) : Value::ofNull(CMPI_ref);
+  }
+  const CMPIType type = typeOf(node);
+  if (is(node, "PROPERTY")) {
+    const pugi::xml_node value = node.child("VALUE");
+    return value ? readValue(type, value.text().get()) : Value::ofNull(type);
+  }
+  const pugi::xml_node values = node.child("VALUE.ARRAY");
+  if (!values) return Value::ofNull(static_cast<CMPIType>(type | CMPI_ARRAY));
+  Value::Array elements;
+  for (const pugi::xml_node element : values.children()) {
+    elements.push_back(is(element, "VALUE") ? readValue(type, element.text().get())
+                                            : Value::ofNull(type));
+  }
+  return Value::ofArray(type, std::move(elements));
+}
+
+Instance instanceOf(const pugi::xml_node& node) {
+  Instance instance;
+  instance.path.className = node.attribute("CLASSNAME").value();
+  if (instance.path.className.empty()) notValid("INSTANCE without CLASSNAME");
+  for (const pugi::xml_node property : node.children()) {
+    if (string_view(property.name()).substr(0, 8) != "PROPERTY") continue;
+    instance.properties.push_back({property.attribute("NAME").value(), readProperty(property)});
+  }
+  return instance;
+}
+
+std::vector<std::string> readList(const pugi::xml_node& node) {
+  std::vector<std::string> list;
+  for (const pugi::xml_node value : node.children("VALUE")) list.emplace_back(value.text().get());
+  return list;
+}
+
+Parameter readParameter(const pugi::xml_node& node) {
+  Parameter parameter;
+  const pugi::xml_node value = firstElement(node);
+  if (!value) return parameter;
+  if (is(value, "VALUE")) {
+    parameter.text = value.text().get();
+  } else if (is(value, "CLASSNAME")) {
+    parameter.text = value.attribute("NAME").value();
+  } else if (is(value, "VALUE.ARRAY")) {
+    parameter.list = readList(value);
+  } else if (is(value, "INSTANCENAME") || is(value, "VALUE.REFERENCE")) {
+    parameter.objectName = readReference(value);
+  } else if (is(value, "INSTANCE")) {
+    parameter.instance = instanceOf(value);
+  } else if (is(value, "VALUE.NAMEDINSTANCE")) {
+    parameter.instance = instanceOf(requireChild(value, "INSTANCE"));
+    parameter.instance->path = readInstanceName(requireChild(value, "INSTANCENAME"));
+  } else {
+    badParameter(std::string("unexpected ") + value.name() + " as a parameter");
+  }
+  return parameter;
+}
+
+void parse(pugi::xml_document& document, string_view text) {
+  const pugi::xml_parse_result result =
+      document.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata);
+  if (!result) {
+    throw BadMessage("request-not-well-formed", std::string(result.description()) + " at byte " +
+                                                    std::to_string(result.offset));
+  }
+  checkDepth(document);
+}
+
+/// The namespace of an extrinsic call stands in the path of the object that it is for.
+pugi::xml_node namespaceOf(const pugi::xml_node& call) {
+  if (const pugi::xml_node local = call.child("LOCALNAMESPACEPATH")) return local;
+  for (const char* path : {"LOCALCLASSPATH", "LOCALINSTANCEPATH"}) {
+    if (const pugi::xml_node found = call.child(path)) return found.child("LOCALNAMESPACEPATH");
+  }
+  return {};
+}
+
+}  // namespace
+
+Call readCall(string_view text) {
+  pugi::xml_document document;
+  parse(document, text);
+  const pugi::xml_node root = document.child("CIM");
+  if (!root) notValid("no CIM element");
+  const pugi::xml_node message = requireChild(root, "MESSAGE");
+  if (message.child("MULTIREQ")) {
+    throw BadMessage("multiple-requests-unsupported", "one request a message, please");
+  }
+  const pugi::xml_node request = requireChild(message, "SIMPLEREQ");
+  const pugi::xml_node node = firstElement(request);
+  Call call;
+  call.messageId = message.attribute("ID").value();
+  call.intrinsic = is(node, "IMETHODCALL");
+  if (!call.intrinsic && !is(node, "METHODCALL")) notValid("SIMPLEREQ without a method call");
+  call.method = node.attribute("NAME").value();
+  call.nameSpace = nameSpaceText(namespaceOf(node));
+  if (call.method.empty()) notValid("method call without NAME");
+  if (call.intrinsic) {
+    for (const pugi::xml_node parameter : node.children("IPARAMVALUE")) {
+      call.parameters[parameter.attribute("NAME").value()] = readParameter(parameter);
+    }
+  }
+  return call;
+}
+
+Instance readInstance(string_view text) {
+  pugi::xml_document document;
+  parse(document, text);
+  return instanceOf(document.child("INSTANCE"));
+}
+
+}  // namespace orv::serve

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "serve/messages.h"
+
+namespace orv::serve {
+
+/// Elements may nest this deep; a request of a client nests about a dozen.
+constexpr std::size_t kMaximumXmlDepth = 64;
+
+/// Reads a request message.
+///
+/// Fails: BadMessage when the text is not well-formed, too deep or no message that we serve;
+/// CimError with CMPI_RC_ERR_INVALID_PARAMETER for a parameter that makes no sense.
+Call readCall(std::string_view text);
+
+/// Reads one INSTANCE element given as text, as in an exported indication's embedded instance.
+broker::Instance readInstance(std::string_view text);
+
+}  // namespace orv::serve

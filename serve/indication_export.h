@@ -10,10 +10,25 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "broker/values.h"
 
 namespace orv::serve {
+
+/// One place to which indications are posted.
+class Listener {
+ public:
+  virtual ~Listener() = default;
+  /// Posts one message; true when the listener took it. Waits for it, at most a time-out.
+  virtual bool post(const std::string& message) = 0;
+  /// Ends a post that is under way; called from another thread.
+  virtual void cancel() = 0;
+};
+
+/// Posts over HTTP to "http://host[:port][/path]".
+std::unique_ptr<Listener> makeHttpListener(const std::string& url,
+                                           std::chrono::milliseconds timeout);
 
 /// Delivers indications to listeners: one thread and one bounded queue a destination, so that a
 /// dead listener delays neither a provider nor another listener. A full queue loses its oldest
@@ -26,12 +41,10 @@ class IndicationExport {
     std::chrono::milliseconds retryInterval{20'000};
     std::chrono::milliseconds timeout{10'000};  ///< of one attempt
   };
+  using MakeListener =
+      std::function<std::unique_ptr<Listener>(const std::string&, std::chrono::milliseconds)>;
 
-  /// Posts one message; true when the listener took it.
-  using Post = std::function<bool(const std::string& url, const std::string& message,
-                                  std::chrono::milliseconds timeout)>;
-
-  explicit IndicationExport(Settings settings, Post post = postOverHttp);
+  explicit IndicationExport(Settings settings, MakeListener makeListener = makeHttpListener);
   /// Stops at once; what is queued is lost.
   ~IndicationExport();
   IndicationExport(const IndicationExport&) = delete;
@@ -40,30 +53,32 @@ class IndicationExport {
   /// Never waits for a listener.
   void enqueue(const std::string& url, const broker::Instance& indication);
 
-  /// Drops the queue of a destination that nobody subscribes for any more and ends its thread.
+  /// Drops the queue of a destination that nobody subscribes for any more. Does not wait.
   void forget(const std::string& url);
 
-  /// True for a destination that we can post to: "http://host[:port][/path]".
+  /// True for a destination that we can post to.
   static bool isUsable(const std::string& url);
-  static bool postOverHttp(const std::string& url, const std::string& message,
-                           std::chrono::milliseconds timeout);
 
  private:
   struct Destination {
-    std::deque<std::string> messages;  // guarded by mutex_
-    bool stop = false;                 // guarded by mutex_
-    std::size_t lost = 0;              // guarded by mutex_
+    std::string url;
+    std::unique_ptr<Listener> listener;
+    std::deque<std::string> messages;  // guarded by mutex_, as the next two
+    std::size_t lost = 0;
+    bool stop = false;
     std::condition_variable changed;
     std::thread thread;
   };
 
-  void run(const std::string& url, Destination& destination);
-  bool deliver(const std::string& url, const std::string& message, Destination& destination);
+  void run(Destination& destination);
+  bool deliver(Destination& destination, const std::string& message);
+  void stop(Destination& destination);
 
   const Settings settings_;
-  const Post post_;
-  std::mutex mutex_;  // guards the two members below and the queues
+  const MakeListener makeListener_;
+  std::mutex mutex_;  // guards what follows and the queues
   std::map<std::string, std::unique_ptr<Destination>> destinations_;
+  std::vector<std::unique_ptr<Destination>> retired_;  // stopped, to be joined
   std::size_t nextMessageId_ = 1;
 };
 

@@ -1,0 +1,247 @@
+#include "serve/http_server.h"
+
+#include <httplib.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <charconv>
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+#include <set>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "serve/deadline_stream.h"
+
+namespace orv::serve {
+namespace {
+
+constexpr const char* kXml = "application/xml; charset=\"utf-8\"";
+
+const char* reasonOf(int status) {
+  switch (status) {
+    case 408:
+      return "Request Timeout";
+    case 431:
+      return "Request Header Fields Too Large";
+    case 501:
+      return "Not Implemented";
+    default:
+      return "Service Unavailable";
+  }
+}
+
+/// A whole response for a connection that ends with it, written without waiting.
+void sendFinal(int socket, int status) {
+  char text[160];
+  const int length = std::snprintf(
+      text, sizeof text, "HTTP/1.1 %d %s\r\nContent-Length: 0\r\nConnection: close\r\n\r\n", status,
+      reasonOf(status));
+  ::send(socket, text, static_cast<std::size_t>(length), MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+/// Open connections: their number is limited, and stopping wakes those that wait for their client.
+class Connections {
+ public:
+  explicit Connections(std::size_t limit) : limit_(limit) {}
+
+  /// False when there are too many, or no more are taken.
+  bool add(int socket) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (stopping_ || sockets_.size() >= limit_) return false;
+    sockets_.insert(socket);
+    return true;
+  }
+
+  void remove(int socket) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    sockets_.erase(socket);
+  }
+
+  void stop() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    stopping_ = true;
+    for (const int socket : sockets_) ::shutdown(socket, SHUT_RD);
+  }
+
+  bool stopping() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return stopping_;
+  }
+
+ private:
+  const std::size_t limit_;
+  mutable std::mutex mutex_;  // guards what follows
+  std::set<int> sockets_;
+  bool stopping_ = false;
+};
+
+/// One thread a connection. A connection above the limit is refused by the handler at once, so
+/// threads stay few.
+class ThreadPerConnection : public httplib::TaskQueue {
+ public:
+  ~ThreadPerConnection() override { waitForAll(); }
+
+  void enqueue(std::function<void()> task) override {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      ++running_;
+    }
+    try {
+      std::thread([this, task = std::move(task)] {
+        task();
+        done();
+      }).detach();
+    } catch (const std::exception&) {
+      task();  // no thread to be had: serve it here rather than never
+      done();
+    }
+  }
+
+  void shutdown() override { waitForAll(); }
+
+ private:
+  void done() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    --running_;
+    changed_.notify_all();
+  }
+
+  void waitForAll() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return running_ == 0; });
+  }
+
+  std::mutex mutex_;  // guards running_
+  std::condition_variable changed_;
+  std::size_t running_ = 0;
+};
+
+}  // namespace
+
+struct HttpServer::Impl : httplib::Server {
+  Impl(HttpLimits httpLimits, Handler httpHandler)
+      : limits(httpLimits), handler(std::move(httpHandler)), connections(httpLimits.connections) {
+    set_payload_max_length(limits.bodyBytes);
+    new_task_queue = [] { return new ThreadPerConnection; };  // owned by the library
+    set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+      return checkHead(request, response);
+    });
+    Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
+      answer(request, response);
+    });
+    set_exception_handler([](const httplib::Request&, httplib::Response& response,
+                             const std::exception_ptr&) { response.status = 500; });
+  }
+
+  /// Refuses by the headers alone; what is refused is never read.
+  static int refusal(const httplib::Request& request, const HttpLimits& limits) {
+    if (request.method != "POST") return 405;
+    const std::string type = request.get_header_value("Content-Type");
+    if (!type.empty() && type.find("xml") == std::string::npos) return 415;
+    if (request.has_header("Transfer-Encoding")) return 0;
+    const std::string length = request.get_header_value("Content-Length");
+    if (length.empty()) return 411;
+    std::size_t bytes = 0;
+    const auto [end, error] = std::from_chars(length.data(), length.data() + length.size(), bytes);
+    if (error == std::errc::result_out_of_range) return 413;
+    if (error != std::errc() || end != length.data() + length.size()) return 400;
+    return bytes > limits.bodyBytes ? 413 : 0;
+  }
+
+  HandlerResponse checkHead(const httplib::Request& request, httplib::Response& response) const {
+    const int status = refusal(request, limits);
+    if (status == 0) return HandlerResponse::Unhandled;
+    response.status = status;
+    response.set_header("Connection", "close");
+    if (status == 405) response.set_header("Allow", "POST");
+    return HandlerResponse::Handled;
+  }
+
+  void answer(const httplib::Request& request, httplib::Response& response) const {
+    const HttpAnswer result = handler(request.body);
+    response.status = result.status;
+    if (!result.cimError.empty()) {
+      response.set_header("CIMError", result.cimError);
+    } else {
+      response.set_header("CIMOperation", "MethodResponse");
+      response.set_header("Cache-Control", "no-cache");
+    }
+    response.set_content(result.body, kXml);
+  }
+
+  bool process_and_close_socket(socket_t socket) override {
+    if (connections.add(socket)) {
+      serveConnection(socket);
+      connections.remove(socket);
+    } else {
+      sendFinal(socket, 503);
+    }
+    ::shutdown(socket, SHUT_WR);
+    drain(socket);
+    ::close(socket);
+    return true;
+  }
+
+  void serveConnection(socket_t socket) {
+    DeadlineStream stream(socket, limits);
+    bool closed = false;
+    while (!closed && !connections.stopping() && stream.waitForRequest()) {
+      stream.beginRequest();
+      if (stream.peek(7) == "M-POST ") return sendFinal(socket, 501);
+      bool refused = false;
+      const bool served = process_request(stream, false, closed, [&](httplib::Request& request) {
+        refused = refusal(request, limits) != 0;
+      });
+      if (stream.timedOut()) return sendFinal(socket, 408);
+      if (stream.headersTooLarge()) return sendFinal(socket, 431);
+      if (!served || refused) return;
+    }
+  }
+
+  /// Takes what the client still sends, so that closing does not destroy a response on its way.
+  static void drain(socket_t socket) {
+    char bytes[4096];
+    while (::recv(socket, bytes, sizeof bytes, MSG_DONTWAIT) > 0) {
+    }
+  }
+
+  const HttpLimits limits;
+  const Handler handler;
+  Connections connections;
+  std::thread listener;
+};
+
+HttpServer::HttpServer(HttpLimits limits, Handler handler)
+    : impl_(std::make_unique<Impl>(limits, std::move(handler))) {}
+
+HttpServer::~HttpServer() { stop(); }
+
+int HttpServer::start(const ListenAddress& address) {
+  int port = address.port;
+  if (port == 0) {
+    port = impl_->bind_to_any_port(address.host);
+  } else if (!impl_->bind_to_port(address.host, port)) {
+    port = -1;
+  }
+  if (port < 0) {
+    throw std::runtime_error("cannot listen on " + address.host + " port " +
+                             std::to_string(address.port) + ": the address is in use or not here");
+  }
+  impl_->listener = std::thread([this] { impl_->listen_after_bind(); });
+  while (!impl_->is_running()) std::this_thread::yield();
+  return port;
+}
+
+void HttpServer::stop() {
+  if (!impl_->listener.joinable()) return;
+  impl_->connections.stop();
+  impl_->stop();
+  impl_->listener.join();
+}
+
+}  // namespace orv::serve

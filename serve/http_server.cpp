@@ -124,7 +124,7 @@ class ThreadPerConnection : public httplib::TaskQueue {
 }  // namespace
 
 struct HttpServer::Impl : httplib::Server {
-  Impl(HttpLimits httpLimits, Handler httpHandler)
+  Impl(HttpLimits httpLimits, HttpServer::Handler httpHandler)
       : limits(httpLimits), handler(std::move(httpHandler)), connections(httpLimits.connections) {
     set_payload_max_length(limits.bodyBytes);
     new_task_queue = [] { return new ThreadPerConnection; };  // owned by the library
@@ -143,9 +143,9 @@ struct HttpServer::Impl : httplib::Server {
     if (request.method != "POST") return 405;
     const std::string type = request.get_header_value("Content-Type");
     if (!type.empty() && type.find("xml") == std::string::npos) return 415;
-    if (request.has_header("Transfer-Encoding")) return 0;
+    if (request.has_header("Content-Encoding")) return 415;  // what it unpacks to has no limit
     const std::string length = request.get_header_value("Content-Length");
-    if (length.empty()) return 411;
+    if (length.empty() || request.has_header("Transfer-Encoding")) return 411;
     std::size_t bytes = 0;
     const auto [end, error] = std::from_chars(length.data(), length.data() + length.size(), bytes);
     if (error == std::errc::result_out_of_range) return 413;
@@ -211,7 +211,7 @@ struct HttpServer::Impl : httplib::Server {
   }
 
   const HttpLimits limits;
-  const Handler handler;
+  const HttpServer::Handler handler;
   Connections connections;
   std::thread listener;
 };

@@ -1,0 +1,99 @@
+#include <chrono>
+#include <iostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tool/commands.h"
+#include "tool/errors.h"
+#include "tool/json_output.h"
+#include "tool/table_output.h"
+#include "tool/text_table.h"
+
+namespace orv::tool {
+namespace {
+
+using broker::Instance;
+using broker::Value;
+
+constexpr const char* kRecordClass = "Orvane_LatchedHealthState";
+constexpr const char* kRollupClass = "Orvane_RollupHealthState";
+constexpr const char* kAssociationClass = "Orvane_LatchedHealthAssociation";
+
+// Loads the provider, whose monitor then takes its first look at the hardware, and waits until that
+// has begun. Requests for records wait for the end of the look by themselves. The monitors release
+// what they made on their attached threads after each class: that is the sign we can see. A host
+// whose hardware tells nothing gives no sign, hence the limit.
+void waitForFirstLook(broker::Broker& broker, const std::string& nameSpace) {
+  constexpr auto kLimit = std::chrono::milliseconds(1000);
+  constexpr auto kStep = std::chrono::milliseconds(5);
+  constexpr std::size_t kSigns = 2;  // the other monitor of the provider gives one sign of its own
+  successful(broker.enumerateInstanceNames(nameSpace, kRollupClass));
+  const auto end = std::chrono::steady_clock::now() + kLimit;
+  while (broker.contextReleaseCalls() < kSigns && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(kStep);
+  }
+}
+
+std::string textOf(const Session& session, const Instance& instance, const char* property) {
+  const Value* value = instance.property(property);
+  const broker::ClassDefinition* definition = session.classes().find(instance.path.className);
+  if (value == nullptr) return "-";
+  return cellText(definition != nullptr ? definition->property(property) : nullptr, *value);
+}
+
+// Path of the element that the record is about; empty when it cannot be told.
+std::string elementOf(Session& session, const Instance& record) {
+  broker::AssociationFilter filter;
+  filter.assocClass = kAssociationClass;
+  const broker::Response response = session.broker().associatorNames(record.path, filter);
+  return response.ok() && !response.paths.empty() ? response.paths.front().toText() : "";
+}
+
+void printTable(Session& session, const Instance& rollup, const std::vector<Instance>& records) {
+  std::cout << "Health of the host: " << textOf(session, rollup, "HealthState") << "\n\n";
+  if (records.empty()) {
+    std::cout << "No element has been seen in another health than OK.\n";
+    return;
+  }
+  TextTable table({"EVENT", "WORST HEALTH", "SINCE", "CLASS", "NAMESPACE", "ELEMENT"});
+  for (const Instance& record : records) {
+    table.add({textOf(session, record, "EventId"), textOf(session, record, "HealthState"),
+               textOf(session, record, "Timestamp"), textOf(session, record, "LatchedClassName"),
+               textOf(session, record, "LatchedNamespace"), elementOf(session, record)});
+  }
+  table.print(std::cout);
+}
+
+void printJson(Session& session, const Instance& rollup, const std::vector<Instance>& records) {
+  Json array = Json::array();
+  for (const Instance& record : records) {
+    Json one = toJson(record, session.classes(), false);
+    one["healthText"] = textOf(session, record, "HealthState");
+    one["element"] = elementOf(session, record);
+    array.push_back(std::move(one));
+  }
+  Json top = {{"rollup", toJson(rollup, session.classes(), false)}, {"records", std::move(array)}};
+  top["rollup"]["healthText"] = textOf(session, rollup, "HealthState");
+  std::cout << jsonText(top) << "\n";
+}
+
+}  // namespace
+
+int runHealth(const Options& options, Session& session, Printer& printer) {
+  broker::Broker& broker = session.broker();
+  waitForFirstLook(broker, options.nameSpace);
+  const broker::Response records = broker.enumerateInstances(options.nameSpace, kRecordClass);
+  successful(records);
+  const broker::Response rollup = broker.enumerateInstances(options.nameSpace, kRollupClass);
+  successful(rollup);
+  if (rollup.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND, "no roll-up health");
+  if (printer.format() == Format::kJson) {
+    printJson(session, rollup.instances.front(), records.instances);
+  } else {
+    printTable(session, rollup.instances.front(), records.instances);
+  }
+  return kExitOk;
+}
+
+}  // namespace orv::tool

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "broker/class_repository.h"
+#include "broker/values.h"
+
+namespace orv::tool {
+
+using Json = nlohmann::ordered_json;
+
+/// Numbers, booleans, texts and arrays as such; date-times and references as their text, embedded
+/// instances as instances.
+Json toJson(const broker::Value& value, const broker::ClassRepository& classes, bool withNulls);
+
+/// {"path": text, "namespace": ..., "class": ..., "keys": {...}}
+Json toJson(const broker::ObjectPath& path, const broker::ClassRepository& classes);
+
+/// {"path": text, "class": ..., "properties": {...}}
+Json toJson(const broker::Instance& instance, const broker::ClassRepository& classes,
+            bool withNulls);
+
+/// Indented text; bytes that are not UTF-8 are replaced.
+std::string jsonText(const Json& json, int indent = 2);
+
+}  // namespace orv::tool

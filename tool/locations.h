@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace orv::tool {
+
+/// Where things are when the command line does not say: relative to the executable, in the build
+/// tree or in an installation.
+///
+/// Fails: BadInput that names every place looked at.
+std::string defaultLibrary(bool simulated);
+std::string defaultSchema();
+
+}  // namespace orv::tool

@@ -1,0 +1,46 @@
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "tool/commands.h"
+#include "tool/errors.h"
+#include "tool/options.h"
+#include "tool/printer.h"
+#include "tool/session.h"
+
+namespace {
+
+// Before any thread starts, so that every thread inherits it and the main thread alone takes them.
+void blockEndSignals() {
+  sigset_t ends;
+  sigemptyset(&ends);
+  sigaddset(&ends, SIGINT);
+  sigaddset(&ends, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+}
+
+int complain(const std::exception& e, int status) {
+  std::cerr << "orvcim: " << e.what() << "\n";
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace orv::tool;
+  try {
+    int exitStatus = kExitOk;
+    const std::optional<Options> options = parseCommandLine(argc, argv, exitStatus);
+    if (!options) return exitStatus;
+    if (options->command == Command::kWatch) blockEndSignals();
+    Session session(*options);
+    Printer printer(std::cout, session.classes(), options->print);
+    return runCommand(*options, session, printer);
+  } catch (const BadInput& e) {
+    return complain(e, kExitBadInput);
+  } catch (const CimError& e) {
+    return complain(e, kExitCimError);
+  } catch (const std::exception& e) {
+    return complain(e, kExitCimError);
+  }
+}

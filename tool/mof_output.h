@@ -1,0 +1,20 @@
+#pragma once
+
+#include <ostream>
+
+#include "broker/class_repository.h"
+#include "broker/values.h"
+
+namespace orv::tool {
+
+/// Writes an instance as MOF does, one property a line, with what numbers mean as comments:
+///
+///   instance of Orvane_EthernetPort {
+///     EnabledState = 2;  // Enabled
+///   };
+///
+/// Embedded instances are written out in their place.
+void writeMof(std::ostream& out, const broker::Instance& instance,
+              const broker::ClassRepository& classes, bool withNulls);
+
+}  // namespace orv::tool

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "broker/class_repository.h"
+#include "broker/values.h"
+
+namespace orv::tool {
+
+/// The object path of a command line: as broker::parseObjectPath reads it, a missing namespace
+/// replaced by `nameSpace`, and the texts of keys that the class declares as references read as the
+/// paths they are.
+///
+/// Fails: BadInput, when the text or that of a reference is no object path.
+broker::ObjectPath objectPathArgument(std::string_view text, const std::string& nameSpace,
+                                      const broker::ClassRepository& classes);
+
+}  // namespace orv::tool

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tool/printer.h"
+
+namespace orv::tool {
+
+enum class Command {
+  kList,
+  kNames,
+  kInstances,
+  kGet,
+  kAssociators,
+  kAssociatorNames,
+  kReferences,
+  kReferenceNames,
+  kWatch,
+  kHealth,
+};
+
+/// What the command line asks for.
+struct Options {
+  Command command = Command::kList;
+  std::string className;                ///< names, instances
+  std::string objectPath;               ///< get and the association commands
+  std::vector<std::string> classNames;  ///< watch
+  std::vector<std::string> properties;  ///< empty: all
+  std::optional<std::string> assocClass, resultClass, role, resultRole;
+  PrintOptions print;
+  std::string nameSpace = "root/cimv2";
+  std::string library;   ///< empty: the one beside the executable
+  std::string schema;    ///< empty: the one beside the executable
+  std::string simulate;  ///< host file; empty: this host
+};
+
+/// Reads the command line. When there is nothing more to do (help, version, wrong usage), writes
+/// what is to be said and returns no options but sets `exitStatus`.
+std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitStatus);
+
+}  // namespace orv::tool

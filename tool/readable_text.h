@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace orv::tool {
+
+/// The text with control characters as \n, \t or \xNN, so that it stays on its line and cannot act
+/// on a terminal. Other bytes are kept.
+std::string oneLine(std::string_view text);
+
+/// Columns that UTF-8 text takes: its characters, each counted as one.
+std::size_t columnsOf(std::string_view text);
+
+/// "2026-11-21 02:40:00 +00:00" for a CIM date-time, "1 day 02:03:04" for an interval; the text
+/// itself when it is neither.
+std::string readableDateTime(const std::string& cimText);
+
+}  // namespace orv::tool

@@ -1,0 +1,77 @@
+#include <csignal>
+#include <iostream>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "tool/commands.h"
+#include "tool/errors.h"
+
+namespace orv::tool {
+namespace {
+
+// Subscriptions that end with the object, the latest first.
+class Subscriptions {
+ public:
+  explicit Subscriptions(broker::Broker& broker) : broker_(broker) {}
+  ~Subscriptions() {
+    for (auto id = ids_.rbegin(); id != ids_.rend(); ++id) {
+      const broker::Response response = broker_.unsubscribe(*id);
+      if (!response.ok())
+        std::cerr << "orvcim: " << statusLine(response.rc, response.message) << "\n";
+    }
+  }
+  Subscriptions(const Subscriptions&) = delete;
+  Subscriptions& operator=(const Subscriptions&) = delete;
+
+  void add(const Options& options, const std::string& className,
+           const broker::IndicationHandler& handler) {
+    broker::IndicationFilter filter;
+    filter.query = "SELECT * FROM " + className;
+    filter.sourceNamespace = options.nameSpace;
+    filter.name = "orvcim:" + className;
+    const broker::SubscribeResult result = broker_.subscribe(filter, handler);
+    if (!result.ok()) throw CimError(result.rc, result.message);
+    ids_.push_back(result.id);
+  }
+
+ private:
+  broker::Broker& broker_;
+  std::vector<broker::SubscriptionId> ids_;
+};
+
+void waitForEnd() {
+  sigset_t ends;
+  sigemptyset(&ends);
+  sigaddset(&ends, SIGINT);
+  sigaddset(&ends, SIGTERM);
+  int received = 0;
+  while (sigwait(&ends, &received) != 0) {
+  }
+}
+
+void requireIndicationClass(const Session& session, const std::string& className) {
+  const broker::ClassDefinition* definition = session.classes().find(className);
+  if (definition == nullptr) {
+    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "class " + className + " is not known");
+  }
+  if (!definition->indication) throw BadInput("class " + className + " is not an indication");
+}
+
+}  // namespace
+
+int runWatch(const Options& options, Session& session, Printer& printer) {
+  for (const std::string& name : options.classNames) requireIndicationClass(session, name);
+  std::mutex printing;  // handlers of several subscriptions may run at once
+  const auto print = [&](const broker::Instance& indication) {
+    const std::lock_guard<std::mutex> lock(printing);
+    printer.indication(indication);
+  };
+  Subscriptions subscriptions(session.broker());
+  for (const std::string& name : options.classNames) subscriptions.add(options, name, print);
+  std::cerr << "orvcim: watching; Ctrl-C ends\n";
+  waitForEnd();
+  return kExitOk;
+}
+
+}  // namespace orv::tool

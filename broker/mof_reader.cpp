@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -91,18 +90,17 @@ void MofReader::readFile(const std::string& path) {
   const fs::path canonical = fs::canonical(path, error);
   if (error || !isReadable(path)) throw MofError(path, 0, "file cannot be read");
   if (!filesRead_.insert(canonical.string()).second) return;
-  if (fs::file_size(canonical, error) > limits_.fileBytes) {
-    throw MofError(path, 0, "file is larger than " + std::to_string(limits_.fileBytes) + " bytes");
-  }
   std::ifstream in(canonical, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::string text(limits_.fileBytes + 1, '\0');
+  in.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (in.bad()) throw MofError(path, 0, "file cannot be read");
+  text.resize(static_cast<std::size_t>(in.gcount()));
   readText(text, path);
 }
 
 void MofReader::readText(std::string_view text, const std::string& name) {
   if (text.size() > limits_.fileBytes) {
-    throw MofError(name, 0, "text is larger than " + std::to_string(limits_.fileBytes) + " bytes");
+    throw MofError(name, 0, "file is larger than " + std::to_string(limits_.fileBytes) + " bytes");
   }
   const Deeper deeper(includeDepth_);
   MofParser(*this, text, name).parse();

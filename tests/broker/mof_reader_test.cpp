@@ -259,7 +259,7 @@ TEST(MofReader, StopsAtItsLimits) {
             "t.mof:3: class C has too many ancestors");
   limits = MofLimits();
   limits.fileBytes = 10;
-  EXPECT_EQ(errorOf("class LongName {};", limits), "t.mof: text is larger than 10 bytes");
+  EXPECT_EQ(errorOf("class LongName {};", limits), "t.mof: file is larger than 10 bytes");
   limits = MofLimits();
   limits.repositoryBytes = 100;
   EXPECT_EQ(errorOf("class A {};\nclass B {};", limits), "t.mof:2: schema is too large");
@@ -276,6 +276,17 @@ TEST(MofReader, ReadsIncludesRelativeToTheirFileAndEachFileOnce) {
   ClassRepository classes;
   MofReader(classes).readFile(dir.file("main.mof"));
   EXPECT_TRUE(classes.isA("C", "A"));
+}
+
+TEST(MofReader, RefusesAFileAboveItsLimit) {
+  const TemporaryDirectory dir;
+  dir.write("big.mof", std::string(2000, ' '));
+  MofLimits limits;
+  limits.fileBytes = 1999;
+  ClassRepository classes;
+  EXPECT_THROW(MofReader(classes, limits).readFile(dir.file("big.mof")), MofError);
+  limits.fileBytes = 2000;
+  EXPECT_NO_THROW(MofReader(classes, limits).readFile(dir.file("big.mof")));
 }
 
 TEST(MofReader, AnErrorInAnIncludedFileNamesThatFile) {

@@ -66,6 +66,6 @@ const char* HykuserStatus_CodeToString(int status, char* text, std::size_t size)
 }
 
 bool HostType_OSIsHYK() {
-  if (!view.called) view = {true, simulated::loadHost()};
-  return view.host == nullptr || view.host->hypervisor;
+  const auto host = view.called ? view.host : simulated::loadHost();
+  return host == nullptr || host->hypervisor;
 }

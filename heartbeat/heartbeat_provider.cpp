@@ -1,7 +1,6 @@
 #include "heartbeat/heartbeat_provider.h"
 
 #include <pthread.h>
-#include <signal.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 
 #include "cmpi/cmpi_date_time.h"
 #include "cmpi/cmpi_memory_mark.h"
+#include "framework/background_thread.h"
 #include "framework/deadline.h"
 #include "framework/factories.h"
 #include "framework/locks.h"
@@ -52,24 +52,6 @@ State& state() {
 struct ThreadArgument {
   CmpiBroker broker;
   CmpiContext context;  ///< prepared for the thread; never released
-};
-
-/// The object manager stops its provider process with SIGUSR1, whose handler must not run on a
-/// thread of ours: a thread created meanwhile inherits the block.
-class StopSignalBlocked {
- public:
-  StopSignalBlocked() {
-    sigset_t stopSignal;
-    sigemptyset(&stopSignal);
-    sigaddset(&stopSignal, SIGUSR1);
-    pthread_sigmask(SIG_BLOCK, &stopSignal, &before_);
-  }
-  ~StopSignalBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  StopSignalBlocked(const StopSignalBlocked&) = delete;
-  StopSignalBlocked& operator=(const StopSignalBlocked&) = delete;
-
- private:
-  sigset_t before_;
 };
 
 std::string hostName() {
@@ -115,9 +97,8 @@ void beatUntilStopped(const ThreadArgument& thread) {
 void startThread(const CmpiBroker& broker, const CmpiContext& context) {
   auto argument =
       std::make_unique<ThreadArgument>(ThreadArgument{broker, broker.prepareAttachThread(context)});
-  const StopSignalBlocked blocked;
   pthread_t thread{};
-  if (pthread_create(&thread, nullptr, heartBeatThread, argument.get()) != 0) {
+  if (ORV::startBackgroundThread(thread, heartBeatThread, argument.get()) != 0) {
     syslog(LOG_ERR, kStartFailed);
     throw CmpiStatus(CMPI_RC_ERR_FAILED, kStartFailed);
   }

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -16,6 +17,7 @@ namespace simulated {
 namespace {
 
 constexpr const char* kFileVariable = "ORV_HOST_FILE";
+constexpr std::size_t kUnknownSize = 64 * 1024;  // first buffer for what is no regular file
 
 /// A text and what the parser made of it.
 struct ParsedText {
@@ -42,13 +44,15 @@ struct CloseFile {
 std::optional<std::string> readFile(const char* path) {
   const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "rbe"));
   if (file == nullptr) return std::nullopt;
-  constexpr std::size_t kChunk = 256 * 1024;
-  std::string text;
-  std::size_t used = 0;
-  do {
-    text.resize(used + kChunk);
-    used += std::fread(text.data() + used, 1, kChunk, file.get());
-  } while (used == text.size());
+  std::error_code unknown;
+  const std::uintmax_t size = std::filesystem::file_size(path, unknown);
+  // One byte more than the size, so that the end is seen without growing.
+  std::string text(unknown ? kUnknownSize : size + 1, '\0');
+  std::size_t used = std::fread(text.data(), 1, text.size(), file.get());
+  while (used == text.size()) {
+    text.resize(2 * used);
+    used += std::fread(text.data() + used, 1, used, file.get());
+  }
   if (std::ferror(file.get()) != 0) return std::nullopt;
   text.resize(used);
   return text;

@@ -9,6 +9,7 @@
 
 namespace {
 
+using orv::test::FakeSystemInfo;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;

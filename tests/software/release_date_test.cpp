@@ -16,7 +16,7 @@ constexpr const char* kEastern = "EST5EDT,M3.2.0,M11.1.0";
 constexpr const char* kIndia = "IST-5:30";
 
 std::optional<std::uint64_t> dateIn(const char* zone, const std::string& text) {
-  const ScopedEnvironment environment("TZ", zone);
+  const orv::test::ScopedEnvironment environment("TZ", zone);
   return releaseDateMicroseconds(text);
 }
 

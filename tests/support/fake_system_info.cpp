@@ -9,6 +9,8 @@ struct HSI_ParamList {
   unsigned limit;
 };
 
+using orv::test::FakeSystemInfo;
+
 namespace {
 
 constexpr HSI_Status kOk = 0;
@@ -50,6 +52,8 @@ HSI_ParamList* newList(unsigned limit) {
 
 }  // namespace
 
+namespace orv::test {
+
 FakeSystemInfo& FakeSystemInfo::instance() {
   static FakeSystemInfo info;
   return info;
@@ -61,6 +65,8 @@ FakeSystemInfo& FakeSystemInfo::reset() {
   instance().liveLists = live;
   return instance();
 }
+
+}  // namespace orv::test
 
 HSI_Status HSI_CheckSig(int signature) {
   fake().signatures.push_back(signature);

@@ -11,6 +11,8 @@
 
 #include "platform/system_info.h"
 
+namespace orv::test {
+
 /// The kernel information interface of a test: linked in place of a platform's. It keeps what it is
 /// asked, fails where it is told to, and counts the parameter lists that are alive.
 ///
@@ -43,3 +45,5 @@ struct FakeSystemInfo {
   /// Forgets everything but the lists that are alive.
   static FakeSystemInfo& reset();
 };
+
+}  // namespace orv::test

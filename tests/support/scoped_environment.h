@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+namespace orv::test {
+
 /// Sets an environment variable while it lives. Other threads must not read the environment when it
 /// begins and ends.
 class ScopedEnvironment {
@@ -26,3 +28,5 @@ class ScopedEnvironment {
   const char* name_;
   std::optional<std::string> previous_;
 };
+
+}  // namespace orv::test

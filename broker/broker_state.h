@@ -1,0 +1,41 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "broker/broker.h"
+#include "broker/class_layout.h"
+#include "broker/diagnostics.h"
+#include "broker/indications.h"
+#include "broker/provider_host.h"
+
+namespace orv::broker {
+
+/// Everything behind a Broker. Threads that work for it share it, so that it outlives a call in
+/// progress.
+struct BrokerState {
+  explicit BrokerState(Broker::Options brokerOptions);
+
+  /// Classes of a namespace; null for an invalid one.
+  std::shared_ptr<const ClassRepository> classes(const std::string& nameSpace) const;
+  /// Layout of a class; null when the namespace or the class is unknown.
+  std::shared_ptr<const ClassLayout> layout(const std::string& nameSpace,
+                                            const std::string& className);
+
+  const Broker::Options options;
+  Diagnostics diagnostics;
+  ProviderHost providers;
+  IndicationHub indications;
+  std::atomic<std::size_t> contextReleaseCalls{0};
+  std::atomic<CMPIUint32> lastSession{0};
+
+ private:
+  std::mutex mutex_;  // guards layouts_; innermost
+  std::map<std::pair<std::string, std::string>, std::shared_ptr<const ClassLayout>> layouts_;
+};
+
+}  // namespace orv::broker

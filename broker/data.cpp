@@ -1,0 +1,279 @@
+#include "broker/data.h"
+
+#include <algorithm>
+
+#include "broker/arrays.h"
+#include "broker/class_repository.h"
+#include "broker/date_times.h"
+#include "broker/instances.h"
+#include "broker/object_paths.h"
+#include "broker/strings.h"
+
+namespace orv::broker {
+namespace {
+
+constexpr std::size_t kLongestReference =
+    4095;  // characters; the object manager's buffer less its end
+
+ReadValue fine(Value value) { return {std::move(value), CMPI_RC_OK, ""}; }
+
+ReadValue refused(CMPIrc rc, std::string complaint) { return {Value(), rc, std::move(complaint)}; }
+
+bool isPointerType(CMPIType type) { return type >= CMPI_ENC; }
+
+/// Types that a property, key, element or argument may have.
+bool isValueType(CMPIType type) {
+  switch (type) {
+    case CMPI_boolean:
+    case CMPI_char16:
+    case CMPI_real32:
+    case CMPI_real64:
+    case CMPI_uint8:
+    case CMPI_uint16:
+    case CMPI_uint32:
+    case CMPI_uint64:
+    case CMPI_sint8:
+    case CMPI_sint16:
+    case CMPI_sint32:
+    case CMPI_sint64:
+    case CMPI_instance:
+    case CMPI_ref:
+    case CMPI_string:
+    case CMPI_chars:
+    case CMPI_dateTime:
+      return true;
+    default:
+      return false;
+  }
+}
+
+Value readNumber(const CMPIValue& value, CMPIType type) {
+  switch (type) {
+    case CMPI_boolean:
+      return Value::ofBoolean(value.boolean != 0);
+    case CMPI_char16:
+    case CMPI_uint16:
+      return Value::ofUnsigned(type, value.uint16);
+    case CMPI_real32:
+      return Value::ofReal(type, static_cast<double>(value.real32));
+    case CMPI_real64:
+      return Value::ofReal(type, value.real64);
+    case CMPI_uint8:
+      return Value::ofUnsigned(type, value.uint8);
+    case CMPI_uint32:
+      return Value::ofUnsigned(type, value.uint32);
+    case CMPI_uint64:
+      return Value::ofUnsigned(type, value.uint64);
+    case CMPI_sint8:
+      return Value::ofSigned(type, value.sint8);
+    case CMPI_sint16:
+      return Value::ofSigned(type, value.sint16);
+    case CMPI_sint32:
+      return Value::ofSigned(type, value.sint32);
+    default:
+      return Value::ofSigned(type, value.sint64);
+  }
+}
+
+ReadValue readString(const CMPIString* record) {
+  if (record == nullptr) return fine(Value::ofNull(CMPI_string));
+  const StringObject* own = ownString(record);
+  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};  // reported already
+  return fine(own->text ? Value::ofString(*own->text) : Value::ofNull(CMPI_string));
+}
+
+ReadValue readDateTime(const CMPIDateTime* record) {
+  if (record == nullptr) return fine(Value::ofNull(CMPI_dateTime));
+  const DateTimeObject* own = ownDateTime(record);
+  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
+  return fine(Value::ofDateTime(own->value));
+}
+
+ReadValue readInstance(const CMPIInstance* record) {
+  if (record == nullptr) return fine(Value::ofNull(CMPI_instance));
+  const InstanceObject* own = ownInstance(record);
+  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
+  return fine(Value::ofInstance(own->data.toPlain()));
+}
+
+ReadValue readReference(const CMPIObjectPath* record) {
+  if (record == nullptr) return fine(Value::ofNull(CMPI_ref));
+  const PathObject* own = ownPath(record);
+  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
+  return storedReference(own->data.toPlain());
+}
+
+ReadValue readArray(const CMPIArray* record, CMPIType type) {
+  const auto elementType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
+  if (record == nullptr) return fine(Value::ofNull(type));
+  const ArrayObject* own = ownArray(record);
+  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
+  if (isPointerType(own->elementType) != isPointerType(elementType)) {
+    return refused(CMPI_RC_ERR_TYPE_MISMATCH, "an array of " + typeName(own->elementType) +
+                                                  " passed as " + typeName(type) +
+                                                  ": a crash at the next read");
+  }
+  return fine(Value::ofArray(own->elementType, own->elements));
+}
+
+/// Whether a key value holds a character, at any depth.
+bool keysContain(const ObjectPath& path, char wanted) {
+  return std::any_of(path.keys.begin(), path.keys.end(), [wanted](const Key& key) {
+    const auto* text = std::get_if<std::string>(&key.value.content);
+    if (text != nullptr) return text->find(wanted) != std::string::npos;
+    const auto* nested = std::get_if<std::shared_ptr<const ObjectPath>>(&key.value.content);
+    return nested != nullptr && keysContain(**nested, wanted);
+  });
+}
+
+Value keyFromText(const Value& value) {
+  if (const auto* number = std::get_if<std::uint64_t>(&value.content)) {
+    return Value::ofUnsigned(CMPI_uint64, *number);
+  }
+  if (const auto* number = std::get_if<std::int64_t>(&value.content)) {
+    return *number < 0 ? Value::ofSigned(CMPI_sint64, *number)
+                       : Value::ofUnsigned(CMPI_uint64, static_cast<std::uint64_t>(*number));
+  }
+  if (const auto* time = std::get_if<DateTime>(&value.content)) return Value::ofString(time->text);
+  return value;
+}
+
+CMPIValue numberUnion(const Value& value) {
+  CMPIValue out{};
+  switch (value.type) {
+    case CMPI_boolean:
+      out.boolean = value.boolean() ? 1 : 0;
+      break;
+    case CMPI_char16:
+    case CMPI_uint16:
+      out.uint16 = static_cast<CMPIUint16>(value.number());
+      break;
+    case CMPI_uint8:
+      out.uint8 = static_cast<CMPIUint8>(value.number());
+      break;
+    case CMPI_uint32:
+      out.uint32 = static_cast<CMPIUint32>(value.number());
+      break;
+    case CMPI_uint64:
+      out.uint64 = value.number();
+      break;
+    case CMPI_sint8:
+      out.sint8 = static_cast<CMPISint8>(value.signedNumber());
+      break;
+    case CMPI_sint16:
+      out.sint16 = static_cast<CMPISint16>(value.signedNumber());
+      break;
+    case CMPI_sint32:
+      out.sint32 = static_cast<CMPISint32>(value.signedNumber());
+      break;
+    case CMPI_sint64:
+      out.sint64 = value.signedNumber();
+      break;
+    case CMPI_real32:
+      out.real32 = static_cast<CMPIReal32>(value.real());
+      break;
+    case CMPI_real64:
+      out.real64 = value.real();
+      break;
+    default:
+      break;
+  }
+  return out;
+}
+
+CMPIValue objectUnion(const Value& value) {
+  CMPIValue out{};
+  if (value.isArray()) {
+    out.array = makeArray(static_cast<CMPIType>(value.type & ~CMPI_ARRAY), value.array());
+  } else if (value.type == CMPI_string) {
+    out.string = makeString(value.text());
+  } else if (value.type == CMPI_dateTime) {
+    out.dateTime = makeDateTime(value.dateTime());
+  } else if (value.type == CMPI_instance) {
+    out.inst = makeInstance(value.instance());
+  } else if (value.type == CMPI_ref && value.content.index() != 0) {
+    out.ref = makePath(PathData::of(value.reference()));
+  }
+  return out;
+}
+
+}  // namespace
+
+PathData PathData::of(const ObjectPath& plain) {
+  PathData data{std::nullopt, plain.nameSpace, plain.className, plain.keys};
+  if (!plain.host.empty()) data.host = plain.host;
+  return data;
+}
+
+ObjectPath PathData::toPlain() const {
+  return {host.value_or(""), nameSpace.value_or(""), className.value_or(""), keys};
+}
+
+Key* PathData::key(std::string_view name) {
+  const auto place = std::find_if(keys.begin(), keys.end(),
+                                  [name](const Key& key) { return sameName(key.name, name); });
+  return place != keys.end() ? &*place : nullptr;
+}
+
+const Key* PathData::key(std::string_view name) const {
+  return const_cast<PathData*>(this)->key(name);
+}
+
+ReadValue storedReference(const ObjectPath& path) {
+  ObjectPath stored{"", path.nameSpace, path.className, {}};
+  for (const Key& key : path.keys) {
+    if (key.value.type != CMPI_boolean) stored.keys.push_back({key.name, keyFromText(key.value)});
+  }
+  if (stored.toText().size() > kLongestReference) {
+    return refused(CMPI_RC_ERR_FAILED,
+                   "reference text longer than 4095 characters: a buffer overrun");
+  }
+  if (stored.nameSpace.empty() && keysContain(stored, ':')) {
+    return refused(
+        CMPI_RC_ERR_FAILED,
+        "reference without a namespace and with a ':' in a key: a crash at the next read");
+  }
+  if (!keysContain(stored, '"')) return fine(Value::ofReference(std::move(stored)));
+  Value unreadable = Value::ofNull(CMPI_ref);
+  unreadable.null = false;
+  return fine(std::move(unreadable));
+}
+
+std::string referenceText(const ObjectPath& path) {
+  return ObjectPath{"", path.nameSpace, path.className, path.keys}.toText();
+}
+
+ReadValue readValue(const CMPIValue* value, CMPIType type) {
+  if (!isValueType(static_cast<CMPIType>(type & ~CMPI_ARRAY))) {
+    return refused(CMPI_RC_ERR_TYPE_MISMATCH,
+                   "value of type " + typeName(type) +
+                       (type == CMPI_null ? ": ends the HTTP process when it is sent"
+                                          : ", which no value can have: a crash"));
+  }
+  if (value == nullptr) return fine(Value::ofNull(storedType(type)));
+  if ((type & CMPI_ARRAY) != 0) return readArray(value->array, storedType(type));
+  switch (type) {
+    case CMPI_chars:
+      return fine(Value::ofString(reinterpret_cast<const char*>(value)));
+    case CMPI_string:
+      return readString(value->string);
+    case CMPI_dateTime:
+      return readDateTime(value->dateTime);
+    case CMPI_instance:
+      return readInstance(value->inst);
+    case CMPI_ref:
+      return readReference(value->ref);
+    default:
+      return fine(readNumber(*value, type));
+  }
+}
+
+CMPIData toData(const Value& value) {
+  CMPIData data{};
+  data.type = value.type;
+  data.state = value.null ? CMPI_nullValue : CMPI_goodValue;
+  if (!value.null) data.value = isPointerType(value.type) ? objectUnion(value) : numberUnion(value);
+  return data;
+}
+
+}  // namespace orv::broker

@@ -1,0 +1,169 @@
+#include "broker/arguments.h"
+#include "broker/arrays.h"
+#include "broker/broker_state.h"
+#include "broker/broker_tables.h"
+#include "broker/date_times.h"
+#include "broker/instances.h"
+#include "broker/object_paths.h"
+#include "broker/object_tools.h"
+#include "broker/select_expressions.h"
+#include "broker/strings.h"
+
+/// Factories of encapsulated objects, and tests on them.
+namespace orv::broker {
+namespace {
+
+using Mb = const CMPIBroker*;
+
+CMPIInstance* newInstanceSlot(Mb /*broker*/, const CMPIObjectPath* path, CMPIStatus* out) {
+  if (const auto fault = injected("eft.newInstance")) return answer(out, fault->status.rc), nullptr;
+  return newInstance(path, out);
+}
+
+CMPIObjectPath* newObjectPath(Mb /*broker*/, const char* nameSpace, const char* className,
+                              CMPIStatus* out) {
+  if (const auto fault = injected("eft.newObjectPath")) {
+    answer(out, fault->status.rc);
+    return nullptr;
+  }
+  answer(out, CMPI_RC_OK);
+  return makePath(PathData{std::nullopt, textOf(nameSpace), textOf(className), {}});
+}
+
+CMPIArgs* newArgs(Mb /*broker*/, CMPIStatus* out) {
+  if (const auto fault = injected("eft.newArgs")) return answer(out, fault->status.rc), nullptr;
+  answer(out, CMPI_RC_OK);
+  return makeArguments();
+}
+
+CMPIString* newString(Mb /*broker*/, const char* text, CMPIStatus* out) {
+  if (const auto fault = injected("eft.newString")) return faultyString(*fault, out);
+  answer(out, CMPI_RC_OK);
+  return makeString(textOf(text));
+}
+
+CMPIArray* newArray(Mb /*broker*/, CMPICount size, CMPIType elementType, CMPIStatus* out) {
+  if (const auto fault = injected("eft.newArray")) return answer(out, fault->status.rc), nullptr;
+  return makeArrayOfSize(size, elementType, out);
+}
+
+CMPIDateTime* newDateTime(Mb /*broker*/, CMPIStatus* out) {
+  if (const auto fault = injected("eft.newDateTime")) return answer(out, fault->status.rc), nullptr;
+  answer(out, CMPI_RC_OK);
+  return makeDateTime(currentDateTime());
+}
+
+CMPIDateTime* newDateTimeFromBinary(Mb /*broker*/, CMPIUint64 microseconds, CMPIBoolean interval,
+                                    CMPIStatus* out) {
+  if (const auto fault = injected("eft.newDateTimeFromBinary")) {
+    answer(out, fault->status.rc);
+    return nullptr;
+  }
+  answer(out, CMPI_RC_OK);
+  return makeDateTime(dateTimeFromBinary(microseconds, interval != 0));
+}
+
+CMPIDateTime* newDateTimeFromChars(Mb /*broker*/, const char* text, CMPIStatus* out) {
+  if (const auto fault = injected("eft.newDateTimeFromChars")) {
+    answer(out, fault->status.rc);
+    return nullptr;
+  }
+  const auto parsed = text != nullptr ? parseDateTime(text) : std::nullopt;
+  answer(out, parsed ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
+  return parsed ? makeDateTime(*parsed) : nullptr;
+}
+
+CMPISelectExp* newSelectExp(Mb /*broker*/, const char* query, const char* language,
+                            CMPIArray** projection, CMPIStatus* out) {
+  if (const auto fault = injected("eft.newSelectExp")) {
+    answer(out, fault->status.rc);
+    return nullptr;
+  }
+  return newSelectExpression(query, language, projection, out);
+}
+
+/// Deliberate: the status is always OK, whatever is wrong.
+CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char* ancestor,
+                         CMPIStatus* out) {
+  if (const auto fault = injected("eft.classPathIsA")) {
+    answer(out, fault->status.rc);
+    return 0;
+  }
+  answer(out, CMPI_RC_OK);
+  const PathObject* path = ownPath(record);
+  if (path == nullptr || ancestor == nullptr || !path->data.className) return 0;
+  if (sameName(*path->data.className, ancestor)) return 1;
+  const auto broker = currentBroker();
+  const auto classes = broker ? broker->classes(path->data.nameSpace.value_or("")) : nullptr;
+  return classes && classes->isA(*path->data.className, ancestor) ? 1 : 0;
+}
+
+/// Paths and instances only.
+CMPIString* toString(Mb /*broker*/, const void* object, CMPIStatus* out) {
+  if (const auto fault = injected("eft.toString")) return faultyString(*fault, out);
+  answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
+  if (object == nullptr) return nullptr;
+  // Every record has its table behind the handle, so the table tells the kind.
+  const auto* path = static_cast<const CMPIObjectPath*>(object);
+  if (isPathTable(path->ft)) return path->ft->toString(path, out);
+  const auto* instance = static_cast<const CMPIInstance*>(object);
+  if (!isInstanceTable(instance->ft)) return nullptr;
+  answer(out, CMPI_RC_OK);
+  return makeString(ownInstance(instance)->data.toPlain().toText());
+}
+
+CMPIBoolean isOfType(Mb /*broker*/, const void* /*object*/, const char* /*type*/, CMPIStatus* out) {
+  answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
+  return 0;
+}
+
+CMPIString* getType(Mb /*broker*/, const void* /*object*/, CMPIStatus* out) {
+  answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
+  return nullptr;
+}
+
+/// Deliberate: the default text comes with a status of 7.
+CMPIString* getMessage(Mb /*broker*/, const char* /*id*/, const char* defaultText, CMPIStatus* out,
+                       CMPICount /*count*/, ...) {
+  answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
+  return makeString(textOf(defaultText));
+}
+
+CMPIStatus logMessage(Mb /*broker*/, int /*severity*/, const char* /*id*/, const char* /*text*/,
+                      const CMPIString* /*string*/) {
+  return status(CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+CMPIStatus trace(Mb /*broker*/, int /*level*/, const char* /*component*/, const char* /*text*/,
+                 const CMPIString* /*string*/) {
+  return status(CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+}  // namespace
+
+CMPIBrokerEncFT* factoryTable() {
+  static CMPIBrokerEncFT table = {1,
+                                  newInstanceSlot,
+                                  newObjectPath,
+                                  newArgs,
+                                  newString,
+                                  newArray,
+                                  newDateTime,
+                                  newDateTimeFromBinary,
+                                  newDateTimeFromChars,
+                                  newSelectExp,
+                                  classPathIsA,
+                                  toString,
+                                  isOfType,
+                                  getType,
+                                  getMessage,
+                                  logMessage,
+                                  trace,
+                                  nullptr,
+                                  nullptr,
+                                  nullptr,
+                                  nullptr};
+  return &table;
+}
+
+}  // namespace orv::broker

@@ -1,0 +1,363 @@
+#include "broker/indications.h"
+
+#include <algorithm>
+#include <exception>
+#include <functional>
+
+#include "broker/broker_state.h"
+#include "broker/contexts.h"
+#include "broker/heap.h"
+#include "broker/instances.h"
+#include "broker/object_paths.h"
+#include "broker/request_context.h"
+#include "broker/select_expressions.h"
+#include "broker/strings.h"
+#include "broker/thread_state.h"
+
+namespace orv::broker {
+
+struct IndicationHub::Subscription {
+  SubscriptionId id = 0;
+  // Guards the members below and is held while the handler runs; recursive, for a handler that
+  // causes another indication or ends its own subscription.
+  std::recursive_mutex mutex;
+  bool active = true;
+  std::int64_t sequence = 0;
+  IndicationHandler handler;
+};
+
+struct IndicationHub::Filter {
+  IndicationFilter text;
+  std::shared_ptr<const WqlQuery> query;
+  std::vector<Section*> sections;                            // where it is active
+  std::vector<std::shared_ptr<Subscription>> subscriptions;  // guarded by the hub's mutex_
+};
+
+namespace {
+
+/// The arguments that the calls about a filter share, in the calling thread's memory.
+struct FilterCall {
+  CMPIIndicationMI* mi;
+  const CMPIContext* context;
+  const CMPISelectExp* expression;
+  const char* className;
+  const CMPIObjectPath* path;
+};
+
+FilterCall makeFilterCall(BrokerState& broker, const Section& section, const IndicationFilter& text,
+                          const std::shared_ptr<const WqlQuery>& query) {
+  PathData path;
+  path.nameSpace = text.sourceNamespace;
+  path.className = query->className;
+  return {section.indication, makeRequestContext(broker, section.registration.provider, 0),
+          makeSelectExpression(query), query->className.c_str(), makePath(std::move(path))};
+}
+
+/// Calls one slot of an indication provider; a null slot is reported, an exception stays here.
+CMPIStatus callSlot(bool present, const char* name, const std::function<CMPIStatus()>& call) {
+  if (!present) {
+    report("", "", std::string(name) + " is null in the provider's table: a crash");
+    return status(CMPI_RC_ERR_NOT_SUPPORTED);
+  }
+  try {
+    return call();
+  } catch (const std::exception& error) {
+    report(
+        "", "",
+        std::string("an exception leaves ") + name + ": ends the process (" + error.what() + ")");
+  } catch (...) {
+    report("", "", std::string("an exception leaves ") + name + ": ends the process");
+  }
+  return status(CMPI_RC_ERR_FAILED);
+}
+
+SubscribeResult refused(CMPIrc rc, std::string message) {
+  SubscribeResult result;
+  result.rc = rc;
+  result.message = std::move(message);
+  return result;
+}
+
+/// What the broker writes into indications whose class has a place for it.
+void stamp(Instance& indication, const std::string& filterName, std::int64_t sequence) {
+  for (Property& property : indication.properties) {
+    if (sameName(property.name, "SequenceContext")) {
+      property.value = Value::ofString(filterName);
+    } else if (sameName(property.name, "SequenceNumber")) {
+      property.value = Value::ofSigned(CMPI_sint64, sequence);
+    } else if (sameName(property.name, "IndicationFilterName")) {
+      property.value = Value::ofString(filterName);
+    }
+  }
+}
+
+}  // namespace
+
+IndicationHub::IndicationHub() = default;
+IndicationHub::~IndicationHub() = default;
+
+IndicationHub::FilterPointer IndicationHub::findNamed(const std::string& name) const {
+  if (name.empty()) return nullptr;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  for (const FilterPointer& filter : filters_) {
+    if (filter->text.name == name) return filter;
+  }
+  return nullptr;
+}
+
+IndicationHub::FilterPointer IndicationHub::filterOf(SubscriptionId id) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  for (const FilterPointer& filter : filters_) {
+    for (const auto& subscription : filter->subscriptions) {
+      if (subscription->id == id) return filter;
+    }
+  }
+  return nullptr;
+}
+
+void IndicationHub::registerFilter(const FilterPointer& filter) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  filters_.push_back(filter);
+}
+
+void IndicationHub::forget(const FilterPointer& filter) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  filters_.erase(std::remove(filters_.begin(), filters_.end(), filter), filters_.end());
+}
+
+bool IndicationHub::hasFilters() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return !filters_.empty();
+}
+
+SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFilter& text,
+                                         IndicationHandler handler) {
+  const std::lock_guard<std::recursive_mutex> change(changes_);
+  auto subscription = std::make_shared<Subscription>();
+  subscription->handler = std::move(handler);
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    subscription->id = ++lastId_;
+  }
+  FilterPointer filter = findNamed(text.name);
+  if (filter && (filter->text.query != text.query ||
+                 !sameName(filter->text.sourceNamespace, text.sourceNamespace))) {
+    return refused(CMPI_RC_ERR_ALREADY_EXISTS, "Filter " + text.name + " exists already.");
+  }
+  const bool isNew = !filter;
+  if (isNew) {
+    if (!isKnownQueryLanguage(text.language)) {
+      return refused(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
+                     "Query language " + text.language + " is not supported.");
+    }
+    filter = std::make_shared<Filter>();
+    filter->text = text;
+    try {
+      filter->query = std::make_shared<const WqlQuery>(parseWql(text.query));
+    } catch (const WqlError& error) {
+      return refused(CMPI_RC_ERR_INVALID_QUERY, std::string("Invalid query: ") + error.what());
+    }
+  }
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    filter->subscriptions.push_back(subscription);
+  }
+  SubscribeResult result;
+  result.id = subscription->id;
+  if (!isNew) return result;  // Deliberate: the provider hears of the first subscription only.
+  registerFilter(filter);
+  const CMPIStatus activated = activate(broker, filter);
+  if (activated.rc == CMPI_RC_OK) return result;
+  forget(filter);
+  result.rc = activated.rc;
+  result.message = textOf(activated.msg);
+  result.id = 0;
+  return result;
+}
+
+CMPIStatus IndicationHub::activate(BrokerState& broker, const FilterPointer& filter) {
+  const auto classes = broker.classes(filter->text.sourceNamespace);
+  if (!classes) return status(CMPI_RC_ERR_INVALID_NAMESPACE, "Invalid namespace");
+  for (Section& section : broker.providers.sections()) {
+    const RegistrationSection& registration = section.registration;
+    if (!registration.indication || !servesNamespace(registration, filter->text.sourceNamespace) ||
+        !classes->isA(registration.className, filter->query->className)) {
+      continue;
+    }
+    const CMPIStatus activated = activateOn(broker, filter, section);
+    if (activated.rc == CMPI_RC_OK) continue;
+    deactivate(broker, *filter);
+    return activated;
+  }
+  if (!filter->sections.empty()) return status(CMPI_RC_OK);
+  return status(CMPI_RC_ERR_FAILED,
+                "No indication provider for class " + filter->query->className + ".");
+}
+
+CMPIStatus IndicationHub::activateOn(BrokerState& broker, const FilterPointer& filter,
+                                     Section& section) {
+  const LoadOutcome loaded = broker.providers.load(section);
+  if (loaded.rc != CMPI_RC_OK) return status(loaded.rc, loaded.message);
+  const ProviderFrame frame(section.registration.provider, filter->query->className);
+  const FilterCall call = makeFilterCall(broker, section, filter->text, filter->query);
+  const CMPIIndicationMIFT& table = *call.mi->ft;
+  const auto& principal = broker.options.principal;
+  const char* owner = filter->text.restored ? "$$" : (principal ? principal->c_str() : nullptr);
+  const CMPIStatus authorized = callSlot(table.authorizeFilter != nullptr, "authorizeFilter", [&] {
+    return table.authorizeFilter(call.mi, call.context, call.expression, call.className, call.path,
+                                 owner);
+  });
+  if (authorized.rc != CMPI_RC_OK) return authorized;
+  // Deliberate: the answer does not matter.
+  callSlot(table.mustPoll != nullptr, "mustPoll", [&] {
+    return table.mustPoll(call.mi, call.context, call.expression, call.className, call.path);
+  });
+  const CMPIStatus activated = callSlot(table.activateFilter != nullptr, "activateFilter", [&] {
+    return table.activateFilter(call.mi, call.context, call.expression, call.className, call.path,
+                                1);  // Deliberate: always the first.
+  });
+  if (activated.rc != CMPI_RC_OK) return activated;
+  filter->sections.push_back(&section);
+  if (section.enabled.exchange(true)) return activated;
+  callSlot(table.enableIndications != nullptr, "enableIndications",
+           [&] { return table.enableIndications(call.mi, call.context); });
+  return activated;
+}
+
+CMPIStatus IndicationHub::deactivate(BrokerState& broker, const Filter& filter) {
+  CMPIStatus outcome = status(CMPI_RC_OK);
+  for (Section* section : filter.sections) {
+    if (section->indication == nullptr) continue;  // unloaded meanwhile
+    const ProviderFrame frame(section->registration.provider, filter.query->className);
+    const FilterCall call = makeFilterCall(broker, *section, filter.text, filter.query);
+    const auto slot = call.mi->ft->deActivateFilter;
+    const CMPIStatus answered = callSlot(slot != nullptr, "deActivateFilter", [&] {
+      return slot(call.mi, call.context, call.expression, call.className, call.path,
+                  1);  // Deliberate: always the last.
+    });
+    if (outcome.rc == CMPI_RC_OK) outcome = answered;
+  }
+  return outcome;
+}
+
+bool IndicationHub::silence(SubscriptionId id) {
+  std::shared_ptr<Subscription> found;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const FilterPointer& filter : filters_) {
+      for (const auto& subscription : filter->subscriptions) {
+        if (subscription->id == id) found = subscription;
+      }
+    }
+  }
+  if (!found) return false;
+  const std::lock_guard<std::recursive_mutex> lock(found->mutex);
+  found->active = false;
+  return true;
+}
+
+void IndicationHub::silenceAll() {
+  std::vector<SubscriptionId> ids;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const FilterPointer& filter : filters_) {
+      for (const auto& subscription : filter->subscriptions) ids.push_back(subscription->id);
+    }
+  }
+  for (const SubscriptionId id : ids) silence(id);
+}
+
+CMPIStatus IndicationHub::remove(BrokerState& broker, SubscriptionId id) {
+  const std::lock_guard<std::recursive_mutex> change(changes_);
+  const FilterPointer filter = filterOf(id);
+  if (!filter) return status(CMPI_RC_ERR_NOT_FOUND, "No such subscription.");
+  bool last = false;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    auto& list = filter->subscriptions;
+    list.erase(std::remove_if(list.begin(), list.end(),
+                              [id](const auto& subscription) { return subscription->id == id; }),
+               list.end());
+    last = list.empty();
+  }
+  if (!last) return status(CMPI_RC_OK);
+  const CMPIStatus outcome = deactivate(broker, *filter);
+  forget(filter);
+  return outcome;
+}
+
+CMPIStatus IndicationHub::disable(BrokerState& broker, SubscriptionId id) {
+  const std::lock_guard<std::recursive_mutex> change(changes_);
+  const FilterPointer filter = filterOf(id);
+  if (!filter) return status(CMPI_RC_ERR_NOT_FOUND, "No such subscription.");
+  CMPIStatus outcome = status(CMPI_RC_OK);
+  for (Section* section : filter->sections) {
+    const CMPIContext* context = makeRequestContext(broker, section->registration.provider, 0);
+    const CMPIStatus answered = disableIndications(*section, context);
+    if (outcome.rc == CMPI_RC_OK) outcome = answered;
+  }
+  return outcome;
+}
+
+void IndicationHub::deliver(InstanceData& instance) {
+  std::vector<FilterPointer> filters;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    filters = filters_;
+  }
+  for (const FilterPointer& filter : filters) {
+    if (!selects(*filter->query, instance)) continue;
+    // Deliberate: the caller's instance is narrowed, for later filters and later deliveries too.
+    if (filter->query->projection) instance.applyFilter(*filter->query->projection);
+    std::vector<std::shared_ptr<Subscription>> subscriptions;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      subscriptions = filter->subscriptions;
+    }
+    for (const auto& subscription : subscriptions) {
+      const std::lock_guard<std::recursive_mutex> lock(subscription->mutex);
+      if (!subscription->active || !subscription->handler) continue;
+      Instance indication = instance.toPlain();
+      stamp(indication, filter->text.name, subscription->sequence++);
+      try {
+        subscription->handler(indication);
+      } catch (...) {
+        report(instance.className(), "", "an exception leaves the subscription's handler");
+      }
+    }
+  }
+}
+
+CMPIStatus disableIndications(Section& section, const CMPIContext* context) {
+  const ProviderFrame frame(section.registration.provider, section.registration.className);
+  section.enabled = false;
+  CMPIIndicationMI* mi = section.indication;
+  if (mi == nullptr) return status(CMPI_RC_OK);
+  return callSlot(mi->ft->disableIndications != nullptr, "disableIndications",
+                  [&] { return mi->ft->disableIndications(mi, context); });
+}
+
+CMPIStatus deliverIndication(const CMPIContext* context, const CMPIInstance* indication) {
+  const ContextObject* own = liveContext(context, "deliverIndication");
+  if (own == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  if (indication == nullptr) {
+    report("", "", "deliverIndication without an instance: a crash");
+    return status(CMPI_RC_ERR_INVALID_PARAMETER);
+  }
+  auto* instance = const_cast<InstanceObject*>(ownInstance(indication));
+  if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  auto broker = own->broker.lock();
+  if (!broker) broker = currentBroker();
+  if (!broker) return status(CMPI_RC_ERR_FAILED);
+  InstanceData& data = instance->data;
+  if (!broker->layout(data.nameSpace(), data.className())) {
+    report(data.className(), "",
+           "deliverIndication of a class that namespace \"" + data.nameSpace() +
+               "\" does not know: a crash, also without any subscription");
+    return status(CMPI_RC_ERR_FAILED);
+  }
+  broker->indications.deliver(data);
+  return status(CMPI_RC_OK);
+}
+
+}  // namespace orv::broker

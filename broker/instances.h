@@ -1,0 +1,34 @@
+#pragma once
+
+#include "broker/heap.h"
+#include "broker/instance_data.h"
+#include "cmpi/abi/cmpi_tables.h"
+
+namespace orv::broker {
+
+struct InstanceObject : CMPIInstance, HeapEntry {
+  explicit InstanceObject(InstanceData content);
+  InstanceData data;
+};
+
+CMPIInstance* makeInstance(InstanceData data);
+/// A copy of a plain instance, with the class of the calling thread's broker.
+CMPIInstance* makeInstance(const Instance& plain);
+/// As the newInstance slot: declared properties with their defaults, and the path's keys as
+/// properties.
+CMPIInstance* newInstance(const CMPIObjectPath* path, CMPIStatus* out);
+
+/// Null for a null pointer and, with a report, for a foreign record.
+const InstanceObject* ownInstance(const CMPIInstance* record);
+
+/// Whether a record with that table is one of our instances.
+bool isInstanceTable(const CMPIInstanceFT* table);
+
+/// Sets a property as the setProperty slot does, reports included.
+CMPIStatus setProperty(InstanceData& instance, const char* name, const CMPIValue* value,
+                       CMPIType type);
+
+/// Texts of a null-terminated list; absent for a null pointer.
+std::optional<std::vector<std::string>> textList(const char** list);
+
+}  // namespace orv::broker

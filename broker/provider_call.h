@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "broker/broker.h"
+#include "broker/provider_host.h"
+#include "broker/results.h"
+
+namespace orv::broker {
+
+/// Arguments of an operation as a provider gets them, the path aside. What an operation does not
+/// have is not looked at.
+struct CallArguments {
+  const char** properties = nullptr;
+  const char* assocClass = nullptr;
+  const char* resultClass = nullptr;
+  const char* role = nullptr;
+  const char* resultRole = nullptr;
+  const char* query = nullptr;
+  const char* language = nullptr;
+  const CMPIInstance* instance = nullptr;
+};
+
+bool isAssociationOperation(Operation operation);
+
+/// Calls the provider of a loaded section. A slot that its table lacks is reported and answers 7;
+/// an exception that leaves the provider is reported and answers 1.
+CMPIStatus callProvider(Section& section, Operation operation, const CMPIContext* context,
+                        const CMPIResult* result, const CMPIObjectPath* path,
+                        const CallArguments& arguments);
+
+/// A null-terminated list for C.
+class TextArray {
+ public:
+  explicit TextArray(const std::vector<std::string>& texts);
+  const char** data() { return pointers_.data(); }
+
+ private:
+  std::vector<const char*> pointers_;
+};
+
+}  // namespace orv::broker

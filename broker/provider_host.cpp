@@ -1,0 +1,220 @@
+#include "broker/provider_host.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "broker/broker_state.h"
+#include "broker/contexts.h"
+#include "broker/heap.h"
+#include "broker/strings.h"
+#include "broker/thread_state.h"
+
+namespace orv::broker {
+namespace {
+
+/// A context like a request's, with what the factories additionally get.
+CMPIContext* makeFactoryContext(const RegistrationSection& registration) {
+  const auto broker = currentBroker();
+  auto* context = makeObject<ContextObject>(ContextObject::Purpose::kFactory, broker,
+                                            registration.provider, broker->options.contextTable);
+  setContextEntry(*context, CMPIInvocationFlags, Value::ofUnsigned(CMPI_uint32, 0));
+  setContextEntry(*context, CMPIPrincipal, Value::ofString("$$"));
+  setContextEntry(*context, "CMPISessionId", Value::ofUnsigned(CMPI_uint32, ++broker->lastSession));
+  if (!registration.parameters.empty()) {
+    setContextEntry(*context, "sfcbProviderParameters", Value::ofString(registration.parameters));
+  }
+  return context;
+}
+
+/// Calls one factory: the generic one with the provider's name, or the provider's own.
+template <class Mi>
+Mi* callFactory(void* generic, void* own, const std::string& provider, const CMPIContext* context,
+                CMPIStatus* rc) {
+  using Generic = Mi* (*)(const CMPIBroker*, const CMPIContext*, const char*, CMPIStatus*);
+  using Own = Mi* (*)(const CMPIBroker*, const CMPIContext*, CMPIStatus*);
+  if (generic != nullptr) {
+    return reinterpret_cast<Generic>(generic)(Broker::cmpi(), context, provider.c_str(), rc);
+  }
+  return reinterpret_cast<Own>(own)(Broker::cmpi(), context, rc);
+}
+
+/// Makes one provider of a section; null, with a report where that is the provider's fault.
+template <class Mi>
+Mi* createProvider(Section& section, ProviderKind kind, const CMPIContext* context) {
+  const std::string& provider = section.registration.provider;
+  const std::string factory = std::string("_Create_") + kindName(kind) + "MI";
+  void* own = section.library->symbol(provider + factory);
+  void* generic = section.library->symbol("_Generic" + factory);
+  if (own == nullptr && generic == nullptr) {
+    report("", "", section.library->file() + " has no factory " + provider + factory);
+    return nullptr;
+  }
+  CMPIStatus rc{CMPI_RC_OK, nullptr};
+  Mi* made = nullptr;
+  try {
+    made = callFactory<Mi>(generic, own, provider, context, &rc);
+  } catch (const std::exception& error) {
+    report("", "",
+           std::string("an exception leaves the factory: ends the process (") + error.what() + ")");
+  } catch (...) {
+    report("", "", "an exception leaves the factory: ends the process");
+  }
+  if (rc.rc != CMPI_RC_OK) return nullptr;
+  if (made != nullptr && made->ft == nullptr) {
+    report("", "", "the factory answers a record without a function table: a crash");
+    return nullptr;
+  }
+  return made;
+}
+
+template <class Mi>
+CMPIrc cleanupOf(Mi* mi, const CMPIContext* context, bool terminating) {
+  if (mi == nullptr || mi->ft->cleanup == nullptr) return CMPI_RC_ERR_NOT_SUPPORTED;
+  return mi->ft->cleanup(mi, context, terminating ? 1 : 0).rc;
+}
+
+}  // namespace
+
+const char* kindName(ProviderKind kind) {
+  switch (kind) {
+    case ProviderKind::kInstance:
+      return "Instance";
+    case ProviderKind::kAssociation:
+      return "Association";
+    case ProviderKind::kIndication:
+      return "Indication";
+    default:
+      return "Method";
+  }
+}
+
+CMPIrc callCleanup(Section& section, ProviderKind kind, const CMPIContext* context,
+                   bool terminating) {
+  const ProviderFrame frame(section.registration.provider, section.registration.className);
+  try {
+    switch (kind) {
+      case ProviderKind::kInstance:
+        return cleanupOf(section.instance, context, terminating);
+      case ProviderKind::kAssociation:
+        return cleanupOf(section.association, context, terminating);
+      case ProviderKind::kIndication:
+        return cleanupOf(section.indication, context, terminating);
+      default:
+        return cleanupOf(section.method, context, terminating);
+    }
+  } catch (...) {
+    report("", "", "an exception leaves cleanup: ends the process");
+    return CMPI_RC_ERR_FAILED;
+  }
+}
+
+ProviderHost::ProviderHost(const Broker::Options& options) : options_(options) {
+  for (const RegistrationSection& registration : options.registration) {
+    Section& section = sections_.emplace_back();
+    section.registration = registration;
+    section.index = sections_.size() - 1;
+  }
+}
+
+std::shared_ptr<ProviderLibrary> ProviderHost::libraryOf(const RegistrationSection& registration) {
+  const std::string file = libraryFile(options_, registration.location);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  auto& library = libraries_[file];
+  if (!library) library = std::make_shared<ProviderLibrary>(file, options_.linkedFactories);
+  return library;
+}
+
+LoadOutcome ProviderHost::load(Section& section) {
+  LoadOutcome outcome;
+  if (shutDown_) return {CMPI_RC_ERR_FAILED, "The broker has been shut down."};
+  if (section.loaded) return outcome;
+  const ProviderFrame frame(section.registration.provider, section.registration.className);
+  const auto library = libraryOf(section.registration);
+  const std::lock_guard<std::recursive_mutex> lock(library->factoryMutex());
+  if (section.loaded) return outcome;
+  if (section.loading) {
+    report("", "", "an up-call from a factory comes back to its own class: a deadlock");
+    return {CMPI_RC_ERR_FAILED, "The provider is being initialized."};
+  }
+  section.library = library;
+  section.loading = true;
+  createProviders(section, outcome);
+  section.loading = false;
+  if (outcome.rc != CMPI_RC_OK) return outcome;
+  const std::lock_guard<std::mutex> orderLock(mutex_);
+  section.loadOrder = ++lastLoadOrder_;
+  section.loaded = true;
+  return outcome;
+}
+
+void ProviderHost::createProviders(Section& section, LoadOutcome& outcome) {
+  const RegistrationSection& registration = section.registration;
+  const bool wanted[] = {registration.instance, registration.association, registration.method,
+                         registration.indication};
+  const ProviderKind kinds[] = {ProviderKind::kInstance, ProviderKind::kAssociation,
+                                ProviderKind::kMethod, ProviderKind::kIndication};
+  for (int i = 0; i < 4; ++i) {
+    const std::string symbol = registration.provider + "_Create_" + kindName(kinds[i]) + "MI";
+    if (!wanted[i] || section.library->isLinked(symbol)) continue;
+    const std::string problem = section.library->open();
+    if (problem.empty()) continue;
+    outcome = {CMPI_RC_ERR_FAILED,
+               "*** Failed to load " + section.library->file() + ": " + problem};
+    return;
+  }
+  const CMPIContext* context = makeFactoryContext(registration);
+  bool complete = true;
+  const auto create = [&](bool isWanted, ProviderKind kind, auto& slot) {
+    using Mi = std::remove_pointer_t<std::remove_reference_t<decltype(slot)>>;
+    if (!isWanted || !complete || slot != nullptr) return;
+    slot = createProvider<Mi>(section, kind, context);
+    complete = slot != nullptr;
+  };
+  create(registration.instance, ProviderKind::kInstance, section.instance);
+  create(registration.association, ProviderKind::kAssociation, section.association);
+  create(registration.method, ProviderKind::kMethod, section.method);
+  create(registration.indication, ProviderKind::kIndication, section.indication);
+  if (complete) return;
+  outcome = {CMPI_RC_ERR_FAILED, "Error initializing provider " + registration.provider + " from " +
+                                     registration.location + " for class " +
+                                     registration.className + "."};
+}
+
+ProviderHost::Use::Use(ProviderHost& host) : host_(host) {
+  std::unique_lock<std::mutex> lock(host_.mutex_);
+  host_.idleCheckDone_.wait(lock, [this] { return !host_.idleChecking_; });
+  ++host_.users_;
+}
+
+ProviderHost::Use::~Use() {
+  const std::lock_guard<std::mutex> lock(host_.mutex_);
+  --host_.users_;
+}
+
+std::vector<Section*> ProviderHost::loadedSections() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::vector<Section*> loaded;
+  for (Section& section : sections_) {
+    if (section.loaded) loaded.push_back(&section);
+  }
+  std::sort(loaded.begin(), loaded.end(),
+            [](const Section* a, const Section* b) { return a->loadOrder > b->loadOrder; });
+  return loaded;
+}
+
+void ProviderHost::forget(Section& section) {
+  section.loaded = false;
+  section.enabled = false;
+  section.instance = nullptr;
+  section.association = nullptr;
+  section.indication = nullptr;
+  section.method = nullptr;
+}
+
+void ProviderHost::unloadLibraries() {
+  for (Section* section : loadedSections()) forget(*section);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  for (const auto& library : libraries_) library.second->close();
+}
+
+}  // namespace orv::broker

@@ -1,0 +1,60 @@
+#include "broker/provider_library.h"
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+namespace orv::broker {
+namespace {
+
+bool exists(const std::string& file) {
+  struct stat info {};
+  return stat(file.c_str(), &info) == 0;
+}
+
+/// The loader searches its own directories for a name without a slash; a file that is there is
+/// meant.
+std::string asPath(const std::string& file) {
+  return file.find('/') == std::string::npos && exists(file) ? "./" + file : file;
+}
+
+}  // namespace
+
+ProviderLibrary::ProviderLibrary(std::string file,
+                                 const std::map<std::string, void*>& linkedFactories)
+    : file_(std::move(file)), linked_(linkedFactories) {}
+
+std::string ProviderLibrary::open() {
+  const std::lock_guard<std::recursive_mutex> lock(factoryMutex_);
+  if (handle_ != nullptr) return "";
+  handle_ = dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (handle_ != nullptr) return "";
+  const char* message = dlerror();
+  return message != nullptr ? message : "unknown error of the loader";
+}
+
+void ProviderLibrary::close() {
+  const std::lock_guard<std::recursive_mutex> lock(factoryMutex_);
+  if (handle_ != nullptr) dlclose(handle_);
+  handle_ = nullptr;
+}
+
+void* ProviderLibrary::symbol(const std::string& name) {
+  const auto place = linked_.find(name);
+  if (place != linked_.end()) return place->second;
+  const std::lock_guard<std::recursive_mutex> lock(factoryMutex_);
+  return handle_ != nullptr ? dlsym(handle_, name.c_str()) : nullptr;
+}
+
+std::string libraryFile(const Broker::Options& options, const std::string& location) {
+  if (!options.libraryFile.empty()) return asPath(options.libraryFile);
+  const auto named = options.libraries.find(location);
+  if (named != options.libraries.end()) return asPath(named->second);
+  const std::string name = "lib" + location + ".so";
+  for (const std::string& directory : options.libraryDirectories) {
+    const std::string file = directory + "/" + name;
+    if (exists(file)) return file;
+  }
+  return name;
+}
+
+}  // namespace orv::broker

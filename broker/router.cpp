@@ -1,0 +1,132 @@
+#include "broker/router.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "broker/request_context.h"
+
+namespace orv::broker {
+namespace {
+
+using Serves = std::function<bool(const RegistrationSection&)>;
+
+bool isAssociation(Operation operation) {
+  return operation == Operation::kAssociators || operation == Operation::kAssociatorNames ||
+         operation == Operation::kReferences || operation == Operation::kReferenceNames;
+}
+
+bool isEnumeration(Operation operation) {
+  return operation == Operation::kEnumerateInstances ||
+         operation == Operation::kEnumerateInstanceNames || operation == Operation::kExecQuery;
+}
+
+Section* sectionOf(const std::string& className, const Serves& serves,
+                   std::deque<Section>& sections) {
+  for (Section& section : sections) {
+    if (sameName(section.registration.className, className) && serves(section.registration)) {
+      return &section;
+    }
+  }
+  return nullptr;
+}
+
+/// The class's own section or the nearest superclass's.
+Section* nearestSection(const std::string& className, const Serves& serves,
+                        const ClassRepository& classes, std::deque<Section>& sections) {
+  std::string name = className;
+  while (!name.empty()) {
+    if (Section* section = sectionOf(name, serves, sections)) return section;
+    const ClassDefinition* definition = classes.find(name);
+    name = definition != nullptr ? definition->superclass : "";
+  }
+  return nullptr;
+}
+
+void addOnce(std::vector<Target>& targets, Section* section, const std::string& className) {
+  const bool known = std::any_of(targets.begin(), targets.end(), [section](const Target& target) {
+    return target.section == section;
+  });
+  if (section != nullptr && !known) targets.push_back({section, className});
+}
+
+/// The class's section and those of its subclasses. Sections of subclasses get their own name.
+std::vector<Target> wholeBranch(const std::string& className, const Serves& serves,
+                                const ClassRepository& classes, std::deque<Section>& sections) {
+  std::vector<Target> targets;
+  addOnce(targets, nearestSection(className, serves, classes, sections), className);
+  for (const ClassDefinition* subclass : classes.subclasses(className, true)) {
+    Section* section = sectionOf(subclass->name, serves, sections);
+    if (section != nullptr) addOnce(targets, section, section->registration.className);
+  }
+  return targets;
+}
+
+bool sameProvider(const Section& a, const Section& b) {
+  return a.registration.provider == b.registration.provider &&
+         a.registration.location == b.registration.location;
+}
+
+std::vector<Target> everyAssociationProvider(const RouteQuery& query, const Serves& serves,
+                                             const ClassRepository& classes,
+                                             std::deque<Section>& sections) {
+  std::vector<Target> targets;
+  for (Section& section : sections) {
+    const ClassDefinition* definition = classes.find(section.registration.className);
+    if (!serves(section.registration) || definition == nullptr || !definition->association)
+      continue;
+    const bool asked = std::any_of(
+        targets.begin(), targets.end(),
+        [&section](const Target& target) { return sameProvider(*target.section, section); });
+    if (!asked || query.askEveryAssociationSection) targets.push_back({&section, query.className});
+  }
+  return targets;
+}
+
+/// With an association class: its branch, each section once, under the name of the source's class.
+std::vector<Target> associationBranch(const RouteQuery& query, const Serves& serves,
+                                      const ClassRepository& classes,
+                                      std::deque<Section>& sections) {
+  std::vector<Target> targets;
+  for (const Target& target : wholeBranch(query.assocClass, serves, classes, sections)) {
+    const bool asked = std::any_of(targets.begin(), targets.end(), [&target](const Target& other) {
+      return sameProvider(*other.section, *target.section);
+    });
+    if (!asked || query.askEveryAssociationSection) {
+      targets.push_back({target.section, query.className});
+    }
+  }
+  return targets;
+}
+
+std::vector<Target> findTargets(const RouteQuery& query, const ClassRepository& classes,
+                                std::deque<Section>& sections) {
+  const bool association = isAssociation(query.operation);
+  const Serves serves = [&query, association](const RegistrationSection& section) {
+    return (association ? section.association : section.instance) &&
+           servesNamespace(section, query.nameSpace);
+  };
+  if (association) {
+    return query.assocClass.empty() ? everyAssociationProvider(query, serves, classes, sections)
+                                    : associationBranch(query, serves, classes, sections);
+  }
+  if (isEnumeration(query.operation)) {
+    return wholeBranch(query.className, serves, classes, sections);
+  }
+  std::vector<Target> targets;
+  addOnce(targets, nearestSection(query.className, serves, classes, sections), query.className);
+  return targets;
+}
+
+}  // namespace
+
+Route route(const RouteQuery& query, const ClassRepository* classes,
+            std::deque<Section>& sections) {
+  if (classes == nullptr) return {CMPI_RC_ERR_INVALID_NAMESPACE, "Invalid namespace", {}};
+  const bool knowsClasses =
+      classes->find(query.className) != nullptr &&
+      (query.assocClass.empty() || classes->find(query.assocClass) != nullptr);
+  if (!knowsClasses) return {CMPI_RC_ERR_INVALID_CLASS, "Class not found", {}};
+  return {CMPI_RC_OK, "", findTargets(query, *classes, sections)};
+}
+
+}  // namespace orv::broker

@@ -1,0 +1,138 @@
+#include "broker/select_expressions.h"
+
+#include "broker/arrays.h"
+#include "broker/broker_state.h"
+#include "broker/data.h"
+#include "broker/instances.h"
+#include "broker/object_tools.h"
+#include "broker/select_conditions.h"
+#include "broker/strings.h"
+
+namespace orv::broker {
+namespace {
+
+extern CMPISelectExpFT selectTable;
+
+SelectExpressionObject* own(const CMPISelectExp* self) {
+  return const_cast<SelectExpressionObject*>(ownObject<SelectExpressionObject>(
+      self, static_cast<const CMPISelectExpFT*>(&selectTable), "select expression"));
+}
+
+WqlSubject subjectOf(const InstanceData& instance) {
+  WqlSubject subject;
+  subject.property = [&instance](const std::string& name) {
+    const Value* value = instance.get(name);
+    return value != nullptr ? std::optional<Value>(*value) : std::nullopt;
+  };
+  subject.isA = [&instance](const std::string& className, const std::string& ancestor) {
+    const auto broker = currentBroker();
+    const auto classes = broker ? broker->classes(instance.nameSpace()) : nullptr;
+    return classes ? classes->isA(className, ancestor) : sameName(className, ancestor);
+  };
+  return subject;
+}
+
+CMPIStatus releaseSelect(CMPISelectExp* self) {
+  if (const auto fault = injected("selectExp.release")) return fault->status;
+  return releaseObject(own(self), "select expression");
+}
+
+CMPISelectExp* cloneSelect(const CMPISelectExp* self, CMPIStatus* out) {
+  const SelectExpressionObject* expression = own(self);
+  answer(out, expression != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
+  if (expression == nullptr) return nullptr;
+  return new SelectExpressionObject(expression->query);  // the caller releases it
+}
+
+CMPIBoolean evaluate(const CMPISelectExp* self, const CMPIInstance* record, CMPIStatus* out) {
+  if (const auto fault = injected("selectExp.evaluate")) {
+    answer(out, fault->status.rc);
+    return 0;
+  }
+  const SelectExpressionObject* expression = own(self);
+  const InstanceObject* instance = ownInstance(record);
+  const bool usable = expression != nullptr && instance != nullptr;
+  answer(out, usable ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
+  return usable && selects(*expression->query, instance->data) ? 1 : 0;
+}
+
+CMPIString* getString(const CMPISelectExp* self, CMPIStatus* out) {
+  if (const auto fault = injected("selectExp.getString")) return faultyString(*fault, out);
+  const SelectExpressionObject* expression = own(self);
+  answer(out, expression != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
+  return expression != nullptr ? makeString(expression->query->text) : nullptr;
+}
+
+CMPISelectCond* conditionOf(const CMPISelectExp* self, bool disjunctive, CMPIStatus* out) {
+  const SelectExpressionObject* expression = own(self);
+  answer(out, expression != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
+  if (expression == nullptr || !expression->query->condition) return nullptr;
+  return makeSelectCondition(normalForm(*expression->query->condition, disjunctive), disjunctive);
+}
+
+CMPISelectCond* getDoc(const CMPISelectExp* self, CMPIStatus* out) {
+  return conditionOf(self, true, out);
+}
+
+CMPISelectCond* getCod(const CMPISelectExp* self, CMPIStatus* out) {
+  return conditionOf(self, false, out);
+}
+
+CMPIBoolean evaluateUsingAccessor(const CMPISelectExp* /*self*/, CMPIAccessor /*accessor*/,
+                                  void* /*parameter*/, CMPIStatus* out) {
+  answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
+  return 0;
+}
+
+CMPISelectExpFT selectTable = {1,         releaseSelect, cloneSelect, evaluate,
+                               getString, getDoc,        getCod,      evaluateUsingAccessor};
+
+CMPIArray* projectionArray(const WqlQuery& query) {
+  if (!query.projection) return nullptr;
+  Value::Array names;
+  for (const std::string& name : *query.projection) names.push_back(Value::ofString(name));
+  return makeArray(CMPI_string, std::move(names));
+}
+
+}  // namespace
+
+SelectExpressionObject::SelectExpressionObject(std::shared_ptr<const WqlQuery> content)
+    : CMPISelectExp{nullptr, &selectTable},
+      HeapEntry(ObjectKind::kSelectExpression),
+      query(std::move(content)) {
+  hdl = this;
+}
+
+CMPISelectExp* makeSelectExpression(std::shared_ptr<const WqlQuery> query) {
+  return makeObject<SelectExpressionObject>(std::move(query));
+}
+
+bool isKnownQueryLanguage(const std::string& language) {
+  return sameName(language, "WQL") || sameName(language, "CQL") || sameName(language, "DMTF:CQL");
+}
+
+CMPISelectExp* newSelectExpression(const char* query, const char* language, CMPIArray** projection,
+                                   CMPIStatus* out) {
+  if (query == nullptr || language == nullptr || !isKnownQueryLanguage(language)) {
+    answer(out,
+           query == nullptr ? CMPI_RC_ERR_INVALID_QUERY : CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED);
+    return nullptr;
+  }
+  try {
+    auto parsed = std::make_shared<const WqlQuery>(parseWql(query));
+    if (projection != nullptr) *projection = projectionArray(*parsed);
+    answer(out, CMPI_RC_OK);
+    return makeSelectExpression(std::move(parsed));
+  } catch (const WqlError&) {
+    answer(out, CMPI_RC_ERR_INVALID_QUERY);
+    return nullptr;
+  }
+}
+
+bool selects(const WqlQuery& query, const InstanceData& instance) {
+  const WqlSubject subject = subjectOf(instance);
+  if (!subject.isA(instance.className(), query.className)) return false;
+  return !query.condition || holds(*query.condition, subject);
+}
+
+}  // namespace orv::broker

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+
+#include "broker/heap.h"
+#include "broker/instance_data.h"
+#include "broker/wql.h"
+#include "cmpi/abi/cmpi_tables.h"
+
+namespace orv::broker {
+
+/// A filter as providers see it.
+struct SelectExpressionObject : CMPISelectExp, HeapEntry {
+  explicit SelectExpressionObject(std::shared_ptr<const WqlQuery> content);
+  std::shared_ptr<const WqlQuery> query;
+};
+
+CMPISelectExp* makeSelectExpression(std::shared_ptr<const WqlQuery> query);
+
+/// As the newSelectExp slot: 14 for another language than WQL and CQL, 15 for what is no query. The
+/// projection is an array of names, or null for *.
+CMPISelectExp* newSelectExpression(const char* query, const char* language, CMPIArray** projection,
+                                   CMPIStatus* out);
+
+/// WQL, CQL and DMTF:CQL, without regard to case.
+bool isKnownQueryLanguage(const std::string& language);
+
+/// Whether the instance's class is the query's class or derives from it and the condition holds.
+bool selects(const WqlQuery& query, const InstanceData& instance);
+
+}  // namespace orv::broker

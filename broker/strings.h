@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "broker/heap.h"
+#include "cmpi/abi/cmpi_tables.h"
+
+namespace orv::broker {
+
+/// A CMPIString: its text may be null, as that of a host name that was never set. As in the object
+/// manager, `hdl` is the text.
+struct StringObject : CMPIString, HeapEntry {
+  explicit StringObject(std::optional<std::string> content);
+  std::optional<std::string> text;
+};
+
+/// In the calling thread's memory.
+CMPIString* makeString(std::optional<std::string> text);
+
+/// Null for a record that this broker did not make (which is reported) and for a null pointer.
+const StringObject* ownString(const CMPIString* record);
+
+/// Text of a string that may be null or foreign: then absent.
+std::optional<std::string> textOf(const CMPIString* record);
+
+/// A pointer from a provider: absent when null.
+inline std::optional<std::string> textOf(const char* text) {
+  return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
+}
+
+/// Answer of a string slot under a fault that is due.
+struct InjectedFault;
+CMPIString* faultyString(const InjectedFault& fault, CMPIStatus* out);
+
+}  // namespace orv::broker

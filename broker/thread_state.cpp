@@ -1,0 +1,104 @@
+#include "broker/thread_state.h"
+
+#include <mutex>
+
+#include "broker/broker_state.h"
+#include "broker/strings.h"
+
+namespace orv::broker {
+namespace {
+
+struct ThreadState {
+  std::weak_ptr<BrokerState> broker;
+  std::string attachedProvider;
+  const CallFrame* frame = nullptr;
+  std::vector<Report>* reports = nullptr;
+};
+
+ThreadState& threadState() {
+  thread_local ThreadState state;
+  return state;
+}
+
+/// Brokers in the order of their creation. Never destroyed: provider threads may outlive main.
+struct LiveBrokers {
+  std::mutex mutex;  // guards list; nothing is locked while it is held
+  std::vector<std::weak_ptr<BrokerState>> list;
+};
+
+LiveBrokers& liveBrokers() {
+  static auto* brokers = new LiveBrokers;
+  return *brokers;
+}
+
+std::shared_ptr<BrokerState> lastBroker() {
+  LiveBrokers& brokers = liveBrokers();
+  const std::lock_guard<std::mutex> lock(brokers.mutex);
+  while (!brokers.list.empty()) {
+    if (auto broker = brokers.list.back().lock()) return broker;
+    brokers.list.pop_back();
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::shared_ptr<BrokerState> currentBroker() {
+  if (auto broker = threadState().broker.lock()) return broker;
+  return lastBroker();
+}
+
+void announceBroker(const std::shared_ptr<BrokerState>& broker) {
+  LiveBrokers& brokers = liveBrokers();
+  const std::lock_guard<std::mutex> lock(brokers.mutex);
+  brokers.list.push_back(broker);
+}
+
+void attachThisThread(const std::weak_ptr<BrokerState>& broker, const std::string& provider) {
+  threadState().broker = broker;
+  threadState().attachedProvider = provider;
+}
+
+BrokerBinding::BrokerBinding(const std::shared_ptr<BrokerState>& broker)
+    : outer_(threadState().broker) {
+  threadState().broker = broker;
+}
+
+BrokerBinding::~BrokerBinding() { threadState().broker = outer_; }
+
+ThreadBinding::ThreadBinding(const std::shared_ptr<BrokerState>& broker)
+    : broker_(broker), outerReports_(threadState().reports) {
+  threadState().reports = &reports_;
+}
+
+ThreadBinding::~ThreadBinding() { threadState().reports = outerReports_; }
+
+ProviderFrame::ProviderFrame(std::string provider, std::string className)
+    : frame_{std::move(provider), std::move(className)}, outer_(threadState().frame) {
+  threadState().frame = &frame_;
+}
+
+ProviderFrame::~ProviderFrame() { threadState().frame = outer_; }
+
+std::string currentProvider() {
+  const ThreadState& state = threadState();
+  return state.frame != nullptr ? state.frame->provider : state.attachedProvider;
+}
+
+void report(const std::string& className, const std::string& property, const std::string& what) {
+  ThreadState& state = threadState();
+  Report made{currentProvider(), className, property, what};
+  if (made.className.empty() && state.frame != nullptr) made.className = state.frame->className;
+  if (state.reports != nullptr) state.reports->push_back(made);
+  if (const auto broker = currentBroker()) broker->diagnostics.add(made);
+}
+
+std::optional<InjectedFault> injected(const char* slot) {
+  if (!Diagnostics::anyFaultArmed()) return std::nullopt;
+  const auto broker = currentBroker();
+  return broker ? broker->diagnostics.dueFault(slot) : std::nullopt;
+}
+
+CMPIStatus status(CMPIrc rc, const std::string& text) { return CMPIStatus{rc, makeString(text)}; }
+
+}  // namespace orv::broker

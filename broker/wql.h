@@ -1,0 +1,73 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "broker/values.h"
+
+/// Filter queries:
+///
+///   query      = SELECT ( "*" | name { "," name } ) FROM class [ WHERE condition ]
+///   condition  = conjunction { OR conjunction }
+///   conjunction = negation { AND negation }
+///   negation   = [ NOT ] ( "(" condition ")" | comparison )
+///   comparison = property ( "=" | "<>" | "!=" | "<" | "<=" | ">" | ">=" ) literal
+///              | property [ NOT ] LIKE text | property ISA class | property IS [ NOT ] NULL
+///   property   = name { "." name }           one level deeper for each embedded instance
+///   literal    = text in ' or " | number | TRUE | FALSE | NULL
+///
+/// Key words and names are compared without regard to case. LIKE knows % and _.
+namespace orv::broker {
+
+/// The text is not a query; what() tells where.
+class WqlError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct WqlComparison {
+  std::string property;
+  CMPIPredOp op = CMPI_PredOp_Equals;
+  Value literal;  ///< string for LIKE and ISA; null for the null tests
+};
+
+struct WqlCondition {
+  enum class Kind { kComparison, kAnd, kOr, kNot };
+  Kind kind = Kind::kComparison;
+  WqlComparison comparison;            // kComparison
+  std::vector<WqlCondition> operands;  // the others; kNot has one
+};
+
+struct WqlQuery {
+  std::string text;
+  std::optional<std::vector<std::string>> projection;  ///< absent for *
+  std::string className;
+  std::optional<WqlCondition> condition;
+};
+
+/// Fails: WqlError.
+WqlQuery parseWql(const std::string& text);
+
+/// What a condition is tested on.
+struct WqlSubject {
+  /// Value of a property; absent when there is none of that name.
+  std::function<std::optional<Value>(const std::string& name)> property;
+  /// Whether the class of an embedded instance, or of the subject itself for an empty property
+  /// name, is the ancestor or derives from it.
+  std::function<bool(const std::string& className, const std::string& ancestor)> isA;
+};
+
+/// A comparison with a null or missing property is false, except for the null tests.
+bool holds(const WqlComparison& comparison, const WqlSubject& subject);
+bool holds(const WqlCondition& condition, const WqlSubject& subject);
+
+/// Disjunction of conjunctions, or the other way round: the outer list's members are lists of
+/// comparisons. NOT is resolved into the comparisons. Empty for more than 4096 comparisons.
+std::vector<std::vector<WqlComparison>> normalForm(const WqlCondition& condition, bool disjunctive);
+
+}  // namespace orv::broker

@@ -39,11 +39,10 @@ std::string firstOf(const Values& values, std::initializer_list<const char*> nam
   return otherwise;
 }
 
-/// Cuts a text to its field, which ends in a NUL.
 template <std::size_t size>
 void store(std::string_view text, char (&field)[size]) {
   std::fill(std::begin(field), std::end(field), '\0');
-  text.copy(field, size - 1);
+  LinuxHost::cutToFit(text, size - 1).copy(field, size - 1);
 }
 
 }  // namespace

@@ -66,12 +66,12 @@ template <typename Value>
 template <typename Ask>
 const Value& AskedOnce<Value>::get(Ask ask) {
   if (!asked_) {
-    asked_ = true;
     try {
       value_ = ask();
     } catch (const Nodemgr::Lib::NodemgrException& e) {
       failure_ = e.what();
     }
+    asked_ = true;
   }
   if (!value_) throw Nodemgr::Lib::NodemgrException(failure_);
   return *value_;

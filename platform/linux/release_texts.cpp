@@ -125,4 +125,13 @@ std::string releaseDateOf(std::string_view kernelVersion) {
   return {};
 }
 
+std::string_view cutToFit(std::string_view text, std::size_t size) {
+  if (text.size() <= size) return text;
+  const auto continuesCharacter = [&] {
+    return (static_cast<unsigned char>(text[size]) & 0xc0U) == 0x80U;
+  };
+  while (size > 0 && continuesCharacter()) --size;
+  return text.substr(0, size);
+}
+
 }  // namespace LinuxHost

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -27,5 +28,8 @@ std::int32_t buildNumberOf(std::string_view kernelVersion);
 /// The date in a kernel version text in the form "Feb 1 2024", empty without one. Two forms are in
 /// use: "... Debian 6.1.76-1 (2024-02-01)" and "... Thu Feb  1 14:00:00 UTC 2024".
 std::string releaseDateOf(std::string_view kernelVersion);
+
+/// The beginning of a UTF-8 text that fits `size` bytes and ends with a whole character.
+std::string_view cutToFit(std::string_view text, std::size_t size);
 
 }  // namespace LinuxHost

@@ -25,9 +25,14 @@ std::optional<Number> wholeNumber(std::string_view text, int base) {
 
 std::optional<std::string> readText(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  std::string text(kLongestFile, '\0');
-  if (!file || file.read(text.data(), static_cast<std::streamsize>(text.size())).bad()) return {};
-  text.resize(static_cast<std::size_t>(file.gcount()));
+  std::string text;
+  char piece[4096];
+  while (file && text.size() < kLongestFile) {
+    file.read(piece, sizeof piece);
+    text.append(piece, static_cast<std::size_t>(file.gcount()));
+  }
+  // A file that could be opened ends in end-of-file; an unreadable one, or a directory, does not.
+  if (!file.eof() && text.size() < kLongestFile) return {};
   text.erase(text.find_last_not_of(" \t\n") + 1);
   return text;
 }

@@ -63,5 +63,14 @@ TEST(ReleaseDate, IsEmptyWithoutADate) {
   }
 }
 
+TEST(CutText, EndsWithAWholeCharacter) {
+  EXPECT_EQ(cutToFit("abc", 3), "abc");
+  EXPECT_EQ(cutToFit("abcd", 3), "abc");
+  EXPECT_EQ(cutToFit("ab\u00e4", 3), "ab") << "the character has two bytes";
+  EXPECT_EQ(cutToFit("a\u20ac", 4), "a\u20ac");
+  EXPECT_EQ(cutToFit("\u20ac", 2), "");
+  EXPECT_EQ(cutToFit("", 0), "");
+}
+
 }  // namespace
 }  // namespace LinuxHost

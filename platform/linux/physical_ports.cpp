@@ -10,9 +10,16 @@
 namespace LinuxHost {
 namespace {
 
+/// Whether sysfs speaks of this very link: a process may have entered a network namespace whose
+/// sysfs is not mounted, and see another namespace's link of the same name.
+bool isDescribedBy(const std::string& directory, const LinkRecord& link) {
+  return readNumber(directory + "/ifindex").value_or(link.index) == link.index;
+}
+
 bool isPhysicalPort(const LinkRecord& link, const std::string& sysRoot) {
-  return link.hardwareType == ARPHRD_ETHER &&
-         resolve(linkDirectory(sysRoot, link.name) + "/device").has_value();
+  const std::string directory = linkDirectory(sysRoot, link.name);
+  return link.hardwareType == ARPHRD_ETHER && resolve(directory + "/device").has_value() &&
+         isDescribedBy(directory, link);
 }
 
 }  // namespace

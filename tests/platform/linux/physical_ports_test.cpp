@@ -47,6 +47,12 @@ TEST_F(PhysicalPorts, LoseAPortWhoseDeviceIsGone) {
   EXPECT_TRUE(physicalPorts({link(2, "nic0")}, tree.root()).empty());
 }
 
+TEST_F(PhysicalPorts, AreNotTakenForAnotherNamespacesLinkOfTheSameName) {
+  tree.file("class/net/nic0/ifindex", "2\n");
+  EXPECT_EQ(physicalPorts({link(2, "nic0")}, tree.root()).size(), 1U);
+  EXPECT_TRUE(physicalPorts({link(3, "nic0")}, tree.root()).empty());
+}
+
 TEST_F(PhysicalPorts, AreFoundByTheirOwnName) {
   const auto port = physicalPortNamed({link(2, "nic0")}, "nic0", tree.root());
   ASSERT_TRUE(port.has_value());

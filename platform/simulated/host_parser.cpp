@@ -59,17 +59,17 @@ HostError notJson(std::string_view text) {
 // The readers of the records stand outside the unnamed namespace, where the templates of
 // json_value.h look for them.
 
-/// Dotted quad: four decimal numbers of one to three digits
+/// Dotted quad: four decimal numbers up to 255
 void readValue(const Value& value, Ipv4Bytes& address) {
   const std::string& text = value.text();
   const char* next = text.data();
   const char* const end = text.data() + text.size();
   bool good = true;
   for (std::size_t i = 0; good && i < address.size(); ++i) {
-    const auto [stopped, error] = std::from_chars(next, std::min(next + 3, end), address[i]);
+    const auto [stopped, error] = std::from_chars(next, end, address[i]);
     const bool last = i + 1 == address.size();
     good = error == std::errc{} && (last ? stopped == end : stopped != end && *stopped == '.');
-    if (!last) next = stopped + 1;
+    if (good && !last) next = stopped + 1;
   }
   if (!good) value.refuse("expected an address in the form \"10.0.0.7\"");
 }

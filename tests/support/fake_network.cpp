@@ -1,0 +1,157 @@
+#include "tests/support/fake_network.h"
+
+#include <stdexcept>
+
+#include "platform/computer_system.h"
+
+namespace orv::test {
+
+namespace {
+
+FakeNetwork* currentNetwork = nullptr;
+
+class FakePci : public Nodemgr::Network::PciDevice {
+ public:
+  explicit FakePci(const PciFacts& facts) : facts_(facts) {}
+  std::uint16_t GetSegment() override { return facts_.segment; }
+  std::uint8_t GetBus() override { return facts_.bus; }
+  std::uint8_t GetSlot() override { return facts_.slot; }
+  std::uint8_t GetFunction() override { return facts_.function; }
+  std::uint16_t GetVendorId() override { return facts_.vendorId; }
+  std::uint16_t GetDeviceId() override { return facts_.deviceId; }
+
+ private:
+  PciFacts facts_;
+};
+
+class FakePnic : public Nodemgr::Network::Pnic {
+ public:
+  explicit FakePnic(const PortFacts& facts) : facts_(facts) {
+    if (facts_.pci) pci_ = std::make_unique<FakePci>(*facts_.pci);
+    ++FakeNetwork::current().alivePorts;
+  }
+  ~FakePnic() override { --FakeNetwork::current().alivePorts; }
+
+  std::string GetName() override { return answer("GetName", facts_.name); }
+  Nodemgr::Network::PciDevice* GetPciDevice() override {
+    return answer("GetPciDevice", pci_.get());
+  }
+  Nodemgr::Network::Duplex GetDuplex() override { return answer("GetDuplex", facts_.duplex); }
+  bool IsLinkUp() override { return answer("IsLinkUp", facts_.linkUp); }
+  bool IsEnabled() override { return answer("IsEnabled", facts_.enabled); }
+  std::uint32_t GetLinkSpeed() override { return answer("GetLinkSpeed", facts_.linkSpeed); }
+  Nodemgr::Network::MacAddress GetMacAddress() override {
+    return answer("GetMacAddress", Nodemgr::Network::MacAddress(facts_.mac));
+  }
+  bool IsCapabilityEnabled() override {
+    return answer("IsCapabilityEnabled", facts_.capabilityEnabled);
+  }
+  bool IsCapabilitySupported() override {
+    return answer("IsCapabilitySupported", facts_.capabilitySupported);
+  }
+  std::uint32_t GetMtu() override { return answer("GetMtu", facts_.mtu); }
+  void GetLinkSettings(Nodemgr::Network::PnicLinkSettings& settings) override {
+    settings = answer("GetLinkSettings", facts_.settings);
+  }
+  void GetStatistics(Nodemgr::Network::PnicStatistics& statistics) override {
+    statistics = answer("GetStatistics", facts_.statistics);
+  }
+  void GetCoalesceParams(Nodemgr::Network::PnicCoalesceParams& params) override {
+    params = answer("GetCoalesceParams", facts_.coalesce);
+  }
+  void GetDriverInfo(Nodemgr::Network::PnicDriverInfo& info) override {
+    info = answer("GetDriverInfo", facts_.driver);
+  }
+
+ private:
+  template <typename T>
+  T answer(const char* accessor, T value) {
+    FakeNetwork::current().calls.emplace_back(accessor);
+    const auto fault = facts_.faults.find(accessor);
+    if (fault != facts_.faults.end()) throwFault(fault->second);
+    return value;
+  }
+
+  PortFacts facts_;
+  std::unique_ptr<FakePci> pci_;
+};
+
+void throwIf(const std::optional<HostFault>& fault) {
+  if (fault) throwFault(*fault);
+}
+
+}  // namespace
+
+void throwFault(HostFault fault) {
+  if (fault == HostFault::kNodemgr) throw Nodemgr::Lib::NodemgrException("the host fails");
+  throw std::runtime_error("a defect of the host library");
+}
+
+PortFacts portNamed(const std::string& name) {
+  PortFacts facts;
+  facts.name = name;
+  return facts;
+}
+
+FakeNetwork::FakeNetwork() { currentNetwork = this; }
+FakeNetwork::~FakeNetwork() { currentNetwork = nullptr; }
+
+FakeNetwork& FakeNetwork::current() {
+  if (currentNetwork == nullptr) throw std::logic_error("the test has no network");
+  return *currentNetwork;
+}
+
+std::unique_ptr<Nodemgr::Network::Pnic> makePort(const PortFacts& facts) {
+  return std::make_unique<FakePnic>(facts);
+}
+
+}  // namespace orv::test
+
+namespace HykCtl::Network {
+
+using orv::test::FakeNetwork;
+
+struct NetworkInfoImpl::State {};
+
+NetworkInfoImpl::NetworkInfoImpl() {
+  FakeNetwork& network = FakeNetwork::current();
+  ++network.networkInfos;
+  orv::test::throwIf(network.constructorFault);
+  ++network.aliveNetworkInfos;
+}
+
+NetworkInfoImpl::~NetworkInfoImpl() { --FakeNetwork::current().aliveNetworkInfos; }
+
+HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnics() {
+  FakeNetwork& network = FakeNetwork::current();
+  ++network.lists;
+  orv::test::throwIf(network.listFault);
+  HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> ports;
+  for (const auto& facts : network.ports) ports.push_back(orv::test::makePort(facts));
+  return ports;
+}
+
+std::unique_ptr<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnicByName(const std::string& name) {
+  FakeNetwork& network = FakeNetwork::current();
+  network.namesAsked.push_back(name);
+  orv::test::throwIf(network.byNameFault);
+  for (const auto& facts : network.ports) {
+    if (facts.name == name) return orv::test::makePort(facts);
+  }
+  return nullptr;
+}
+
+}  // namespace HykCtl::Network
+
+namespace OMC {
+
+std::string getComputerSystemClassName() {
+  return orv::test::FakeNetwork::current().systemClassName;
+}
+
+std::string getComputerSystemName(const CmpiContext&, CmpiBroker*) {
+  ++orv::test::FakeNetwork::current().systemNames;
+  return orv::test::FakeNetwork::current().systemName;
+}
+
+}  // namespace OMC

@@ -305,7 +305,11 @@ TEST_F(Objects, StatusWhoseTextCannotBeMadeKeepsItsCode) {
   EXPECT_EQ(status.msg(), nullptr);
 }
 
+// These two see the state before any factory call: each in a process of its own, as ctest runs
+// them.
+
 TEST(WithoutABroker, StatusHasNoText) {
+  if (CmpiProviderBase::getBroker() != nullptr) GTEST_SKIP() << "another test has set a broker";
   EXPECT_EQ(CmpiStatus(CMPI_RC_ERR_FAILED, "text").msg(), nullptr);
 }
 

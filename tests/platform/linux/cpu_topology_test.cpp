@@ -120,6 +120,14 @@ TEST(CpuGroups, CountAStoppedCoreOfTwoThreadsOnce) {
   EXPECT_EQ(statesOf(packages[0]), "RsR");
 }
 
+TEST(CpuGroups, CompleteEachRunningCoreToItsOwnNumberOfThreads) {
+  // CPU 0's core has two threads, CPU 1's has one: of the offline CPUs one is a thread, one a core.
+  const auto packages = groupCpus({online(0, 0, 0), online(1, 0, 1), offline(2), offline(3)},
+                                  [](unsigned cpu) { return cpu == 0 ? 2U : 1U; });
+  ASSERT_THAT(packages, SizeIs(1));
+  EXPECT_EQ(statesOf(packages[0]), "RRs");
+}
+
 TEST(CpuGroups, WhoseCpusDoNotTellTheirThreadsTakeThemFromThoseThatRun) {
   const auto packages =
       groupCpus({online(0, 0, 0), online(1, 0, 0), offline(2), offline(3)}, everyCoreHas(0));

@@ -52,6 +52,7 @@ class Reader {
       if (line.find('\0') != std::string::npos) fail("line holds a null character");
       readLine(trimmed(line));
     }
+    if (in_.bad()) throw RegistrationError(fileName_ + ": cannot be read");
     finishSection();
     return std::move(sections_);
   }

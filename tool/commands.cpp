@@ -7,7 +7,7 @@
 
 #include "tool/errors.h"
 #include "tool/json_output.h"
-#include "tool/object_path_argument.h"
+#include "tool/object_paths.h"
 #include "tool/text_table.h"
 
 namespace orv::tool {

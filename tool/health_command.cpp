@@ -7,6 +7,7 @@
 #include "tool/commands.h"
 #include "tool/errors.h"
 #include "tool/json_output.h"
+#include "tool/object_paths.h"
 #include "tool/table_output.h"
 #include "tool/text_table.h"
 
@@ -47,7 +48,7 @@ std::string elementOf(Session& session, const Instance& record) {
   broker::AssociationFilter filter;
   filter.assocClass = kAssociationClass;
   const broker::Response response = session.broker().associatorNames(record.path, filter);
-  return response.ok() && !response.paths.empty() ? response.paths.front().toText() : "";
+  return response.ok() && !response.paths.empty() ? objectPathText(response.paths.front()) : "";
 }
 
 void printTable(Session& session, const Instance& rollup, const std::vector<Instance>& records) {

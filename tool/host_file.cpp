@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <system_error>
 
 #include "tool/errors.h"
 
@@ -23,11 +25,12 @@ std::string place(const std::string& text, std::size_t byte) {
 }  // namespace
 
 void checkHostFile(const std::string& path) {
+  std::error_code error;
   std::ifstream in(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  if (!in.is_open() || in.bad() || (in.fail() && text.empty())) {
+  if (!in || !std::filesystem::is_regular_file(path, error)) {
     throw BadInput("host file " + path + " cannot be read");
   }
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   try {
     if (!nlohmann::json::parse(text).is_object()) {
       throw BadInput("host file " + path + ": not a JSON object");

@@ -4,6 +4,7 @@
 #include <type_traits>
 #include <variant>
 
+#include "tool/object_paths.h"
 #include "tool/property_order.h"
 
 namespace orv::tool {
@@ -28,7 +29,7 @@ Json toJson(const broker::Value& value, const ClassRepository& classes, bool wit
         } else if constexpr (std::is_same_v<Content, std::shared_ptr<const broker::Instance>>) {
           return toJson(*content, classes, withNulls);
         } else if constexpr (std::is_same_v<Content, std::shared_ptr<const broker::ObjectPath>>) {
-          return content->toText();
+          return objectPathText(*content);
         } else {
           return content;
         }
@@ -39,7 +40,7 @@ Json toJson(const broker::Value& value, const ClassRepository& classes, bool wit
 Json toJson(const broker::ObjectPath& path, const ClassRepository& classes) {
   Json keys = Json::object();
   for (const broker::Key& key : path.keys) keys[key.name] = toJson(key.value, classes, true);
-  return {{"path", path.toText()},
+  return {{"path", objectPathText(path)},
           {"namespace", path.nameSpace},
           {"class", path.className},
           {"keys", std::move(keys)}};
@@ -51,7 +52,7 @@ Json toJson(const broker::Instance& instance, const ClassRepository& classes, bo
   for (const broker::Property* p : orderedProperties(instance, definition, withNulls)) {
     properties[p->name] = toJson(p->value, classes, withNulls);
   }
-  return {{"path", instance.path.toText()},
+  return {{"path", objectPathText(instance.path)},
           {"class", instance.path.className},
           {"properties", std::move(properties)}};
 }

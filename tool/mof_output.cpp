@@ -4,6 +4,7 @@
 #include <string>
 #include <variant>
 
+#include "tool/object_paths.h"
 #include "tool/property_order.h"
 #include "tool/readable_text.h"
 #include "tool/value_words.h"
@@ -32,8 +33,12 @@ class Writer {
   void property(const broker::Property& property, const broker::ClassDefinition* definition,
                 const std::string& indent) {
     out_ << indent << oneLine(property.name) << " = ";
-    if (const auto* inner = std::get_if<std::shared_ptr<const Instance>>(&property.value.content)) {
+    const Value::Content& content = property.value.content;
+    if (const auto* inner = std::get_if<std::shared_ptr<const Instance>>(&content)) {
       instance(**inner, indent);
+    } else if (const auto* path =
+                   std::get_if<std::shared_ptr<const broker::ObjectPath>>(&content)) {
+      out_ << oneLine(Value::ofString(objectPathText(**path)).toText());
     } else {
       out_ << oneLine(property.value.toText());
     }

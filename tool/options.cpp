@@ -32,11 +32,16 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("-n,--namespace", options.nameSpace, "Namespace of classes and paths")
       ->capture_default_str()
       ->type_name("NAME");
-  app.add_option("--library", options.library,
-                 "Provider library to load (default: liborvprovider.so)")
+  app.add_option(
+         "--library", options.libraries,
+         "Provider library to load (default: liborvprovider.so); may be given again for the "
+         "libraries of other registrations")
+      ->allow_extra_args(false)
       ->type_name("FILE");
-  app.add_option("--schema", options.schema,
-                 "Directory with class definitions (*.mof) and registration (*.reg)")
+  app.add_option("--schema", options.schemas,
+                 "Directory with class definitions (*.mof) and registration (*.reg); may be given "
+                 "again for more on top")
+      ->allow_extra_args(false)
       ->type_name("DIR");
   app.add_option("--simulate", options.simulate,
                  "Ask the host that this JSON file describes instead of this one")

@@ -31,8 +31,11 @@ struct Options {
   std::optional<std::string> assocClass, resultClass, role, resultRole;
   PrintOptions print;
   std::string nameSpace = "root/cimv2";
-  std::string library;   ///< empty: the one beside the executable
-  std::string schema;    ///< empty: the one beside the executable
+  /// Empty: the one beside the executable. Of several, each serves the registrations whose location
+  /// its name tells: lib<location>.so.
+  std::vector<std::string> libraries;
+  std::vector<std::string>
+      schemas;           ///< directories, in order; empty: the one beside the executable
   std::string simulate;  ///< host file; empty: this host
 };
 

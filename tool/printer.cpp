@@ -7,6 +7,7 @@
 
 #include "tool/json_output.h"
 #include "tool/mof_output.h"
+#include "tool/object_paths.h"
 #include "tool/readable_text.h"
 #include "tool/table_output.h"
 
@@ -38,7 +39,7 @@ void Printer::paths(const std::vector<broker::ObjectPath>& paths) {
     return;
   }
   if (options_.format == Format::kMof) {
-    for (const broker::ObjectPath& path : paths) out_ << oneLine(path.toText()) << "\n";
+    for (const broker::ObjectPath& path : paths) out_ << oneLine(objectPathText(path)) << "\n";
     return;
   }
   Json array = Json::array();

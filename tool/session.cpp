@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
+#include <map>
 #include <system_error>
 #include <utility>
 
@@ -21,30 +23,42 @@ namespace {
 namespace fs = std::filesystem;
 using broker::RegistrationSection;
 
-std::shared_ptr<const broker::ClassRepository> readClasses(const std::string& schema) {
+std::shared_ptr<const broker::ClassRepository> readClasses(
+    const std::vector<std::string>& directories) {
+  auto classes = std::make_shared<broker::ClassRepository>();
   try {
-    return std::make_shared<const broker::ClassRepository>(broker::loadSchema(schema));
+    broker::MofReader reader(*classes);
+    for (const std::string& directory : directories) reader.readDirectory(directory);
   } catch (const broker::MofError& e) {
-    throw BadInput(e.what());
+    throw BadInput(oneLine(e.what()));
   }
+  return classes;
 }
 
-std::vector<RegistrationSection> readRegistrations(const std::string& schema) {
+std::vector<std::string> registrationFiles(const std::vector<std::string>& directories) {
   std::vector<std::string> files;
-  std::error_code error;
-  for (const fs::directory_entry& entry : fs::directory_iterator(schema, error)) {
-    if (entry.path().extension() == ".reg") files.push_back(entry.path().string());
+  for (const std::string& directory : directories) {
+    std::vector<std::string> here;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory, error)) {
+      if (entry.path().extension() == ".reg") here.push_back(entry.path().string());
+    }
+    if (here.empty()) throw BadInput(directory + ": directory holds no *.reg file");
+    std::sort(here.begin(), here.end());
+    files.insert(files.end(), here.begin(), here.end());
   }
-  std::sort(files.begin(), files.end());
-  if (files.empty()) throw BadInput(schema + ": directory holds no *.reg file");
+  return files;
+}
+
+std::vector<RegistrationSection> readRegistrations(const std::vector<std::string>& directories) {
   std::vector<RegistrationSection> sections;
-  for (const std::string& file : files) {
-    try {
+  try {
+    for (const std::string& file : registrationFiles(directories)) {
       auto more = broker::readRegistrationFile(file);
       std::move(more.begin(), more.end(), std::back_inserter(sections));
-    } catch (const broker::RegistrationError& e) {
-      throw BadInput(e.what());
     }
+  } catch (const broker::RegistrationError& e) {
+    throw BadInput(oneLine(e.what()));
   }
   return sections;
 }
@@ -75,26 +89,44 @@ void checkLibrary(const std::string& file, const std::vector<RegistrationSection
   }
 }
 
+// Which file serves a location: the one that its name tells, else the first.
+std::map<std::string, std::string> librariesOf(const std::vector<RegistrationSection>& sections,
+                                               const std::vector<std::string>& files) {
+  std::map<std::string, std::string> libraries;
+  for (const RegistrationSection& section : sections) {
+    const auto named = std::find_if(files.begin(), files.end(), [&](const std::string& file) {
+      return fs::path(file).filename() == "lib" + section.location + ".so";
+    });
+    const std::string& file = named == files.end() ? files.front() : *named;
+    libraries[section.location] = fs::absolute(file).string();
+  }
+  return libraries;
+}
+
 void warn(const broker::Report& report) {
   std::cerr << "orvcim: warning: " + oneLine(report.toText()) + "\n";
+}
+
+void useHostFile(const std::string& path) {
+  checkHostFile(path);
+  setenv("ORV_HOST_FILE", fs::absolute(path).c_str(), 1);
 }
 
 }  // namespace
 
 Session::Session(const Options& options) {
-  const std::string schema = options.schema.empty() ? defaultSchema() : options.schema;
   const bool simulated = !options.simulate.empty();
-  if (simulated) {
-    checkHostFile(options.simulate);
-    setenv("ORV_HOST_FILE", fs::absolute(options.simulate).c_str(), 1);
-  }
-  classes_ = readClasses(schema);
-  registration_ = readRegistrations(schema);
-  const std::string library = options.library.empty() ? defaultLibrary(simulated) : options.library;
-  checkLibrary(library, registration_);
+  if (simulated) useHostFile(options.simulate);
+  std::vector<std::string> schemas = options.schemas;
+  if (schemas.empty()) schemas.push_back(defaultSchema());
+  classes_ = readClasses(schemas);
+  registration_ = readRegistrations(schemas);
+  std::vector<std::string> libraries = options.libraries;
+  if (libraries.empty()) libraries.push_back(defaultLibrary(simulated));
+  for (const std::string& library : libraries) checkLibrary(library, registration_);
 
   broker::Broker::Options setup;
-  setup.libraryFile = fs::absolute(library).string();
+  setup.libraries = librariesOf(registration_, libraries);
   setup.registration = registration_;
   setup.onReport = warn;
   for (const RegistrationSection& section : registration_) {

@@ -6,6 +6,7 @@
 #include <utility>
 #include <variant>
 
+#include "tool/object_paths.h"
 #include "tool/property_order.h"
 #include "tool/text_table.h"
 #include "tool/value_words.h"
@@ -30,7 +31,7 @@ std::string arrayText(const Value& value) {
 std::string plainText(const Value& value) {
   if (const auto* text = std::get_if<std::string>(&value.content)) return *text;
   if (const auto* path = std::get_if<std::shared_ptr<const ObjectPath>>(&value.content)) {
-    return (*path)->toText();
+    return objectPathText(**path);
   }
   if (const auto* instance = std::get_if<std::shared_ptr<const Instance>>(&value.content)) {
     return "instance of " + (*instance)->path.className;

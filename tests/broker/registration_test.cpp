@@ -118,6 +118,7 @@ TEST(Registration, RefusesANullCharacterAndAnEndlessLine) {
 
 TEST(Registration, AFileThatCannotBeReadIsAnError) {
   EXPECT_THROW(readRegistrationFile("/nonexistent/x.reg"), RegistrationError);
+  EXPECT_THROW(readRegistrationFile("/"), RegistrationError);
 }
 
 }  // namespace

@@ -16,4 +16,8 @@ namespace orv::tool {
 broker::ObjectPath objectPathArgument(std::string_view text, const std::string& nameSpace,
                                       const broker::ClassRepository& classes);
 
+/// The text that objectPathArgument reads as the path: references quoted, keys that are null left
+/// out.
+std::string objectPathText(const broker::ObjectPath& path);
+
 }  // namespace orv::tool

@@ -1,7 +1,9 @@
-#include "tool/object_path_argument.h"
+#include "tool/object_paths.h"
 
 #include <charconv>
 #include <cstdint>
+#include <memory>
+#include <variant>
 
 #include "broker/object_path_text.h"
 #include "tool/errors.h"
@@ -57,6 +59,23 @@ broker::ObjectPath read(std::string_view text, const std::string& nameSpace,
   return path;
 }
 
+KeyText keyText(const broker::Key& key) {
+  const Value::Content& content = key.value.content;
+  if (const auto* text = std::get_if<std::string>(&content)) {
+    return {key.name, KeyText::Kind::text, *text};
+  }
+  if (const auto* path = std::get_if<std::shared_ptr<const broker::ObjectPath>>(&content)) {
+    return {key.name, KeyText::Kind::text, objectPathText(**path)};
+  }
+  if (const auto* time = std::get_if<broker::DateTime>(&content)) {
+    return {key.name, KeyText::Kind::text, time->text};
+  }
+  KeyText::Kind kind = KeyText::Kind::unsignedNumber;
+  if (std::holds_alternative<std::int64_t>(content)) kind = KeyText::Kind::signedNumber;
+  if (std::holds_alternative<bool>(content)) kind = KeyText::Kind::boolean;
+  return {key.name, kind, key.value.toText()};
+}
+
 }  // namespace
 
 broker::ObjectPath objectPathArgument(std::string_view text, const std::string& nameSpace,
@@ -66,6 +85,14 @@ broker::ObjectPath objectPathArgument(std::string_view text, const std::string& 
   } catch (const broker::ObjectPathError& e) {
     throw BadInput(e.what());
   }
+}
+
+std::string objectPathText(const broker::ObjectPath& path) {
+  broker::ObjectPathText text = {path.host, path.nameSpace, path.className, {}};
+  for (const broker::Key& key : path.keys) {
+    if (!key.value.null) text.keys.push_back(keyText(key));
+  }
+  return broker::printObjectPath(text);
 }
 
 }  // namespace orv::tool

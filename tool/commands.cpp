@@ -21,6 +21,18 @@ broker::PropertyList propertyList(const Options& options) {
   return options.properties;
 }
 
+// A property list drops the keys that it does not name, while the path still tells them: they are
+// shown, so that the instances can be told apart.
+std::vector<broker::Instance> withKeys(std::vector<broker::Instance> instances) {
+  for (broker::Instance& instance : instances) {
+    for (const broker::Key& key : instance.path.keys) {
+      if (instance.property(key.name) == nullptr)
+        instance.properties.push_back({key.name, key.value});
+    }
+  }
+  return instances;
+}
+
 std::string kinds(const RegistrationSection& section) {
   std::string text;
   const std::pair<bool, const char*> parts[] = {{section.instance, "instance"},
@@ -106,7 +118,7 @@ int runGet(const Options& options, Session& session, Printer& printer) {
   const Response response = session.broker().getInstance(path, propertyList(options));
   successful(response);
   if (response.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND, std::nullopt);
-  printer.instance(response.instances.front());
+  printer.instance(withKeys(response.instances).front());
   return kExitOk;
 }
 
@@ -119,10 +131,12 @@ int runAssociation(const Options& options, Session& session, Printer& printer) {
   const broker::PropertyList properties = propertyList(options);
   switch (options.command) {
     case Command::kAssociators:
-      printer.instances(successful(broker.associators(source, filter, properties)).instances);
+      printer.instances(
+          withKeys(successful(broker.associators(source, filter, properties)).instances));
       break;
     case Command::kReferences:
-      printer.instances(successful(broker.references(source, filter, properties)).instances);
+      printer.instances(
+          withKeys(successful(broker.references(source, filter, properties)).instances));
       break;
     case Command::kAssociatorNames:
       printer.paths(successful(broker.associatorNames(source, filter)).paths);
@@ -150,9 +164,10 @@ int runCommand(const Options& options, Session& session, Printer& printer) {
           successful(broker.enumerateInstanceNames(options.nameSpace, options.className)).paths);
       return kExitOk;
     case Command::kInstances:
-      printer.instances(successful(broker.enumerateInstances(options.nameSpace, options.className,
-                                                             propertyList(options)))
-                            .instances);
+      printer.instances(
+          withKeys(successful(broker.enumerateInstances(options.nameSpace, options.className,
+                                                        propertyList(options)))
+                       .instances));
       return kExitOk;
     case Command::kGet:
       return runGet(options, session, printer);

@@ -29,8 +29,9 @@ using ThreadBody = void* (*)(void*);
 /// False when there is no thread; the list is as before then.
 bool startMonitor(std::vector<pthread_t>& started, ThreadBody body, const CmpiBroker& broker,
                   const CmpiContext& context) {
-  auto argument = std::make_unique<MonitorArgument>(
-      MonitorArgument{broker, broker.prepareAttachThread(context)});
+  const CmpiContext own = broker.prepareAttachThread(context);
+  if (own.isNull()) throw CmpiStatus(CMPI_RC_ERR_FAILED);
+  auto argument = std::make_unique<MonitorArgument>(MonitorArgument{broker, own});
   started.emplace_back();
   if (ORV::startBackgroundThread(started.back(), body, argument.get()) != 0) {
     started.pop_back();

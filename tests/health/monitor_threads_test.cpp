@@ -1,0 +1,379 @@
+#include "health/monitor_threads.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <future>
+#include <mutex>
+#include <thread>
+
+#include "health/latched_health_association.h"
+#include "health/latched_health_state.h"
+#include "health/monitor_state.h"
+#include "tests/health/health_fixture.h"
+#include "tests/health/test_interfaces.h"
+#include "tests/health/test_period.h"
+#include "tests/support/syslog_capture.h"
+
+namespace orv::test {
+
+namespace {
+
+using broker::Fault;
+using broker::RequestScope;
+using OrvLatchedHealth::MonitorState;
+using OrvLatchedHealth::monitorState;
+using OrvLatchedHealth::OrvLatchedHealthState;
+using OrvLatchedHealth::startMonitorThreads;
+using OrvLatchedHealth::stopMonitorThreads;
+using ::testing::Contains;
+using ::testing::IsEmpty;
+using std::chrono_literals::operator""s;
+using std::chrono_literals::operator""ms;
+
+constexpr auto kPatience = 30s;
+
+using Lock = std::unique_lock<OMC::Mutex>;
+
+Lock lockState() { return Lock(monitorState().latchedHealthMutex); }
+
+/// Until `condition`, asked with the state locked, is true; false when that takes too long.
+template <typename Condition>
+bool eventually(Condition condition) {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (std::chrono::steady_clock::now() < end) {
+    {
+      const Lock lock = lockState();
+      if (condition()) return true;
+    }
+    std::this_thread::sleep_for(1ms);
+  }
+  return false;
+}
+
+bool bothRun() {
+  return eventually([] { return monitorState().monitorThreadCount == 2; });
+}
+
+/// A place in a poll cycle where the health monitor stands until it is let go.
+class Stop {
+ public:
+  explicit Stop(std::string className) : className_(std::move(className)) {
+    scriptedHardware().onCall([this](const std::string& name) {
+      if (name == className_) stand();
+    });
+  }
+  ~Stop() {
+    letGo();
+    scriptedHardware().onCall(nullptr);
+  }
+
+  void waitForArrival() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return arrived_; });
+  }
+  void letGo() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    open_ = true;
+    changed_.notify_all();
+  }
+
+ private:
+  void stand() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    arrived_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [&] { return open_; });
+  }
+
+  std::string className_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool arrived_ = false;
+  bool open_ = false;
+};
+
+class MonitorThreads : public HealthTest {
+ protected:
+  using HealthTest::HealthTest;
+  ~MonitorThreads() override {
+    scriptedHardware().onCall(nullptr);
+    stopMonitorThreads();
+    monitorState().kernelIpIndication.disableIndication();
+    const Lock lock = lockState();
+    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+  }
+
+  void start() { startMonitorThreads(binding(), context()); }
+};
+
+TEST_F(MonitorThreads, AreTwoAndCountThemselves) {
+  start();
+  EXPECT_TRUE(bothRun());
+  const Lock lock = lockState();
+  EXPECT_EQ(monitorState().healthMonitorThreads.size(), 1u);
+  EXPECT_EQ(monitorState().kernelIpThreads.size(), 1u);
+}
+
+TEST_F(MonitorThreads, PollOnceAtOnceAndWaitTheirPeriods) {
+  start();
+  ASSERT_TRUE(eventually([] { return periodsAskedFor().size() == 2; }));
+  EXPECT_THAT(periodsAskedFor(), ::testing::UnorderedElementsAre(120, 30));
+  EXPECT_EQ(scriptedHardware().calls().size(), 12u);
+}
+
+TEST_F(MonitorThreads, PollAgainWhenThePeriodIsOver) {
+  setPeriodMilliseconds(1);
+  start();
+  EXPECT_TRUE(eventually([] { return scriptedHardware().calls().size() >= 36; }));
+}
+
+TEST_F(MonitorThreads, ASecondInitializeStartsNoneOnceTheyRun) {
+  OrvLatchedHealthState first(binding(), context());
+  OrvLatchedHealthState second(binding(), context());
+  EXPECT_EQ(first.initialize(context()).rc(), CMPI_RC_OK);
+  ASSERT_TRUE(bothRun());
+  EXPECT_EQ(second.initialize(context()).rc(), CMPI_RC_OK);
+  const Lock lock = lockState();
+  EXPECT_EQ(monitorState().healthMonitorThreads.size(), 1u);
+  EXPECT_EQ(monitorState().kernelIpThreads.size(), 1u);
+}
+
+TEST_F(MonitorThreads, TwoPairsOfAnEarlySecondInitializeAreAllJoined) {
+  for (int i = 0; i < 50; ++i) {
+    start();
+    start();
+    stopMonitorThreads();
+    const Lock lock = lockState();
+    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+    EXPECT_THAT(monitorState().healthMonitorThreads, IsEmpty());
+    EXPECT_THAT(monitorState().kernelIpThreads, IsEmpty());
+    monitorState().monitorStop = false;
+  }
+}
+
+TEST_F(MonitorThreads, StoppedBeforeTheyRanAreJoinedToo) {
+  for (int i = 0; i < 200; ++i) {
+    start();
+    stopMonitorThreads();
+    const Lock lock = lockState();
+    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+    monitorState().monitorStop = false;
+  }
+}
+
+TEST_F(MonitorThreads, StopWithinASecondWhileTheyWait) {
+  start();
+  ASSERT_TRUE(eventually([] { return periodsAskedFor().size() == 2; }));
+  const auto begin = std::chrono::steady_clock::now();
+  stopMonitorThreads();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
+}
+
+TEST_F(MonitorThreads, StopAfterTheCycleThatIsUnderWay) {
+  Stop stop("CIM_Processor");
+  start();
+  stop.waitForArrival();
+  auto stopped = std::async(std::launch::async, [] { stopMonitorThreads(); });
+  EXPECT_EQ(stopped.wait_for(50ms), std::future_status::timeout);
+  const auto begin = std::chrono::steady_clock::now();
+  stop.letGo();
+  stopped.get();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
+  EXPECT_EQ(scriptedHardware().calls().size(), 12u) << "the cycle was finished, no other begun";
+}
+
+TEST_F(MonitorThreads, StopIsSafeAgainstItselfAndEveryCallerReturnsAfterTheirEnd) {
+  for (int i = 0; i < 20; ++i) {
+    start();
+    std::vector<std::future<std::uint32_t>> callers;
+    for (int caller = 0; caller < 4; ++caller) {
+      callers.push_back(std::async(std::launch::async, [] {
+        stopMonitorThreads();
+        const Lock lock = lockState();
+        return monitorState().monitorThreadCount;
+      }));
+    }
+    for (auto& caller : callers) EXPECT_EQ(caller.get(), 0u);
+    const Lock lock = lockState();
+    monitorState().monitorStop = false;
+  }
+}
+
+TEST_F(MonitorThreads, StopWithoutThreadsReturns) {
+  stopMonitorThreads();
+  stopMonitorThreads();
+  const Lock lock = lockState();
+  EXPECT_TRUE(monitorState().monitorStop);
+}
+
+TEST_F(MonitorThreads, StartedAfterAStopEndAtOnceWithoutPolling) {
+  stopMonitorThreads();
+  start();
+  stopMonitorThreads();
+  EXPECT_THAT(scriptedHardware().calls(), IsEmpty());
+  EXPECT_THAT(periodsAskedFor(), IsEmpty());
+}
+
+TEST_F(MonitorThreads, TerminatingCleanupStopsThem) {
+  OrvLatchedHealthState provider(binding(), context());
+  provider.initialize(context());
+  ASSERT_TRUE(bothRun());
+  EXPECT_EQ(provider.cleanup(context(), true).rc(), CMPI_RC_OK);
+  EXPECT_EQ(provider.cleanup(context(), true).rc(), CMPI_RC_OK);
+  const Lock lock = lockState();
+  EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+}
+
+TEST_F(MonitorThreads, TerminatingCleanupOfTheAssociationStopsThem) {
+  OrvLatchedHealth::OrvLatchedHealthAssociation* const provider =
+      new OrvLatchedHealth::OrvLatchedHealthAssociation(binding(), context());
+  start();
+  ASSERT_TRUE(bothRun());
+  EXPECT_EQ(provider->cleanup(context(), true).rc(), CMPI_RC_OK);
+  {
+    const Lock lock = lockState();
+    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+  }
+  delete provider;
+}
+
+TEST_F(MonitorThreads, OtherCleanupLeavesThemRunning) {
+  OrvLatchedHealthState provider(binding(), context());
+  provider.initialize(context());
+  ASSERT_TRUE(bothRun());
+  EXPECT_EQ(provider.cleanup(context(), false).rc(), CMPI_RC_NEVER_UNLOAD);
+  const Lock lock = lockState();
+  EXPECT_EQ(monitorState().monitorThreadCount, 2u);
+  EXPECT_FALSE(monitorState().monitorStop);
+}
+
+TEST_F(MonitorThreads, LeaveTheStopSignalToOthers) {
+  std::promise<bool> blocked;
+  scriptedHardware().onCall([&, first = true](const std::string&) mutable {
+    if (!first) return;
+    first = false;
+    sigset_t mask;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    blocked.set_value(sigismember(&mask, SIGUSR1) == 1);
+  });
+  start();
+  EXPECT_TRUE(blocked.get_future().get());
+  ASSERT_TRUE(eventually([] { return scriptedHardware().calls().size() == 12; }));
+  sigset_t mask;
+  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+  EXPECT_EQ(sigismember(&mask, SIGUSR1), 0) << "the starting thread's mask is as before";
+}
+
+TEST_F(MonitorThreads, HoldTheMutexForAWholeCycle) {
+  Stop stop("Orvane_StoragePool");
+  start();
+  stop.waitForArrival();
+  EXPECT_FALSE(monitorState().latchedHealthMutex.try_lock());
+  stop.letGo();
+}
+
+TEST_F(MonitorThreads, RollUpChangesWhenACycleEnds) {
+  scriptedHardware().set("CIM_Sensor", {device("CIM_Sensor", "a", 25)});
+  monitorState().rollupHealthState = 5;
+  Stop stop("Orvane_StoragePool");
+  start();
+  stop.waitForArrival();
+  EXPECT_EQ(monitorState().rollupHealthState, 5);
+  stop.letGo();
+  EXPECT_TRUE(eventually([] { return monitorState().rollupHealthState == 25; }));
+}
+
+TEST_F(MonitorThreads, ReadersOfLatchesWaitForTheCycle) {
+  scriptedHardware().set("CIM_Sensor", {device("CIM_Sensor", "a", 25)});
+  scriptedHardware().set("Orvane_DiskDrive", {device("Orvane_DiskDrive", "d", 10)});
+  Stop stop("CIM_PowerSupply");  // the sensor is latched by now, the disk is not
+  start();
+  stop.waitForArrival();
+  auto reader = std::async(std::launch::async, [this] {
+    RequestScope scope(broker_);
+    broker::RecordingResult sink(scope);
+    CmpiResult result(sink.record());
+    OrvLatchedHealthState provider(CmpiBroker(scope.broker()), CmpiContext(scope.context()));
+    provider.enumInstances(CmpiContext(scope.context()), result,
+                           makePath("Orvane_LatchedHealthState", {}), nullptr);
+    return sink.instances().size();
+  });
+  EXPECT_EQ(reader.wait_for(50ms), std::future_status::timeout);
+  stop.letGo();
+  EXPECT_EQ(reader.get(), 2u);
+}
+
+TEST_F(MonitorThreads, AThreadThatTheBrokerRefusesEnds) {
+  broker_.inject({"bft.attachThread", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
+  start();
+  stopMonitorThreads();
+  EXPECT_THAT(scriptedHardware().calls(), IsEmpty());
+}
+
+TEST_F(MonitorThreads, WithoutAContextForAThreadNoneIsStarted) {
+  broker_.inject({"bft.prepareAttachThread", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
+  EXPECT_THROW(start(), CmpiStatus);
+  const Lock lock = lockState();
+  EXPECT_THAT(monitorState().healthMonitorThreads, IsEmpty());
+}
+
+/// With indications wanted and the detector's first snapshot taken.
+class KernelIpMonitor : public MonitorThreads {
+ protected:
+  KernelIpMonitor() {
+    setInterfaceAddress("10.0.0.1");
+    setPeriodMilliseconds(1);
+    monitorState().kernelIpIndication.enableIndication();
+  }
+};
+
+TEST_F(KernelIpMonitor, DeliversAReplacedAddress) {
+  std::promise<std::string> identifier;
+  std::atomic<bool> delivered{false};
+  broker::IndicationFilter filter;
+  filter.query = "SELECT * FROM Orvane_KernelIPChangedIndication";
+  const auto subscription = broker_.subscribe(filter, [&](const broker::Instance& indication) {
+    // Others may come first, from addresses that the detector has seen before.
+    if (indication.property("SourceInstanceHost")->text() != "10.0.0.2") return;
+    if (!delivered.exchange(true)) {
+      identifier.set_value(indication.property("IndicationIdentifier")->text());
+    }
+  });
+  ASSERT_TRUE(subscription.ok()) << subscription.message.value_or("");
+  ASSERT_TRUE(bothRun());
+  setInterfaceAddress("10.0.0.2");
+  EXPECT_EQ(identifier.get_future().get(), "Orvane:eth0");
+  EXPECT_THAT(broker_.reports(), IsEmpty());
+}
+
+TEST_F(KernelIpMonitor, APassThatThrowsIsLoggedAndTheNextComes) {
+  broker_.inject({"eft.newInstance", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
+  start();
+  ASSERT_TRUE(bothRun());
+  setInterfaceAddress("10.0.0.2");
+  // A pass that throws leaves the old snapshot, so that the next one throws again.
+  const auto failures = [] {
+    const auto lines = syslogLines();
+    return std::count(lines.begin(), lines.end(), SyslogLine{3, "Failed testAndSend operation"});
+  };
+  EXPECT_TRUE(eventually([&] { return failures() >= 2; }));
+  broker_.clearFaults();
+}
+
+TEST_F(KernelIpMonitor, ReleasesTheThreadsMemoryAfterEachPass) {
+  Stop stop("CIM_Sensor");  // the health monitor, if it comes first, holds everything
+  stop.letGo();
+  start();
+  EXPECT_TRUE(eventually([&] { return periodsAskedFor().size() > 20; }));
+  const Lock lock = lockState();
+  EXPECT_GT(broker_.contextReleaseCalls(), 12u);
+}
+
+}  // namespace
+
+}  // namespace orv::test

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/computer_system.h"
 #include "platform/system_info.h"
 
 namespace orv::test {
@@ -105,10 +104,21 @@ HSI_Status HSI_GetInstanceListAlloc(std::uint32_t node, const HSI_ParamList* par
   return 0;
 }
 
-namespace OMC {
+extern "C" {
 
-std::string getComputerSystemClassName() { return "OMC_UnitaryComputerSystem"; }
+HSI_ParamList* __real__Z19HSI_ParamListCreatejj(unsigned growBy, unsigned limit);
+void __real__Z20HSI_ParamListDestroyP13HSI_ParamList(HSI_ParamList* list);
 
-std::string getComputerSystemName(const CmpiContext&, CmpiBroker*) { return "host-7"; }
+HSI_ParamList* __wrap__Z19HSI_ParamListCreatejj(unsigned growBy, unsigned limit) {
+  const bool isQuery = growBy == 1 && limit == 2;
+  if (isQuery && !fakeKernel().parameterListCreated) return nullptr;
+  ++fakeKernel().liveLists;
+  return __real__Z19HSI_ParamListCreatejj(growBy, limit);
+}
 
-}  // namespace OMC
+void __wrap__Z20HSI_ParamListDestroyP13HSI_ParamList(HSI_ParamList* list) {
+  if (list != nullptr) --fakeKernel().liveLists;
+  __real__Z20HSI_ParamListDestroyP13HSI_ParamList(list);
+}
+
+}  // extern "C"

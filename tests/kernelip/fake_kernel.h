@@ -8,7 +8,8 @@
 #include <vector>
 
 /// The kernel information interface and the computer system, played by the test: link
-/// fake_kernel.cpp, and the shared parameter lists, instead of a platform.
+/// fake_kernel.cpp, and the shared parameter lists, instead of a platform. Parameter lists are
+/// counted and can be refused where the linker wraps their creation and destruction.
 namespace orv::test {
 
 struct KernelAddress6 {
@@ -30,9 +31,11 @@ struct FakeKernel {
   std::vector<KernelInterface> interfaces;
   bool signatureOk = true;
   bool interfacesListed = true;
+  bool parameterListCreated = true;                               ///< of the query
   std::set<std::pair<std::string, std::string>> failedAddresses;  ///< interface, identifier
 
   std::vector<int> signatures;  ///< asked for
+  int liveLists = 0;            ///< created and not destroyed
 };
 
 /// The one of the program.

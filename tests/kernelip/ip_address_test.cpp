@@ -1,13 +1,13 @@
 #include "kernelip/ip_address.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <stdexcept>
 #include <vector>
 
+#include "tests/kernelip/failing_conversion.h"
 #include "tests/support/interface_list.h"
 
 namespace {
@@ -16,28 +16,7 @@ using ORV::IAddress;
 using ORV::IPv4Address;
 using ORV::IPv6Address;
 using orv::test::InterfaceList;
-
-bool refuseConversions = false;
-
-}  // namespace
-
-extern "C" {
-
-const char* __real_inet_ntop(int family, const void* address, char* text, socklen_t size);
-
-const char* __wrap_inet_ntop(int family, const void* address, char* text, socklen_t size) {
-  return refuseConversions ? nullptr : __real_inet_ntop(family, address, text, size);
-}
-
-}  // extern "C"
-
-namespace {
-
-class RefusedConversions {
- public:
-  RefusedConversions() { refuseConversions = true; }
-  ~RefusedConversions() { refuseConversions = false; }
-};
+using orv::test::RefusedConversions;
 
 IPv4Address ipv4(const std::string& address, const std::string& netmask) {
   return IPv4Address(&InterfaceList().ipv4("hk0", address, netmask).last());

@@ -20,8 +20,9 @@ struct ContextObject final : CMPIContext, HeapEntry {
 
   ContextObject(Purpose purposeOfContext, std::weak_ptr<BrokerState> brokerOfContext,
                 std::string providerOfContext, ContextTable table);
-  static void* operator new(std::size_t size);
-  static void operator delete(void* memory);
+  // A pair, though g++ 12 warns of a mismatch where it inlines only the first.
+  [[gnu::noinline]] static void* operator new(std::size_t size);
+  [[gnu::noinline]] static void operator delete(void* memory);
 
   Purpose purpose;
   std::weak_ptr<BrokerState> broker;

@@ -16,11 +16,11 @@ namespace {
 constexpr char kNameSpace[] = "root/cimv2";
 constexpr char kConversionFailed[] = "Address conversion failed";
 
-/// Deliberate: the size of an IPv6 socket address, not of the 16 address bytes from which it is
-/// counted. The twelve bytes behind a mask's address must be zero too, or the prefix length is 0:
-/// four are the mask's scope identifier, the last eight lie behind the mask. In the storage that
-/// getifaddrs allocates for an entry these are the first bytes of its broadcast or peer address, so
-/// that reading them is safe, and they are zero unless the link is point to point.
+/// Deliberate: the size of an IPv6 socket address, though counted from its 16 address bytes. The
+/// twelve bytes behind a mask's address must be zero too, or the prefix length is 0: the mask's
+/// scope identifier, and the eight bytes behind the mask. getifaddrs gives each socket address of
+/// an entry the room of the largest that it lists (36 bytes, for link-layer addresses of any
+/// length), so that these eight are the zeroed rest of the mask's own room.
 constexpr int kMaskLength = sizeof(sockaddr_in6);
 static_assert(kMaskLength == 28);
 

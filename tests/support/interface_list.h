@@ -29,7 +29,8 @@ class InterfaceList {
   unsigned char* lastMaskBytes();
 
  private:
-  /// As the C library lays an entry out: three socket addresses, one behind the other.
+  /// As the C library lays an entry out: three socket addresses, one behind the other, each with
+  /// room for the longest of link-layer addresses.
   struct Entry {
     ifaddrs ifa{};  // its pointers are set when the list is handed out: a list may be copied
     std::string name;
@@ -39,6 +40,7 @@ class InterfaceList {
       sockaddr any;
       sockaddr_in ipv4;
       sockaddr_in6 ipv6;
+      unsigned char room[36];
     };
     SocketAddress address{};
     SocketAddress rest[2]{};  ///< netmask and broadcast address

@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "tests/support/library_fixture.h"
+
+// Everything that the library serves on the example host, against tests/golden/<class>.txt. After a
+// wanted change, `cmake --build build --target renew_golden` writes the listings anew; their diff
+// is reviewed like code.
+namespace orv::test {
+namespace {
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::string listing(broker::Broker& library, const std::string& className) {
+  const auto names = library.enumerateInstanceNames("root/cimv2", className);
+  const auto all = library.enumerateInstances("root/cimv2", className);
+  EXPECT_EQ(names.rc, CMPI_RC_OK) << className;
+  EXPECT_EQ(all.rc, CMPI_RC_OK) << className;
+  std::ostringstream text;
+  text << "Names\n\n";
+  for (const auto& path : names.paths) text << path.toText() << "\n";
+  text << "\nInstances\n";
+  for (const auto& instance : all.instances) {
+    text << "\n" << instance.toText();
+    text << "set in the order:";
+    for (const std::string& name : instance.setOrder) text << " " << name;
+    text << "\n";
+  }
+  return text.str();
+}
+
+class GoldenListing : public testing::TestWithParam<const char*> {
+ protected:
+  SimulatedHostFile host_{readFile(std::string(ORV_SOURCE_DIR) + "/tests/hosts/example.json")};
+  LoadedLibrary library_{ORV_SIMULATED_LIBRARY};
+};
+
+TEST_P(GoldenListing, IsWhatTheLibraryServes) {
+  const std::string path = std::string(ORV_SOURCE_DIR) + "/tests/golden/" + GetParam() + ".txt";
+  const std::string actual = listing(*library_, GetParam());
+  if (std::getenv("ORV_RENEW_GOLDEN") != nullptr) {
+    std::ofstream(path, std::ios::binary) << actual;
+    return;
+  }
+  EXPECT_EQ(readFile(path), actual);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Class, GoldenListing,
+    testing::Values("Orvane_EthernetPort", "Orvane_EPDriverSoftwareIdentity",
+                    "Orvane_EPFirmwareSoftwareIdentity", "Orvane_EPStatisticalInformation",
+                    "Orvane_EPCoalesceSettingData", "Orvane_EPDriverElementSoftwareIdentity",
+                    "Orvane_EPFirmwareElementSoftwareIdentity", "Orvane_EPStatistics",
+                    "Orvane_EPCoalesceElementSettingData", "Orvane_KernelIPv4ProtocolEndpoint",
+                    "Orvane_KernelIPv6ProtocolEndpoint", "Orvane_HypervisorSoftwareIdentity",
+                    "Orvane_InstalledSoftwareIdentity", "Orvane_Processor",
+                    "Orvane_RollupHealthState"),
+    [](const auto& info) { return std::string(info.param); });
+
+}  // namespace
+}  // namespace orv::test

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/library_fixture.h"
+#include "tests/support/provider_scope.h"
+#include "tests/support/simulated_host_file.h"
 
 // The exported factories, called as an object manager calls them.
 namespace orv::test {
@@ -77,8 +78,8 @@ class LibraryFactories : public testing::Test {
   SimulatedHostFile host_{"{}"};
   void* handle_ = nullptr;
   std::vector<MiRecord*> records_;
-  LoadedLibrary library_{ORV_SIMULATED_LIBRARY};
-  broker::RequestScope scope_{*library_};
+  ProviderScope request_;  // nothing registered: the monitor thread's up-calls call no factory
+  broker::RequestScope& scope_ = request_.scope();
 };
 
 TEST_F(LibraryFactories, EachHasItsNameVersionsAndStartLine) {

@@ -20,6 +20,20 @@ std::string readFile(const std::string& path) {
   return text.str();
 }
 
+/// Follows the machine that runs the test, not the host file: listed without its value.
+bool isMachines(const std::string& property) { return property == "LastStartTime"; }
+
+/// What the provider set, in its order, with types.
+void list(const broker::Instance& instance, std::ostream& out) {
+  out << "\n" << instance.path.className << "\n";
+  for (const std::string& name : instance.setOrder) {
+    const broker::Value* value = instance.property(name);
+    if (value == nullptr) continue;
+    out << "  " << broker::typeName(value->type) << " " << name << " = "
+        << (isMachines(name) ? "(this machine's)" : value->toText()) << "\n";
+  }
+}
+
 std::string listing(broker::Broker& library, const std::string& className) {
   const auto names = library.enumerateInstanceNames("root/cimv2", className);
   const auto all = library.enumerateInstances("root/cimv2", className);
@@ -29,12 +43,7 @@ std::string listing(broker::Broker& library, const std::string& className) {
   text << "Names\n\n";
   for (const auto& path : names.paths) text << path.toText() << "\n";
   text << "\nInstances\n";
-  for (const auto& instance : all.instances) {
-    text << "\n" << instance.toText();
-    text << "set in the order:";
-    for (const std::string& name : instance.setOrder) text << " " << name;
-    text << "\n";
-  }
+  for (const auto& instance : all.instances) list(instance, text);
   return text.str();
 }
 
@@ -64,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "Orvane_KernelIPv6ProtocolEndpoint", "Orvane_HypervisorSoftwareIdentity",
                     "Orvane_InstalledSoftwareIdentity", "Orvane_Processor",
                     "Orvane_RollupHealthState"),
-    [](const auto& info) { return std::string(info.param); });
+    [](const auto& listed) { return std::string(listed.param); });
 
 }  // namespace
 }  // namespace orv::test

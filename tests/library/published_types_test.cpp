@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "tests/support/library_fixture.h"
+
+// What the library publishes on the example host against the schema: a property that is not
+// declared, or set with another type, confuses clients and can end an object manager.
+namespace orv::test {
+namespace {
+
+/// Wanted deviations, as "class.property": set with a name that the class does not declare, or with
+/// another type than it declares.
+const std::set<std::string> kDeviations = {};
+
+std::string exampleHost() {
+  std::ifstream in(std::string(ORV_SOURCE_DIR) + "/tests/hosts/example.json");
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+TEST(PublishedTypes, AreTheDeclaredOnes) {
+  const SimulatedHostFile host(exampleHost());
+  const std::string schemaDirectory = std::string(ORV_SOURCE_DIR) + "/schema";
+  const auto schema = broker::loadSchema(schemaDirectory);
+  LoadedLibrary library(ORV_SIMULATED_LIBRARY);
+  int checked = 0;
+  for (const auto& section : broker::readRegistrationFile(schemaDirectory + "/orvprovider.reg")) {
+    if (!section.instance) continue;
+    const auto* declared = schema.find(section.className);
+    ASSERT_NE(declared, nullptr) << section.className;
+    for (const auto& instance :
+         library->enumerateInstances("root/cimv2", section.className).instances) {
+      for (const std::string& name : instance.setOrder) {
+        const std::string place = section.className + "." + name;
+        if (kDeviations.count(place) > 0) continue;
+        const auto* property = declared->property(name);
+        ASSERT_NE(property, nullptr) << place << " is not declared";
+        EXPECT_EQ(broker::typeName(instance.property(name)->type), broker::typeName(property->type))
+            << place;
+        EXPECT_EQ(name, property->name) << place << " is declared in another spelling";
+        ++checked;
+      }
+    }
+  }
+  EXPECT_GT(checked, 100);
+}
+
+}  // namespace
+}  // namespace orv::test

@@ -1,0 +1,221 @@
+#include "serve/http_server.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/serve/raw_client.h"
+
+namespace orv::serve {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class HttpServerTest : public testing::Test {
+ protected:
+  void start(const HttpLimits& limits = {}) {
+    server_ = std::make_unique<HttpServer>(limits, [this](const std::string& body) {
+      ++requests_;
+      if (body == "throw") throw std::runtime_error("handler");
+      if (body == "bad") return HttpAnswer{400, "", "request-not-valid"};
+      return HttpAnswer{200, "<" + body + ">", ""};
+    });
+    port_ = server_->start({"127.0.0.1", 0});
+  }
+
+  static std::string post(const std::string& body, const std::string& headers = "") {
+    return "POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/xml\r\n" +
+           headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+  }
+
+  /// The response to one request on a connection that ends with it.
+  std::string answerTo(const std::string& request) const {
+    const RawClient client(port_);
+    client.send(request);
+    return client.receiveAll();
+  }
+
+  std::string answerToPost(const std::string& body) const {
+    return answerTo(post(body, "Connection: close\r\n"));
+  }
+
+  std::atomic<int> requests_{0};
+  std::unique_ptr<HttpServer> server_;
+  int port_ = 0;
+};
+
+TEST_F(HttpServerTest, AnswersAPostOnAnyPath) {
+  start();
+  const std::string answer = answerToPost("hello");
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(answer, HasSubstr("CIMOperation: MethodResponse"));
+  EXPECT_THAT(answer, HasSubstr("Content-Type: application/xml; charset=\"utf-8\""));
+  EXPECT_THAT(answer, HasSubstr("\r\n\r\n<hello>"));
+}
+
+TEST_F(HttpServerTest, KeepsAConnectionForSeveralRequests) {
+  start();
+  const RawClient client(port_);
+  client.send(post("one") + post("two") + post("three", "Connection: close\r\n"));
+  const std::string answers = client.receiveAll();
+  EXPECT_THAT(answers, HasSubstr("<one>"));
+  EXPECT_THAT(answers, HasSubstr("<two>"));
+  EXPECT_THAT(answers, HasSubstr("<three>"));
+}
+
+TEST_F(HttpServerTest, AMessageThatIsNoRequestIsMarked) {
+  start();
+  const std::string answer = answerToPost("bad");
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(answer, HasSubstr("CIMError: request-not-valid"));
+}
+
+TEST_F(HttpServerTest, AnExceptionOfTheHandlerHarmsOneRequestOnly) {
+  start();
+  EXPECT_THAT(answerToPost("throw"), StartsWith("HTTP/1.1 500"));
+  EXPECT_THAT(answerToPost("hello"), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(HttpServerTest, OtherMethodsAreRefused) {
+  start();
+  const std::string end = " / HTTP/1.1\r\nHost: x\r\n\r\n";
+  const std::string answer = answerTo("GET" + end);
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 405"));
+  EXPECT_THAT(answer, HasSubstr("Allow: POST"));
+  EXPECT_THAT(answerTo("M-POST" + end), StartsWith("HTTP/1.1 501"));
+  EXPECT_EQ(requests_, 0);
+}
+
+TEST_F(HttpServerTest, ABodyNeedsALength) {
+  start();
+  EXPECT_THAT(answerTo("POST / HTTP/1.1\r\nHost: x\r\n\r\n"), StartsWith("HTTP/1.1 411"));
+  EXPECT_THAT(answerTo("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n"),
+              StartsWith("HTTP/1.1 411"));
+  EXPECT_THAT(answerTo("POST / HTTP/1.1\r\nContent-Length: five\r\n\r\nhello"),
+              StartsWith("HTTP/1.1 400"));
+}
+
+TEST_F(HttpServerTest, ALargeBodyIsRefusedBeforeItIsRead) {
+  HttpLimits limits;
+  limits.bodyBytes = 1000;
+  start(limits);
+  EXPECT_THAT(answerTo("POST / HTTP/1.1\r\nContent-Length: 1001\r\n\r\n"),
+              StartsWith("HTTP/1.1 413"));
+  EXPECT_THAT(answerTo("POST / HTTP/1.1\r\nContent-Length: 99999999999999999999999\r\n\r\n"),
+              StartsWith("HTTP/1.1 413"));
+  EXPECT_THAT(answerToPost(std::string(1000, 'x')), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(HttpServerTest, ABodyThatIsNotPlainXmlIsRefused) {
+  start();
+  EXPECT_THAT(answerTo("POST / HTTP/1.1\r\nContent-Type: text/plain\r\nContent-Length: 1\r\n\r\nx"),
+              StartsWith("HTTP/1.1 415"));
+  EXPECT_THAT(answerTo(post("x", "Content-Encoding: gzip\r\n")), StartsWith("HTTP/1.1 415"));
+}
+
+TEST_F(HttpServerTest, EndlessHeadersAreCutOff) {
+  HttpLimits limits;
+  limits.headerBytes = 4096;
+  start(limits);
+  std::string headers;
+  for (int i = 0; i < 200; ++i)
+    headers += "X-Filler-" + std::to_string(i) + ": 0123456789abcdef\r\n";
+  EXPECT_THAT(answerTo("POST / HTTP/1.1\r\n" + headers), StartsWith("HTTP/1.1 431"));
+}
+
+TEST_F(HttpServerTest, ASlowSenderIsCutOffAlthoughEachByteComesInTime) {
+  HttpLimits limits;
+  limits.requestTime = milliseconds(300);
+  start(limits);
+  const RawClient client(port_);
+  const std::string request = post("hello");
+  std::atomic<bool> stop{false};
+  std::thread sender([&] {
+    for (std::size_t i = 0; i < request.size() && !stop && client.send(request.substr(i, 1)); ++i) {
+      std::this_thread::sleep_for(milliseconds(20));
+    }
+  });
+  EXPECT_THAT(client.receiveAll(), StartsWith("HTTP/1.1 408"));
+  stop = true;
+  sender.join();
+  EXPECT_EQ(requests_, 0);
+}
+
+TEST_F(HttpServerTest, AHalfOpenConnectionHarmsNobody) {
+  start();
+  const RawClient silent(port_);
+  const RawClient half(port_);
+  half.send("POST / HTTP/1.1\r\nContent-Le");
+  EXPECT_THAT(answerToPost("hello"), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(HttpServerTest, AnIdleConnectionIsClosed) {
+  HttpLimits limits;
+  limits.idleTime = milliseconds(100);
+  start(limits);
+  const RawClient client(port_);
+  client.send(post("one"));
+  EXPECT_THAT(client.receiveAll(), testing::EndsWith("<one>"));
+}
+
+TEST_F(HttpServerTest, ConnectionsAboveTheLimitAreToldSo) {
+  HttpLimits limits;
+  limits.connections = 2;
+  start(limits);
+  std::vector<std::unique_ptr<RawClient>> clients;
+  for (int i = 0; i < 2; ++i) {
+    clients.push_back(std::make_unique<RawClient>(port_));
+    // An answer shows that the connection is counted.
+    clients.back()->send(post("one"));
+  }
+  while (requests_ < 2) std::this_thread::yield();
+  EXPECT_THAT(answerToPost("three"), StartsWith("HTTP/1.1 503"));
+  clients.clear();
+  std::string answer;
+  do {
+    answer = answerToPost("four");
+  } while (answer.rfind("HTTP/1.1 503", 0) == 0);
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(HttpServerTest, StoppingEndsConnectionsThatWait) {
+  start();
+  const RawClient idle(port_);
+  const RawClient half(port_);
+  half.send("POST / HTTP/1.1\r\n");
+  const auto before = std::chrono::steady_clock::now();
+  server_->stop();
+  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
+  server_->stop();  // again is allowed
+}
+
+TEST_F(HttpServerTest, AnAddressInUseIsAnError) {
+  start();
+  HttpServer second({}, [](const std::string&) { return HttpAnswer{}; });
+  EXPECT_THROW(second.start({"127.0.0.1", port_}), std::runtime_error);
+}
+
+TEST_F(HttpServerTest, ManyClientsAtOnceAreAllServed) {
+  start();
+  std::vector<std::thread> clients;
+  std::atomic<int> served{0};
+  for (int i = 0; i < 64; ++i) {
+    clients.emplace_back([&] {
+      for (int j = 0; j < 10; ++j)
+        served += answerToPost("x").rfind("HTTP/1.1 200", 0) == 0 ? 1 : 0;
+    });
+  }
+  for (std::thread& client : clients) client.join();
+  EXPECT_EQ(served, 640);
+}
+
+}  // namespace
+}  // namespace orv::serve

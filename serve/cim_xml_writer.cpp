@@ -15,6 +15,9 @@ using broker::PropertyDefinition;
 using broker::Value;
 using pugi::xml_node;
 
+/// Elements always have an end tag: clients in use do not take every empty element without one.
+constexpr unsigned kFormat = pugi::format_raw | pugi::format_no_empty_element_tags;
+
 /// Length of the well-formed UTF-8 sequence at the start, 0 when there is none.
 std::size_t sequenceLength(std::string_view text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -149,7 +152,7 @@ std::string instanceText(const Instance& instance) {
   pugi::xml_document document;
   appendInstance(document, instance, nullptr);
   std::ostringstream text;
-  document.print(text, "", pugi::format_raw | pugi::format_no_declaration);
+  document.print(text, "", kFormat | pugi::format_no_declaration);
   return text.str();
 }
 
@@ -287,7 +290,7 @@ xml_node appendMessage(pugi::xml_document& document, const std::string& id) {
 
 std::string print(const pugi::xml_document& document) {
   std::ostringstream text;
-  document.print(text, "", pugi::format_raw, pugi::encoding_utf8);
+  document.print(text, "", kFormat, pugi::encoding_utf8);
   return text.str();
 }
 

@@ -97,6 +97,8 @@ ssize_t DeadlineStream::read(char* data, std::size_t size) {
 }
 
 ssize_t DeadlineStream::write(const char* data, std::size_t size) {
+  // The library's own answer to a request that was cut off; the server sends a better one.
+  if (headersTooLarge_ || timedOut_) return static_cast<ssize_t>(size);
   if (!is_writable()) return -1;
   return ::send(socket_, data, size, MSG_NOSIGNAL | MSG_DONTWAIT);
 }

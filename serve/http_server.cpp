@@ -20,6 +20,7 @@
 namespace orv::serve {
 namespace {
 
+constexpr std::size_t kRequestsPerConnection = 1000;
 constexpr const char* kXml = "application/xml; charset=\"utf-8\"";
 
 const char* reasonOf(int status) {
@@ -127,6 +128,14 @@ struct HttpServer::Impl : httplib::Server {
   Impl(HttpLimits httpLimits, HttpServer::Handler httpHandler)
       : limits(httpLimits), handler(std::move(httpHandler)), connections(httpLimits.connections) {
     set_payload_max_length(limits.bodyBytes);
+    set_keep_alive_timeout(
+        std::chrono::duration_cast<std::chrono::seconds>(limits.idleTime).count());
+    set_keep_alive_max_count(kRequestsPerConnection);
+    // Not the library's default, which lets a second server share the port unnoticed.
+    set_socket_options([](socket_t socket) {
+      const int yes = 1;
+      ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     new_task_queue = [] { return new ThreadPerConnection; };  // owned by the library
     set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
       return checkHead(request, response);
@@ -190,13 +199,14 @@ struct HttpServer::Impl : httplib::Server {
   void serveConnection(socket_t socket) {
     DeadlineStream stream(socket, limits);
     bool closed = false;
-    while (!closed && !connections.stopping() && stream.waitForRequest()) {
+    for (std::size_t i = 1; !closed && i <= kRequestsPerConnection; ++i) {
+      if (connections.stopping() || !stream.waitForRequest()) return;
       stream.beginRequest();
       if (stream.peek(7) == "M-POST ") return sendFinal(socket, 501);
       bool refused = false;
-      const bool served = process_request(stream, false, closed, [&](httplib::Request& request) {
-        refused = refusal(request, limits) != 0;
-      });
+      const bool served = process_request(
+          stream, i == kRequestsPerConnection, closed,
+          [&](httplib::Request& request) { refused = refusal(request, limits) != 0; });
       if (stream.timedOut()) return sendFinal(socket, 408);
       if (stream.headersTooLarge()) return sendFinal(socket, 431);
       if (!served || refused) return;

@@ -4,6 +4,8 @@
 #include <optional>
 #include <utility>
 
+#include "broker/select_expressions.h"
+#include "broker/wql.h"
 #include "serve/messages.h"
 
 namespace orv::serve {
@@ -46,6 +48,19 @@ std::string sourceNamespace(const Instance& filter, const std::string& fallback)
   }
   const std::string single = textOf(filter, "SourceNamespace");
   return single.empty() ? fallback : single;
+}
+
+/// A filter is checked when it is made, not only when somebody subscribes.
+void checkQuery(const Instance& filter) {
+  if (!broker::isKnownQueryLanguage(textOf(filter, "QueryLanguage"))) {
+    throw CimError(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
+                   "QueryLanguage must be WQL, CQL or DMTF:CQL");
+  }
+  try {
+    broker::parseWql(textOf(filter, "Query"));
+  } catch (const broker::WqlError& error) {
+    throw CimError(CMPI_RC_ERR_INVALID_QUERY, error.what());
+  }
 }
 
 }  // namespace
@@ -136,7 +151,7 @@ ObjectPath Subscriptions::create(const Instance& given) {
   if (classes_.isA(path.className, kSubscription)) {
     entry.subscription = subscribe(entry.instance, entry.destination);
   } else if (classes_.isA(path.className, kFilter)) {
-    broker::checkQuery(textOf(entry.instance, "Query"), textOf(entry.instance, "QueryLanguage"));
+    checkQuery(entry.instance);
   } else if (!IndicationExport::isUsable(textOf(entry.instance, "Destination"))) {
     throw CimError(CMPI_RC_ERR_INVALID_PARAMETER,
                    "Destination must have the form http://host:port/path");

@@ -1,23 +1,14 @@
-#include <csignal>
 #include <exception>
 #include <iostream>
 
 #include "tool/commands.h"
+#include "tool/end_signals.h"
 #include "tool/errors.h"
 #include "tool/options.h"
 #include "tool/printer.h"
 #include "tool/session.h"
 
 namespace {
-
-// Before any thread starts, so that every thread inherits it and the main thread alone takes them.
-void blockEndSignals() {
-  sigset_t ends;
-  sigemptyset(&ends);
-  sigaddset(&ends, SIGINT);
-  sigaddset(&ends, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-}
 
 int complain(const std::exception& e, int status) {
   std::cerr << "orvcim: " << e.what() << "\n";
@@ -32,7 +23,9 @@ int main(int argc, char** argv) {
     int exitStatus = kExitOk;
     const std::optional<Options> options = parseCommandLine(argc, argv, exitStatus);
     if (!options) return exitStatus;
-    if (options->command == Command::kWatch) blockEndSignals();
+    if (options->command == Command::kWatch || options->command == Command::kServe) {
+      blockEndSignals();
+    }
     Session session(*options);
     Printer printer(std::cout, session.classes(), options->print);
     return runCommand(*options, session, printer);

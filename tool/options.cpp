@@ -16,6 +16,7 @@ constexpr const char* kFooter = R"(Examples:
   orvcim associators 'Orvane_EthernetPort.DeviceID="eth0"' --assoc-class Orvane_EPStatistics
   orvcim watch Orvane_CIMHeartbeat Orvane_KernelIPChangedIndication
   orvcim --simulate host.json list
+  orvcim serve --listen 127.0.0.1:5988
 
 An object path is Class.Key="value",Other=5 with an optional namespace: in front, as `orvcim names`
 prints them. Quote it for the shell.
@@ -117,6 +118,12 @@ void addCommands(CLI::App& app, Options& options) {
                                "Print indications as they arrive, until Ctrl-C");
   watch->add_option("CLASS", options.classNames, "Indication classes")->required()->type_name("");
   addCommand(app, options, Command::kHealth, "health", "Roll-up health and latched health records");
+  CLI::App* serve = addCommand(app, options, Command::kServe, "serve",
+                               "CIM-XML over HTTP for CIM clients on this machine, until Ctrl-C");
+  serve
+      ->add_option("--listen", options.listen, "Loopback address and port; port 0 takes a free one")
+      ->capture_default_str()
+      ->type_name("ADDRESS:PORT");
 }
 
 }  // namespace

@@ -19,15 +19,17 @@ enum class Command {
   kReferenceNames,
   kWatch,
   kHealth,
+  kServe,
 };
 
 /// What the command line asks for.
 struct Options {
   Command command = Command::kList;
-  std::string className;                ///< names, instances
-  std::string objectPath;               ///< get and the association commands
-  std::vector<std::string> classNames;  ///< watch
-  std::vector<std::string> properties;  ///< empty: all
+  std::string className;                  ///< names, instances
+  std::string objectPath;                 ///< get and the association commands
+  std::vector<std::string> classNames;    ///< watch
+  std::string listen = "127.0.0.1:5988";  ///< serve
+  std::vector<std::string> properties;    ///< empty: all
   std::optional<std::string> assocClass, resultClass, role, resultRole;
   PrintOptions print;
   std::string nameSpace = "root/cimv2";

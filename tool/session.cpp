@@ -131,9 +131,12 @@ Session::Session(const Options& options) {
   setup.onReport = warn;
   for (const RegistrationSection& section : registration_) {
     for (const std::string& nameSpace : section.namespaces) {
-      if (nameSpace != "*") setup.namespaces[nameSpace] = classes_;
+      if (nameSpace != "*") namespaces_[nameSpace] = classes_;
     }
   }
+  if (options.command == Command::kServe)
+    namespaces_["root/interop"] = readClasses(schema + "/interop");
+  setup.namespaces = namespaces_;
   broker_ = std::make_unique<broker::Broker>(std::move(setup));
 }
 

@@ -26,9 +26,14 @@ class Session {
   const broker::ClassRepository& classes() const { return *classes_; }
   const std::vector<broker::RegistrationSection>& registration() const { return registration_; }
 
+  using Namespaces = decltype(broker::Broker::Options::namespaces);
+  /// The broker's, for `serve` the interop namespace among them.
+  const Namespaces& namespaces() const { return namespaces_; }
+
  private:
   std::shared_ptr<const broker::ClassRepository> classes_;
   std::vector<broker::RegistrationSection> registration_;
+  Namespaces namespaces_;
   std::unique_ptr<broker::Broker> broker_;
 };
 

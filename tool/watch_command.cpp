@@ -1,10 +1,10 @@
-#include <csignal>
 #include <iostream>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "tool/commands.h"
+#include "tool/end_signals.h"
 #include "tool/errors.h"
 
 namespace orv::tool {
@@ -40,16 +40,6 @@ class Subscriptions {
   std::vector<broker::SubscriptionId> ids_;
 };
 
-void waitForEnd() {
-  sigset_t ends;
-  sigemptyset(&ends);
-  sigaddset(&ends, SIGINT);
-  sigaddset(&ends, SIGTERM);
-  int received = 0;
-  while (sigwait(&ends, &received) != 0) {
-  }
-}
-
 void requireIndicationClass(const Session& session, const std::string& className) {
   const broker::ClassDefinition* definition = session.classes().find(className);
   if (definition == nullptr) {
@@ -70,7 +60,7 @@ int runWatch(const Options& options, Session& session, Printer& printer) {
   Subscriptions subscriptions(session.broker());
   for (const std::string& name : options.classNames) subscriptions.add(options, name, print);
   std::cerr << "orvcim: watching; Ctrl-C ends\n";
-  waitForEnd();
+  waitForEndSignal();
   return kExitOk;
 }
 

@@ -196,6 +196,10 @@ struct HttpServer::Impl : httplib::Server {
     return true;
   }
 
+  /// The library's queue of connections not yet accepted is five long: a burst of clients would
+  /// wait for seconds.
+  void lengthenBacklog() { ::listen(svr_sock_, SOMAXCONN); }
+
   void serveConnection(socket_t socket) {
     DeadlineStream stream(socket, limits);
     bool closed = false;
@@ -242,6 +246,7 @@ int HttpServer::start(const ListenAddress& address) {
     throw std::runtime_error("cannot listen on " + address.host + " port " +
                              std::to_string(address.port) + ": the address is in use or not here");
   }
+  impl_->lengthenBacklog();
   impl_->listener = std::thread([this] { impl_->listen_after_bind(); });
   while (!impl_->is_running()) std::this_thread::yield();
   return port;

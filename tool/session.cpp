@@ -112,6 +112,16 @@ void useHostFile(const std::string& path) {
   setenv("ORV_HOST_FILE", fs::absolute(path).c_str(), 1);
 }
 
+/// Classes of the interop namespace: beside the given ones, or else ours.
+std::string interopSchema(const std::vector<std::string>& schemas) {
+  for (const std::string& schema : schemas) {
+    const fs::path directory = fs::path(schema) / "interop";
+    std::error_code error;
+    if (fs::is_directory(directory, error)) return directory.string();
+  }
+  return (fs::path(defaultSchema()) / "interop").string();
+}
+
 }  // namespace
 
 Session::Session(const Options& options) {
@@ -134,8 +144,9 @@ Session::Session(const Options& options) {
       if (nameSpace != "*") namespaces_[nameSpace] = classes_;
     }
   }
-  if (options.command == Command::kServe)
-    namespaces_["root/interop"] = readClasses(schema + "/interop");
+  if (options.command == Command::kServe) {
+    namespaces_["root/interop"] = readClasses({interopSchema(schemas)});
+  }
   setup.namespaces = namespaces_;
   broker_ = std::make_unique<broker::Broker>(std::move(setup));
 }

@@ -52,7 +52,8 @@ TEST(CimXmlWriter, AnAnswerCarriesTheRequestsIdAndMethod) {
             "<?xml version=\"1.0\" encoding=\"utf-8\"?><CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">"
             "<MESSAGE ID=\"12\" PROTOCOLVERSION=\"1.0\"><SIMPLERSP>"
             "<IMETHODRESPONSE NAME=\"EnumerateClassNames\"><IRETURNVALUE>"
-            "<CLASSNAME NAME=\"Orvane_Processor\"/></IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP>"
+            "<CLASSNAME "
+            "NAME=\"Orvane_Processor\"></CLASSNAME></IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP>"
             "</MESSAGE></CIM>");
 }
 
@@ -60,7 +61,7 @@ TEST(CimXmlWriter, AFailureReplacesTheReturnValue) {
   ResponseWriter writer(aCall(), {});
   writer.className("C");
   const std::string text = writer.finish(CimError(CMPI_RC_ERR_NOT_FOUND, "a < b"));
-  EXPECT_THAT(text, HasSubstr("<ERROR CODE=\"6\" DESCRIPTION=\"a &lt; b\"/>"));
+  EXPECT_THAT(text, HasSubstr("<ERROR CODE=\"6\" DESCRIPTION=\"a &lt; b\"></ERROR>"));
   EXPECT_THAT(text, Not(HasSubstr("IRETURNVALUE")));
 }
 
@@ -72,7 +73,7 @@ TEST(CimXmlWriter, ValuesCarryTheirTypes) {
   EXPECT_THAT(written(withProperty("P", Value::ofSigned(CMPI_sint32, -3))),
               HasSubstr("TYPE=\"sint32\"><VALUE>-3</VALUE>"));
   EXPECT_THAT(written(withProperty("P", Value::ofNull(CMPI_string))),
-              HasSubstr("<PROPERTY NAME=\"P\" TYPE=\"string\"/>"));
+              HasSubstr("<PROPERTY NAME=\"P\" TYPE=\"string\"></PROPERTY>"));
   broker::DateTime time{"20201004000000.000000+000", 0, false};
   EXPECT_THAT(written(withProperty("P", Value::ofDateTime(time))),
               HasSubstr("TYPE=\"datetime\"><VALUE>20201004000000.000000+000</VALUE>"));
@@ -81,19 +82,21 @@ TEST(CimXmlWriter, ValuesCarryTheirTypes) {
 TEST(CimXmlWriter, ArraysKeepTheirNullElementsInPlace) {
   const Value array =
       Value::ofArray(CMPI_uint16, {Value::ofNull(CMPI_uint16), Value::ofUnsigned(CMPI_uint16, 4)});
-  EXPECT_THAT(written(withProperty("P", array)),
-              HasSubstr("<PROPERTY.ARRAY NAME=\"P\" TYPE=\"uint16\"><VALUE.ARRAY><VALUE.NULL/>"
-                        "<VALUE>4</VALUE></VALUE.ARRAY>"));
+  EXPECT_THAT(
+      written(withProperty("P", array)),
+      HasSubstr("<PROPERTY.ARRAY NAME=\"P\" TYPE=\"uint16\"><VALUE.ARRAY><VALUE.NULL></VALUE.NULL>"
+                "<VALUE>4</VALUE></VALUE.ARRAY>"));
   EXPECT_THAT(written(withProperty("P", Value::ofArray(CMPI_string, {}))),
-              HasSubstr("TYPE=\"string\"><VALUE.ARRAY/></PROPERTY.ARRAY>"));
+              HasSubstr("TYPE=\"string\"><VALUE.ARRAY></VALUE.ARRAY></PROPERTY.ARRAY>"));
 }
 
 TEST(CimXmlWriter, ALeadingSlashOfANamespaceIsKept) {
   ObjectPath target = path("S");
   target.nameSpace = "/root/cimv2";
   EXPECT_THAT(written(withProperty("P", Value::ofReference(target))),
-              HasSubstr("<LOCALNAMESPACEPATH><NAMESPACE NAME=\"\"/><NAMESPACE NAME=\"root\"/>"
-                        "<NAMESPACE NAME=\"cimv2\"/></LOCALNAMESPACEPATH>"));
+              HasSubstr("<LOCALNAMESPACEPATH><NAMESPACE NAME=\"\"></NAMESPACE><NAMESPACE "
+                        "NAME=\"root\"></NAMESPACE>"
+                        "<NAMESPACE NAME=\"cimv2\"></NAMESPACE></LOCALNAMESPACEPATH>"));
 }
 
 TEST(CimXmlWriter, WhatIsWrittenIsReadBack) {

@@ -1,0 +1,3 @@
+/* A shared library that is no provider library. */
+int emptyLibraryAnswer(void);
+int emptyLibraryAnswer(void) { return 42; }

@@ -60,7 +60,7 @@ TEST_P(GoldenListing, IsWhatTheLibraryServes) {
     std::ofstream(path, std::ios::binary) << actual;
     return;
   }
-  EXPECT_EQ(readFile(path), actual);
+  EXPECT_EQ(readFile(path), actual) << "renew with: cmake --build build --target renew_golden";
 }
 
 INSTANTIATE_TEST_SUITE_P(

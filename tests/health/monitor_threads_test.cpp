@@ -62,9 +62,10 @@ bool bothRun() {
 /// A place in a poll cycle where the health monitor stands until it is let go.
 class Stop {
  public:
-  explicit Stop(std::string className) : className_(std::move(className)) {
-    scriptedHardware().onCall([this](const std::string& name) {
-      if (name == className_) stand();
+  explicit Stop(const std::string& className) {
+    // The thread may still be in the gate when the stop is gone: it has a share of it.
+    scriptedHardware().onCall([className, gate = gate_](const std::string& name) {
+      if (name == className) gate->stand();
     });
   }
   ~Stop() {
@@ -73,28 +74,31 @@ class Stop {
   }
 
   void waitForArrival() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [&] { return arrived_; });
+    std::unique_lock<std::mutex> lock(gate_->mutex);
+    gate_->changed.wait(lock, [&] { return gate_->arrived; });
   }
   void letGo() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    open_ = true;
-    changed_.notify_all();
+    const std::lock_guard<std::mutex> lock(gate_->mutex);
+    gate_->open = true;
+    gate_->changed.notify_all();
   }
 
  private:
-  void stand() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    arrived_ = true;
-    changed_.notify_all();
-    changed_.wait(lock, [&] { return open_; });
-  }
+  struct Gate {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool arrived = false;
+    bool open = false;
 
-  std::string className_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool arrived_ = false;
-  bool open_ = false;
+    void stand() {
+      std::unique_lock<std::mutex> lock(mutex);
+      arrived = true;
+      changed.notify_all();
+      changed.wait(lock, [&] { return open; });
+    }
+  };
+
+  std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
 };
 
 class MonitorThreads : public HealthTest {
@@ -254,9 +258,9 @@ TEST_F(MonitorThreads, OtherCleanupLeavesThemRunning) {
 
 TEST_F(MonitorThreads, LeaveTheStopSignalToOthers) {
   std::promise<bool> blocked;
-  scriptedHardware().onCall([&, first = true](const std::string&) mutable {
-    if (!first) return;
-    first = false;
+  std::atomic<bool> asked{false};
+  scriptedHardware().onCall([&](const std::string&) {
+    if (asked.exchange(true)) return;
     sigset_t mask;
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     blocked.set_value(sigismember(&mask, SIGUSR1) == 1);

@@ -334,6 +334,12 @@ class KernelIpMonitor : public MonitorThreads {
     setPeriodMilliseconds(1);
     monitorState().kernelIpIndication.enableIndication();
   }
+
+  /// Between two passes: what changes while one is under way is not reported.
+  static void replaceAddress(const std::string& dotted) {
+    const Lock lock = lockState();
+    setInterfaceAddress(dotted);
+  }
 };
 
 TEST_F(KernelIpMonitor, DeliversAReplacedAddress) {
@@ -350,7 +356,7 @@ TEST_F(KernelIpMonitor, DeliversAReplacedAddress) {
   });
   ASSERT_TRUE(subscription.ok()) << subscription.message.value_or("");
   ASSERT_TRUE(bothRun());
-  setInterfaceAddress("10.0.0.2");
+  replaceAddress("10.0.0.2");
   EXPECT_EQ(identifier.get_future().get(), "Orvane:eth0");
   EXPECT_THAT(broker_.reports(), IsEmpty());
 }
@@ -359,12 +365,13 @@ TEST_F(KernelIpMonitor, APassThatThrowsIsLoggedAndTheNextComes) {
   broker_.inject({"eft.newInstance", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
   start();
   ASSERT_TRUE(bothRun());
-  setInterfaceAddress("10.0.0.2");
-  // A pass that throws leaves the old snapshot, so that the next one throws again.
   const auto failures = [] {
     const auto lines = syslogLines();
     return std::count(lines.begin(), lines.end(), SyslogLine{3, "Failed testAndSend operation"});
   };
+  replaceAddress("10.0.0.2");
+  EXPECT_TRUE(eventually([&] { return failures() >= 1; }));
+  replaceAddress("10.0.0.3");
   EXPECT_TRUE(eventually([&] { return failures() >= 2; }));
   broker_.clearFaults();
 }

@@ -26,7 +26,7 @@ constexpr const char* kAssociationClass = "Orvane_LatchedHealthAssociation";
 // what they made on their attached threads after each class: that is the sign we can see. A host
 // whose hardware tells nothing gives no sign, hence the limit.
 void waitForFirstLook(broker::Broker& broker, const std::string& nameSpace) {
-  constexpr auto kLimit = std::chrono::milliseconds(1000);
+  constexpr auto kLimit = std::chrono::seconds(5);
   constexpr auto kStep = std::chrono::milliseconds(5);
   constexpr std::size_t kSigns = 2;  // the other monitor of the provider gives one sign of its own
   successful(broker.enumerateInstanceNames(nameSpace, kRollupClass));

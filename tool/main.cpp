@@ -1,5 +1,6 @@
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
 #include "tool/commands.h"
 #include "tool/end_signals.h"
@@ -28,7 +29,9 @@ int main(int argc, char** argv) {
     }
     Session session(*options);
     Printer printer(std::cout, session.classes(), options->print);
-    return runCommand(*options, session, printer);
+    const int status = runCommand(*options, session, printer);
+    if (!std::cout.flush()) throw std::runtime_error("standard output cannot be written");
+    return status;
   } catch (const BadInput& e) {
     return complain(e, kExitBadInput);
   } catch (const CimError& e) {

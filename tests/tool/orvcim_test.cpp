@@ -241,6 +241,14 @@ TEST(OrvcimErrors, AFailingHostFailsTheListButNotItsOtherClasses) {
                                   "get pnics information\n"));
 }
 
+TEST(OrvcimErrors, OutputThatCannotBeWrittenIsNoSuccess) {
+  const Outcome outcome = run({"/bin/sh", "-c",
+                               kOrvcim + " names Orvane_EthernetPort --simulate " + kExampleHost +
+                                   " --schema " + kSchema + " >/dev/full"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("orvcim: standard output cannot be written\n"));
+}
+
 // ---- Input that cannot be used ----
 
 void expectBadInput(const Outcome& outcome, const std::string& text) {

@@ -462,20 +462,20 @@ TEST(HeartbeatProvider, WorksOnABrokerWithoutTheMemoryTable) {
   });
 }
 
-TEST(HeartbeatProvider, AHundredThousandHeartbeatsLeaveNothingBehind) {
+TEST(HeartbeatProvider, ManyHeartbeatsLeaveNothingBehind) {
   inProcessOfItsOwn([] {
     Fixture fixture;
     orv::test::MemoryAfterWarmUp memory;
     fixture.broker.keepDeliveries = false;
     // Seen from inside a delivery, where each heartbeat's own objects are alive.
     fixture.broker.onDelivery = [&](std::size_t number) {
-      if (number == 1'000) memory.warmedUp();
-      if (number == 99'999) memory.expectNoGrowth();
+      if (number == orv::test::kWarmUpRounds) memory.warmedUp();
+      if (number == orv::test::kManyRounds - 1) memory.expectNoGrowth();
       return CMPI_RC_OK;
     };
-    heartbeatSeams().periodsToPass = 99'999;
+    heartbeatSeams().periodsToPass = static_cast<int>(orv::test::kManyRounds) - 1;
     fixture.initialize();
-    EXPECT_TRUE(fixture.broker.waitForDeliveries(100'000));
+    EXPECT_TRUE(fixture.broker.waitForDeliveries(orv::test::kManyRounds));
     fixture.cleanup();
   });
 }

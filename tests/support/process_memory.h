@@ -11,6 +11,23 @@
 /// Shows that work done again and again leaves nothing behind: neither broker objects nor memory.
 namespace orv::test {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+#else
+constexpr bool kSanitized = false;
+#endif
+
+/// Rounds that show growth, and those before them that fill caches. Sanitizers are ten times as
+/// slow.
+constexpr std::size_t kManyRounds = kSanitized ? 10'000 : 100'000;
+constexpr std::size_t kWarmUpRounds = 1'000;
+
 class MemoryAfterWarmUp {
  public:
   /// After the first rounds, which fill caches.
@@ -23,11 +40,7 @@ class MemoryAfterWarmUp {
   /// that, and for nothing that grows with each round.
   void expectNoGrowth() const {
     EXPECT_EQ(objects_, broker::Broker::liveObjects().total());
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    constexpr std::size_t kLimit = std::size_t{400} << 20;
-#else
-    constexpr std::size_t kLimit = std::size_t{2} << 20;
-#endif
+    constexpr std::size_t kLimit = std::size_t{kSanitized ? 400 : 2} << 20;
     EXPECT_LE(residentBytes(), resident_ + kLimit);
   }
 

@@ -52,7 +52,7 @@ std::size_t RecordingBroker::deliveryCount() const {
 
 bool RecordingBroker::waitForDeliveries(std::size_t count) const {
   std::unique_lock<std::mutex> lock(mutex_);
-  return changed_.wait_for(lock, std::chrono::minutes(1), [&] { return count_ >= count; });
+  return changed_.wait_for(lock, std::chrono::minutes(5), [&] { return count_ >= count; });
 }
 
 void RecordingBroker::removeMemoryTable() {

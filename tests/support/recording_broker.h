@@ -41,7 +41,7 @@ class RecordingBroker {
 
   std::vector<Delivery> deliveries() const;
   std::size_t deliveryCount() const;
-  /// Waits until that many have come; false when they have not within a minute.
+  /// Waits until that many have come; false when they have not within five minutes.
   bool waitForDeliveries(std::size_t count) const;
 
   /// Calls of prepareAttachThread and attachThread.

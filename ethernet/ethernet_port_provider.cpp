@@ -25,8 +25,8 @@ constexpr char kDeviceIdNotFound[] = "Specified DeviceID is not found";
 constexpr char kInvalidDeviceId[] = "DeviceID specified is not valid";
 constexpr CMPIUint16 kCurrentSoftware = 2;
 
-/// One class that requests may name: the port has no third column, a satellite has its fill
-/// operation there, an association its row.
+/// One class that requests may name. A satellite has its fill operation, an association its row of
+/// the table of associations, the port neither.
 struct ServedClass {
   const char* name;
   void (*fillSatellite)(CmpiInstance&, Pnic*);

@@ -8,8 +8,8 @@
 
 /// Keys of ports and satellites: built from a device name, and taken apart into one.
 ///
-/// A satellite is identified by its InstanceID, "Orvane:" + class name + ":" + device name. A
-/// device name contains no colon, so the text after the last one is the device.
+/// A satellite is identified by its InstanceID, "Orvane:" + class name + ":" + device name. Read
+/// back, the device is the text after the last ":", whatever stands before it.
 namespace EthernetProvider {
 
 inline constexpr char kPortClass[] = "Orvane_EthernetPort";

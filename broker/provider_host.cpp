@@ -213,8 +213,12 @@ void ProviderHost::forget(Section& section) {
 
 void ProviderHost::unloadLibraries() {
   for (Section* section : loadedSections()) forget(*section);
-  const std::lock_guard<std::mutex> lock(mutex_);
-  for (const auto& library : libraries_) library.second->close();
+  std::vector<std::shared_ptr<ProviderLibrary>> libraries;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& library : libraries_) libraries.push_back(library.second);
+  }
+  for (const auto& library : libraries) library->close();
 }
 
 }  // namespace orv::broker

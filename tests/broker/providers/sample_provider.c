@@ -529,7 +529,7 @@ static void noteFactory(const char* provider, const char* kind, const CMPIBroker
   CMPIData principal = context->ft->getEntry(context, "CMPIPrincipal", NULL);
   CMPIStatus status;
   CMPIData parameters = context->ft->getEntry(context, "sfcbProviderParameters", &status);
-  broker = mb;
+  if (broker == NULL) broker = mb; /* the same record for ever; threads of ours read it */
   factoryContext = context;
   if (prepared != NULL) mb->bft->detachThread(mb, prepared);
   prepared = mb->bft->prepareAttachThread(mb, context);

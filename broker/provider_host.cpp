@@ -130,7 +130,8 @@ LoadOutcome ProviderHost::load(Section& section) {
   if (section.loaded) return outcome;
   const ProviderFrame frame(section.registration.provider, section.registration.className);
   const auto library = libraryOf(section.registration);
-  const std::lock_guard<std::recursive_mutex> lock(library->factoryMutex());
+  const std::lock_guard<std::recursive_mutex> lock(
+      library->factoryMutex(section.registration.provider));
   if (section.loaded) return outcome;
   if (section.loading) {
     report("", "", "an up-call from a factory comes back to its own class: a deadlock");

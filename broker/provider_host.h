@@ -21,13 +21,13 @@ struct Section {
   RegistrationSection registration;
   std::size_t index = 0;
 
-  // Written under the library's mutex before `loaded` is set.
+  // Written under the provider's factory mutex before `loaded` is set.
   std::shared_ptr<ProviderLibrary> library;
   CMPIInstanceMI* instance = nullptr;
   CMPIAssociationMI* association = nullptr;
   CMPIIndicationMI* indication = nullptr;
   CMPIMethodMI* method = nullptr;
-  bool loading = false;       // in a factory, for the thread that holds the library's mutex
+  bool loading = false;       // in a factory, for the thread that holds that mutex
   std::size_t loadOrder = 0;  // 1 for the first section that was loaded
   std::atomic<bool> loaded{false};
   std::atomic<bool> enabled{false};  // enableIndications has been called
@@ -46,8 +46,8 @@ class ProviderHost {
   std::deque<Section>& sections() { return sections_; }
 
   /// Loads the library and calls the factory of every type of the section, once, in the order
-  /// instance, association, method, indication; one factory of a library at a time. What failed is
-  /// tried again next time. The calling thread must be a request's.
+  /// instance, association, method, indication; one factory of a provider name at a time. What
+  /// failed is tried again next time. The calling thread must be a request's.
   LoadOutcome load(Section& section);
 
   /// Makes idle checks wait while a request is in providers.

@@ -23,8 +23,13 @@ ProviderLibrary::ProviderLibrary(std::string file,
                                  const std::map<std::string, void*>& linkedFactories)
     : file_(std::move(file)), linked_(linkedFactories) {}
 
+std::recursive_mutex& ProviderLibrary::factoryMutex(const std::string& provider) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return factoryMutexes_[provider];
+}
+
 std::string ProviderLibrary::open() {
-  const std::lock_guard<std::recursive_mutex> lock(factoryMutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   if (handle_ != nullptr) return "";
   handle_ = dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle_ != nullptr) return "";
@@ -33,7 +38,7 @@ std::string ProviderLibrary::open() {
 }
 
 void ProviderLibrary::close() {
-  const std::lock_guard<std::recursive_mutex> lock(factoryMutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   if (handle_ != nullptr) dlclose(handle_);
   handle_ = nullptr;
 }
@@ -41,7 +46,7 @@ void ProviderLibrary::close() {
 void* ProviderLibrary::symbol(const std::string& name) {
   const auto place = linked_.find(name);
   if (place != linked_.end()) return place->second;
-  const std::lock_guard<std::recursive_mutex> lock(factoryMutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   return handle_ != nullptr ? dlsym(handle_, name.c_str()) : nullptr;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -29,14 +30,16 @@ class ProviderLibrary {
 
   const std::string& file() const { return file_; }
 
-  /// Held while a factory of this library runs, by the thread that runs it.
-  std::recursive_mutex& factoryMutex() { return factoryMutex_; }
+  /// Held while a factory of that provider name runs, by the thread that runs it. Factories of
+  /// other names may run at the same time: one may wait for a thread whose up-call loads another.
+  std::recursive_mutex& factoryMutex(const std::string& provider);
 
  private:
   const std::string file_;
   const std::map<std::string, void*>& linked_;
-  std::recursive_mutex factoryMutex_;
-  void* handle_ = nullptr;  // guarded by factoryMutex_
+  std::mutex mutex_;  // guards the members below; never held while a factory runs
+  std::map<std::string, std::recursive_mutex> factoryMutexes_;
+  void* handle_ = nullptr;
 };
 
 /// File of a section's library, as Broker::Options tells.

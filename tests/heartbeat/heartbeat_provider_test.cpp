@@ -19,6 +19,7 @@
 
 #include "cmpi/cmpi_status.h"
 #include "tests/heartbeat/heartbeat_seams.h"
+#include "tests/heartbeat/own_process.h"
 #include "tests/support/process_memory.h"
 #include "tests/support/recording_broker.h"
 #include "tests/support/syslog_capture.h"
@@ -33,6 +34,7 @@ using Heartbeat::HeartbeatProvider;
 using orv::broker::Instance;
 using orv::test::Delivery;
 using orv::test::heartbeatSeams;
+using orv::test::inProcessOfItsOwn;
 using orv::test::RecordingBroker;
 using orv::test::syslogLines;
 using orv::test::syslogTexts;
@@ -41,18 +43,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-
-/// The module stops for good, so each scenario runs in a process of its own: `scenario` in a child
-/// that started afresh, whose failed expectations fail the test.
-void inProcessOfItsOwn(const std::function<void()>& scenario) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        scenario();
-        _exit(testing::Test::HasFailure() ? 1 : 0);
-      },
-      testing::ExitedWithCode(0), "");
-}
 
 /// What every scenario has.
 struct Fixture {

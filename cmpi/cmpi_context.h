@@ -10,3 +10,15 @@ class CmpiContext : public CmpiObject {
 
   CMPIContext* getEnc() const { return static_cast<CMPIContext*>(enc_); }
 };
+
+/// Owns a context that CmpiBroker::prepareAttachThread made: releases it at its own end, on
+/// whatever thread. Not for a context of a request, which belongs to the object manager.
+class CmpiPreparedContext : public CmpiContext {
+ public:
+  explicit CmpiPreparedContext(const CmpiContext& prepared) : CmpiContext(prepared) {}
+  ~CmpiPreparedContext() {
+    if (!isNull() && getEnc()->ft->release != nullptr) getEnc()->ft->release(getEnc());
+  }
+  CmpiPreparedContext(const CmpiPreparedContext&) = delete;
+  CmpiPreparedContext& operator=(const CmpiPreparedContext&) = delete;
+};

@@ -20,8 +20,11 @@ namespace {
 
 /// On its way from the provider that starts a thread to the thread, which frees it.
 struct MonitorArgument {
-  CmpiBroker broker;
-  CmpiContext context;
+  MonitorArgument(const CmpiBroker& starter, const CmpiContext& request)
+      : broker(starter), context(starter.prepareAttachThread(request)) {}
+
+  const CmpiBroker broker;
+  const CmpiPreparedContext context;
 };
 
 using ThreadBody = void* (*)(void*);

@@ -50,8 +50,11 @@ State& state() {
 }
 
 struct ThreadArgument {
-  CmpiBroker broker;
-  CmpiContext context;  ///< prepared for the thread; never released
+  ThreadArgument(const CmpiBroker& starter, const CmpiContext& request)
+      : broker(starter), context(starter.prepareAttachThread(request)) {}
+
+  const CmpiBroker broker;
+  const CmpiPreparedContext context;
 };
 
 std::string hostName() {
@@ -95,8 +98,7 @@ void beatUntilStopped(const ThreadArgument& thread) {
 
 /// With the mutex locked.
 void startThread(const CmpiBroker& broker, const CmpiContext& context) {
-  auto argument =
-      std::make_unique<ThreadArgument>(ThreadArgument{broker, broker.prepareAttachThread(context)});
+  auto argument = std::make_unique<ThreadArgument>(broker, context);
   pthread_t thread{};
   if (ORV::startBackgroundThread(thread, heartBeatThread, argument.get()) != 0) {
     syslog(LOG_ERR, kStartFailed);

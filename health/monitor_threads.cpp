@@ -20,8 +20,8 @@ namespace {
 
 /// On its way from the provider that starts a thread to the thread, which frees it.
 struct MonitorArgument {
-  MonitorArgument(const CmpiBroker& starter, const CmpiContext& request)
-      : broker(starter), context(starter.prepareAttachThread(request)) {}
+  MonitorArgument(const CmpiBroker& starter, const CmpiContext& prepared)
+      : broker(starter), context(prepared) {}
 
   const CmpiBroker broker;
   const CmpiPreparedContext context;
@@ -32,9 +32,8 @@ using ThreadBody = void* (*)(void*);
 /// False when there is no thread; the list is as before then.
 bool startMonitor(std::vector<pthread_t>& started, ThreadBody body, const CmpiBroker& broker,
                   const CmpiContext& context) {
-  const CmpiContext own = broker.prepareAttachThread(context);
-  if (own.isNull()) throw CmpiStatus(CMPI_RC_ERR_FAILED);
-  auto argument = std::make_unique<MonitorArgument>(MonitorArgument{broker, own});
+  auto argument = std::make_unique<MonitorArgument>(broker, broker.prepareAttachThread(context));
+  if (argument->context.isNull()) throw CmpiStatus(CMPI_RC_ERR_FAILED);
   started.emplace_back();
   if (ORV::startBackgroundThread(started.back(), body, argument.get()) != 0) {
     started.pop_back();

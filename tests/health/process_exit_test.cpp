@@ -14,6 +14,12 @@
 #include "tests/health/health_fixture.h"
 #include "tests/health/test_period.h"
 
+/// The thread sanitizer lets the other threads run on for a second when a process ends: a tenth of
+/// it will do, two hundred times.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
+  return "atexit_sleep_ms=100";
+}
+
 namespace orv::test {
 
 namespace {

@@ -144,16 +144,14 @@ TEST_F(EndpointDetailsTest, FailWhenAListedIpv6AddressCannotBeRead) {
 }
 
 TEST_F(EndpointDetailsTest, LeaveOutAnInterfaceWithoutAName) {
-  fakeKernel().interfaces = {interfaceWith("hk0", "192.0.2.1"),
-                             interfaceWith("hk1", "192.0.2.2")};
+  fakeKernel().interfaces = {interfaceWith("hk0", "192.0.2.1"), interfaceWith("hk1", "192.0.2.2")};
   fakeKernel().interfaces[0].hasNumberForName = true;
   EXPECT_THAT(records(), ElementsAre("hk1 192.0.2.2/255.255.255.0"));
   EXPECT_EQ(0, code_);
 }
 
 TEST_F(EndpointDetailsTest, FailWhenTheLastInterfaceHasNoName) {
-  fakeKernel().interfaces = {interfaceWith("hk0", "192.0.2.1"),
-                             interfaceWith("hk1", "192.0.2.2")};
+  fakeKernel().interfaces = {interfaceWith("hk0", "192.0.2.1"), interfaceWith("hk1", "192.0.2.2")};
   fakeKernel().interfaces[1].hasNumberForName = true;
   EXPECT_THAT(records(), ElementsAre("hk0 192.0.2.1/255.255.255.0"));
   EXPECT_EQ(1, code_);

@@ -151,9 +151,8 @@ TEST_F(KernelIpIndicationTest, ANewInterfaceIsWatchedFromTheNextPassOn) {
 }
 
 TEST_F(KernelIpIndicationTest, RemovalsSendNothing) {
-  change(
-      InterfaceList().ipv4("hk0", "192.0.2.1").ipv4("hk0", "192.0.2.2").ipv4("hk1", "192.0.2.3"),
-      InterfaceList().ipv4("hk0", "192.0.2.2"));
+  change(InterfaceList().ipv4("hk0", "192.0.2.1").ipv4("hk0", "192.0.2.2").ipv4("hk1", "192.0.2.3"),
+         InterfaceList().ipv4("hk0", "192.0.2.2"));
   EXPECT_THAT(changes(), IsEmpty());
 }
 
@@ -197,8 +196,8 @@ TEST_F(KernelIpIndicationTest, EntriesOfOneInterfaceKeepTheSystemsOrder) {
   detector_.buildMap(map);
   std::vector<std::string> entries;
   for (const auto& [name, address] : map) entries.push_back(name + " " + address->getAddress());
-  EXPECT_THAT(entries, ElementsAre("hk0 2001:db8::9", "hk0 192.0.2.5", "hk0 2001:db8::1",
-                                   "hk1 192.0.2.9"));
+  EXPECT_THAT(entries,
+              ElementsAre("hk0 2001:db8::9", "hk0 192.0.2.5", "hk0 2001:db8::1", "hk1 192.0.2.9"));
 }
 
 TEST_F(KernelIpIndicationTest, ASystemThatCannotBeReadIsLoggedAndLeavesTheSnapshot) {
@@ -237,8 +236,7 @@ TEST_F(KernelIpIndicationTest, AFailedReadAtTheEndOfAPassReportsTheChangeAgain) 
   interfaceSystem().beforeRead = [](int read) { interfaceSystem().code = read == 4 ? -1 : 0; };
   pass();
   pass();
-  EXPECT_THAT(changes(),
-              ElementsAre("hk0: 192.0.2.1 -> 192.0.2.2", "hk0: 192.0.2.1 -> 192.0.2.2"));
+  EXPECT_THAT(changes(), ElementsAre("hk0: 192.0.2.1 -> 192.0.2.2", "hk0: 192.0.2.1 -> 192.0.2.2"));
 }
 
 TEST_F(KernelIpIndicationTest, EntriesOfAnotherFamilyAreLoggedAndSkipped) {
@@ -253,8 +251,7 @@ TEST_F(KernelIpIndicationTest, EntriesOfAnotherFamilyAreLoggedAndSkipped) {
 }
 
 TEST_F(KernelIpIndicationTest, EntriesWithoutAnAddressAreSkippedInSilence) {
-  systemHas(
-      InterfaceList().withoutAddress("hk0").ipv4("hk0", "192.0.2.1").withoutAddress("hk1"));
+  systemHas(InterfaceList().withoutAddress("hk0").ipv4("hk0", "192.0.2.1").withoutAddress("hk1"));
   ORV::AddressMap map;
   detector_.buildMap(map);
   EXPECT_EQ(1U, map.size());

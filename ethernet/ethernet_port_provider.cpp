@@ -1,6 +1,7 @@
 #include "ethernet/ethernet_port_provider.h"
 
 #include <array>
+#include <exception>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -83,6 +84,15 @@ std::unique_ptr<FetchedPorts> fetchPorts(const std::optional<std::string>& devic
     return std::make_unique<FetchedPorts>(deviceName);
   } catch (const Nodemgr::Lib::NodemgrException&) {
     return nullptr;
+  }
+}
+
+/// Whether the host is known to have no port at all; one that fails is not.
+bool hasNoPorts() {
+  try {
+    return FetchedPorts(std::nullopt).list().empty();
+  } catch (const std::exception&) {
+    return false;
   }
 }
 
@@ -239,8 +249,15 @@ CmpiStatus EthernetPortProvider::enumInstances(const CmpiContext& context, CmpiR
 CmpiStatus EthernetPortProvider::getInstance(const CmpiContext& context, CmpiResult& result,
                                              const CmpiObjectPath& path, const char** properties) {
   const ServedClass* served = findServedClass(path);
-  // Deliberate: this text, although the status says "not found".
-  if (served == nullptr) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, kInvalidDeviceId);
+  if (served == nullptr) {
+    // Deliberate: a host without ports answers every class, as in the enumerations.
+    if (hasNoPorts()) {
+      result.returnDone();
+      return CMPI_RC_OK;
+    }
+    // Deliberate: this text, although the status says "not found".
+    return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, kInvalidDeviceId);
+  }
   std::string deviceName;
   try {
     deviceName = requestedDevice(*served, path);

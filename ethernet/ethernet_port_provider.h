@@ -14,8 +14,8 @@ namespace EthernetProvider {
 ///
 /// Keeps nothing between requests: each fetches the ports afresh, owns them and releases them, so
 /// any number of requests may run at once without a lock. Class names of requests are compared
-/// without regard to case. While a host has no ports every enumeration, of whatever class, succeeds
-/// empty.
+/// without regard to case. While a host has no ports every enumeration and getInstance, of
+/// whatever class, succeeds empty.
 class EthernetPortProvider : public CmpiInstanceMI, private OMC::SimpleAssociationMI {
  public:
   using Pnic = Nodemgr::Network::Pnic;

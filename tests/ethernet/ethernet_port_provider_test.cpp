@@ -137,6 +137,18 @@ TEST_F(EthernetProviderTest, HostWithoutPortsSucceedsEmptyForAnyClass) {
   }
 }
 
+TEST_F(EthernetProviderTest, HostWithoutPortsGetsNothingOfAnyClass) {
+  network_.ports.clear();
+  for (const ObjectPath& path : {portPathOf("nic0"), objectPath("CIM_NotServed"), objectPath("")}) {
+    const Answer answer = getInstance(path);
+    EXPECT_EQ(answer.rc, CMPI_RC_OK) << path.className;
+    EXPECT_EQ(answer.message, std::nullopt) << path.className;
+    EXPECT_EQ(answer.doneCount, 1) << path.className;
+    EXPECT_THAT(answer.instances, IsEmpty()) << path.className;
+  }
+  expectAllReleased();
+}
+
 TEST_F(EthernetProviderTest, InstanceOfAPortThatIsNotThereIsOkAndEmpty) {
   for (const std::string& name : kAllClasses) {
     const Answer answer = getInstance(pathOf(name, "nic9"));
@@ -378,7 +390,17 @@ TEST_F(EthernetProviderTest, InstanceOfAClassThatIsNotServedIsNotFound) {
   EXPECT_EQ(answer.rc, CMPI_RC_ERR_NOT_FOUND);
   EXPECT_EQ(answer.message, "DeviceID specified is not valid");
   EXPECT_EQ(answer.doneCount, 0);
-  EXPECT_EQ(network_.networkInfos, 0);
+  expectAllReleased();
+}
+
+TEST_F(EthernetProviderTest, InstanceOfAClassThatIsNotServedIsNotFoundOnAHostThatFails) {
+  for (const HostFault fault : {HostFault::kNodemgr, HostFault::kOther}) {
+    network_.listFault = fault;
+    const Answer answer = getInstance(objectPath("CIM_NotServed"));
+    EXPECT_EQ(answer.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_EQ(answer.message, "DeviceID specified is not valid");
+    EXPECT_EQ(answer.doneCount, 0);
+  }
 }
 
 void expectFetchFailed(const orv::test::Answer& answer) {

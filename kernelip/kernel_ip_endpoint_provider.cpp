@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cmpi/cmpi_result_filters.h"
@@ -71,6 +72,37 @@ void setIpv6Properties(CmpiInstance& instance, const endpointDetails& record) {
   instance.setProperty("PrefixLength", static_cast<CMPIUint8>(record.prefixLength));
 }
 
+/// Key values that all endpoints of a request share: asked of the host once.
+struct ScopingKeys {
+  std::string systemCreationClassName;
+  std::string systemName;
+};
+
+CmpiInstance endpointInstance(const endpointDetails& record, const ScopingKeys& scope,
+                              const std::string& nameSpace, const char* className,
+                              const char** properties) {
+  const std::pair<const char*, const char*> keys[] = {
+      {"SystemCreationClassName", scope.systemCreationClassName.c_str()},
+      {"SystemName", scope.systemName.c_str()},
+      {"CreationClassName", className},
+      {"Name", record.name},
+  };
+  // The keys are in the path from the start: an object manager that has no definition of the class
+  // knows no others.
+  CmpiObjectPath path(nameSpace.c_str(), className);
+  for (const auto& [name, value] : keys) path.setKey(name, value);
+  CmpiInstance instance(path);
+  const char* keyNames[] = {keys[0].first, keys[1].first, keys[2].first, keys[3].first, nullptr};
+  instance.setPropertyFilter(properties, keyNames);
+  for (const auto& [name, value] : keys) instance.setProperty(name, value);
+  instance.setProperty("ElementName", record.name);
+  instance.setProperty("NameFormat", ORV::kNameFormat);
+  instance.setProperty("ProtocolIFType", static_cast<CMPIUint16>(record.protocolType));
+  if (record.protocolType == ORV::kProtocolIpv4) setIpv4Properties(instance, record);
+  if (record.protocolType == ORV::kProtocolIpv6) setIpv6Properties(instance, record);
+  return instance;
+}
+
 class KernelIPProtocolEndpointProvider : public CmpiInstanceMI {
  public:
   KernelIPProtocolEndpointProvider(const CmpiBroker& mbp, const CmpiContext& context)
@@ -88,34 +120,13 @@ class KernelIPProtocolEndpointProvider : public CmpiInstanceMI {
   int getendpointDetails(Records& out);
 
  private:
-  CmpiInstance instanceOf(const CmpiContext& context, const endpointDetails& record,
-                          const std::string& nameSpace, const char* className,
-                          const char** properties);
+  ScopingKeys scopingKeys(const CmpiContext& context) const {
+    return {ORV::getSystemCreationClassName(), OMC::getComputerSystemName(context, broker)};
+  }
 };
 
 int KernelIPProtocolEndpointProvider::getendpointDetails(Records& out) {
   return ORV::collectEndpointDetails(out);
-}
-
-CmpiInstance KernelIPProtocolEndpointProvider::instanceOf(const CmpiContext& context,
-                                                          const endpointDetails& record,
-                                                          const std::string& nameSpace,
-                                                          const char* className,
-                                                          const char** properties) {
-  const char* keys[] = {"SystemCreationClassName", "SystemName", "CreationClassName", "Name",
-                        nullptr};
-  CmpiInstance instance(CmpiObjectPath(nameSpace.c_str(), className));
-  instance.setPropertyFilter(properties, keys);
-  instance.setProperty("SystemCreationClassName", ORV::getSystemCreationClassName().c_str());
-  instance.setProperty("SystemName", OMC::getComputerSystemName(context, broker).c_str());
-  instance.setProperty("CreationClassName", className);
-  instance.setProperty("Name", record.name);
-  instance.setProperty("ElementName", record.name);
-  instance.setProperty("NameFormat", ORV::kNameFormat);
-  instance.setProperty("ProtocolIFType", static_cast<CMPIUint16>(record.protocolType));
-  if (record.protocolType == ORV::kProtocolIpv4) setIpv4Properties(instance, record);
-  if (record.protocolType == ORV::kProtocolIpv6) setIpv6Properties(instance, record);
-  return instance;
 }
 
 CmpiStatus KernelIPProtocolEndpointProvider::enumInstanceNames(const CmpiContext& context,
@@ -138,9 +149,10 @@ CmpiStatus KernelIPProtocolEndpointProvider::enumInstances(const CmpiContext& co
   const std::optional<std::uint16_t> mode = enumerationMode(className);
   if (!mode) return CMPI_RC_OK;
 
+  const ScopingKeys scope = scopingKeys(context);
   for (const endpointDetails& record : records) {
     if (*mode != ORV::kProtocolBoth && *mode != record.protocolType) continue;
-    result.returnData(instanceOf(context, record, nameSpace, classOf(record), properties));
+    result.returnData(endpointInstance(record, scope, nameSpace, classOf(record), properties));
   }
   result.returnDone();
   return CMPI_RC_OK;
@@ -163,7 +175,8 @@ CmpiStatus KernelIPProtocolEndpointProvider::getInstance(const CmpiContext& cont
       records.begin(), records.end(),
       [&](const endpointDetails& record) { return name && ORV::hasName(record, name->c_str()); });
   if (found == records.end()) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(instanceOf(context, *found, nameSpace, className.c_str(), properties));
+  result.returnData(
+      endpointInstance(*found, scopingKeys(context), nameSpace, className.c_str(), properties));
   result.returnDone();
   return CMPI_RC_OK;
 }

@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "cmpi/abi/cmpi_tables.h"
+#include "cmpi/cmpi_provider_base.h"
 #include "tests/kernelip/fake_kernel.h"
+#include "tests/support/fake_computer_system.h"
 #include "tests/support/recording_broker.h"
 
 extern "C" CMPIInstanceMI* KernelIPProtocolEndpointProvider_Create_InstanceMI(const CMPIBroker*,
@@ -191,6 +193,55 @@ TEST_F(EndpointProviderTest, PathHasTheFourKeys) {
   EXPECT_EQ(kIpv4Class, path.key("CreationClassName")->text());
   EXPECT_EQ("hk0", path.key("Name")->text());
   EXPECT_EQ("root/cimv2", path.nameSpace);
+}
+
+/// What newInstance is given while it lives.
+class InstancePaths {
+ public:
+  InstancePaths() : real_(*CmpiProviderBase::getBroker()), factories_(*real_.eft) {
+    newInstance = real_.eft->newInstance;
+    keyNames.clear();
+    factories_.newInstance = record;
+    CMPIBroker recording = real_;
+    recording.eft = &factories_;
+    CmpiProviderBase::setBroker(&recording);
+  }
+  ~InstancePaths() { CmpiProviderBase::setBroker(&real_); }
+  InstancePaths(const InstancePaths&) = delete;
+  InstancePaths& operator=(const InstancePaths&) = delete;
+
+  static inline std::vector<std::string> keyNames;  ///< of all of them, in order
+
+ private:
+  static inline decltype(CMPIBrokerEncFT::newInstance) newInstance;
+
+  static CMPIInstance* record(const CMPIBroker* broker, const CMPIObjectPath* path,
+                              CMPIStatus* status) {
+    for (CMPICount i = 0; i < path->ft->getKeyCount(path, nullptr); ++i) {
+      CmpiString name;
+      CmpiObjectPath(path).getKey(i, &name);
+      keyNames.emplace_back(name.charPtr());
+    }
+    return newInstance(broker, path, status);
+  }
+
+  CMPIBroker real_;
+  CMPIBrokerEncFT factories_;
+};
+
+TEST_F(EndpointProviderTest, InstancesAreMadeOnAPathThatHasItsKeys) {
+  const InstancePaths paths;
+  enumerate(kIpv4Class);
+  EXPECT_THAT(InstancePaths::keyNames,
+              ElementsAre("SystemCreationClassName", "SystemName", "CreationClassName", "Name"));
+}
+
+TEST_F(EndpointProviderTest, TheSystemsNameIsAskedForOnceInARequest) {
+  orv::test::systemNamesAsked = 0;
+  EXPECT_EQ(4U, enumerate("CIM_IPProtocolEndpoint").instances.size());
+  EXPECT_EQ(1, orv::test::systemNamesAsked);
+  get(named(kIpv4Class, "hk0"));
+  EXPECT_EQ(2, orv::test::systemNamesAsked);
 }
 
 TEST_F(EndpointProviderTest, AnIpv4InstanceHasItsPropertiesInOrder) {

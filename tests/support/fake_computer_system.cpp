@@ -1,10 +1,20 @@
+#include "tests/support/fake_computer_system.h"
+
 #include "platform/computer_system.h"
 
-/// The computer system of a test that links no platform.
+namespace orv::test {
+
+std::atomic<int> systemNamesAsked{0};
+
+}  // namespace orv::test
+
 namespace OMC {
 
 std::string getComputerSystemClassName() { return "OMC_UnitaryComputerSystem"; }
 
-std::string getComputerSystemName(const CmpiContext&, CmpiBroker*) { return "host-7"; }
+std::string getComputerSystemName(const CmpiContext&, CmpiBroker*) {
+  ++orv::test::systemNamesAsked;
+  return "host-7";
+}
 
 }  // namespace OMC

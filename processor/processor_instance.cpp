@@ -94,9 +94,7 @@ CmpiInstance processorInstance(const std::string& nameSpace, const ScopingSystem
 
 std::optional<std::size_t> packagePosition(std::string_view deviceId) {
   const std::size_t dash = deviceId.rfind('-');
-  if (dash == std::string_view::npos || dash == 0 || deviceId[dash - 1] == '-') {
-    return std::nullopt;
-  }
+  if (dash == std::string_view::npos) return std::nullopt;
   const std::string_view digits = deviceId.substr(dash + 1);
   const char* const last = digits.data() + digits.size();
   std::size_t position = 0;

@@ -23,7 +23,6 @@ struct ScopingSystem {
 CmpiInstance processorInstance(const std::string& nameSpace, const ScopingSystem& system,
                                const ProcessorRecord& record, const char** properties);
 
-/// Position of the package that a DeviceID names: the decimal number behind its last "-". Absent
-/// without a "-", with anything but digits behind it, and for a negative number (a "-" that nothing
-/// or another "-" precedes).
+/// Position of the package that a DeviceID names: the decimal number behind its last "-", whatever
+/// stands before that. Absent without a "-" and with anything but digits behind it.
 std::optional<std::size_t> packagePosition(std::string_view deviceId);

@@ -2,6 +2,7 @@
 
 #include "cmpi/cmpi_provider_base.h"
 #include "cmpi/cmpi_status.h"
+#include "cmpi/cmpi_string.h"
 
 CmpiArray::CmpiArray(CMPICount size, CMPIType type) {
   const CMPIBroker* broker = requireBroker();
@@ -21,10 +22,9 @@ CMPIType CmpiArray::simpleType() const {
 
 const CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiData& data) const {
   const CMPIType element = array_.simpleType();
-  const bool textForString = data.getType() == CMPI_chars && element == CMPI_string;
-  if (array_.isNull() || (data.getType() != element && !textForString)) {
-    throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
-  }
+  // Not every object manager takes an array element as chars.
+  if (data.getType() == CMPI_chars && element == CMPI_string) return *this = CmpiString(data);
+  if (array_.isNull() || data.getType() != element) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
   CMPIArray* array = array_.getEnc();
   throwUnlessOk(array->ft->setElementAt(array, index_, data.passedValue(), data.getType()));
   return *this;

@@ -122,6 +122,27 @@ TEST_F(Objects, StringArrayTakesBothFormsOfText) {
   EXPECT_STREQ(CmpiString(texts[1].getData()).charPtr(), "string");
 }
 
+/// An array that only tells which type its last element was set with.
+struct ElementTypes {
+  static inline CMPIType last;
+
+  static CMPIType simpleType(const CMPIArray*, CMPIStatus*) { return CMPI_string; }
+  static CMPIStatus setElementAt(CMPIArray*, CMPICount, const CMPIValue*, CMPIType type) {
+    last = type;
+    return {CMPI_RC_OK, nullptr};
+  }
+};
+
+TEST_F(Objects, TextsOfAnArrayReachTheBrokerAsStrings) {
+  CMPIArrayFT table{};
+  table.getSimpleType = ElementTypes::simpleType;
+  table.setElementAt = ElementTypes::setElementAt;
+  CMPIArray record{nullptr, &table};
+  const CmpiArray texts(&record);
+  texts[0] = "text";
+  EXPECT_EQ(ElementTypes::last, CMPI_string);
+}
+
 TEST_F(Objects, IndexPastTheEndIsTheBrokersStatus) {
   const CmpiArray numbers(1, CMPI_uint16);
   EXPECT_EQ(statusOf([&] { numbers[1] = CMPIUint16{7}; }), CMPI_RC_ERR_FAILED);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -181,20 +182,26 @@ class ObjectFinder {
   ObjectFinder(const CmpiContext& context, const CmpiBroker& broker, std::string defaultNameSpace)
       : context_(context), broker_(broker), defaultNameSpace_(std::move(defaultNameSpace)) {}
 
-  /// Null when the broker does not have it, or fails.
-  const CmpiInstance* find(const CmpiObjectPath& path) {
+  /// Absent when the broker does not have it, or fails.
+  std::optional<CmpiInstance> find(const CmpiObjectPath& path) {
     try {
       const std::string nameSpace = ORV::plainNameSpace(path, defaultNameSpace_);
       const Objects& objects = objectsOf(nameSpace, ORV::classNameOf(path));
-      const auto found = objects.find(ORV::objectIdentity(path, defaultNameSpace_));
-      return found == objects.end() ? nullptr : &found->second;
+      if (!objects.canBeEnumerated) return broker_.getInstance(context_, path, nullptr);
+      const std::string wanted = ORV::objectIdentity(path, defaultNameSpace_);
+      const auto found = objects.byIdentity.find(wanted);
+      if (found != objects.byIdentity.end()) return found->second;
+      return findByProperties(objects, path, wanted);
     } catch (const CmpiStatus&) {
-      return nullptr;  // a path that the broker cannot take apart
+      return std::nullopt;  // also for a path that the broker cannot take apart
     }
   }
 
  private:
-  using Objects = std::unordered_map<std::string, CmpiInstance>;
+  struct Objects {
+    std::unordered_multimap<std::string, CmpiInstance> byIdentity;  ///< incomplete paths may agree
+    bool canBeEnumerated = true;
+  };
 
   const Objects& objectsOf(const std::string& nameSpace, const std::string& className) {
     const auto [entry, isNew] = classes_.try_emplace({nameSpace, className});
@@ -207,9 +214,12 @@ class ObjectFinder {
     try {
       const CmpiObjectPath classPath(nameSpace.c_str(), className.c_str());
       const CmpiEnumeration all = broker_.enumInstances(context_, classPath, nullptr);
+      objects.canBeEnumerated = !all.isNull();
       while (all.hasNext()) add(all.getNext(), objects);
-    } catch (const CmpiStatus&) {
-      // What the broker cannot give is left out of the answer.
+    } catch (const CmpiStatus& status) {
+      // A provider that does not enumerate may have the object all the same. One that failed, as
+      // those of this process do, has none: what it cannot give is left out of the answer.
+      objects.canBeEnumerated = status.rc() == CMPI_RC_ERR_FAILED;
     }
   }
 
@@ -218,10 +228,36 @@ class ObjectFinder {
     const CmpiInstance instance(element);
     if (instance.isNull()) return;
     try {
-      objects.emplace(ORV::objectIdentity(instance.getObjectPath(), defaultNameSpace_), instance);
+      objects.byIdentity.emplace(ORV::objectIdentity(instance.getObjectPath(), defaultNameSpace_),
+                                 instance);
     } catch (const CmpiStatus&) {
       // An instance without a path is not the one that is looked for.
     }
+  }
+
+  /// A broker without the class's definition gives an instance the path that its provider made it
+  /// on, which may lack keys. Their values are properties.
+  std::optional<CmpiInstance> findByProperties(const Objects& objects, const CmpiObjectPath& path,
+                                               const std::string& wanted) const {
+    for (const auto& entry : objects.byIdentity) {
+      const CmpiObjectPath own = pathWithKeysOf(path, entry.second);
+      if (ORV::objectIdentity(own, defaultNameSpace_) == wanted) return entry.second;
+    }
+    return std::nullopt;
+  }
+
+  /// The instance's class with the keys of `path`, as far as it has properties of those names.
+  static CmpiObjectPath pathWithKeysOf(const CmpiObjectPath& path, const CmpiInstance& instance) {
+    const CmpiObjectPath given = instance.getObjectPath();
+    CmpiObjectPath own(ORV::nameSpaceOf(given).c_str(), ORV::classNameOf(given).c_str());
+    const CMPICount count = path.getKeyCount();
+    for (CMPICount i = 0; i < count; ++i) {
+      CmpiString name;
+      path.getKey(i, &name);
+      const CmpiData property = instance.getProperty(name.charPtr());
+      if (!property.isNotFound() && !property.isNullValue()) own.setKey(name.charPtr(), property);
+    }
+    return own;
   }
 
   const CmpiContext& context_;
@@ -269,11 +305,10 @@ CmpiStatus SimpleAssociationMI::associators(const CmpiContext& context, CmpiResu
 
   ObjectFinder finder(context, *broker, source.nameSpace());
   for (const CmpiObjectPath& end : collector.ends()) {
-    const CmpiInstance* found = finder.find(end);
-    if (found == nullptr) continue;
-    CmpiInstance instance = *found;
-    instance.setPropertyFilter(properties);
-    result.returnData(instance);
+    std::optional<CmpiInstance> found = finder.find(end);
+    if (!found) continue;
+    found->setPropertyFilter(properties);
+    result.returnData(*found);
   }
   if (collector.isDone()) result.returnDone();
   return status;

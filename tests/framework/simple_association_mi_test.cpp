@@ -27,6 +27,7 @@ class T_SmallLeaf : T_Leaf { };
 class T_Numbered { [Key] uint32 Number; string Note; };
 class T_Unserved { [Key] string Id; };
 class T_Failing { [Key] string Id; };
+class T_Single { [Key] string Id; string Note; };
 [Association] class T_Link { [Key] T_Hub REF Hub; [Key] T_Leaf REF Leaf; string Label; };
 [Association] class T_LooseLink { T_Hub REF Hub; T_Leaf REF Leaf; };
 )";
@@ -56,6 +57,7 @@ class ObjectProvider : public CmpiInstanceMI {
     const std::string asked = path.getClassName().charPtr();
     objects.enumerated.push_back(asked);
     if (asked == "T_Failing") return CMPI_RC_ERR_FAILED;
+    if (asked == "T_Single") return CMPI_RC_ERR_NOT_SUPPORTED;
     for (const ObjectPath& object : objects.paths) {
       if (object.className != asked) continue;
       CmpiObjectPath own(path.getNameSpace(), object.className.c_str());
@@ -74,9 +76,14 @@ class ObjectProvider : public CmpiInstanceMI {
     result.returnDone();
     return CMPI_RC_OK;
   }
-  CmpiStatus getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
+  CmpiStatus getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& path,
                          const char**) override {
     ++objects.fetched;
+    const std::string id = CmpiString(path.getKey("Id")).charPtr();
+    if (id == "gone") return CMPI_RC_ERR_NOT_FOUND;
+    CmpiInstance instance(path);
+    instance.setProperty("Note", "found");
+    result.returnData(instance);
     result.returnDone();
     return CMPI_RC_OK;
   }
@@ -133,7 +140,8 @@ class SimpleAssociation : public testing::Test {
       : scope_(testSchema(),
                {{"ObjectProvider_Create_InstanceMI",
                  reinterpret_cast<void*>(&ObjectProvider_Create_InstanceMI)}},
-               {section("T_Leaf"), section("T_Numbered"), section("T_Failing")}),
+               {section("T_Leaf"), section("T_Numbered"), section("T_Failing"), section("T_Single"),
+                section("T_Hub")}),
         provider_(scope_.make<LinkProvider>()) {
     objects = Objects();
     provider_->body = [](CmpiResult& result) -> CmpiStatus {
@@ -413,6 +421,60 @@ TEST_F(SimpleAssociation, ObjectsThatTheBrokerCannotFetchAreLeftOut) {
   ASSERT_EQ(answer.instances.size(), 1u);
   EXPECT_EQ(answer.instances[0].path, leaf("a"));
   EXPECT_EQ(answer.doneCount, 1);
+}
+
+TEST_F(SimpleAssociation, ObjectsOfAProviderThatFailsAreNotAskedFor) {
+  linkHubTo({objectPath("T_Failing", {{"Id", "x"}})});
+  EXPECT_THAT(associators(hub("h", 3)).instances, IsEmpty());
+  EXPECT_EQ(objects.fetched, 0);
+}
+
+TEST_F(SimpleAssociation, ObjectsOfAClassThatCannotBeEnumeratedAreAskedForOneByOne) {
+  linkHubTo({objectPath("T_Single", {{"Id", "a"}}), objectPath("T_Single", {{"Id", "gone"}})});
+  const char* properties[] = {"note", nullptr};
+  const Answer answer = associators(hub("h", 3), properties);
+  EXPECT_EQ(answer.rc, CMPI_RC_OK);
+  ASSERT_EQ(answer.instances.size(), 1u);
+  EXPECT_EQ(answer.instances[0].path, objectPath("T_Single", {{"Id", "a"}}));
+  EXPECT_EQ(*answer.instances[0].property("Note"), Value::ofString("found"));
+  EXPECT_EQ(answer.doneCount, 1);
+}
+
+/// While it lives the broker knows but the key "Name" of any class.
+class PathsOfOneKey {
+ public:
+  explicit PathsOfOneKey(const CmpiInstance& any) : table_(any.getEnc()->ft) {
+    getObjectPath = table_->getObjectPath;
+    table_->getObjectPath = cutPath;
+  }
+  ~PathsOfOneKey() { table_->getObjectPath = getObjectPath; }
+  PathsOfOneKey(const PathsOfOneKey&) = delete;
+  PathsOfOneKey& operator=(const PathsOfOneKey&) = delete;
+
+ private:
+  static inline decltype(CMPIInstanceFT::getObjectPath) getObjectPath;
+
+  static CMPIObjectPath* cutPath(const CMPIInstance* instance, CMPIStatus* status) {
+    const CmpiObjectPath full(getObjectPath(instance, status));
+    CmpiObjectPath cut(full.getNameSpace(), full.getClassName().charPtr());
+    cut.setKey("Name", full.getKey("Name"));
+    return cut.getEnc();
+  }
+
+  CMPIInstanceFT* table_;
+};
+
+TEST_F(SimpleAssociation, ObjectWhosePathLacksKeysIsFoundByItsProperties) {
+  const PathsOfOneKey paths(link(hub("h", 3), leaf("a")));
+  objects.paths = {hub("h", 4), hub("i", 3), hub("h", 3)};
+  provider_->body = [this](CmpiResult& result) -> CmpiStatus {
+    result.returnData(link(hub("h", 3), leaf("a")));
+    return CMPI_RC_OK;
+  };
+  const Answer answer = associators(leaf("a"));
+  ASSERT_EQ(answer.instances.size(), 1u);
+  EXPECT_EQ(*answer.instances[0].property("Name"), Value::ofString("h"));
+  EXPECT_EQ(*answer.instances[0].property("Slot"), Value::ofUnsigned(CMPI_uint32, 3));
 }
 
 TEST_F(SimpleAssociation, LeadingSlashOfANamespaceDoesNotHideTheObject) {

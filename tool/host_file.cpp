@@ -1,28 +1,15 @@
 #include "tool/host_file.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <system_error>
+#include <variant>
 
+#include "platform/simulated/host_parser.h"
 #include "tool/errors.h"
 
 namespace orv::tool {
-namespace {
-
-std::string place(const std::string& text, std::size_t byte) {
-  const std::size_t at = std::min(byte == 0 ? 0 : byte - 1, text.size());
-  const auto begin = text.begin();
-  const auto lines = std::count(begin, begin + static_cast<std::ptrdiff_t>(at), '\n');
-  const std::size_t lineStart = at == 0 ? std::string::npos : text.rfind('\n', at - 1);
-  const std::size_t column = lineStart == std::string::npos ? at + 1 : at - lineStart;
-  return std::to_string(lines + 1) + ":" + std::to_string(column);
-}
-
-}  // namespace
 
 void checkHostFile(const std::string& path) {
   std::error_code error;
@@ -31,12 +18,9 @@ void checkHostFile(const std::string& path) {
     throw BadInput("host file " + path + " cannot be read");
   }
   const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  try {
-    if (!nlohmann::json::parse(text).is_object()) {
-      throw BadInput("host file " + path + ": not a JSON object");
-    }
-  } catch (const nlohmann::json::parse_error& e) {
-    throw BadInput("host file " + path + ":" + place(text, e.byte) + ": not JSON");
+  const auto host = simulated::parseHost(text);
+  if (const auto* wrong = std::get_if<simulated::HostError>(&host)) {
+    throw BadInput("host file " + path + ": " + wrong->place + ": " + wrong->message);
   }
 }
 

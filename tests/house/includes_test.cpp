@@ -33,7 +33,7 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"processor", {"cmpi", "cmpi/abi", "platform", "framework"}},
     {"broker", {"cmpi/abi"}},
     {"serve", {"broker", "cmpi/abi"}},
-    {"tool", {"broker", "serve", "cmpi/abi"}},
+    {"tool", {"broker", "serve", "cmpi/abi", "platform/simulated"}},  // the host file's parser
 };
 
 // These may include anything; nothing above may include them.

@@ -324,7 +324,9 @@ TEST(OrvcimBadInput, ASchemaWithoutRegistration) {
 TEST(OrvcimBadInput, MalformedHostFile) {
   const Directory dir;
   const std::string host = dir.write("host.json", "{\n \"ports\": [}\n");
-  expectBadInput(orvcim({"list"}, host), "host file " + host + ":2:12: not JSON");
+  expectBadInput(orvcim({"list"}, host), "host file " + host + ": line 2, column 12: not JSON");
+  const std::string misspelt = dir.write("misspelt.json", "{\"prts\": []}\n");
+  expectBadInput(orvcim({"list"}, misspelt), "host file " + misspelt + ": /prts: unknown member");
   expectBadInput(orvcim({"list"}, "/nonexistent.json"),
                  "host file /nonexistent.json cannot be read");
 }

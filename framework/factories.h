@@ -51,10 +51,12 @@ template <typename Provider, typename Record, typename Table>
 Record* createMI(Record& record, Table& table, CmpiProviderBase& base, StartLine startLine,
                  const CMPIBroker* broker, const CMPIContext* callContext) {
   const CmpiContext context(callContext);
-  record.ft = &table;
+  // Written once: a name that is registered for several classes has its factories called while
+  // requests of another class go through the record.
+  if (record.ft != &table) record.ft = &table;
   CmpiBaseMI* object = providerObject<Provider>(base, broker, context);
   if (startLine == StartLine::kPrinted) printStartLine();
-  record.hdl = object;
+  if (record.hdl != object) record.hdl = object;
   base.incUseCount();
   return &record;
 }

@@ -523,16 +523,20 @@ EXPORT void sampleStopWorker(void) {
 
 EXPORT const CMPIContext* samplePrepared(void) { return prepared; }
 
-/* Factories. */
+/* Factories. Those of different provider names may run at once. */
+static pthread_mutex_t factoryLock = PTHREAD_MUTEX_INITIALIZER; /* guards what noteFactory keeps */
+
 static void noteFactory(const char* provider, const char* kind, const CMPIBroker* mb,
                         const CMPIContext* context, const CMPIStatus* rc) {
   CMPIData principal = context->ft->getEntry(context, "CMPIPrincipal", NULL);
   CMPIStatus status;
   CMPIData parameters = context->ft->getEntry(context, "sfcbProviderParameters", &status);
+  pthread_mutex_lock(&factoryLock);
   if (broker == NULL) broker = mb; /* the same record for ever; threads of ours read it */
   factoryContext = context;
   if (prepared != NULL) mb->bft->detachThread(mb, prepared);
   prepared = mb->bft->prepareAttachThread(mb, context);
+  pthread_mutex_unlock(&factoryLock);
   note("%s factory %s principal %s rc %d parameters %s", provider, kind,
        principal.value.string->ft->getCharPtr(principal.value.string, NULL), rc->rc,
        status.rc == CMPI_RC_OK

@@ -90,7 +90,10 @@ void ClassRepository::add(ClassDefinition own) {
   if (find(own.name) != nullptr) {
     throw std::invalid_argument("class " + own.name + " is defined twice");
   }
-  for (PropertyDefinition& property : own.properties) property.originClass = own.name;
+  for (PropertyDefinition& property : own.properties) {
+    property.originClass = own.name;
+    property.declaringClass = own.name;
+  }
   if (!own.superclass.empty()) {
     const ClassDefinition* parent = find(own.superclass);
     if (parent == nullptr) {

@@ -2,6 +2,9 @@
 
 include(GNUInstallDirs)
 
+# Where object managers keep CMPI providers; the tool looks there too.
+set(ORV_PROVIDER_DIR lib/cmpi CACHE STRING "Directory of the provider library, below the prefix")
+
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 

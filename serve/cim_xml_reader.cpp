@@ -145,24 +145,50 @@ CMPIType typeOf(const pugi::xml_node& node) {
   badParameter("unknown TYPE \"" + std::string(name) + "\"");
 }
 
+/// The UTF-16 unit of a text with one character.
+std::uint64_t char16Of(const std::string& text) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const auto tail = [&](std::size_t i) { return static_cast<std::uint64_t>(byte(i) & 0x3F); };
+  if (text.size() == 1 && byte(0) < 0x80) return byte(0);
+  if (text.size() == 2 && byte(0) >> 5 == 0x06) return (byte(0) & 0x1FU) << 6 | tail(1);
+  if (text.size() == 3 && byte(0) >> 4 == 0x0E) {
+    return (byte(0) & 0x0FU) << 12 | tail(1) << 6 | tail(2);
+  }
+  badParameter("\"" + text + "\" is not one char16");
+}
+
+unsigned bitsOf(CMPIType type) {
+  return 8U << (static_cast<unsigned>(type) >> 4 & 3);  // 0x80 and 0xC0 uint8 and sint8, and so on
+}
+
+/// An integer of exactly this type; a value that needs more bits is refused, not cut.
+Value readInteger(CMPIType type, const std::string& text) {
+  const Value number = untypedNumber(text);
+  const bool hasSign = number.type == CMPI_sint64;
+  const bool isSigned = (type & CMPI_SINT) == CMPI_SINT;
+  const unsigned unusedBits = 64 - bitsOf(type);
+  const std::uint64_t largest = ~std::uint64_t{0} >> (isSigned ? unusedBits + 1 : unusedBits);
+  const bool negative = hasSign && number.signedNumber() < 0;
+  const std::uint64_t magnitude =
+      !hasSign   ? number.number()
+      : negative ? ~static_cast<std::uint64_t>(number.signedNumber())  // -1 for the larger half
+                 : static_cast<std::uint64_t>(number.signedNumber());
+  if (magnitude > largest || (negative && !isSigned)) {
+    badParameter("\"" + text + "\" does not fit " + broker::typeName(type));
+  }
+  if (!isSigned) return Value::ofUnsigned(type, magnitude);
+  return Value::ofSigned(
+      type, hasSign ? number.signedNumber() : static_cast<std::int64_t>(number.number()));
+}
+
 Value readValue(CMPIType type, const std::string& text) {
   if (type == CMPI_string || type == CMPI_dateTime) return Value::ofString(text);
   if (type == CMPI_boolean) return Value::ofBoolean(booleanOf(text));
-  if (type == CMPI_char16) {
-    return Value::ofUnsigned(type, text.empty() ? 0U : static_cast<unsigned char>(text[0]));
-  }
-  if (type == CMPI_real32 || type == CMPI_real64) {
-    double number = 0;
-    if (!parseWhole(text, number)) badParameter("\"" + text + "\" is not a number");
-    return Value::ofReal(type, number);
-  }
-  const Value number = untypedNumber(text);
-  const bool wantsSigned = (type & CMPI_SINT) == CMPI_SINT;
-  const bool isSigned = number.type == CMPI_sint64;
-  if (!wantsSigned && isSigned) badParameter("\"" + text + "\" is negative");
-  if (!wantsSigned) return Value::ofUnsigned(type, number.number());
-  return Value::ofSigned(
-      type, isSigned ? number.signedNumber() : static_cast<std::int64_t>(number.number()));
+  if (type == CMPI_char16) return Value::ofUnsigned(type, char16Of(text));
+  if (type != CMPI_real32 && type != CMPI_real64) return readInteger(type, text);
+  double number = 0;
+  if (!parseWhole(text, number)) badParameter("\"" + text + "\" is not a number");
+  return Value::ofReal(type, number);
 }
 
 Value readProperty(const pugi::xml_node& node) {
@@ -235,6 +261,14 @@ void parse(pugi::xml_document& document, string_view text) {
   checkDepth(document);
 }
 
+void readParameters(const pugi::xml_node& node, Call& call) try {
+  for (const pugi::xml_node parameter : node.children("IPARAMVALUE")) {
+    call.parameters[parameter.attribute("NAME").value()] = readParameter(parameter);
+  }
+} catch (const CimError& error) {
+  call.failure = error;
+}
+
 /// The namespace of an extrinsic call stands in the path of the object that it is for.
 pugi::xml_node namespaceOf(const pugi::xml_node& call) {
   if (const pugi::xml_node local = call.child("LOCALNAMESPACEPATH")) return local;
@@ -264,11 +298,7 @@ Call readCall(string_view text) {
   call.method = node.attribute("NAME").value();
   call.nameSpace = nameSpaceText(namespaceOf(node));
   if (call.method.empty()) notValid("method call without NAME");
-  if (call.intrinsic) {
-    for (const pugi::xml_node parameter : node.children("IPARAMVALUE")) {
-      call.parameters[parameter.attribute("NAME").value()] = readParameter(parameter);
-    }
-  }
+  if (call.intrinsic) readParameters(node, call);
   return call;
 }
 

@@ -259,7 +259,7 @@ void appendDeclaration(xml_node parent, const PropertyDefinition& property,
   if (options.includeClassOrigin) {
     node.append_attribute("CLASSORIGIN") = property.originClass.c_str();
   }
-  if (!broker::sameName(property.originClass, className)) {
+  if (!broker::sameName(property.declaringClass, className)) {
     node.append_attribute("PROPAGATED") = "true";
   }
   if (options.includeQualifiers) appendQualifiers(node, property.qualifiers);
@@ -355,7 +355,7 @@ void ResponseWriter::classDefinition(const broker::ClassDefinition& definition,
   }
   if (impl_->options.includeQualifiers) appendQualifiers(node, definition.qualifiers);
   for (const PropertyDefinition& property : definition.properties) {
-    const bool own = broker::sameName(property.originClass, definition.name);
+    const bool own = broker::sameName(property.declaringClass, definition.name);
     if ((impl_->options.localOnly && !own) || !isListed(properties, property.name)) continue;
     appendDeclaration(node, property, definition.name, impl_->options);
   }

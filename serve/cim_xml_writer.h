@@ -14,7 +14,7 @@ namespace orv::serve {
 struct WriteOptions {
   bool includeQualifiers = false;
   bool includeClassOrigin = false;
-  bool localOnly = false;          ///< classes: features that the class itself declares
+  bool localOnly = false;          ///< classes: what the class itself declares or overrides
   std::string host = "localhost";  ///< HOST of paths that have none
 };
 

@@ -1,6 +1,7 @@
 #include "serve/http_server.h"
 
 #include <httplib.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -20,6 +21,10 @@
 namespace orv::serve {
 namespace {
 
+using std::chrono::milliseconds;
+
+/// For which a client may go on sending what was refused.
+constexpr milliseconds kLingerTime{2000};
 constexpr std::size_t kRequestsPerConnection = 1000;
 constexpr const char* kXml = "application/xml; charset=\"utf-8\"";
 
@@ -185,13 +190,15 @@ struct HttpServer::Impl : httplib::Server {
 
   bool process_and_close_socket(socket_t socket) override {
     if (connections.add(socket)) {
-      serveConnection(socket);
+      const bool clientMaySend = serveConnection(socket);
+      ::shutdown(socket, SHUT_WR);
+      drain(socket, clientMaySend ? kLingerTime : milliseconds(0));
       connections.remove(socket);
     } else {
       sendFinal(socket, 503);
+      ::shutdown(socket, SHUT_WR);
+      drain(socket, milliseconds(0));
     }
-    ::shutdown(socket, SHUT_WR);
-    drain(socket);
     ::close(socket);
     return true;
   }
@@ -200,27 +207,39 @@ struct HttpServer::Impl : httplib::Server {
   /// wait for seconds.
   void lengthenBacklog() { ::listen(svr_sock_, SOMAXCONN); }
 
-  void serveConnection(socket_t socket) {
+  /// True when a request was answered before all of it was read.
+  bool serveConnection(socket_t socket) {
     DeadlineStream stream(socket, limits);
     bool closed = false;
     for (std::size_t i = 1; !closed && i <= kRequestsPerConnection; ++i) {
-      if (connections.stopping() || !stream.waitForRequest()) return;
+      if (connections.stopping() || !stream.waitForRequest()) return false;
       stream.beginRequest();
-      if (stream.peek(7) == "M-POST ") return sendFinal(socket, 501);
+      if (stream.peek(7) == "M-POST ") {
+        sendFinal(socket, 501);
+        return true;
+      }
       bool refused = false;
       const bool served = process_request(
           stream, i == kRequestsPerConnection, closed,
           [&](httplib::Request& request) { refused = refusal(request, limits) != 0; });
-      if (stream.timedOut()) return sendFinal(socket, 408);
-      if (stream.headersTooLarge()) return sendFinal(socket, 431);
-      if (!served || refused) return;
+      if (stream.timedOut()) sendFinal(socket, 408);
+      if (stream.headersTooLarge()) sendFinal(socket, 431);
+      if (!served || refused || stream.timedOut() || stream.headersTooLarge()) return true;
     }
+    return false;
   }
 
-  /// Takes what the client still sends, so that closing does not destroy a response on its way.
-  static void drain(socket_t socket) {
-    char bytes[4096];
-    while (::recv(socket, bytes, sizeof bytes, MSG_DONTWAIT) > 0) {
+  /// Takes what the client still sends: closing before that would destroy the response on its way.
+  static void drain(socket_t socket, milliseconds atMost) {
+    const auto end = std::chrono::steady_clock::now() + atMost;
+    char bytes[16 * 1024];
+    for (;;) {
+      const ssize_t got = ::recv(socket, bytes, sizeof bytes, MSG_DONTWAIT);
+      const auto left =
+          std::chrono::duration_cast<milliseconds>(end - std::chrono::steady_clock::now());
+      if (got == 0 || left.count() <= 0) return;
+      pollfd wanted{socket, POLLIN, 0};
+      if (got < 0 && ::poll(&wanted, 1, static_cast<int>(left.count())) <= 0) return;
     }
   }
 

@@ -12,7 +12,7 @@ namespace orv::serve {
 
 /// Limits that keep one client from harming another.
 struct HttpLimits {
-  std::size_t bodyBytes = 8U * 1024 * 1024;
+  std::size_t bodyBytes = 1024U * 1024;  ///< a request of a client has a few kilobytes
   std::size_t headerBytes = 32U * 1024;  ///< request line and headers of one request
   std::size_t connections = 128;
   std::chrono::milliseconds requestTime{30'000};  ///< from the first byte of a request to its last

@@ -22,11 +22,13 @@ class Listener {
   virtual ~Listener() = default;
   /// Posts one message; true when the listener took it. Waits for it, at most a time-out.
   virtual bool post(const std::string& message) = 0;
-  /// Ends a post that is under way; called from another thread.
+  /// Ends a post that is under way, or else has no effect; called from another thread.
   virtual void cancel() = 0;
 };
 
 /// Posts over HTTP to "http://host[:port][/path]".
+///
+/// Fails: std::invalid_argument for another text; see IndicationExport::isUsable.
 std::unique_ptr<Listener> makeHttpListener(const std::string& url,
                                            std::chrono::milliseconds timeout);
 
@@ -51,6 +53,8 @@ class IndicationExport {
   IndicationExport& operator=(const IndicationExport&) = delete;
 
   /// Never waits for a listener.
+  ///
+  /// Fails: std::system_error when a new destination's thread cannot be had.
   void enqueue(const std::string& url, const broker::Instance& indication);
 
   /// Drops the queue of a destination that nobody subscribes for any more. Does not wait.
@@ -63,16 +67,19 @@ class IndicationExport {
   struct Destination {
     std::string url;
     std::unique_ptr<Listener> listener;
-    std::deque<std::string> messages;  // guarded by mutex_, as the next two
-    std::size_t lost = 0;
+    std::deque<std::string> messages;  // guarded by mutex_, as the next three
+    bool keepsUp = true;               // nothing was dropped since the queue was last empty
     bool stop = false;
+    bool finished = false;  // the thread has nothing more to do but end
     std::condition_variable changed;
     std::thread thread;
   };
 
+  std::unique_ptr<Destination> makeDestination(const std::string& url);
   void run(Destination& destination);
   bool deliver(Destination& destination, const std::string& message);
-  void stop(Destination& destination);
+  static void stop(Destination& destination);
+  void joinFinished();
 
   const Settings settings_;
   const MakeListener makeListener_;

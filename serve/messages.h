@@ -50,6 +50,8 @@ struct Call {
   bool intrinsic = true;  ///< false: an extrinsic method call
   std::string nameSpace;  ///< "root/cimv2"
   std::map<std::string, Parameter, broker::NameLess> parameters;
+  /// A parameter that makes no sense: the whole answer to a message that is a request otherwise.
+  std::optional<CimError> failure;
 };
 
 }  // namespace orv::serve

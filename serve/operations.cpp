@@ -140,12 +140,12 @@ struct Operations::Context {
               all.end());
   }
 
-  /// LocalOnly TRUE, which clients rarely mean and standard servers ignore by default: only what
-  /// the instance's own class declares.
+  /// LocalOnly TRUE: only what the instance's own class declares or overrides. It is not the
+  /// default, as the standard once had it: clients that leave it out mean all properties.
   void applyLocalOnly(Instance& instance) const {
     if (!flag("LocalOnly", false)) return;
     trim(instance, [](const ClassDefinition& definition, const auto& property) {
-      return broker::sameName(property.originClass, definition.name);
+      return broker::sameName(property.declaringClass, definition.name);
     });
   }
 
@@ -201,18 +201,12 @@ const std::map<std::string, Operations::Handler, broker::NameLess>& Operations::
 }
 
 std::string Operations::answer(const std::string& requestText) {
-  Call call;
-  std::optional<CimError> failure;
-  try {
-    call = readCall(requestText);
-  } catch (const CimError& error) {
-    failure = error;
-  }
+  const Call call = readCall(requestText);
   WriteOptions options;
   options.host = host_;
   ResponseWriter writer(call, options);
   try {
-    if (failure) return writer.finish(failure);
+    if (call.failure) throw *call.failure;
     const auto found = namespaces_.find(call.nameSpace);
     if (found == namespaces_.end()) {
       throw CimError(CMPI_RC_ERR_INVALID_NAMESPACE, "Invalid namespace");

@@ -17,6 +17,7 @@ using broker::Value;
 
 constexpr const char* kFilter = "CIM_IndicationFilter";
 constexpr const char* kSubscription = "CIM_IndicationSubscription";
+constexpr const char* kDestination = "CIM_ListenerDestination";
 constexpr std::size_t kMaximumEntries = 4096;
 constexpr std::uint64_t kDisabled = 4;
 
@@ -24,6 +25,29 @@ std::string textOf(const Instance& instance, const char* property) {
   const Value* value = instance.property(property);
   const auto* text = value == nullptr ? nullptr : std::get_if<std::string>(&value->content);
   return text == nullptr ? std::string() : *text;
+}
+
+/// Types of one kind may stand in for one another: integers of any width, texts and date-times.
+unsigned kindOf(CMPIType type) {
+  const unsigned array = type & CMPI_ARRAY;
+  const unsigned element = type & ~static_cast<unsigned>(CMPI_ARRAY);
+  if (element == CMPI_dateTime) return array | CMPI_string;
+  const bool isInteger = (element & CMPI_UINT) != 0 && (element & CMPI_ENC) == 0;
+  return array | (isInteger ? static_cast<unsigned>(CMPI_UINT) : element);
+}
+
+void checkType(const broker::PropertyDefinition& declared, const Value& value) {
+  if (kindOf(value.type) == kindOf(declared.type)) return;
+  throw CimError(CMPI_RC_ERR_TYPE_MISMATCH, declared.name + " is a " +
+                                                broker::typeName(declared.type) + ", not a " +
+                                                broker::typeName(value.type));
+}
+
+/// Null when there is no such number.
+const Value* numberOf(const Instance& instance, const char* property) {
+  const Value* value = instance.property(property);
+  return value == nullptr || !std::holds_alternative<std::uint64_t>(value->content) ? nullptr
+                                                                                    : value;
 }
 
 /// A path whose reference keys may come without a namespace, which then is ours.
@@ -85,6 +109,7 @@ Instance Subscriptions::complete(const Instance& given) const {
   instance.path.className = definition->name;
   for (const broker::PropertyDefinition& property : definition->properties) {
     const Value* value = given.property(property.name);
+    if (value != nullptr) checkType(property, *value);
     Value result = value == nullptr ? Value::ofNull(property.type) : *value;
     if (value == nullptr && property.type == CMPI_uint16 && property.defaultValue) {
       result = Value::ofUnsigned(CMPI_uint16, std::stoul(property.defaultValue->front()));
@@ -101,6 +126,12 @@ Instance Subscriptions::complete(const Instance& given) const {
   return instance;
 }
 
+void Subscriptions::requireClass(const std::string& className) const {
+  if (classes_.find(className) == nullptr) {
+    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
+  }
+}
+
 const Subscriptions::Entry* Subscriptions::find(const ObjectPath& path) const {
   const ObjectPath wanted = normalised(path, nameSpace_);
   const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
@@ -109,23 +140,25 @@ const Subscriptions::Entry* Subscriptions::find(const ObjectPath& path) const {
   return found == entries_.end() ? nullptr : &*found;
 }
 
-const Instance& Subscriptions::referenced(const Instance& subscription, const char* role) const {
+const Instance& Subscriptions::referenced(const Instance& subscription, const char* role,
+                                          const char* className) const {
   const Value* key = subscription.path.key(role);
   const auto* path =
       key == nullptr ? nullptr : std::get_if<std::shared_ptr<const ObjectPath>>(&key->content);
   const Entry* entry = path == nullptr || !*path ? nullptr : find(**path);
-  if (entry == nullptr) {
-    throw CimError(CMPI_RC_ERR_INVALID_PARAMETER, std::string(role) + " is no known object");
+  if (entry == nullptr || !classes_.isA(entry->instance.path.className, className)) {
+    throw CimError(CMPI_RC_ERR_INVALID_PARAMETER,
+                   std::string(role) + " is no " + className + " that is here");
   }
   return entry->instance;
 }
 
 broker::SubscriptionId Subscriptions::subscribe(const Instance& subscription,
                                                 std::string& destination) {
-  const Instance& filter = referenced(subscription, "Filter");
-  destination = textOf(referenced(subscription, "Handler"), "Destination");
-  const Value* state = subscription.property("SubscriptionState");
-  if (state != nullptr && !state->null && state->number() == kDisabled) return 0;
+  const Instance& filter = referenced(subscription, "Filter", kFilter);
+  destination = textOf(referenced(subscription, "Handler", kDestination), "Destination");
+  const Value* state = numberOf(subscription, "SubscriptionState");
+  if (state != nullptr && state->number() == kDisabled) return 0;
   broker::IndicationFilter wanted;
   wanted.query = textOf(filter, "Query");
   wanted.language = textOf(filter, "QueryLanguage");
@@ -152,6 +185,8 @@ ObjectPath Subscriptions::create(const Instance& given) {
     entry.subscription = subscribe(entry.instance, entry.destination);
   } else if (classes_.isA(path.className, kFilter)) {
     checkQuery(entry.instance);
+  } else if (!classes_.isA(path.className, kDestination)) {
+    throw CimError(CMPI_RC_ERR_NOT_SUPPORTED, "Instances of " + path.className + " are not kept");
   } else if (!IndicationExport::isUsable(textOf(entry.instance, "Destination"))) {
     throw CimError(CMPI_RC_ERR_INVALID_PARAMETER,
                    "Destination must have the form http://host:port/path");
@@ -173,6 +208,7 @@ bool Subscriptions::isUsed(const ObjectPath& path) const {
 }
 
 void Subscriptions::remove(const ObjectPath& path) {
+  requireClass(path.className);
   const std::lock_guard<std::mutex> lock(mutex_);
   const Entry* entry = find(path);
   if (entry == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Instance not found");
@@ -190,6 +226,7 @@ void Subscriptions::remove(const ObjectPath& path) {
 }
 
 Instance Subscriptions::get(const ObjectPath& path) const {
+  requireClass(path.className);
   const std::lock_guard<std::mutex> lock(mutex_);
   const Entry* entry = find(path);
   if (entry == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Instance not found");
@@ -197,9 +234,7 @@ Instance Subscriptions::get(const ObjectPath& path) const {
 }
 
 std::vector<Instance> Subscriptions::enumerate(const std::string& className) const {
-  if (classes_.find(className) == nullptr) {
-    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
-  }
+  requireClass(className);
   const std::lock_guard<std::mutex> lock(mutex_);
   std::vector<Instance> instances;
   for (const Entry& entry : entries_) {

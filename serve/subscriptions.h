@@ -41,10 +41,12 @@ class Subscriptions {
     std::string destination;  // of a subscription
   };
 
+  void requireClass(const std::string& className) const;
   broker::Instance complete(const broker::Instance& given) const;
   broker::SubscriptionId subscribe(const broker::Instance& subscription, std::string& destination);
   const Entry* find(const broker::ObjectPath& path) const;
-  const broker::Instance& referenced(const broker::Instance& subscription, const char* role) const;
+  const broker::Instance& referenced(const broker::Instance& subscription, const char* role,
+                                     const char* className) const;
   bool isUsed(const broker::ObjectPath& path) const;
 
   broker::Broker& broker_;

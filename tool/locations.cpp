@@ -36,8 +36,7 @@ std::string firstThatExists(const char* what, const char* option,
 std::string defaultLibrary(bool simulated) {
   const std::string name = simulated ? "simulated/liborvprovider.so" : "liborvprovider.so";
   return firstThatExists(simulated ? "simulated provider library" : "provider library", "--library",
-                         {"../lib/" + name, "../" ORV_INSTALL_LIBDIR "/" + name,
-                          "../" ORV_INSTALL_LIBDIR "/orvprovider/" + name});
+                         {"../" ORV_INSTALL_PROVIDER_DIR "/" + name, "../lib/" + name});
 }
 
 std::string defaultSchema() {

@@ -39,12 +39,8 @@ std::string badMessage(const std::string& text) {
 }
 
 CMPIrc statusOf(const std::string& text) {
-  try {
-    readCall(text);
-    return CMPI_RC_OK;
-  } catch (const CimError& error) {
-    return error.rc();
-  }
+  const Call read = readCall(text);
+  return read.failure ? read.failure->rc() : CMPI_RC_OK;
 }
 
 Value readProperty(const std::string& element) {
@@ -176,6 +172,69 @@ TEST(CimXmlReader, AWrongNumberIsAWrongParameter) {
   EXPECT_EQ(statusOf(withKey("99999999999999999999999")), CMPI_RC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(statusOf(withKey("")), CMPI_RC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(statusOf(withKey("18446744073709551615")), CMPI_RC_OK);
+}
+
+TEST(CimXmlReader, AWrongParameterLeavesTheCallsMethodAndId) {
+  const Call read = readCall(call("GetInstance", parameter("InstanceName", "<METHOD/>")));
+  ASSERT_TRUE(read.failure);
+  EXPECT_EQ(read.failure->rc(), CMPI_RC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(read.method, "GetInstance");
+  EXPECT_EQ(read.messageId, "4711");
+}
+
+struct IntegerRow {
+  const char* type;
+  const char* smallest;
+  const char* belowSmallest;
+  const char* largest;
+  const char* aboveLargest;
+};
+
+TEST(CimXmlReader, IntegersFitTheirTypes) {
+  const IntegerRow rows[] = {
+      {"uint8", "0", "-1", "255", "256"},
+      {"sint8", "-128", "-129", "127", "128"},
+      {"uint16", "0", "-1", "65535", "65536"},
+      {"sint16", "-32768", "-32769", "32767", "32768"},
+      {"uint32", "0", "-1", "4294967295", "4294967296"},
+      {"sint32", "-2147483648", "-2147483649", "2147483647", "2147483648"},
+      {"uint64", "0", "-1", "18446744073709551615", "18446744073709551616"},
+      {"sint64", "-9223372036854775808", "-9223372036854775809", "9223372036854775807",
+       "9223372036854775808"},
+  };
+  for (const IntegerRow& row : rows) {
+    const auto status = [&](const char* text) {
+      return statusOf(call("CreateInstance",
+                           parameter("NewInstance",
+                                     "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"" +
+                                         std::string(row.type) + "\"><VALUE>" + text +
+                                         "</VALUE></PROPERTY></INSTANCE>")));
+    };
+    EXPECT_EQ(status(row.smallest), CMPI_RC_OK) << row.type;
+    EXPECT_EQ(status(row.largest), CMPI_RC_OK) << row.type;
+    EXPECT_EQ(status(row.belowSmallest), CMPI_RC_ERR_INVALID_PARAMETER) << row.type;
+    EXPECT_EQ(status(row.aboveLargest), CMPI_RC_ERR_INVALID_PARAMETER) << row.type;
+  }
+}
+
+TEST(CimXmlReader, ReadsCharactersInUtf8) {
+  const auto read = [](const std::string& text) {
+    return readProperty("<PROPERTY NAME=\"P\" TYPE=\"char16\"><VALUE>" + text +
+                        "</VALUE></PROPERTY>");
+  };
+  EXPECT_EQ(read("A"), Value::ofUnsigned(CMPI_char16, 'A'));
+  EXPECT_EQ(read("\xC3\xA4"), Value::ofUnsigned(CMPI_char16, 0xE4));
+  EXPECT_EQ(read("\xE2\x82\xAC"), Value::ofUnsigned(CMPI_char16, 0x20AC));
+}
+
+TEST(CimXmlReader, ACharacterIsOneCharacter) {
+  for (const char* text : {"", "AB", "\xF0\x9F\x98\x80"}) {
+    const std::string element = "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"char16\">"
+                                "<VALUE>" + std::string(text) + "</VALUE></PROPERTY></INSTANCE>";
+    EXPECT_EQ(statusOf(call("CreateInstance", parameter("NewInstance", element))),
+              CMPI_RC_ERR_INVALID_PARAMETER)
+        << text;
+  }
 }
 
 }  // namespace

@@ -100,6 +100,8 @@ Outcome Program::wait(std::chrono::seconds limit) {
   return outcome_;
 }
 
-Outcome run(const std::vector<std::string>& arguments) { return Program(arguments).wait(); }
+Outcome run(const std::vector<std::string>& arguments, std::chrono::seconds limit) {
+  return Program(arguments).wait(limit);
+}
 
 }  // namespace orv::test

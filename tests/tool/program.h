@@ -40,6 +40,7 @@ class Program {
   Outcome outcome_;
 };
 
-Outcome run(const std::vector<std::string>& arguments);
+Outcome run(const std::vector<std::string>& arguments,
+            std::chrono::seconds limit = std::chrono::seconds(60));
 
 }  // namespace orv::test

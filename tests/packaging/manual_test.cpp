@@ -1,0 +1,48 @@
+// The manual pages, as the formatter and as their readers take them.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/packaging/installed_tree.h"
+
+namespace orv::test {
+namespace {
+
+using testing::HasSubstr;
+
+const std::string kManual = ORV_SOURCE_DIR "/docs/man/";
+
+class ManualPage : public testing::TestWithParam<const char*> {};
+
+TEST_P(ManualPage, IsFormattedWithoutAWarning) {
+  if (!isOnPath("groff")) GTEST_SKIP() << "groff is not installed";
+  const Outcome outcome = runFromPath({"groff", "-man", "-Tutf8", "-wmac", "-wsyntax", "-wfont",
+                                       "-wbreak", "-wnumber", "-b", "-z", kManual + GetParam()});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST_P(ManualPage, HasTheUsualSections) {
+  const std::string page = fileText(kManual + GetParam());
+  for (const char* section : {".TH ", ".SH NAME", ".SH DESCRIPTION", ".SH SEE ALSO"}) {
+    EXPECT_THAT(page, HasSubstr(section));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Pages, ManualPage,
+                         testing::Values("orvcim.1", "liborvprovider.7", "orvprovider-register.8"));
+
+TEST(Manual, TellsEveryCommandAndOptionOfTheTool) {
+  const std::string page = manualText(kManual + "orvcim.1");
+  const std::string help = run({ORV_BINARY_DIR "/bin/orvcim", "--help"}).out;
+  for (const char* word :
+       {"list", "names", "instances", "get", "associators", "associator-names", "references",
+        "reference-names", "watch", "health", "serve", "--format", "--nulls", "--namespace",
+        "--library", "--schema", "--simulate", "--version", "--help"}) {
+    EXPECT_THAT(help, HasSubstr(word));
+    EXPECT_THAT(page, HasSubstr(word));
+  }
+}
+
+}  // namespace
+}  // namespace orv::test

@@ -1,0 +1,123 @@
+// The Debian package: what is in it, and that it comes and goes without a trace.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/packaging/installed_tree.h"
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+class PackageTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    for (const char* program : {"dpkg-deb", "dpkg-shlibdeps", "dpkg"}) {
+      if (!isOnPath(program)) GTEST_SKIP() << program << " is not installed";
+    }
+    const Outcome packed = run({ORV_CPACK, "-G", "DEB", "--config",
+                                ORV_BINARY_DIR "/CPackConfig.cmake", "-B", scratch_.path()},
+                               std::chrono::seconds(100));
+    ASSERT_EQ(packed.status, 0) << packed.out << packed.err;
+    for (const auto& entry : fs::directory_iterator(scratch_.path())) {
+      if (entry.path().extension() == ".deb") package_ = entry.path().string();
+    }
+    ASSERT_NE(package_, "");
+  }
+
+  std::string field(const std::string& name) const {
+    const std::string text = runFromPath({"dpkg-deb", "-f", package_, name}).out;
+    return text.substr(0, text.find('\n'));
+  }
+
+  ScratchDirectory scratch_;
+  std::string package_;
+};
+
+TEST_F(PackageTest, HoldsWhatAnInstallationHas) {
+  const std::string tree = scratch_.path() + "/tree";
+  ASSERT_EQ(runFromPath({"dpkg-deb", "-x", package_, tree}).status, 0);
+  std::vector<std::string> expected;
+  for (const std::string& file : installedFiles()) expected.push_back("usr/" + file);
+  EXPECT_EQ(filesBelow(tree), expected);
+  const Outcome list = run(
+      {tree + "/usr/bin/orvcim", "--simulate", ORV_SOURCE_DIR "/tests/hosts/example.json", "list"});
+  EXPECT_EQ(list.status, 0) << list.err;
+  EXPECT_THAT(list.out, HasSubstr("Orvane_EthernetPort"));
+}
+
+TEST_F(PackageTest, TellsWhatItIsAndNeeds) {
+  EXPECT_EQ(field("Package"), "orvprovider");
+  EXPECT_EQ(field("Section"), "admin");
+  EXPECT_THAT(package_, MatchesRegex(".*/orvprovider_[0-9.]+_[a-z0-9]+\\.deb"));
+  EXPECT_THAT(field("Depends"), HasSubstr("libc6"));
+  EXPECT_THAT(field("Depends"), HasSubstr("libstdc++6"));
+  EXPECT_THAT(field("Depends"), HasSubstr("libpugixml"));
+  EXPECT_NE(field("Maintainer"), "");
+}
+
+TEST_F(PackageTest, InstallsAndRemovesInAScratchRoot) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can install";
+  const std::string root = scratch_.path() + "/root";
+  scratch_.write("root/var/lib/dpkg/status", "");
+  scratch_.write("root/var/lib/dpkg/available", "");
+  for (const char* directory : {"info", "updates", "triggers"}) {
+    fs::create_directories(root + "/var/lib/dpkg/" + directory);
+  }
+  const auto dpkg = [&](const std::vector<std::string>& action) {
+    std::vector<std::string> command = {"dpkg",
+                                        "--root=" + root,
+                                        "--force-not-root",
+                                        "--force-script-chrootless",
+                                        "--force-depends",
+                                        "--log=" + scratch_.path() + "/log"};
+    command.insert(command.end(), action.begin(), action.end());
+    return runFromPath(command);
+  };
+  const Outcome installed = dpkg({"--install", package_});
+  ASSERT_EQ(installed.status, 0) << installed.out << installed.err;
+  for (const std::string& file : installedFiles()) {
+    EXPECT_TRUE(fs::exists(root + "/usr/" + file)) << file;
+  }
+  const Outcome removed = dpkg({"--purge", "orvprovider"});
+  ASSERT_EQ(removed.status, 0) << removed.out << removed.err;
+  EXPECT_FALSE(fs::exists(root + "/usr"));
+}
+
+class RemovalScriptTest : public PackageTest {
+ protected:
+  /// The script that runs before a removal, with commands that note their arguments.
+  std::string callsOf(const std::vector<std::string>& environment,
+                      const std::string& action) const {
+    const std::string control = scratch_.path() + "/control";
+    fs::remove_all(control);
+    EXPECT_EQ(runFromPath({"dpkg-deb", "-e", package_, control}).status, 0);
+    const std::string log = scratch_.path() + "/calls";
+    fs::remove(log);
+    for (const char* command : {"sfcbunstage", "orvprovider-register"}) {
+      scratch_.write(std::string("fake/") + command,
+                     "#!/bin/sh\necho \"$(basename \"$0\") $*\" >>" + log + "\nexit 1\n", true);
+    }
+    std::vector<std::string> command = {"/usr/bin/env",
+                                        "PATH=" + scratch_.path() + "/fake:/usr/bin:/bin"};
+    command.insert(command.end(), environment.begin(), environment.end());
+    command.insert(command.end(), {control + "/prerm", action});
+    EXPECT_EQ(run(command).status, 0);
+    return fileText(log);
+  }
+};
+
+TEST_F(RemovalScriptTest, TakesTheRegistrationBackAndNeverStopsTheRemoval) {
+  EXPECT_EQ(callsOf({}, "remove"), "orvprovider-register --undo\n");
+  EXPECT_EQ(callsOf({}, "upgrade"), "");
+  EXPECT_EQ(callsOf({"DPKG_ROOT=/scratch"}, "remove"), "");
+}
+
+}  // namespace
+}  // namespace orv::test

@@ -27,6 +27,8 @@ class Program {
   /// up.
   bool waitForOutput(const std::string& text,
                      std::chrono::seconds limit = std::chrono::seconds(60));
+  /// Standard output so far.
+  const std::string& output() const { return outcome_.out; }
   void signal(int number) const;
   /// Waits for the end; a program that does not end in time is killed.
   Outcome wait(std::chrono::seconds limit = std::chrono::seconds(60));

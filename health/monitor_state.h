@@ -35,9 +35,11 @@ struct MonitorState {
   bool monitorStop = false;
   /// Threads that run; each counts itself once it holds the mutex.
   std::uint32_t monitorThreadCount = 0;
+  /// Threads on their way there: started, and not yet holding the mutex for the first time.
+  std::uint32_t startingThreadCount = 0;
 
-  /// Threads started and not yet joined, counted or not. More than one of a kind only when two
-  /// providers were initialised before the first one's threads ran.
+  /// Threads started and not yet joined, counted or not. More than one of a kind only when an
+  /// earlier one has ended by itself, refused by the broker.
   std::vector<pthread_t> kernelIpThreads;
   std::vector<pthread_t> healthMonitorThreads;
 

@@ -30,8 +30,8 @@ struct MonitorArgument {
 using ThreadBody = void* (*)(void*);
 
 /// False when there is no thread; the list is as before then.
-bool startMonitor(std::vector<pthread_t>& started, ThreadBody body, const CmpiBroker& broker,
-                  const CmpiContext& context) {
+bool startMonitor(MonitorState& state, std::vector<pthread_t>& started, ThreadBody body,
+                  const CmpiBroker& broker, const CmpiContext& context) {
   auto argument = std::make_unique<MonitorArgument>(broker, broker.prepareAttachThread(context));
   if (argument->context.isNull()) throw CmpiStatus(CMPI_RC_ERR_FAILED);
   started.emplace_back();
@@ -40,6 +40,7 @@ bool startMonitor(std::vector<pthread_t>& started, ThreadBody body, const CmpiBr
     return false;
   }
   static_cast<void>(argument.release());  // the thread's
+  ++state.startingThreadCount;
   return true;
 }
 
@@ -61,13 +62,12 @@ bool attach(const MonitorArgument& argument) {
 void startMonitorThreads(const CmpiBroker& broker, const CmpiContext& context) {
   MonitorState& state = monitorState();
   const std::lock_guard<OMC::Mutex> lock(state.latchedHealthMutex);
-  // Deliberate: threads that have been started and have not counted themselves yet do not count.
-  if (state.monitorThreadCount != 0) return;
-  if (!startMonitor(state.healthMonitorThreads, HealthMonitorThread, broker, context)) {
+  if (state.monitorThreadCount + state.startingThreadCount != 0) return;
+  if (!startMonitor(state, state.healthMonitorThreads, HealthMonitorThread, broker, context)) {
     syslog(LOG_ERR, "%s failed to start health monitoring thread\n", "StartHealthMonitorThread");
     std::abort();
   }
-  if (!startMonitor(state.kernelIpThreads, KernelIpMonitorThread, broker, context)) {
+  if (!startMonitor(state, state.kernelIpThreads, KernelIpMonitorThread, broker, context)) {
     syslog(LOG_ERR, "%s failed to start Kernel Ip monitoring thread\n",
            "StartKernelIpMonitorThread");
     std::abort();
@@ -95,12 +95,14 @@ void stopMonitorThreads() {
 void runMonitorThread(void* argument, long periodSeconds,
                       const std::function<void(const MonitorTools&)>& work) {
   const std::unique_ptr<const MonitorArgument> own(static_cast<MonitorArgument*>(argument));
-  if (!attach(*own)) return;
+  const bool attached = attach(*own);
   const ORV::AttachedThreadMemory memory(own->context);
   const MonitorTools tools{own->broker, own->context, memory};
 
   MonitorState& state = monitorState();
   const std::lock_guard<OMC::Mutex> lock(state.latchedHealthMutex);
+  --state.startingThreadCount;
+  if (!attached) return;
   ++state.monitorThreadCount;
   while (!state.monitorStop) {
     work(tools);

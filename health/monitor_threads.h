@@ -8,7 +8,7 @@
 
 namespace OrvLatchedHealth {
 
-/// Starts the health monitor and the kernel IP monitor unless monitor threads are counted.
+/// Starts the health monitor and the kernel IP monitor unless monitor threads run or are about to.
 /// `context` is the request's: each thread gets a copy of its own.
 ///
 /// Ends the process, with a line in the log, when a thread cannot be started. Fails: CmpiStatus

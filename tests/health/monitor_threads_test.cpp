@@ -147,13 +147,19 @@ TEST_F(MonitorThreads, ASecondInitializeStartsNoneOnceTheyRun) {
   EXPECT_EQ(monitorState().kernelIpThreads.size(), 1u);
 }
 
-TEST_F(MonitorThreads, TwoPairsOfAnEarlySecondInitializeAreAllJoined) {
+TEST_F(MonitorThreads, ASecondInitializeStartsNoneBeforeTheyRunEither) {
   for (int i = 0; i < 50; ++i) {
     start();
     start();
+    {
+      const Lock lock = lockState();
+      EXPECT_EQ(monitorState().healthMonitorThreads.size(), 1u);
+      EXPECT_EQ(monitorState().kernelIpThreads.size(), 1u);
+    }
     stopMonitorThreads();
     const Lock lock = lockState();
     EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+    EXPECT_EQ(monitorState().startingThreadCount, 0u);
     EXPECT_THAT(monitorState().healthMonitorThreads, IsEmpty());
     EXPECT_THAT(monitorState().kernelIpThreads, IsEmpty());
     monitorState().monitorStop = false;
@@ -317,6 +323,15 @@ TEST_F(MonitorThreads, AThreadThatTheBrokerRefusesEnds) {
   start();
   stopMonitorThreads();
   EXPECT_THAT(scriptedHardware().calls(), IsEmpty());
+}
+
+TEST_F(MonitorThreads, ThreadsThatTheBrokerRefusedAreNoneThatRun) {
+  broker_.inject({"bft.attachThread", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
+  start();
+  ASSERT_TRUE(eventually([] { return monitorState().startingThreadCount == 0; }));
+  broker_.clearFaults();
+  start();
+  EXPECT_TRUE(bothRun());
 }
 
 TEST_F(MonitorThreads, WithoutAContextForAThreadNoneIsStarted) {

@@ -187,10 +187,9 @@ class ObjectFinder {
     try {
       const std::string nameSpace = ORV::plainNameSpace(path, defaultNameSpace_);
       const Objects& objects = objectsOf(nameSpace, ORV::classNameOf(path));
-      if (!objects.canBeEnumerated) return broker_.getInstance(context_, path, nullptr);
       const std::string wanted = ORV::objectIdentity(path, defaultNameSpace_);
-      const auto found = objects.byIdentity.find(wanted);
-      if (found != objects.byIdentity.end()) return found->second;
+      const auto found = objects.find(wanted);
+      if (found != objects.end()) return found->second;
       return findByProperties(objects, path, wanted);
     } catch (const CmpiStatus&) {
       return std::nullopt;  // also for a path that the broker cannot take apart
@@ -198,10 +197,8 @@ class ObjectFinder {
   }
 
  private:
-  struct Objects {
-    std::unordered_multimap<std::string, CmpiInstance> byIdentity;  ///< incomplete paths may agree
-    bool canBeEnumerated = true;
-  };
+  using Objects =
+      std::unordered_multimap<std::string, CmpiInstance>;  ///< incomplete paths may agree
 
   const Objects& objectsOf(const std::string& nameSpace, const std::string& className) {
     const auto [entry, isNew] = classes_.try_emplace({nameSpace, className});
@@ -214,12 +211,9 @@ class ObjectFinder {
     try {
       const CmpiObjectPath classPath(nameSpace.c_str(), className.c_str());
       const CmpiEnumeration all = broker_.enumInstances(context_, classPath, nullptr);
-      objects.canBeEnumerated = !all.isNull();
       while (all.hasNext()) add(all.getNext(), objects);
-    } catch (const CmpiStatus& status) {
-      // A provider that does not enumerate may have the object all the same. One that failed, as
-      // those of this process do, has none: what it cannot give is left out of the answer.
-      objects.canBeEnumerated = status.rc() == CMPI_RC_ERR_FAILED;
+    } catch (const CmpiStatus&) {
+      // What the broker cannot give is left out of the answer.
     }
   }
 
@@ -228,8 +222,7 @@ class ObjectFinder {
     const CmpiInstance instance(element);
     if (instance.isNull()) return;
     try {
-      objects.byIdentity.emplace(ORV::objectIdentity(instance.getObjectPath(), defaultNameSpace_),
-                                 instance);
+      objects.emplace(ORV::objectIdentity(instance.getObjectPath(), defaultNameSpace_), instance);
     } catch (const CmpiStatus&) {
       // An instance without a path is not the one that is looked for.
     }
@@ -239,7 +232,7 @@ class ObjectFinder {
   /// on, which may lack keys. Their values are properties.
   std::optional<CmpiInstance> findByProperties(const Objects& objects, const CmpiObjectPath& path,
                                                const std::string& wanted) const {
-    for (const auto& entry : objects.byIdentity) {
+    for (const auto& entry : objects) {
       const CmpiObjectPath own = pathWithKeysOf(path, entry.second);
       if (ORV::objectIdentity(own, defaultNameSpace_) == wanted) return entry.second;
     }

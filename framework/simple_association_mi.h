@@ -10,10 +10,11 @@ namespace OMC {
 /// - `references` passes the instances on, with the request's property list applied;
 /// - `referenceNames` returns their object paths;
 /// - `associatorNames` takes from each the reference that is not the source object;
-/// - `associators` fetches that object through the broker. One that the broker cannot fetch, or
-///   that is gone, is left out. It is looked for with `enumInstances`: a `getInstance` that a
-///   provider of this process answers with OK and no instance would end an object manager's
-///   process. Only where a class cannot be enumerated is the object itself asked for.
+/// - `associators` fetches that object through the broker, after the hook has returned and holds no
+///   lock, and applies the property list. An object that the broker cannot fetch, or that is gone,
+///   is left out. It is looked for with `enumInstances`, once for each class in a request: a
+///   `getInstance` that a provider of this process answers with OK and no instance would end an
+///   object manager's process.
 ///
 /// `returnDone` is called when the hook calls it, and only then; the hook's status is the answer.
 class SimpleAssociationMI : public CmpiAssociationMI {

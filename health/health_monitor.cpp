@@ -40,6 +40,7 @@ class Cycle {
 
  private:
   void take(const CmpiInstance& element) {
+    if (element.isNull()) return;
     // The search makes paths by the hundred: none outlives its element's turn.
     const CmpiMemoryMark mark(tools_.broker);
     const CmpiData state = element.getProperty("HealthState");

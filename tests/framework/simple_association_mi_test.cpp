@@ -429,14 +429,12 @@ TEST_F(SimpleAssociation, ObjectsOfAProviderThatFailsAreNotAskedFor) {
   EXPECT_EQ(objects.fetched, 0);
 }
 
-TEST_F(SimpleAssociation, ObjectsOfAClassThatCannotBeEnumeratedAreAskedForOneByOne) {
-  linkHubTo({objectPath("T_Single", {{"Id", "a"}}), objectPath("T_Single", {{"Id", "gone"}})});
-  const char* properties[] = {"note", nullptr};
-  const Answer answer = associators(hub("h", 3), properties);
+TEST_F(SimpleAssociation, ObjectsOfAClassThatCannotBeEnumeratedAreNeverAskedForOneByOne) {
+  linkHubTo({objectPath("T_Single", {{"Id", "a"}})});
+  const Answer answer = associators(hub("h", 3));
   EXPECT_EQ(answer.rc, CMPI_RC_OK);
-  ASSERT_EQ(answer.instances.size(), 1u);
-  EXPECT_EQ(answer.instances[0].path, objectPath("T_Single", {{"Id", "a"}}));
-  EXPECT_EQ(*answer.instances[0].property("Note"), Value::ofString("found"));
+  EXPECT_THAT(answer.instances, IsEmpty());
+  EXPECT_EQ(objects.fetched, 0);
   EXPECT_EQ(answer.doneCount, 1);
 }
 

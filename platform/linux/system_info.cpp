@@ -8,6 +8,7 @@
 #include "platform/linux/host_nodes.h"
 #include "platform/linux/host_view.h"
 #include "platform/param_list.h"
+#include "platform/thread_slot.h"
 
 namespace {
 
@@ -22,8 +23,8 @@ constexpr int kSignature = 21;
 
 /// The view of the query that the calling thread is at.
 HostView& currentView() {
-  thread_local HostView view;
-  return view;
+  static platform::ThreadSlot<HostView> view;
+  return view.get();
 }
 
 Parameters parametersOf(const HSI_ParamList* list) {

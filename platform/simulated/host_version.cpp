@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/simulated/host_file.h"
+#include "platform/thread_slot.h"
 
 namespace {
 
@@ -20,7 +21,10 @@ struct VersionView {
   bool called = false;
   std::shared_ptr<const SimulatedHost> host;  ///< null when it could not be read
 };
-thread_local VersionView view;
+VersionView& currentView() {
+  static platform::ThreadSlot<VersionView> view;
+  return view.get();
+}
 
 /// As much of the text as fits, NUL-terminated.
 void copyText(const std::string& from, char* to, std::size_t size) {
@@ -41,6 +45,7 @@ HykuserVersion_SystemVersion recordOf(const SimulatedVersion& version) {
 
 /// The failure as the file words it; the default words for any other status.
 SimulatedVersion failureOf(int status) {
+  const VersionView& view = currentView();
   if (view.host != nullptr && view.host->version.status == status) return view.host->version;
   return {};
 }
@@ -48,6 +53,7 @@ SimulatedVersion failureOf(int status) {
 }  // namespace
 
 int HykuserVersion_GetSystemVersion(HykuserVersion_SystemVersion* version) try {
+  VersionView& view = currentView();
   view = {true, nullptr};
   view.host = simulated::loadHost();
   if (view.host == nullptr) return kUnreadable;
@@ -66,6 +72,7 @@ const char* HykuserStatus_CodeToString(int status, char* text, std::size_t size)
 }
 
 bool HostType_OSIsHYK() {
+  const VersionView& view = currentView();
   const auto host = view.called ? view.host : simulated::loadHost();
   return host == nullptr || host->hypervisor;
 }

@@ -4,6 +4,7 @@
 
 #include "platform/simulated/host_file.h"
 #include "platform/simulated/hsi_nodes.h"
+#include "platform/thread_slot.h"
 
 namespace {
 
@@ -12,16 +13,19 @@ constexpr HSI_Status kOk = 0;
 constexpr HSI_Status kFailed = 1;
 
 /// What the thread's query sees; none before its first HSI_CheckSig and after a failed one.
-thread_local std::shared_ptr<const simulated::SimulatedHost> view;
+std::shared_ptr<const simulated::SimulatedHost>& currentView() {
+  static platform::ThreadSlot<std::shared_ptr<const simulated::SimulatedHost>> view;
+  return view.get();
+}
 
 }  // namespace
 
 HSI_Status HSI_CheckSig(int signature) try {
-  view.reset();
+  currentView().reset();
   if (signature != kSignature) return kFailed;
   auto host = simulated::loadHost();
   if (host == nullptr || !host->hsi.signatureOk) return kFailed;
-  view = std::move(host);
+  currentView() = std::move(host);
   return kOk;
 } catch (const std::exception&) {
   return kFailed;
@@ -29,6 +33,7 @@ HSI_Status HSI_CheckSig(int signature) try {
 
 HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* value,
                    std::size_t size) try {
+  const auto& view = currentView();
   return view == nullptr ? kFailed : simulated::readNode(*view, node, parameters, value, size);
 } catch (const std::exception&) {
   return kFailed;
@@ -36,6 +41,7 @@ HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* va
 
 HSI_Status HSI_GetInstanceListAlloc(std::uint32_t node, const HSI_ParamList* parameters,
                                     HSI_ParamList** list) try {
+  const auto& view = currentView();
   return view == nullptr ? kFailed : simulated::listNode(*view, node, parameters, list);
 } catch (const std::exception&) {
   return kFailed;

@@ -172,6 +172,21 @@ struct Operations::Context {
                              }),
               all.end());
   }
+
+  /// The objects of an association request. Fails: CimError.
+  void writeObjects(Response response) {
+    throwUnlessOk(response);
+    readInstanceOptions();
+    for (Instance& instance : response.instances) {
+      applyPropertyList(instance);
+      writer.objectWithPath(instance);
+    }
+  }
+
+  void writeObjectPaths(const Response& response) {
+    throwUnlessOk(response);
+    for (const ObjectPath& path : response.paths) writer.objectPath(path);
+  }
 };
 
 Operations::Operations(broker::Broker& broker, Namespaces namespaces, Subscriptions& subscriptions,
@@ -318,36 +333,20 @@ void Operations::deleteInstance(Context& context) {
 
 void Operations::associators(Context& context) {
   const ObjectPath source = context.object("ObjectName");
-  context.readInstanceOptions();
-  Response response = broker_.associators(source, context.filter(), context.properties());
-  throwUnlessOk(response);
-  for (Instance& instance : response.instances) {
-    context.applyPropertyList(instance);
-    context.writer.objectWithPath(instance);
-  }
+  context.writeObjects(broker_.associators(source, context.filter(), context.properties()));
 }
 
 void Operations::associatorNames(Context& context) {
-  const Response response = broker_.associatorNames(context.object("ObjectName"), context.filter());
-  throwUnlessOk(response);
-  for (const ObjectPath& path : response.paths) context.writer.objectPath(path);
+  context.writeObjectPaths(broker_.associatorNames(context.object("ObjectName"), context.filter()));
 }
 
 void Operations::references(Context& context) {
   const ObjectPath source = context.object("ObjectName");
-  context.readInstanceOptions();
-  Response response = broker_.references(source, context.filter(), context.properties());
-  throwUnlessOk(response);
-  for (Instance& instance : response.instances) {
-    context.applyPropertyList(instance);
-    context.writer.objectWithPath(instance);
-  }
+  context.writeObjects(broker_.references(source, context.filter(), context.properties()));
 }
 
 void Operations::referenceNames(Context& context) {
-  const Response response = broker_.referenceNames(context.object("ObjectName"), context.filter());
-  throwUnlessOk(response);
-  for (const ObjectPath& path : response.paths) context.writer.objectPath(path);
+  context.writeObjectPaths(broker_.referenceNames(context.object("ObjectName"), context.filter()));
 }
 
 void Operations::getClass(Context& context) {

@@ -45,14 +45,18 @@ TEST_F(LatchedStore, StartsEmpty) {
 
 TEST_F(LatchedStore, RecordHasItsFixedLayout) {
   // The members' order and sizes are promised to readers of a memory image.
-  EXPECT_EQ(offsetof(HealthInfo, className), 0u);
-  EXPECT_EQ(offsetof(HealthInfo, nameSpace), 80u);
-  EXPECT_EQ(offsetof(HealthInfo, hostName), 112u);
-  EXPECT_EQ(offsetof(HealthInfo, keyCount), 192u);
-  EXPECT_EQ(offsetof(HealthInfo, keys), 200u);
-  EXPECT_EQ(offsetof(HealthInfo, eventId), 208u);
-  EXPECT_EQ(offsetof(HealthInfo, healthState), 212u);
-  EXPECT_EQ(offsetof(HealthInfo, timestamp), 216u);
+  const HealthInfo info{};
+  const auto offset = [&](const auto& member) {
+    return reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&info);
+  };
+  EXPECT_EQ(offset(info.className), 0);
+  EXPECT_EQ(offset(info.nameSpace), 80);
+  EXPECT_EQ(offset(info.hostName), 112);
+  EXPECT_EQ(offset(info.keyCount), 192);
+  EXPECT_EQ(offset(info.keys), 200);
+  EXPECT_EQ(offset(info.eventId), 208);
+  EXPECT_EQ(offset(info.healthState), 212);
+  EXPECT_EQ(offset(info.timestamp), 216);
   EXPECT_EQ(sizeof(HealthKey), 2 * sizeof(char*));
 }
 

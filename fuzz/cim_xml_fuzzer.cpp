@@ -4,13 +4,13 @@
 #include <string>
 #include <string_view>
 
-#include "serve/cim_xml_reader.h"
-#include "serve/cim_xml_writer.h"
+#include "cimxml/request_reader.h"
+#include "cimxml/response_writer.h"
 
 // Any bytes are a call with a method, or a message that is refused for a reason; and an instance
 // that a call brings can be answered and read again.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace orv::serve;
+  using namespace orv::cimxml;
   try {
     const Call call = readCall({reinterpret_cast<const char*>(data), size});
     if (call.method.empty()) std::abort();

@@ -1,6 +1,6 @@
 #include "serve/endpoint.h"
 
-#include "serve/messages.h"
+#include "cimxml/messages.h"
 
 namespace orv::serve {
 
@@ -15,7 +15,7 @@ Endpoint::Endpoint(broker::Broker& broker, const Operations::Namespaces& namespa
 HttpAnswer Endpoint::answer(const std::string& body) {
   try {
     return {200, operations_.answer(body), ""};
-  } catch (const BadMessage& bad) {
+  } catch (const cimxml::BadMessage& bad) {
     return {400, "", bad.cimError()};
   }
 }

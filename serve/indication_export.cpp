@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "serve/cim_xml_writer.h"
+#include "cimxml/export_message.h"
 
 namespace orv::serve {
 namespace {
@@ -162,7 +162,8 @@ void IndicationExport::enqueue(const std::string& url, const broker::Instance& i
                    url.c_str());
     }
   }
-  destination.messages.push_back(exportMessage(indication, std::to_string(nextMessageId_++)));
+  destination.messages.push_back(
+      cimxml::exportMessage(indication, std::to_string(nextMessageId_++)));
   destination.changed.notify_all();
 }
 

@@ -4,8 +4,8 @@
 #include <optional>
 #include <utility>
 
-#include "serve/cim_xml_reader.h"
-#include "serve/cim_xml_writer.h"
+#include "cimxml/request_reader.h"
+#include "cimxml/response_writer.h"
 
 namespace orv::serve {
 namespace {
@@ -16,6 +16,11 @@ using broker::Instance;
 using broker::ObjectPath;
 using broker::PropertyList;
 using broker::Response;
+using cimxml::Call;
+using cimxml::CimError;
+using cimxml::ClassOptions;
+using cimxml::Parameter;
+using cimxml::ResponseWriter;
 
 /// What DSP0200 says for a status that comes without a text.
 const char* defaultText(CMPIrc rc) {
@@ -115,10 +120,12 @@ struct Operations::Context {
     return {text("AssocClass"), text("ResultClass"), text("Role"), text("ResultRole")};
   }
 
-  void readClassOptions() {
-    writer.options().localOnly = flag("LocalOnly", true);
-    writer.options().includeQualifiers = flag("IncludeQualifiers", true);
-    writer.options().includeClassOrigin = flag("IncludeClassOrigin", false);
+  ClassOptions classOptions() const {
+    ClassOptions options;
+    options.localOnly = flag("LocalOnly", true);
+    options.includeQualifiers = flag("IncludeQualifiers", true);
+    options.includeClassOrigin = flag("IncludeClassOrigin", false);
+    return options;
   }
 
   void readInstanceOptions() {
@@ -216,8 +223,8 @@ const std::map<std::string, Operations::Handler, broker::NameLess>& Operations::
 }
 
 std::string Operations::answer(const std::string& requestText) {
-  const Call call = readCall(requestText);
-  WriteOptions options;
+  const Call call = cimxml::readCall(requestText);
+  cimxml::WriteOptions options;
   options.host = host_;
   ResponseWriter writer(call, options);
   try {
@@ -320,10 +327,12 @@ void Operations::modifyInstance(Context& context) {
   request.instance = instance;
   request.properties = context.properties();
   throwUnlessOk(broker_.request(request));
+  context.writer.noReturnValue();
 }
 
 void Operations::deleteInstance(Context& context) {
   const ObjectPath path = context.object("InstanceName");
+  context.writer.noReturnValue();
   if (context.isInterop()) return subscriptions_.remove(path);
   broker::Request request;
   request.operation = broker::Operation::kDeleteInstance;
@@ -350,8 +359,9 @@ void Operations::referenceNames(Context& context) {
 }
 
 void Operations::getClass(Context& context) {
-  context.readClassOptions();
-  context.writer.classDefinition(context.classDefinition(), context.properties());
+  ClassOptions options = context.classOptions();
+  options.properties = context.properties();
+  context.writer.classDefinition(context.classDefinition(), options);
 }
 
 namespace {
@@ -376,10 +386,10 @@ std::vector<const ClassDefinition*> listed(const ClassRepository& classes,
 }  // namespace
 
 void Operations::enumerateClasses(Context& context) {
-  context.readClassOptions();
+  const ClassOptions options = context.classOptions();
   const bool deep = context.flag("DeepInheritance", false);
   for (const ClassDefinition* found : listed(context.classes, context.text("ClassName"), deep)) {
-    context.writer.classDefinition(*found, std::nullopt);
+    context.writer.classDefinition(*found, options);
   }
 }
 

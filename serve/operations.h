@@ -6,7 +6,6 @@
 
 #include "broker/broker.h"
 #include "broker/class_repository.h"
-#include "serve/messages.h"
 #include "serve/subscriptions.h"
 
 namespace orv::serve {

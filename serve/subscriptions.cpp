@@ -6,7 +6,7 @@
 
 #include "broker/select_expressions.h"
 #include "broker/wql.h"
-#include "serve/messages.h"
+#include "cimxml/messages.h"
 
 namespace orv::serve {
 namespace {
@@ -14,6 +14,7 @@ namespace {
 using broker::Instance;
 using broker::ObjectPath;
 using broker::Value;
+using cimxml::CimError;
 
 constexpr const char* kFilter = "CIM_IndicationFilter";
 constexpr const char* kSubscription = "CIM_IndicationSubscription";

@@ -32,7 +32,8 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"software", {"cmpi", "cmpi/abi", "platform", "framework"}},
     {"processor", {"cmpi", "cmpi/abi", "platform", "framework"}},
     {"broker", {"cmpi/abi"}},
-    {"serve", {"broker", "cmpi/abi"}},
+    {"cimxml", {"broker", "cmpi/abi"}},
+    {"serve", {"cimxml", "broker", "cmpi/abi"}},
     {"tool", {"broker", "serve", "cmpi/abi", "platform/simulated"}},  // the host file's parser
 };
 

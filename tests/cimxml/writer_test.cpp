@@ -1,4 +1,4 @@
-#include "serve/cim_xml_writer.h"
+#include "cimxml/response_writer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,9 +6,10 @@
 #include <pugixml.hpp>
 #include <string>
 
-#include "serve/cim_xml_reader.h"
+#include "cimxml/element_reader.h"
+#include "cimxml/export_message.h"
 
-namespace orv::serve {
+namespace orv::cimxml {
 namespace {
 
 using broker::Instance;
@@ -111,10 +112,10 @@ TEST(CimXmlWriter, WhatIsWrittenIsReadBack) {
   ASSERT_TRUE(document.load_string(written(instance).c_str()));
   std::ostringstream text;
   document.select_node("//INSTANCE").node().print(text, "", pugi::format_raw);
-  const Instance read = readInstance(text.str());
+  const Instance read = readInstanceText(text.str());
   EXPECT_EQ(read.property("Text")->text(), "a & b\n<c>");
   EXPECT_EQ(read.property("Ref")->reference(), target);
-  EXPECT_EQ(readInstance(read.property("Inner")->text()).property("IPv4Address")->text(),
+  EXPECT_EQ(readInstanceText(read.property("Inner")->text()).property("IPv4Address")->text(),
             "10.0.0.7");
 }
 
@@ -152,4 +153,4 @@ TEST(CleanText, ReplacesWhatXmlCannotCarry) {
 }
 
 }  // namespace
-}  // namespace orv::serve
+}  // namespace orv::cimxml

@@ -1,16 +1,15 @@
-#include "serve/cim_xml_reader.h"
+#include "cimxml/element_reader.h"
 
 #include <charconv>
-#include <pugixml.hpp>
 #include <utility>
 
-namespace orv::serve {
+#include "cimxml/messages.h"
+
+namespace orv::cimxml {
 namespace {
 
 using broker::Instance;
-using broker::Key;
 using broker::ObjectPath;
-using broker::Property;
 using broker::Value;
 using std::string_view;
 
@@ -21,20 +20,6 @@ using std::string_view;
 }
 
 bool is(const pugi::xml_node& node, const char* name) { return string_view(node.name()) == name; }
-
-/// The first element below a node; comments and texts are skipped.
-pugi::xml_node firstElement(const pugi::xml_node& node) {
-  for (const pugi::xml_node child : node.children()) {
-    if (child.type() == pugi::node_element) return child;
-  }
-  return {};
-}
-
-pugi::xml_node requireChild(const pugi::xml_node& node, const char* name) {
-  const pugi::xml_node child = node.child(name);
-  if (!child) notValid(std::string(node.name()) + " without " + name);
-  return child;
-}
 
 /// Walks without recursion: a hostile message must not exhaust the stack.
 void checkDepth(const pugi::xml_node& root) {
@@ -53,16 +38,6 @@ void checkDepth(const pugi::xml_node& root) {
     }
     node = node == root ? pugi::xml_node() : node.next_sibling();
   }
-}
-
-std::string nameSpaceText(const pugi::xml_node& localPath) {
-  std::string result;
-  bool first = true;
-  for (const pugi::xml_node part : localPath.children("NAMESPACE")) {
-    if (!std::exchange(first, false)) result += '/';
-    result += part.attribute("NAME").value();
-  }
-  return result;
 }
 
 template <typename Number>
@@ -87,48 +62,12 @@ bool booleanOf(const std::string& text) {
   badParameter("\"" + text + "\" is neither TRUE nor FALSE");
 }
 
-ObjectPath readInstanceName(const pugi::xml_node& node);
-
-/// VALUE.REFERENCE, or one of the path elements that it may hold.
-ObjectPath readReference(const pugi::xml_node& node) {
-  if (is(node, "VALUE.REFERENCE")) {
-    const pugi::xml_node inner = firstElement(node);
-    if (!inner) badParameter("empty VALUE.REFERENCE");
-    return readReference(inner);
-  }
-  if (is(node, "INSTANCENAME")) return readInstanceName(node);
-  ObjectPath path = readInstanceName(requireChild(node, "INSTANCENAME"));
-  if (is(node, "INSTANCEPATH")) {
-    const pugi::xml_node full = requireChild(node, "NAMESPACEPATH");
-    path.host = full.child("HOST").text().get();
-    path.nameSpace = nameSpaceText(requireChild(full, "LOCALNAMESPACEPATH"));
-  } else if (is(node, "LOCALINSTANCEPATH")) {
-    path.nameSpace = nameSpaceText(requireChild(node, "LOCALNAMESPACEPATH"));
-  } else {
-    badParameter(std::string("unexpected ") + node.name() + " as a reference");
-  }
-  return path;
-}
-
 Value readKeyValue(const pugi::xml_node& node) {
   const string_view type = node.attribute("VALUETYPE").as_string("string");
   const std::string text = node.text().get();
   if (type == "numeric") return untypedNumber(text);
   if (type == "boolean") return Value::ofBoolean(booleanOf(text));
   return Value::ofString(text);
-}
-
-ObjectPath readInstanceName(const pugi::xml_node& node) {
-  ObjectPath path;
-  path.className = node.attribute("CLASSNAME").value();
-  if (path.className.empty()) notValid("INSTANCENAME without CLASSNAME");
-  for (const pugi::xml_node binding : node.children("KEYBINDING")) {
-    const pugi::xml_node value = firstElement(binding);
-    const bool plain = is(value, "KEYVALUE");
-    path.keys.push_back({binding.attribute("NAME").value(),
-                         plain ? readKeyValue(value) : Value::ofReference(readReference(value))});
-  }
-  return path;
 }
 
 CMPIType typeOf(const pugi::xml_node& node) {
@@ -211,7 +150,75 @@ Value readProperty(const pugi::xml_node& node) {
   return Value::ofArray(type, std::move(elements));
 }
 
-Instance instanceOf(const pugi::xml_node& node) {
+}  // namespace
+
+void parseDocument(pugi::xml_document& document, string_view text) {
+  const pugi::xml_parse_result result =
+      document.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata);
+  if (!result) {
+    throw BadMessage("request-not-well-formed", std::string(result.description()) + " at byte " +
+                                                    std::to_string(result.offset));
+  }
+  checkDepth(document);
+}
+
+pugi::xml_node firstElement(const pugi::xml_node& node) {
+  for (const pugi::xml_node child : node.children()) {
+    if (child.type() == pugi::node_element) return child;
+  }
+  return {};
+}
+
+pugi::xml_node requireChild(const pugi::xml_node& node, const char* name) {
+  const pugi::xml_node child = node.child(name);
+  if (!child) notValid(std::string(node.name()) + " without " + name);
+  return child;
+}
+
+std::string nameSpaceText(const pugi::xml_node& localPath) {
+  std::string result;
+  bool first = true;
+  for (const pugi::xml_node part : localPath.children("NAMESPACE")) {
+    if (!std::exchange(first, false)) result += '/';
+    result += part.attribute("NAME").value();
+  }
+  return result;
+}
+
+ObjectPath readReference(const pugi::xml_node& node) {
+  if (is(node, "VALUE.REFERENCE")) {
+    const pugi::xml_node inner = firstElement(node);
+    if (!inner) badParameter("empty VALUE.REFERENCE");
+    return readReference(inner);
+  }
+  if (is(node, "INSTANCENAME")) return readInstanceName(node);
+  ObjectPath path = readInstanceName(requireChild(node, "INSTANCENAME"));
+  if (is(node, "INSTANCEPATH")) {
+    const pugi::xml_node full = requireChild(node, "NAMESPACEPATH");
+    path.host = full.child("HOST").text().get();
+    path.nameSpace = nameSpaceText(requireChild(full, "LOCALNAMESPACEPATH"));
+  } else if (is(node, "LOCALINSTANCEPATH")) {
+    path.nameSpace = nameSpaceText(requireChild(node, "LOCALNAMESPACEPATH"));
+  } else {
+    badParameter(std::string("unexpected ") + node.name() + " as a reference");
+  }
+  return path;
+}
+
+ObjectPath readInstanceName(const pugi::xml_node& node) {
+  ObjectPath path;
+  path.className = node.attribute("CLASSNAME").value();
+  if (path.className.empty()) notValid("INSTANCENAME without CLASSNAME");
+  for (const pugi::xml_node binding : node.children("KEYBINDING")) {
+    const pugi::xml_node value = firstElement(binding);
+    const bool plain = is(value, "KEYVALUE");
+    path.keys.push_back({binding.attribute("NAME").value(),
+                         plain ? readKeyValue(value) : Value::ofReference(readReference(value))});
+  }
+  return path;
+}
+
+Instance readInstance(const pugi::xml_node& node) {
   Instance instance;
   instance.path.className = node.attribute("CLASSNAME").value();
   if (instance.path.className.empty()) notValid("INSTANCE without CLASSNAME");
@@ -222,90 +229,10 @@ Instance instanceOf(const pugi::xml_node& node) {
   return instance;
 }
 
-std::vector<std::string> readList(const pugi::xml_node& node) {
-  std::vector<std::string> list;
-  for (const pugi::xml_node value : node.children("VALUE")) list.emplace_back(value.text().get());
-  return list;
-}
-
-Parameter readParameter(const pugi::xml_node& node) {
-  Parameter parameter;
-  const pugi::xml_node value = firstElement(node);
-  if (!value) return parameter;
-  if (is(value, "VALUE")) {
-    parameter.text = value.text().get();
-  } else if (is(value, "CLASSNAME")) {
-    parameter.text = value.attribute("NAME").value();
-  } else if (is(value, "VALUE.ARRAY")) {
-    parameter.list = readList(value);
-  } else if (is(value, "INSTANCENAME") || is(value, "VALUE.REFERENCE")) {
-    parameter.objectName = readReference(value);
-  } else if (is(value, "INSTANCE")) {
-    parameter.instance = instanceOf(value);
-  } else if (is(value, "VALUE.NAMEDINSTANCE")) {
-    parameter.instance = instanceOf(requireChild(value, "INSTANCE"));
-    parameter.instance->path = readInstanceName(requireChild(value, "INSTANCENAME"));
-  } else {
-    badParameter(std::string("unexpected ") + value.name() + " as a parameter");
-  }
-  return parameter;
-}
-
-void parse(pugi::xml_document& document, string_view text) {
-  const pugi::xml_parse_result result =
-      document.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata);
-  if (!result) {
-    throw BadMessage("request-not-well-formed", std::string(result.description()) + " at byte " +
-                                                    std::to_string(result.offset));
-  }
-  checkDepth(document);
-}
-
-void readParameters(const pugi::xml_node& node, Call& call) try {
-  for (const pugi::xml_node parameter : node.children("IPARAMVALUE")) {
-    call.parameters[parameter.attribute("NAME").value()] = readParameter(parameter);
-  }
-} catch (const CimError& error) {
-  call.failure = error;
-}
-
-/// The namespace of an extrinsic call stands in the path of the object that it is for.
-pugi::xml_node namespaceOf(const pugi::xml_node& call) {
-  if (const pugi::xml_node local = call.child("LOCALNAMESPACEPATH")) return local;
-  for (const char* path : {"LOCALCLASSPATH", "LOCALINSTANCEPATH"}) {
-    if (const pugi::xml_node found = call.child(path)) return found.child("LOCALNAMESPACEPATH");
-  }
-  return {};
-}
-
-}  // namespace
-
-Call readCall(string_view text) {
+Instance readInstanceText(string_view text) {
   pugi::xml_document document;
-  parse(document, text);
-  const pugi::xml_node root = document.child("CIM");
-  if (!root) notValid("no CIM element");
-  const pugi::xml_node message = requireChild(root, "MESSAGE");
-  if (message.child("MULTIREQ")) {
-    throw BadMessage("multiple-requests-unsupported", "one request a message, please");
-  }
-  const pugi::xml_node request = requireChild(message, "SIMPLEREQ");
-  const pugi::xml_node node = firstElement(request);
-  Call call;
-  call.messageId = message.attribute("ID").value();
-  call.intrinsic = is(node, "IMETHODCALL");
-  if (!call.intrinsic && !is(node, "METHODCALL")) notValid("SIMPLEREQ without a method call");
-  call.method = node.attribute("NAME").value();
-  call.nameSpace = nameSpaceText(namespaceOf(node));
-  if (call.method.empty()) notValid("method call without NAME");
-  if (call.intrinsic) readParameters(node, call);
-  return call;
+  parseDocument(document, text);
+  return readInstance(document.child("INSTANCE"));
 }
 
-Instance readInstance(string_view text) {
-  pugi::xml_document document;
-  parse(document, text);
-  return instanceOf(document.child("INSTANCE"));
-}
-
-}  // namespace orv::serve
+}  // namespace orv::cimxml

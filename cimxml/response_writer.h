@@ -1,20 +1,20 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "broker/class_repository.h"
 #include "broker/values.h"
-#include "serve/messages.h"
+#include "cimxml/element_writer.h"
+#include "cimxml/messages.h"
 
-namespace orv::serve {
+namespace orv::cimxml {
 
 /// What the objects of a response look like on the wire.
 struct WriteOptions {
-  bool includeQualifiers = false;
   bool includeClassOrigin = false;
-  bool localOnly = false;          ///< classes: what the class itself declares or overrides
   std::string host = "localhost";  ///< HOST of paths that have none
 };
 
@@ -32,12 +32,17 @@ class ResponseWriter {
   // Each adds one element to the return value.
   void className(const std::string& name);  ///< CLASSNAME
   void classDefinition(const broker::ClassDefinition& definition,
-                       const std::optional<std::vector<std::string>>& properties);  ///< CLASS
+                       const ClassOptions& options);      ///< CLASS
   void instanceName(const broker::ObjectPath& path);      ///< INSTANCENAME
   void namedInstance(const broker::Instance& instance);   ///< VALUE.NAMEDINSTANCE
   void instance(const broker::Instance& instance);        ///< INSTANCE
   void objectPath(const broker::ObjectPath& path);        ///< OBJECTPATH
   void objectWithPath(const broker::Instance& instance);  ///< VALUE.OBJECTWITHPATH
+
+  /// For an operation that returns nothing: the response has no return value.
+  void noReturnValue();
+  /// An output parameter beside the return value; without a type attribute when `type` is null.
+  void outParameter(const std::string& name, const char* type, const std::string& text);
 
   /// Class that tells the origin of an instance's properties; null: none is written.
   void setOriginClasses(const broker::ClassRepository* classes);
@@ -50,10 +55,4 @@ class ResponseWriter {
   std::unique_ptr<Impl> impl_;
 };
 
-/// The ExportIndication request for one indication.
-std::string exportMessage(const broker::Instance& indication, const std::string& messageId);
-
-/// Valid UTF-8 without characters that XML 1.0 cannot carry.
-std::string cleanText(std::string_view text);
-
-}  // namespace orv::serve
+}  // namespace orv::cimxml

@@ -11,7 +11,7 @@
 #include "cmpi/abi/cmpi_types.h"
 
 /// CIM-XML messages as plain values: what a client asks, and the failures that it is told.
-namespace orv::serve {
+namespace orv::cimxml {
 
 /// A failure that the client gets as an ERROR element: CIM status and text.
 class CimError : public std::runtime_error {
@@ -54,4 +54,4 @@ struct Call {
   std::optional<CimError> failure;
 };
 
-}  // namespace orv::serve
+}  // namespace orv::cimxml

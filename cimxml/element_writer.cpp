@@ -1,12 +1,10 @@
-#include "serve/cim_xml_writer.h"
+#include "cimxml/element_writer.h"
 
 #include <cstdio>
-#include <memory>
-#include <pugixml.hpp>
 #include <sstream>
 #include <utility>
 
-namespace orv::serve {
+namespace orv::cimxml {
 namespace {
 
 using broker::Instance;
@@ -101,16 +99,6 @@ void appendNameSpace(xml_node parent, const std::string& nameSpace) {
   }
 }
 
-void appendInstanceName(xml_node parent, const ObjectPath& path);
-
-void appendInstancePath(xml_node parent, const ObjectPath& path, const std::string& host) {
-  xml_node node = parent.append_child("INSTANCEPATH");
-  xml_node full = node.append_child("NAMESPACEPATH");
-  appendText(full, "HOST", path.host.empty() ? host : path.host);
-  appendNameSpace(full, path.nameSpace);
-  appendInstanceName(node, path);
-}
-
 void appendReference(xml_node parent, const ObjectPath& path) {
   xml_node node = parent.append_child("VALUE.REFERENCE");
   if (!path.host.empty()) return appendInstancePath(node, path, path.host);
@@ -124,29 +112,6 @@ const ObjectPath* referenceOf(const Value& value) {
   const auto* path = std::get_if<std::shared_ptr<const ObjectPath>>(&value.content);
   return path == nullptr ? nullptr : path->get();
 }
-
-void appendInstanceName(xml_node parent, const ObjectPath& path) {
-  xml_node node = parent.append_child("INSTANCENAME");
-  node.append_attribute("CLASSNAME") = cleanText(path.className).c_str();
-  for (const broker::Key& key : path.keys) {
-    if (key.value.null) continue;
-    xml_node binding = node.append_child("KEYBINDING");
-    setName(binding, key.name);
-    if (const ObjectPath* reference = referenceOf(key.value)) {
-      appendReference(binding, *reference);
-      continue;
-    }
-    xml_node value = appendText(binding, "KEYVALUE", valueText(key.value));
-    const bool isText = key.value.type == CMPI_string || key.value.type == CMPI_dateTime ||
-                        key.value.type == CMPI_char16;
-    value.append_attribute("VALUETYPE") = isText                           ? "string"
-                                          : key.value.type == CMPI_boolean ? "boolean"
-                                                                           : "numeric";
-  }
-}
-
-void appendInstance(xml_node parent, const Instance& instance,
-                    const broker::ClassDefinition* origins);
 
 std::string instanceText(const Instance& instance) {
   pugi::xml_document document;
@@ -200,15 +165,6 @@ void appendProperty(xml_node parent, const broker::Property& property,
   }
 }
 
-void appendInstance(xml_node parent, const Instance& instance,
-                    const broker::ClassDefinition* origins) {
-  xml_node node = parent.append_child("INSTANCE");
-  node.append_attribute("CLASSNAME") = cleanText(instance.path.className).c_str();
-  for (const broker::Property& property : instance.properties) {
-    appendProperty(node, property, origins);
-  }
-}
-
 void appendQualifiers(xml_node parent, const std::vector<broker::QualifierValue>& qualifiers) {
   for (const broker::QualifierValue& qualifier : qualifiers) {
     xml_node node = parent.append_child("QUALIFIER");
@@ -244,7 +200,7 @@ void appendDefault(xml_node node, const PropertyDefinition& property) {
 }
 
 void appendDeclaration(xml_node parent, const PropertyDefinition& property,
-                       const std::string& className, const WriteOptions& options) {
+                       const std::string& className, const ClassOptions& options) {
   const bool isReference = property.type == CMPI_ref;
   const bool isArray = (property.type & CMPI_ARRAY) != 0;
   xml_node node = parent.append_child(isReference ? "PROPERTY.REFERENCE"
@@ -274,25 +230,6 @@ bool isListed(const std::optional<std::vector<std::string>>& list, const std::st
   return false;
 }
 
-xml_node appendMessage(pugi::xml_document& document, const std::string& id) {
-  xml_node declaration = document.append_child(pugi::node_declaration);
-  declaration.append_attribute("version") = "1.0";
-  declaration.append_attribute("encoding") = "utf-8";
-  xml_node root = document.append_child("CIM");
-  root.append_attribute("CIMVERSION") = "2.0";
-  root.append_attribute("DTDVERSION") = "2.0";
-  xml_node message = root.append_child("MESSAGE");
-  message.append_attribute("ID") = cleanText(id).c_str();
-  message.append_attribute("PROTOCOLVERSION") = "1.0";
-  return message;
-}
-
-std::string print(const pugi::xml_document& document) {
-  std::ostringstream text;
-  document.print(text, "", kFormat, pugi::encoding_utf8);
-  return text.str();
-}
-
 }  // namespace
 
 std::string cleanText(std::string_view text) {
@@ -311,99 +248,75 @@ std::string cleanText(std::string_view text) {
   return clean;
 }
 
-struct ResponseWriter::Impl {
-  pugi::xml_document document;
-  WriteOptions options;
-  xml_node response;
-  xml_node value;
-  const broker::ClassRepository* classes = nullptr;
-
-  const broker::ClassDefinition* originsOf(const Instance& instance) const {
-    if (classes == nullptr || !options.includeClassOrigin) return nullptr;
-    return classes->find(instance.path.className);
+void appendInstanceName(xml_node parent, const ObjectPath& path) {
+  xml_node node = parent.append_child("INSTANCENAME");
+  node.append_attribute("CLASSNAME") = cleanText(path.className).c_str();
+  for (const broker::Key& key : path.keys) {
+    if (key.value.null) continue;
+    xml_node binding = node.append_child("KEYBINDING");
+    setName(binding, key.name);
+    if (const ObjectPath* reference = referenceOf(key.value)) {
+      appendReference(binding, *reference);
+      continue;
+    }
+    xml_node value = appendText(binding, "KEYVALUE", valueText(key.value));
+    const bool isText = key.value.type == CMPI_string || key.value.type == CMPI_dateTime ||
+                        key.value.type == CMPI_char16;
+    value.append_attribute("VALUETYPE") = isText                           ? "string"
+                                          : key.value.type == CMPI_boolean ? "boolean"
+                                                                           : "numeric";
   }
-};
-
-ResponseWriter::ResponseWriter(const Call& call, WriteOptions options)
-    : impl_(std::make_unique<Impl>()) {
-  impl_->options = std::move(options);
-  xml_node message = appendMessage(impl_->document, call.messageId);
-  xml_node simple = message.append_child("SIMPLERSP");
-  impl_->response = simple.append_child(call.intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE");
-  setName(impl_->response, call.method);
-  impl_->value = impl_->response.append_child("IRETURNVALUE");
 }
 
-ResponseWriter::~ResponseWriter() = default;
-
-WriteOptions& ResponseWriter::options() { return impl_->options; }
-
-void ResponseWriter::setOriginClasses(const broker::ClassRepository* classes) {
-  impl_->classes = classes;
+void appendInstancePath(xml_node parent, const ObjectPath& path, const std::string& host) {
+  xml_node node = parent.append_child("INSTANCEPATH");
+  xml_node full = node.append_child("NAMESPACEPATH");
+  appendText(full, "HOST", path.host.empty() ? host : path.host);
+  appendNameSpace(full, path.nameSpace);
+  appendInstanceName(node, path);
 }
 
-void ResponseWriter::className(const std::string& name) {
-  setName(impl_->value.append_child("CLASSNAME"), name);
+void appendInstance(xml_node parent, const Instance& instance,
+                    const broker::ClassDefinition* origins) {
+  xml_node node = parent.append_child("INSTANCE");
+  node.append_attribute("CLASSNAME") = cleanText(instance.path.className).c_str();
+  for (const broker::Property& property : instance.properties) {
+    appendProperty(node, property, origins);
+  }
 }
 
-void ResponseWriter::classDefinition(const broker::ClassDefinition& definition,
-                                     const std::optional<std::vector<std::string>>& properties) {
-  xml_node node = impl_->value.append_child("CLASS");
+void appendClass(xml_node parent, const broker::ClassDefinition& definition,
+                 const ClassOptions& options) {
+  xml_node node = parent.append_child("CLASS");
   setName(node, definition.name);
   if (!definition.superclass.empty()) {
     node.append_attribute("SUPERCLASS") = definition.superclass.c_str();
   }
-  if (impl_->options.includeQualifiers) appendQualifiers(node, definition.qualifiers);
+  if (options.includeQualifiers) appendQualifiers(node, definition.qualifiers);
   for (const PropertyDefinition& property : definition.properties) {
     const bool own = broker::sameName(property.declaringClass, definition.name);
-    if ((impl_->options.localOnly && !own) || !isListed(properties, property.name)) continue;
-    appendDeclaration(node, property, definition.name, impl_->options);
+    if ((options.localOnly && !own) || !isListed(options.properties, property.name)) continue;
+    appendDeclaration(node, property, definition.name, options);
   }
 }
 
-void ResponseWriter::instanceName(const ObjectPath& path) {
-  appendInstanceName(impl_->value, path);
+xml_node appendMessage(pugi::xml_document& document, const std::string& id) {
+  xml_node declaration = document.append_child(pugi::node_declaration);
+  declaration.append_attribute("version") = "1.0";
+  declaration.append_attribute("encoding") = "utf-8";
+  xml_node root = document.append_child("CIM");
+  root.append_attribute("CIMVERSION") = "2.0";
+  root.append_attribute("DTDVERSION") = "2.0";
+  xml_node message = root.append_child("MESSAGE");
+  message.append_attribute("ID") = cleanText(id).c_str();
+  message.append_attribute("PROTOCOLVERSION") = "1.0";
+  return message;
 }
 
-void ResponseWriter::namedInstance(const Instance& instance) {
-  xml_node node = impl_->value.append_child("VALUE.NAMEDINSTANCE");
-  appendInstanceName(node, instance.path);
-  appendInstance(node, instance, impl_->originsOf(instance));
+std::string documentText(const pugi::xml_document& document) {
+  std::ostringstream text;
+  document.print(text, "", kFormat);
+  return text.str();
 }
 
-void ResponseWriter::instance(const Instance& instance) {
-  appendInstance(impl_->value, instance, impl_->originsOf(instance));
-}
-
-void ResponseWriter::objectPath(const ObjectPath& path) {
-  appendInstancePath(impl_->value.append_child("OBJECTPATH"), path, impl_->options.host);
-}
-
-void ResponseWriter::objectWithPath(const Instance& instance) {
-  xml_node node = impl_->value.append_child("VALUE.OBJECTWITHPATH");
-  appendInstancePath(node, instance.path, impl_->options.host);
-  appendInstance(node, instance, impl_->originsOf(instance));
-}
-
-std::string ResponseWriter::finish(const std::optional<CimError>& failure) {
-  if (failure) {
-    impl_->response.remove_child(impl_->value);
-    xml_node error = impl_->response.append_child("ERROR");
-    error.append_attribute("CODE") = static_cast<int>(failure->rc());
-    error.append_attribute("DESCRIPTION") = cleanText(failure->what()).c_str();
-  }
-  return print(impl_->document);
-}
-
-std::string exportMessage(const Instance& indication, const std::string& messageId) {
-  pugi::xml_document document;
-  xml_node message = appendMessage(document, messageId);
-  xml_node call = message.append_child("SIMPLEEXPREQ").append_child("EXPMETHODCALL");
-  setName(call, "ExportIndication");
-  xml_node parameter = call.append_child("EXPPARAMVALUE");
-  setName(parameter, "NewIndication");
-  appendInstance(parameter, indication, nullptr);
-  return print(document);
-}
-
-}  // namespace orv::serve
+}  // namespace orv::cimxml

@@ -1,11 +1,11 @@
-#include "serve/cim_xml_reader.h"
+#include "cimxml/request_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace orv::serve {
+namespace orv::cimxml {
 namespace {
 
 using broker::Value;
@@ -238,4 +238,4 @@ TEST(CimXmlReader, ACharacterIsOneCharacter) {
 }
 
 }  // namespace
-}  // namespace orv::serve
+}  // namespace orv::cimxml

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <pugixml.hpp>
+#include <string>
+#include <string_view>
+
+#include "broker/values.h"
+
+/// Elements of CIM-XML documents as plain values; the same in requests and in responses.
+///
+/// Every function fails with BadMessage for a document or an element that is not what it should be,
+/// and with CimError (CMPI_RC_ERR_INVALID_PARAMETER) for a value that does not fit its type.
+namespace orv::cimxml {
+
+/// Elements may nest this deep; a message nests about a dozen.
+constexpr std::size_t kMaximumXmlDepth = 64;
+
+/// Parses a document and checks its depth.
+void parseDocument(pugi::xml_document& document, std::string_view text);
+
+/// The first element below a node; comments and texts are skipped. Null when there is none.
+pugi::xml_node firstElement(const pugi::xml_node& node);
+pugi::xml_node requireChild(const pugi::xml_node& node, const char* name);
+
+/// "root/cimv2" of a LOCALNAMESPACEPATH.
+std::string nameSpaceText(const pugi::xml_node& localPath);
+
+/// INSTANCENAME.
+broker::ObjectPath readInstanceName(const pugi::xml_node& node);
+
+/// VALUE.REFERENCE, or one of the path elements that it may hold.
+broker::ObjectPath readReference(const pugi::xml_node& node);
+
+/// INSTANCE. The path has the class name only.
+broker::Instance readInstance(const pugi::xml_node& node);
+
+/// One INSTANCE element given as text, as in an embedded instance.
+broker::Instance readInstanceText(std::string_view text);
+
+}  // namespace orv::cimxml

@@ -87,6 +87,7 @@ std::array<char, kBrandSize> brandOf(const CpuidLeaves& leaves) {
   std::memcpy(raw.data(), leaves.brand.data(), raw.size());
   std::string_view text(raw.data(), strnlen(raw.data(), raw.size()));
   text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  text = text.substr(0, text.find_last_not_of(' ') + 1);
   std::array<char, kBrandSize> brand{};
   text.copy(brand.data(), brand.size());
   return brand;

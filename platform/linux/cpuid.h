@@ -45,8 +45,8 @@ constexpr std::size_t kBrandSize = 48;
 /// The rest is zero.
 std::array<unsigned char, kIdentificationSize> identificationOf(const CpuidLeaves& leaves);
 
-/// The brand text without the blanks that some CPUs begin it with, padded with NULs; without a NUL
-/// when it fills all 48 bytes.
+/// The brand text without the spaces that some CPUs begin it with and others end it with, padded
+/// with NULs; without a NUL when it fills all 48 bytes.
 std::array<char, kBrandSize> brandOf(const CpuidLeaves& leaves);
 
 /// Threads that each core of this kind has, running or not; 0 when the CPU does not tell.

@@ -25,12 +25,29 @@ bool isFailure(int error) {
   return error == ENODEV || error == ENXIO || error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
+/// The errno values with which a driver says that it has no such facts, and the kernel that it
+/// tells them to privileged callers only.
+bool isRefusal(int error) {
+  constexpr int kNotSupportedInsideTheKernel = 524;  // some drivers let it out
+  return error == EOPNOTSUPP || error == kNotSupportedInsideTheKernel || error == EPERM ||
+         error == EINVAL;
+}
+
+[[noreturn]] void fail(const std::string& port, int error) {
+  throw Nodemgr::Lib::NodemgrException(port + ": " + std::generic_category().message(error));
+}
+
 /// True with an answer in `question`, false when there is none to be had.
 bool answered(EthtoolChannel& channel, const std::string& port, void* question) {
   const int error = channel.ask(port, question);
-  if (isFailure(error)) {
-    throw Nodemgr::Lib::NodemgrException(port + ": " + std::generic_category().message(error));
-  }
+  if (isFailure(error)) fail(port, error);
+  return error == 0;
+}
+
+/// The same, but an error of the driver's own is a failure, too.
+bool answeredOrRefused(EthtoolChannel& channel, const std::string& port, void* question) {
+  const int error = channel.ask(port, question);
+  if (error != 0 && !isRefusal(error)) fail(port, error);
   return error == 0;
 }
 
@@ -74,7 +91,7 @@ LinkModeBits bitmapAt(const LinkSettingsAnswer& answer, std::size_t position, st
 LinkSettingsAnswer askLinkSettings(EthtoolChannel& channel, const std::string& port) {
   ethtool_link_settings header{};
   header.cmd = ETHTOOL_GLINKSETTINGS;
-  if (!answered(channel, port, &header) || header.link_mode_masks_nwords >= 0) return {};
+  if (!answeredOrRefused(channel, port, &header) || header.link_mode_masks_nwords >= 0) return {};
   const auto words = static_cast<std::size_t>(-header.link_mode_masks_nwords);
 
   ethtool_link_settings question{};
@@ -82,7 +99,7 @@ LinkSettingsAnswer askLinkSettings(EthtoolChannel& channel, const std::string& p
   question.link_mode_masks_nwords = static_cast<std::int8_t>(words);
   LinkSettingsAnswer answer(kLinkSettingsSize + 3 * words * sizeof(std::uint32_t));
   std::memcpy(answer.data(), &question, kLinkSettingsSize);
-  if (!answered(channel, port, answer.data())) return {};
+  if (!answeredOrRefused(channel, port, answer.data())) return {};
   return answer;
 }
 
@@ -124,6 +141,7 @@ Nodemgr::Network::MacAddress::Bytes askPermanentAddress(EthtoolChannel& channel,
 
 PnicLinkSettings decodeLinkSettings(const LinkSettingsAnswer& answer) {
   PnicLinkSettings settings;
+  settings.transceiver = Nodemgr::Network::TransceiverMode::kUnknown;
   if (answer.size() < kLinkSettingsSize) return settings;
   const ethtool_link_settings header = linkSettingsHeader(answer);
   const std::size_t words = header.link_mode_masks_nwords > 0

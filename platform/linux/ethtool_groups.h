@@ -16,7 +16,10 @@
 ///
 /// A driver that has no answer, or a kernel that gives it to privileged callers only, yields the
 /// empty answer (no value, or all zero). Throws NodemgrException when the port is gone, or when the
-/// kernel could not be asked at all.
+/// kernel could not be asked at all. An error of the driver itself (EIO, EBUSY, ETIMEDOUT ...) is
+/// an exception from askLinkSettings(), because a port of speed 0 without modes would look like a
+/// fact, and an empty answer from the other functions, because their failure would end a whole
+/// enumeration.
 namespace LinuxHost {
 
 /// The answer to ETHTOOL_GLINKSETTINGS in bytes: an ethtool_link_settings and its bitmaps. Empty
@@ -33,7 +36,7 @@ Nodemgr::Network::MacAddress::Bytes askPermanentAddress(EthtoolChannel& channel,
                                                         const std::string& port);
 
 /// Everything but the wake-on-LAN modes, which are a group of their own. An answer that is empty,
-/// or shorter than it says, gives an empty record.
+/// or shorter than it says, gives a record without modes whose transceiver is unknown.
 Nodemgr::Network::PnicLinkSettings decodeLinkSettings(const LinkSettingsAnswer& answer);
 /// The modes of a kernel bit set (WAKE_...), in bit order.
 std::vector<Nodemgr::Network::WakeOnMode> decodeWakeModes(std::uint32_t bits);

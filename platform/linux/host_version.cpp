@@ -1,7 +1,6 @@
 #include "platform/host_version.h"
 
 #include <sys/utsname.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,6 +12,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/linux/kvm_device.h"
 #include "platform/linux/release_texts.h"
 #include "platform/linux/sysfs.h"
 
@@ -76,4 +76,4 @@ const char* HykuserStatus_CodeToString(int status, char* text, std::size_t size)
   return text;
 }
 
-bool HostType_OSIsHYK() { return access("/dev/kvm", F_OK) == 0; }
+bool HostType_OSIsHYK() { return LinuxHost::isKvmAvailable(); }

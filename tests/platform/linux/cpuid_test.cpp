@@ -62,8 +62,11 @@ TEST(IdentificationData, BeginsWithFamilyModelTypeAndStepping) {
   EXPECT_EQ(data[3], 2);
 }
 
-TEST(Brand, LosesLeadingBlanks) {
+TEST(Brand, LosesSpacesAtBothEnds) {
   EXPECT_EQ(brandText(withBrand("     Example CPU @ 2.60GHz")), "Example CPU @ 2.60GHz");
+  std::string padded = "Example 16-Core Processor";
+  padded.resize(kBrandSize, ' ');
+  EXPECT_EQ(brandText(withBrand(padded)), "Example 16-Core Processor");
 }
 
 TEST(Brand, MayFillItsField) {
@@ -71,7 +74,7 @@ TEST(Brand, MayFillItsField) {
   EXPECT_EQ(brandText(withBrand(full)), full);
 }
 
-TEST(Brand, OfBlanksOrOfNothingIsEmpty) {
+TEST(Brand, OfSpacesOrOfNothingIsEmpty) {
   EXPECT_EQ(brandText(withBrand(std::string(kBrandSize, ' '))), "");
   EXPECT_EQ(brandText(CpuidLeaves{}), "");
 }

@@ -61,17 +61,17 @@ TEST(LinkSettings, WithUnknownSpeedAndDuplexAreAutomatic) {
   EXPECT_EQ(settings.autoNegotiation, 0);
 }
 
-TEST(LinkSettings, OfADriverWithoutThemAreAllZero) {
+TEST(LinkSettings, OfADriverWithoutThemAreEmptyAndOfAnUnknownTransceiver) {
   FakeEthtool fake;
   const auto settings = decodeLinkSettings(askLinkSettings(fake, "eth0"));
   EXPECT_EQ(settings.linkMode, LinkMode(LinkSpeed::kAuto, Duplex::kAuto))
       << "the kernel's zero would be half duplex";
   EXPECT_THAT(settings.supportedPorts, IsEmpty());
   EXPECT_EQ(settings.portMode, PnicPortMode{0});
-  EXPECT_EQ(settings.transceiver, TransceiverMode{0});
+  EXPECT_EQ(settings.transceiver, TransceiverMode::kUnknown) << "zero would be internal";
 }
 
-TEST(LinkSettings, ThatAreShorterThanTheySayAreAllZero) {
+TEST(LinkSettings, ThatAreShorterThanTheySayAreEmpty) {
   FakeEthtool fake;
   answerCopper(fake);
   const LinkSettingsAnswer answer = askLinkSettings(fake, "eth0");
@@ -79,6 +79,7 @@ TEST(LinkSettings, ThatAreShorterThanTheySayAreAllZero) {
     const LinkSettingsAnswer cut(answer.begin(),
                                  answer.begin() + static_cast<std::ptrdiff_t>(size));
     EXPECT_EQ(decodeLinkSettings(cut).autoNegotiation, 0) << size;
+    EXPECT_EQ(decodeLinkSettings(cut).transceiver, TransceiverMode::kUnknown) << size;
   }
 }
 
@@ -178,15 +179,17 @@ TEST(PermanentAddress, IsTakenWhenItHasSixBytes) {
   EXPECT_THAT(askPermanentAddress(fake, "eth0"), ElementsAre(0, 0, 0, 0, 0, 0));
 }
 
-class RefusedGroup : public testing::TestWithParam<int> {};
-
-TEST_P(RefusedGroup, IsAnEmptyAnswer) {
+FakeEthtool refusingEverything(int error) {
   FakeEthtool fake;
   for (std::uint32_t command : {ETHTOOL_GLINKSETTINGS, ETHTOOL_GCHANNELS, ETHTOOL_GWOL,
                                 ETHTOOL_GCOALESCE, ETHTOOL_GDRVINFO, ETHTOOL_GPERMADDR}) {
-    fake.errors[command] = GetParam();
+    fake.errors[command] = error;
   }
-  EXPECT_THAT(askLinkSettings(fake, "eth0"), IsEmpty());
+  return fake;
+}
+
+/// Whatever is asked for but the link settings is an empty answer.
+void expectNothingFromTheOtherGroups(FakeEthtool& fake) {
   EXPECT_FALSE(askChannels(fake, "eth0").has_value());
   EXPECT_EQ(askWakeOnLan(fake, "eth0").supported, 0U);
   EXPECT_EQ(decodeCoalesce(askCoalesce(fake, "eth0")).rxUsecs, 0U);
@@ -194,17 +197,43 @@ TEST_P(RefusedGroup, IsAnEmptyAnswer) {
   EXPECT_THAT(askPermanentAddress(fake, "eth0"), ElementsAre(0, 0, 0, 0, 0, 0));
 }
 
-INSTANTIATE_TEST_SUITE_P(Errors, RefusedGroup,
-                         testing::Values(EOPNOTSUPP, EPERM, EINVAL, EIO, ETIMEDOUT));
+class RefusedGroup : public testing::TestWithParam<int> {};
+
+TEST_P(RefusedGroup, IsAnEmptyAnswer) {
+  FakeEthtool fake = refusingEverything(GetParam());
+  EXPECT_THAT(askLinkSettings(fake, "eth0"), IsEmpty());
+  expectNothingFromTheOtherGroups(fake);
+}
+
+INSTANTIATE_TEST_SUITE_P(Errors, RefusedGroup, testing::Values(EOPNOTSUPP, 524, EPERM, EINVAL));
+
+class DriverError : public testing::TestWithParam<int> {};
+
+TEST_P(DriverError, IsAFailureOfTheLinkSettingsAlone) {
+  FakeEthtool fake = refusingEverything(GetParam());
+  EXPECT_THROW(askLinkSettings(fake, "eth0"), NodemgrException);
+  expectNothingFromTheOtherGroups(fake);
+}
+
+TEST_P(DriverError, AtTheSecondQuestionIsAFailure) {
+  struct FailingSecond : FakeEthtool {
+    int error = 0;
+    int ask(const std::string& port, void* question) override {
+      const int first = FakeEthtool::ask(port, question);
+      return asked[ETHTOOL_GLINKSETTINGS] < 2 ? first : error;
+    }
+  } fake;
+  answerCopper(fake);
+  fake.error = GetParam();
+  EXPECT_THROW(askLinkSettings(fake, "eth0"), NodemgrException);
+}
+
+INSTANTIATE_TEST_SUITE_P(Errors, DriverError, testing::Values(EBUSY, EIO, ETIMEDOUT, EAGAIN));
 
 class FailedGroup : public testing::TestWithParam<int> {};
 
 TEST_P(FailedGroup, IsTheLibrarysException) {
-  FakeEthtool fake;
-  for (std::uint32_t command : {ETHTOOL_GLINKSETTINGS, ETHTOOL_GCHANNELS, ETHTOOL_GWOL,
-                                ETHTOOL_GCOALESCE, ETHTOOL_GDRVINFO, ETHTOOL_GPERMADDR}) {
-    fake.errors[command] = GetParam();
-  }
+  FakeEthtool fake = refusingEverything(GetParam());
   EXPECT_THROW(askLinkSettings(fake, "eth0"), NodemgrException);
   EXPECT_THROW(askChannels(fake, "eth0"), NodemgrException);
   EXPECT_THROW(askWakeOnLan(fake, "eth0"), NodemgrException);

@@ -93,9 +93,6 @@ TEST(HostPorts, HaveTheLinkSettingsThatEthtoolShows) {
     PnicLinkSettings settings;
     port->GetLinkSettings(settings);
     EXPECT_EQ(settings.autoNegotiation, labelled(*text, "Auto-negotiation") == "on" ? 1 : 0);
-    if (const auto detected = labelled(*text, "Link detected")) {
-      EXPECT_EQ(port->IsLinkUp(), *detected == "yes");
-    }
   }
 }
 

@@ -6,7 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "platform/fact.h"
+
 namespace Nodemgr::Network {
+
+using platform::Fact;
 
 /// The numbers are the host library's; a value outside the named ones may occur.
 enum class Duplex : std::uint32_t { kAuto = 0, kFull = 1, kHalf = 2 };
@@ -58,18 +62,40 @@ class MacAddress {
 struct PnicLinkSettings {
   std::vector<PnicPortMode> supportedPorts;
   std::vector<LinkMode> supportedLinkModes;
-  std::uint8_t autoNegotiation = 0;  ///< 0 or 1
+  std::uint8_t autoNegotiation = 0;
   std::vector<LinkMode> advertisedLinkModes;
   bool advertisedAutoNegotiation = false;
-  LinkMode linkMode{};  ///< in force
+  LinkMode linkMode{};
   PnicPortMode portMode{};
-  std::uint32_t phyAddress = 0;  ///< on the management bus; not a MAC address
+  std::uint32_t phyAddress = 0;
   TransceiverMode transceiver{};
   std::vector<WakeOnMode> wolSupported;
-  std::vector<WakeOnMode> wolOptions;  ///< in force
-};
+  std::vector<WakeOnMode> wolOptions;
 
-/// Counters since the driver was loaded.
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"supportedPorts", &PnicLinkSettings::supportedPorts,
+             "port modes: 0 twisted pair to 4 fibre"},
+        Fact{"supportedLinkModes", &PnicLinkSettings::supportedLinkModes,
+             "pairs `[speed, duplex]`"},
+        Fact{"autoNegotiation", &PnicLinkSettings::autoNegotiation, "0 or 1"},
+        Fact{"advertisedLinkModes", &PnicLinkSettings::advertisedLinkModes,
+             "pairs `[speed, duplex]`"},
+        Fact{"advertisedAutoNegotiation", &PnicLinkSettings::advertisedAutoNegotiation},
+        Fact{"linkMode", &PnicLinkSettings::linkMode, "in force"},
+        Fact{"portMode", &PnicLinkSettings::portMode, "in force"},
+        Fact{"phyAddress", &PnicLinkSettings::phyAddress,
+             "on the management bus; not a MAC address"},
+        Fact{"transceiver", &PnicLinkSettings::transceiver, "0 internal, 1 external, 2 unknown"},
+        Fact{"wolSupported", &PnicLinkSettings::wolSupported, "wake-on-LAN modes, 1 to 7"},
+        Fact{"wolOptions", &PnicLinkSettings::wolOptions, "wake-on-LAN modes in force"},
+    };
+  }
+};
+static_assert(platform::everyMemberIsAFact<PnicLinkSettings>());
+
+/// Counters since the driver was loaded. The facts are spelled as the properties that show them,
+/// mixed capitals included.
 struct PnicStatistics {
   std::uint64_t packetsTx = 0;
   std::uint64_t packetsRx = 0;
@@ -90,10 +116,36 @@ struct PnicStatistics {
   std::uint64_t txCarrierErrors = 0;
   std::uint64_t txHeartbeatErrors = 0;
   std::uint64_t txWindowErrors = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"packetsTx", &PnicStatistics::packetsTx},
+        Fact{"packetsRx", &PnicStatistics::packetsRx},
+        Fact{"bytesTx", &PnicStatistics::bytesTx},
+        Fact{"bytesRx", &PnicStatistics::bytesRx},
+        Fact{"errorsTx", &PnicStatistics::errorsTx},
+        Fact{"errorsRx", &PnicStatistics::errorsRx},
+        Fact{"droppedTx", &PnicStatistics::droppedTx},
+        Fact{"droppedRx", &PnicStatistics::droppedRx},
+        Fact{"RxLengthErrors", &PnicStatistics::rxLengthErrors},
+        Fact{"RxOverErrors", &PnicStatistics::rxOverErrors},
+        Fact{"RxCRCErrors", &PnicStatistics::rxCrcErrors},
+        Fact{"RxFrameErrors", &PnicStatistics::rxFrameErrors},
+        Fact{"RxFIFOErrors", &PnicStatistics::rxFifoErrors},
+        Fact{"RxMissedErrors", &PnicStatistics::rxMissedErrors},
+        Fact{"TxAbortedErrors", &PnicStatistics::txAbortedErrors},
+        Fact{"TxFIFOErrors", &PnicStatistics::txFifoErrors},
+        Fact{"TxCarrierErrors", &PnicStatistics::txCarrierErrors},
+        Fact{"TxHeartbeatErrors", &PnicStatistics::txHeartbeatErrors},
+        Fact{"TxWindowErrors", &PnicStatistics::txWindowErrors},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<PnicStatistics>());
 
 /// Interrupt coalescing. Times in microseconds, rates in packets per second, the sampling interval
-/// in seconds.
+/// in seconds. The facts are spelled as the properties that show them, a singular "Frame" at low
+/// and high packet rate included.
 struct PnicCoalesceParams {
   bool adaptiveRx = false;
   bool adaptiveTx = false;
@@ -117,14 +169,52 @@ struct PnicCoalesceParams {
   std::uint32_t rxFrameHigh = 0;
   std::uint32_t txUsecsHigh = 0;
   std::uint32_t txFrameHigh = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"adaptiveRX", &PnicCoalesceParams::adaptiveRx},
+        Fact{"adaptiveTX", &PnicCoalesceParams::adaptiveTx},
+        Fact{"statsBlockUsecs", &PnicCoalesceParams::statsBlockUsecs},
+        Fact{"sampleInterval", &PnicCoalesceParams::sampleInterval},
+        Fact{"pktRateLow", &PnicCoalesceParams::pktRateLow},
+        Fact{"pktRateHigh", &PnicCoalesceParams::pktRateHigh},
+        Fact{"rxUsecs", &PnicCoalesceParams::rxUsecs},
+        Fact{"rxFrames", &PnicCoalesceParams::rxFrames},
+        Fact{"rxUsecsIrq", &PnicCoalesceParams::rxUsecsIrq},
+        Fact{"rxFramesIrq", &PnicCoalesceParams::rxFramesIrq},
+        Fact{"txUsecs", &PnicCoalesceParams::txUsecs},
+        Fact{"txFrames", &PnicCoalesceParams::txFrames},
+        Fact{"txUsecsIrq", &PnicCoalesceParams::txUsecsIrq},
+        Fact{"txFramesIrq", &PnicCoalesceParams::txFramesIrq},
+        Fact{"rxUsecsLow", &PnicCoalesceParams::rxUsecsLow},
+        Fact{"rxFrameLow", &PnicCoalesceParams::rxFrameLow},
+        Fact{"txUsecsLow", &PnicCoalesceParams::txUsecsLow},
+        Fact{"txFrameLow", &PnicCoalesceParams::txFrameLow},
+        Fact{"rxUsecsHigh", &PnicCoalesceParams::rxUsecsHigh},
+        Fact{"rxFrameHigh", &PnicCoalesceParams::rxFrameHigh},
+        Fact{"txUsecsHigh", &PnicCoalesceParams::txUsecsHigh},
+        Fact{"txFrameHigh", &PnicCoalesceParams::txFrameHigh},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<PnicCoalesceParams>());
 
 struct PnicDriverInfo {
   std::string driver;
   std::string driverVersion;
   std::string firmwareVersion;
   std::string busInfo;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"driver", &PnicDriverInfo::driver},
+        Fact{"driverVersion", &PnicDriverInfo::driverVersion},
+        Fact{"firmwareVersion", &PnicDriverInfo::firmwareVersion},
+        Fact{"busInfo", &PnicDriverInfo::busInfo},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<PnicDriverInfo>());
 
 /// Where a port sits on PCI.
 class PciDevice {

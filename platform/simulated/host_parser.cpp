@@ -2,14 +2,17 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 
 #include "platform/simulated/json_value.h"
-#include "platform/simulated/port_reader.h"
 
 namespace simulated {
 namespace {
 
 using nlohmann::json;
+using Nodemgr::Network::Duplex;
+using Nodemgr::Network::LinkMode;
+using Nodemgr::Network::MacAddress;
 
 /// Swallows a JSON text and keeps where it stops being JSON.
 class ErrorFinder : public nlohmann::json_sax<json> {
@@ -56,8 +59,48 @@ HostError notJson(std::string_view text) {
 
 }  // namespace
 
-// The readers of the records stand outside the unnamed namespace, where the templates of
-// json_value.h look for them.
+// What is read otherwise than by its type or by its facts alone. The readers stand outside the
+// unnamed namespace, where the templates of json_value.h look for them.
+
+/// [speed, duplex]
+void readValue(const Value& value, LinkMode& mode) {
+  if (value.array().size() != 2) value.refuse("expected a pair [speed, duplex]");
+  readValue(Value(value, std::size_t{0}, value.json()[0]), mode.first);
+  readValue(Value(value, std::size_t{1}, value.json()[1]), mode.second);
+}
+
+/// "02:1a:2b:ab:cd:ef", digits in either case
+void readValue(const Value& value, MacAddress& mac) {
+  constexpr std::size_t kWidth = 3;  // two digits and a colon, which the last pair lacks
+  const std::string& text = value.text();
+  MacAddress::Bytes bytes{};
+  bool good = text.size() == bytes.size() * kWidth - 1;
+  for (std::size_t i = 0; good && i < bytes.size(); ++i) {
+    const char* pair = text.data() + i * kWidth;
+    good = std::from_chars(pair, pair + 2, bytes[i], 16).ptr == pair + 2 &&
+           (i + 1 == bytes.size() || pair[2] == ':');
+  }
+  if (!good) value.refuse("expected an address in the form \"02:1a:2b:ab:cd:ef\"");
+  mac = MacAddress(bytes);
+}
+
+/// {"GetMtu": "nodemgr", ...}
+void readValue(const Value& value, AccessorFaults& faults) {
+  value.forEachMember([&](const std::string& name, const Value& member) {
+    const bool known = std::any_of(std::begin(kAccessorNames), std::end(kAccessorNames),
+                                   [&](const char* accessor) { return name == accessor; });
+    if (!known) member.refuse("unknown member");
+    faults[name] = readFaultName(member);
+  });
+}
+
+/// The duplex of the port itself has three values; only those in link modes are free.
+void readValue(const Value& value, SimulatedPort& port) {
+  readFacts(value, port);
+  value.withMember("duplex", [](const Value& duplex) {
+    duplex.unsignedUpTo(static_cast<std::uint64_t>(Duplex::kHalf));
+  });
+}
 
 /// Dotted quad: four decimal numbers up to 255
 void readValue(const Value& value, Ipv4Bytes& address) {
@@ -74,121 +117,39 @@ void readValue(const Value& value, Ipv4Bytes& address) {
   if (!good) value.refuse("expected an address in the form \"10.0.0.7\"");
 }
 
-void readValue(const Value& value, SimulatedIpv4& ipv4) {
-  static constexpr std::array<Member<SimulatedIpv4>, 2> kMembers = {{
-      {"address", into<&SimulatedIpv4::address>},
-      {"netmask", into<&SimulatedIpv4::netmask>},
-  }};
-  readMembers(value, kMembers, ipv4);
-}
-
 void readValue(const Value& value, SimulatedIpv6& ipv6) {
-  static constexpr std::array<Member<SimulatedIpv6>, 3> kMembers = {{
-      {"id", into<&SimulatedIpv6::id>},
-      {"address", into<&SimulatedIpv6::address>},
-      {"prefixLength", into<&SimulatedIpv6::prefixLength>},
-  }};
-  readMembers(value, kMembers, ipv6);
+  readFacts(value, ipv6);
   if (!value.json().contains("id")) ipv6.id = ipv6.address;
 }
 
-void readValue(const Value& value, SimulatedInterface& interface) {
-  static constexpr std::array<Member<SimulatedInterface>, 3> kMembers = {{
-      {"name", into<&SimulatedInterface::name>},
-      {"ipv4", into<&SimulatedInterface::ipv4>},
-      {"ipv6", into<&SimulatedInterface::ipv6>},
-  }};
-  readMembers(value, kMembers, interface);
-}
-
 void readValue(const Value& value, SimulatedCore& core) {
-  static constexpr auto kReadVendor = [](const Value& vendor, SimulatedCore& read) {
+  readFacts(value, core);
+  value.withMember("vendor", [](const Value& vendor) {
     if (vendor.text().size() != 12) vendor.refuse("expected twelve characters");
-    read.vendor = vendor.text();
-  };
-  static constexpr std::array<Member<SimulatedCore>, 7> kMembers = {{
-      {"running", into<&SimulatedCore::running>},
-      {"stepping", into<&SimulatedCore::stepping>},
-      {"vendor", kReadVendor},
-      {"featureEbx", into<&SimulatedCore::featureEbx>},
-      {"featureEcx", into<&SimulatedCore::featureEcx>},
-      {"extendedEcx", into<&SimulatedCore::extendedEcx>},
-      {"extendedEdx", into<&SimulatedCore::extendedEdx>},
-  }};
-  readMembers(value, kMembers, core);
+  });
 }
 
 void readValue(const Value& value, SimulatedPackage& package) {
-  static constexpr std::array<Member<SimulatedPackage>, 2> kMembers = {{
-      {"cores", into<&SimulatedPackage::cores>},
-      {"coreCount", into<&SimulatedPackage::coreCount>},
-  }};
-  readMembers(value, kMembers, package);
+  readFacts(value, package);
   if (!value.json().contains("coreCount")) {
     package.coreCount = static_cast<std::uint32_t>(package.cores.size());
   }
 }
 
-void readValue(const Value& value, SimulatedProcessors& processors) {
-  static constexpr std::array<Member<SimulatedProcessors>, 4> kMembers = {{
-      {"powerPolicy", into<&SimulatedProcessors::powerPolicy>},
-      {"hyperThreading", into<&SimulatedProcessors::hyperThreading>},
-      {"modelName", into<&SimulatedProcessors::modelName>},
-      {"packages", into<&SimulatedProcessors::packages>},
-  }};
-  readMembers(value, kMembers, processors);
-}
-
 /// {"239": ["hk0"], "607": [0, 3], ...}
-void readFailInstances(const Value& value, SimulatedHsi& hsi) {
-  for (const auto& item : value.object().items()) {
-    const Value member(value, item.key(), item.value());
-    std::size_t row = 0;
-    while (row < kInstanceNodes.size() && item.key() != kInstanceNodes[row].text) ++row;
-    if (row == kInstanceNodes.size()) member.refuse("unknown member");
-    if (kInstanceNodes[row].named) {
-      readValue(member, hsi.failInstances[row].names);
+void readValue(const Value& value, InstanceFaults& faults) {
+  value.forEachMember([&](const std::string& number, const Value& member) {
+    const auto* row =
+        std::find_if(std::begin(kInstanceNodes), std::end(kInstanceNodes),
+                     [&](const InstanceNode& node) { return number == std::to_string(node.node); });
+    if (row == std::end(kInstanceNodes)) member.refuse("unknown member");
+    FailingInstances& failing = faults[row->node];
+    if (row->named) {
+      readValue(member, failing.names);
     } else {
-      readValue(member, hsi.failInstances[row].numbers);
+      readValue(member, failing.numbers);
     }
-  }
-}
-
-void readValue(const Value& value, SimulatedHsi& hsi) {
-  static constexpr std::array<Member<SimulatedHsi>, 3> kMembers = {{
-      {"signatureOk", into<&SimulatedHsi::signatureOk>},
-      {"failNodes", into<&SimulatedHsi::failNodes>},
-      {"failInstances", readFailInstances},
-  }};
-  readMembers(value, kMembers, hsi);
-}
-
-void readValue(const Value& value, SimulatedVersion& version) {
-  static constexpr std::array<Member<SimulatedVersion>, 8> kMembers = {{
-      {"status", into<&SimulatedVersion::status>},
-      {"errno", into<&SimulatedVersion::errnoValue>},
-      {"text", into<&SimulatedVersion::text>},
-      {"productName", into<&SimulatedVersion::productName>},
-      {"version", into<&SimulatedVersion::version>},
-      {"edition", into<&SimulatedVersion::edition>},
-      {"releaseDate", into<&SimulatedVersion::releaseDate>},
-      {"buildNumber", into<&SimulatedVersion::buildNumber>},
-  }};
-  readMembers(value, kMembers, version);
-}
-
-void readValue(const Value& value, SimulatedHost& host) {
-  static constexpr std::array<Member<SimulatedHost>, 8> kMembers = {{
-      {"systemName", into<&SimulatedHost::systemName>},
-      {"systemClassName", into<&SimulatedHost::systemClassName>},
-      {"ports", into<&SimulatedHost::ports>},
-      {"interfaces", into<&SimulatedHost::interfaces>},
-      {"processors", into<&SimulatedHost::processors>},
-      {"hsi", into<&SimulatedHost::hsi>},
-      {"version", into<&SimulatedHost::version>},
-      {"hypervisor", into<&SimulatedHost::hypervisor>},
-  }};
-  readMembers(value, kMembers, host);
+  });
 }
 
 std::variant<SimulatedHost, HostError> parseHost(std::string_view text) {

@@ -251,15 +251,12 @@ bool contains(const std::vector<T>& values, const T& value) {
 /// The instance, the last parameter, is one of those that fail. A list without instance never is.
 bool instanceFails(const SimulatedHsi& hsi, std::uint32_t node, const Parameters& parameters) {
   if (parameters.count() == 0) return false;
+  const auto failing = hsi.failInstances.find(node);
+  if (failing == hsi.failInstances.end()) return false;
   const unsigned last = parameters.count() - 1;
-  for (std::size_t row = 0; row < kInstanceNodes.size(); ++row) {
-    if (kInstanceNodes[row].node != node) continue;
-    const FailingInstances& failing = hsi.failInstances[row];
-    if (!kInstanceNodes[row].named) return contains(failing.numbers, parameters.number(last));
-    const char* name = parameters.text(last);
-    return name != nullptr && contains(failing.names, std::string(name));
-  }
-  return false;
+  const char* name = parameters.text(last);
+  return name != nullptr ? contains(failing->second.names, std::string(name))
+                         : contains(failing->second.numbers, parameters.number(last));
 }
 
 bool fails(const SimulatedHsi& hsi, std::uint32_t node, const Parameters& parameters) {

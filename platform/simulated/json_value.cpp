@@ -100,9 +100,10 @@ Fault readFaultName(const Value& value) {
 }
 
 void readValue(const Value& value, Fault& fault) {
-  static constexpr std::array<Member<Fault>, 1> kMembers = {
-      {{"throw", [](const Value& name, Fault& read) { read = readFaultName(name); }}}};
-  readMembers(value, kMembers, fault);
+  value.forEachMember([&](const std::string& name, const Value& member) {
+    if (name != "throw") member.refuse("unknown member");
+    fault = readFaultName(member);
+  });
 }
 
 }  // namespace simulated

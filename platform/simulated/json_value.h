@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -44,6 +43,20 @@ class Value {
   /// A JSON integer, or text of "0x" and hexadecimal digits.
   std::uint64_t unsignedUpTo(std::uint64_t most) const;
   std::int32_t signed32() const;
+
+  /// Calls `visit` with the name and the value of each member of an object.
+  template <typename Visit>
+  void forEachMember(Visit visit) const {
+    for (const auto& item : object().items()) {
+      visit(item.key(), Value(*this, item.key(), item.value()));
+    }
+  }
+  /// Calls `visit` with that member of an object, where the text has it.
+  template <typename Visit>
+  void withMember(std::string_view name, Visit visit) const {
+    const auto member = object().find(name);
+    if (member != json_.end()) visit(Value(*this, name, *member));
+  }
 
  private:
   std::uint64_t hexadecimal(std::uint64_t most) const;
@@ -106,32 +119,23 @@ void readValue(const Value& value, OrFault<T>& valueOrFault) {
   }
 }
 
-/// One member of a record: its name and how it gets there.
+/// Reads an object by the facts of its record; a member that is none of them is refused.
 template <typename Record>
-struct Member {
-  std::string_view name;
-  void (*read)(const Value& value, Record& record);
-};
-
-/// The usual reader of a member: whatever readValue does for the field's type.
-template <auto field, typename Record>
-void into(const Value& value, Record& record) {
-  readValue(value, record.*field);
+void readFacts(const Value& value, Record& record) {
+  value.forEachMember([&](const std::string& name, const Value& member) {
+    bool known = false;
+    platform::forEachFact<Record>([&](const auto& fact) {
+      if (name != fact.name) return;
+      known = true;
+      readValue(member, record.*fact.member);
+    });
+    if (!known) member.refuse("unknown member");
+  });
 }
 
-/// Reads an object by the table of its members; a member that the table lacks is refused.
-template <typename Record, std::size_t size>
-void readMembers(const Value& value, const std::array<Member<Record>, size>& members,
-                 Record& record) {
-  for (const auto& item : value.object().items()) {
-    const Value member(value, item.key(), item.value());
-    const Member<Record>* found = nullptr;
-    for (const Member<Record>& candidate : members) {
-      if (candidate.name == item.key()) found = &candidate;
-    }
-    if (found == nullptr) member.refuse("unknown member");
-    found->read(member, record);
-  }
+template <typename Record>
+decltype(Record::facts(), void()) readValue(const Value& value, Record& record) {
+  readFacts(value, record);
 }
 
 }  // namespace simulated

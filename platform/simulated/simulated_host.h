@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <variant>
@@ -14,6 +16,8 @@
 /// in. Nothing here knows JSON, and nothing changes once it has been parsed, so any number of
 /// threads may read one host. The members are documented in docs/simulated-host.md.
 namespace simulated {
+
+using platform::Fact;
 
 /// What a host call throws instead of answering.
 enum class Fault {
@@ -32,117 +36,196 @@ struct SimulatedPci {
   std::uint8_t function = 0;
   std::uint16_t vendorId = 0;
   std::uint16_t deviceId = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"segment", &SimulatedPci::segment},   Fact{"bus", &SimulatedPci::bus},
+        Fact{"slot", &SimulatedPci::slot},         Fact{"function", &SimulatedPci::function},
+        Fact{"vendorId", &SimulatedPci::vendorId}, Fact{"deviceId", &SimulatedPci::deviceId},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedPci>());
 
-/// Operations of a port and of its PCI descriptor, in the order of kAccessorNames.
-enum class Accessor {
-  kGetName,
-  kGetPciDevice,
-  kGetDuplex,
-  kIsLinkUp,
-  kIsEnabled,
-  kGetLinkSpeed,
-  kGetMacAddress,
-  kIsCapabilityEnabled,
-  kIsCapabilitySupported,
-  kGetMtu,
-  kGetLinkSettings,
-  kGetStatistics,
-  kGetCoalesceParams,
-  kGetDriverInfo,
-  kGetSegment,
-  kGetBus,
-  kGetSlot,
-  kGetFunction,
-  kGetVendorId,
-  kGetDeviceId
-};
+/// The operations of a port and of its PCI descriptor that `faults` may name.
+constexpr const char* kAccessorNames[] = {"GetName",
+                                          "GetPciDevice",
+                                          "GetDuplex",
+                                          "IsLinkUp",
+                                          "IsEnabled",
+                                          "GetLinkSpeed",
+                                          "GetMacAddress",
+                                          "IsCapabilityEnabled",
+                                          "IsCapabilitySupported",
+                                          "GetMtu",
+                                          "GetLinkSettings",
+                                          "GetStatistics",
+                                          "GetCoalesceParams",
+                                          "GetDriverInfo",
+                                          "GetSegment",
+                                          "GetBus",
+                                          "GetSlot",
+                                          "GetFunction",
+                                          "GetVendorId",
+                                          "GetDeviceId"};
 
-/// As `faults` spells them.
-constexpr std::array<const char*, 20> kAccessorNames = {"GetName",
-                                                        "GetPciDevice",
-                                                        "GetDuplex",
-                                                        "IsLinkUp",
-                                                        "IsEnabled",
-                                                        "GetLinkSpeed",
-                                                        "GetMacAddress",
-                                                        "IsCapabilityEnabled",
-                                                        "IsCapabilitySupported",
-                                                        "GetMtu",
-                                                        "GetLinkSettings",
-                                                        "GetStatistics",
-                                                        "GetCoalesceParams",
-                                                        "GetDriverInfo",
-                                                        "GetSegment",
-                                                        "GetBus",
-                                                        "GetSlot",
-                                                        "GetFunction",
-                                                        "GetVendorId",
-                                                        "GetDeviceId"};
-static_assert(kAccessorNames.size() == static_cast<std::size_t>(Accessor::kGetDeviceId) + 1);
-
-/// One fault or none for each accessor.
-using AccessorFaults = std::array<std::optional<Fault>, kAccessorNames.size()>;
+/// What accessors throw, by their names.
+using AccessorFaults = std::map<std::string, Fault, std::less<>>;
 
 struct SimulatedPort {
   std::string name;
   Nodemgr::Network::Duplex duplex = Nodemgr::Network::Duplex::kAuto;
   bool linkUp = false;
   bool enabled = false;
-  std::uint32_t linkSpeed = 0;  ///< Mb/s
+  std::uint32_t linkSpeed = 0;
   Nodemgr::Network::MacAddress mac;
   bool capabilitySupported = false;
   bool capabilityEnabled = false;
-  std::uint32_t mtu = 0;  ///< bytes
+  std::uint32_t mtu = 0;
   std::optional<SimulatedPci> pci;
   OrFault<Nodemgr::Network::PnicLinkSettings> linkSettings;
   OrFault<Nodemgr::Network::PnicStatistics> statistics;
   OrFault<Nodemgr::Network::PnicCoalesceParams> coalesce;
   OrFault<Nodemgr::Network::PnicDriverInfo> driverInfo;
   AccessorFaults faults;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"name", &SimulatedPort::name},
+        Fact{"duplex", &SimulatedPort::duplex, "0 automatic, 1 full, 2 half"},
+        Fact{"linkUp", &SimulatedPort::linkUp},
+        Fact{"enabled", &SimulatedPort::enabled},
+        Fact{"linkSpeed", &SimulatedPort::linkSpeed, "Mb/s"},
+        Fact{"mac", &SimulatedPort::mac, "digits in either case"},
+        Fact{"capabilitySupported", &SimulatedPort::capabilitySupported},
+        Fact{"capabilityEnabled", &SimulatedPort::capabilityEnabled},
+        Fact{"mtu", &SimulatedPort::mtu, "bytes"},
+        Fact{"pci", &SimulatedPort::pci, "without one the port is not on PCI"},
+        Fact{"linkSettings", &SimulatedPort::linkSettings},
+        Fact{"statistics", &SimulatedPort::statistics},
+        Fact{"coalesce", &SimulatedPort::coalesce},
+        Fact{"driverInfo", &SimulatedPort::driverInfo},
+        Fact{"faults", &SimulatedPort::faults, "from an accessor to `\"nodemgr\"` or `\"other\"`"},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedPort>());
 
 /// Four bytes in network order.
 using Ipv4Bytes = std::array<unsigned char, 4>;
 
 struct SimulatedIpv4 {
   Ipv4Bytes address{};
-  std::optional<Ipv4Bytes> netmask = Ipv4Bytes{};  ///< none: reading it fails
+  std::optional<Ipv4Bytes> netmask = Ipv4Bytes{};
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"address", &SimulatedIpv4::address},
+        Fact{"netmask", &SimulatedIpv4::netmask, "with `null` reading it (node 240) fails"},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedIpv4>());
 
 struct SimulatedIpv6 {
   std::string id;
   std::string address;
   std::uint32_t prefixLength = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"id", &SimulatedIpv6::id,
+             "what node 243 lists and node 244 is asked with; by default the text of `address`"},
+        Fact{"address", &SimulatedIpv6::address, "not examined; cut to 48 bytes"},
+        Fact{"prefixLength", &SimulatedIpv6::prefixLength},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedIpv6>());
 
 struct SimulatedInterface {
   std::string name;
-  std::optional<SimulatedIpv4> ipv4;  ///< none: reading it fails
+  std::optional<SimulatedIpv4> ipv4;
   std::vector<SimulatedIpv6> ipv6;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"name", &SimulatedInterface::name},
+        Fact{"ipv4", &SimulatedInterface::ipv4, "with `null` reading the address (node 239) fails"},
+        Fact{"ipv6", &SimulatedInterface::ipv6},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedInterface>());
 
 struct SimulatedCore {
   bool running = true;
   std::uint8_t stepping = 0;
-  std::string vendor = "GenuineIntel";  ///< always twelve bytes
+  std::string vendor = "GenuineIntel";
   std::uint32_t featureEbx = 0;
   std::uint32_t featureEcx = 0;
   std::uint32_t extendedEcx = 0;
   std::uint32_t extendedEdx = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"running", &SimulatedCore::running},
+        Fact{"stepping", &SimulatedCore::stepping},
+        Fact{"vendor", &SimulatedCore::vendor, "twelve characters"},
+        Fact{"featureEbx", &SimulatedCore::featureEbx, "feature leaf"},
+        Fact{"featureEcx", &SimulatedCore::featureEcx, "feature leaf"},
+        Fact{"extendedEcx", &SimulatedCore::extendedEcx, "extended feature leaf"},
+        Fact{"extendedEdx", &SimulatedCore::extendedEdx, "extended feature leaf"},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedCore>());
 
 struct SimulatedPackage {
   std::vector<SimulatedCore> cores;
-  std::uint32_t coreCount = 0;  ///< what the package claims; need not be the number of `cores`
+  std::uint32_t coreCount = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"cores", &SimulatedPackage::cores, "counted from 0 through all packages in order"},
+        Fact{"coreCount", &SimulatedPackage::coreCount,
+             "what the package claims; by default the number of `cores`"},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedPackage>());
 
 struct SimulatedProcessors {
   std::string powerPolicy = "dynamic";
   std::uint32_t hyperThreading = 0;
   std::string modelName;
   std::vector<SimulatedPackage> packages;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"powerPolicy", &SimulatedProcessors::powerPolicy},
+        Fact{"hyperThreading", &SimulatedProcessors::hyperThreading},
+        Fact{"modelName", &SimulatedProcessors::modelName, "cut to 48 bytes"},
+        Fact{"packages", &SimulatedProcessors::packages},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedProcessors>());
+
+/// One row for each node that has instances to read.
+struct InstanceNode {
+  HSI_Node node;
+  bool named;  ///< instances are names; otherwise numbers
+};
+
+constexpr InstanceNode kInstanceNodes[] = {{kHsiInterfaceIpv4, true},
+                                           {kHsiInterfaceNetmask, true},
+                                           {kHsiInterfaceIpv6List, true},
+                                           {kHsiInterfaceIpv6, true},
+                                           {kHsiCore, false},
+                                           {kHsiPackage, false},
+                                           {kHsiCoreState, false},
+                                           {kHsiCoreDetail, false}};
 
 /// Instances of one node whose read fails. A node has either names or numbers.
 struct FailingInstances {
@@ -150,30 +233,29 @@ struct FailingInstances {
   std::vector<std::int32_t> numbers;
 };
 
-/// One row for each node that has instances to read.
-struct InstanceNode {
-  HSI_Node node;
-  const char* text;  ///< the node number as `failInstances` spells it
-  bool named;        ///< instances are names; otherwise numbers
-};
-
-constexpr std::array<InstanceNode, 8> kInstanceNodes = {{{kHsiInterfaceIpv4, "239", true},
-                                                         {kHsiInterfaceNetmask, "240", true},
-                                                         {kHsiInterfaceIpv6List, "243", true},
-                                                         {kHsiInterfaceIpv6, "244", true},
-                                                         {kHsiCore, "607", false},
-                                                         {kHsiPackage, "608", false},
-                                                         {kHsiCoreState, "800", false},
-                                                         {kHsiCoreDetail, "801", false}}};
+/// By node number.
+using InstanceFaults = std::map<std::uint32_t, FailingInstances>;
 
 struct SimulatedHsi {
   bool signatureOk = true;
   std::vector<std::uint32_t> failNodes;
-  std::array<FailingInstances, kInstanceNodes.size()> failInstances;  ///< row by row as above
+  InstanceFaults failInstances;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"signatureOk", &SimulatedHsi::signatureOk, "`false` fails every `HSI_CheckSig`"},
+        Fact{"failNodes", &SimulatedHsi::failNodes,
+             "node numbers; every read and every list of them fails with 1"},
+        Fact{"failInstances", &SimulatedHsi::failInstances,
+             "from a node number, as decimal text, to an array of instances whose read fails with "
+             "1"},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedHsi>());
 
 struct SimulatedVersion {
-  std::int32_t status = 0;  ///< not 0: the version call fails with it
+  std::int32_t status = 0;
   std::int32_t errnoValue = 5;
   std::string text = "simulated failure";
   std::string productName = "Orvane Ondi";
@@ -181,7 +263,21 @@ struct SimulatedVersion {
   std::string edition = "simulated";
   std::string releaseDate;
   std::int32_t buildNumber = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"status", &SimulatedVersion::status, "other than 0 the version call fails with it"},
+        Fact{"errno", &SimulatedVersion::errnoValue, "what the status stands for"},
+        Fact{"text", &SimulatedVersion::text, "what the status stands for"},
+        Fact{"productName", &SimulatedVersion::productName},
+        Fact{"version", &SimulatedVersion::version},
+        Fact{"edition", &SimulatedVersion::edition},
+        Fact{"releaseDate", &SimulatedVersion::releaseDate, "in the form `\"Oct 4 2014\"`"},
+        Fact{"buildNumber", &SimulatedVersion::buildNumber},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedVersion>());
 
 struct SimulatedHost {
   std::string systemName = "simulated-host";
@@ -192,6 +288,22 @@ struct SimulatedHost {
   SimulatedHsi hsi;
   SimulatedVersion version;
   bool hypervisor = true;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"systemName", &SimulatedHost::systemName, "`OMC::getComputerSystemName`"},
+        Fact{"systemClassName", &SimulatedHost::systemClassName,
+             "`OMC::getComputerSystemClassName`"},
+        Fact{"ports", &SimulatedHost::ports,
+             "physical ports, in this order; `GetPnics` and `GetPnicByName` throw the fault"},
+        Fact{"interfaces", &SimulatedHost::interfaces, "kernel interfaces, in this order"},
+        Fact{"processors", &SimulatedHost::processors, "processor packages and cores"},
+        Fact{"hsi", &SimulatedHost::hsi, "faults of the kernel information interface"},
+        Fact{"version", &SimulatedHost::version, "the running image"},
+        Fact{"hypervisor", &SimulatedHost::hypervisor, "`HostType_OSIsHYK`"},
+    };
+  }
 };
+static_assert(platform::everyMemberIsAFact<SimulatedHost>());
 
 }  // namespace simulated

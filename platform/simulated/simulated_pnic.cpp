@@ -10,9 +10,10 @@ namespace {
 
 using namespace Nodemgr::Network;
 
-void throwIfFaulty(const SimulatedPort& port, Accessor accessor) {
-  const std::optional<Fault>& fault = port.faults[static_cast<std::size_t>(accessor)];
-  if (fault) throwFault(*fault);
+/// What `faults` says of the accessor by that name.
+void throwIfFaulty(const SimulatedPort& port, const char* accessor) {
+  const auto fault = port.faults.find(accessor);
+  if (fault != port.faults.end()) throwFault(fault->second);
 }
 
 /// The record, or what stands in its place.
@@ -26,15 +27,15 @@ class FilePciDevice : public PciDevice {
  public:
   explicit FilePciDevice(const SimulatedPort& port) : port_(port) {}
 
-  std::uint16_t GetSegment() override { return pci(Accessor::kGetSegment).segment; }
-  std::uint8_t GetBus() override { return pci(Accessor::kGetBus).bus; }
-  std::uint8_t GetSlot() override { return pci(Accessor::kGetSlot).slot; }
-  std::uint8_t GetFunction() override { return pci(Accessor::kGetFunction).function; }
-  std::uint16_t GetVendorId() override { return pci(Accessor::kGetVendorId).vendorId; }
-  std::uint16_t GetDeviceId() override { return pci(Accessor::kGetDeviceId).deviceId; }
+  std::uint16_t GetSegment() override { return pci(__func__).segment; }
+  std::uint8_t GetBus() override { return pci(__func__).bus; }
+  std::uint8_t GetSlot() override { return pci(__func__).slot; }
+  std::uint8_t GetFunction() override { return pci(__func__).function; }
+  std::uint16_t GetVendorId() override { return pci(__func__).vendorId; }
+  std::uint16_t GetDeviceId() override { return pci(__func__).deviceId; }
 
  private:
-  const SimulatedPci& pci(Accessor accessor) const {
+  const SimulatedPci& pci(const char* accessor) const {
     throwIfFaulty(port_, accessor);
     return port_.pci.value();
   }
@@ -47,37 +48,29 @@ class FilePnic : public Pnic {
   explicit FilePnic(std::shared_ptr<const SimulatedPort> port)
       : port_(std::move(port)), pciDevice_(*port_) {}
 
-  std::string GetName() override { return port(Accessor::kGetName).name; }
-  PciDevice* GetPciDevice() override {
-    return port(Accessor::kGetPciDevice).pci ? &pciDevice_ : nullptr;
-  }
-  Duplex GetDuplex() override { return port(Accessor::kGetDuplex).duplex; }
-  bool IsLinkUp() override { return port(Accessor::kIsLinkUp).linkUp; }
-  bool IsEnabled() override { return port(Accessor::kIsEnabled).enabled; }
-  std::uint32_t GetLinkSpeed() override { return port(Accessor::kGetLinkSpeed).linkSpeed; }
-  MacAddress GetMacAddress() override { return port(Accessor::kGetMacAddress).mac; }
-  bool IsCapabilityEnabled() override {
-    return port(Accessor::kIsCapabilityEnabled).capabilityEnabled;
-  }
-  bool IsCapabilitySupported() override {
-    return port(Accessor::kIsCapabilitySupported).capabilitySupported;
-  }
-  std::uint32_t GetMtu() override { return port(Accessor::kGetMtu).mtu; }
+  std::string GetName() override { return port(__func__).name; }
+  PciDevice* GetPciDevice() override { return port(__func__).pci ? &pciDevice_ : nullptr; }
+  Duplex GetDuplex() override { return port(__func__).duplex; }
+  bool IsLinkUp() override { return port(__func__).linkUp; }
+  bool IsEnabled() override { return port(__func__).enabled; }
+  std::uint32_t GetLinkSpeed() override { return port(__func__).linkSpeed; }
+  MacAddress GetMacAddress() override { return port(__func__).mac; }
+  bool IsCapabilityEnabled() override { return port(__func__).capabilityEnabled; }
+  bool IsCapabilitySupported() override { return port(__func__).capabilitySupported; }
+  std::uint32_t GetMtu() override { return port(__func__).mtu; }
   void GetLinkSettings(PnicLinkSettings& settings) override {
-    settings = recordOf(port(Accessor::kGetLinkSettings).linkSettings);
+    settings = recordOf(port(__func__).linkSettings);
   }
   void GetStatistics(PnicStatistics& statistics) override {
-    statistics = recordOf(port(Accessor::kGetStatistics).statistics);
+    statistics = recordOf(port(__func__).statistics);
   }
   void GetCoalesceParams(PnicCoalesceParams& params) override {
-    params = recordOf(port(Accessor::kGetCoalesceParams).coalesce);
+    params = recordOf(port(__func__).coalesce);
   }
-  void GetDriverInfo(PnicDriverInfo& info) override {
-    info = recordOf(port(Accessor::kGetDriverInfo).driverInfo);
-  }
+  void GetDriverInfo(PnicDriverInfo& info) override { info = recordOf(port(__func__).driverInfo); }
 
  private:
-  const SimulatedPort& port(Accessor accessor) const {
+  const SimulatedPort& port(const char* accessor) const {
     throwIfFaulty(*port_, accessor);
     return *port_;
   }

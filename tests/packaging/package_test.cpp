@@ -92,9 +92,10 @@ TEST_F(PackageTest, InstallsAndRemovesInAScratchRoot) {
 
 class RemovalScriptTest : public PackageTest {
  protected:
-  /// The script that runs before a removal, with commands that note their arguments.
-  std::string callsOf(const std::vector<std::string>& environment,
-                      const std::string& action) const {
+  /// What the script that runs before a removal calls, where orvprovider-register ends with this
+  /// status.
+  std::string callsOf(const std::vector<std::string>& environment, const std::string& action,
+                      const std::string& ends = "exit 0") {
     const std::string control = scratch_.path() + "/control";
     fs::remove_all(control);
     EXPECT_EQ(runFromPath({"dpkg-deb", "-e", package_, control}).status, 0);
@@ -102,21 +103,38 @@ class RemovalScriptTest : public PackageTest {
     fs::remove(log);
     for (const char* command : {"sfcbunstage", "orvprovider-register"}) {
       scratch_.write(std::string("fake/") + command,
-                     "#!/bin/sh\necho \"$(basename \"$0\") $*\" >>" + log + "\nexit 1\n", true);
+                     "#!/bin/sh\necho \"$(basename \"$0\") $*\" >>" + log + "\n" + ends + "\n",
+                     true);
     }
     std::vector<std::string> command = {"/usr/bin/env",
                                         "PATH=" + scratch_.path() + "/fake:/usr/bin:/bin"};
     command.insert(command.end(), environment.begin(), environment.end());
     command.insert(command.end(), {control + "/prerm", action});
-    EXPECT_EQ(run(command).status, 0);
+    const Outcome outcome = run(command);
+    EXPECT_EQ(outcome.status, 0);
+    said_ = outcome.err;
     return fileText(log);
   }
+
+  std::string said_;
 };
 
-TEST_F(RemovalScriptTest, TakesTheRegistrationBackAndNeverStopsTheRemoval) {
+TEST_F(RemovalScriptTest, TakesTheRegistrationBack) {
   EXPECT_EQ(callsOf({}, "remove"), "orvprovider-register --undo\n");
+  EXPECT_EQ(said_, "");
   EXPECT_EQ(callsOf({}, "upgrade"), "");
   EXPECT_EQ(callsOf({"DPKG_ROOT=/scratch"}, "remove"), "");
+}
+
+TEST_F(RemovalScriptTest, TakesTheRegistrationAloneWhereTheRepositoryCannotBeRebuilt) {
+  EXPECT_EQ(callsOf({}, "remove", "[ $# = 2 ]"),
+            "orvprovider-register --undo\norvprovider-register --undo --keep-classes\n");
+  EXPECT_THAT(said_, HasSubstr("taking the registration alone"));
+}
+
+TEST_F(RemovalScriptTest, NeverStopsTheRemovalButTellsWhatStays) {
+  callsOf({}, "remove", "exit 1");
+  EXPECT_THAT(said_, HasSubstr("the broker stays registered"));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "ethernet/ethernet_port_provider.h"
 
-#include <array>
 #include <exception>
 #include <memory>
 #include <utility>
@@ -36,26 +35,16 @@ struct ServedClass {
   bool isPort() const { return fillSatellite == nullptr && association == nullptr; }
 };
 
-/// In the order in which requests test for them.
-constexpr std::array<ServedClass, 9> kServedClasses = {{
-    {kPortClass, nullptr, nullptr},
-    {kDriverClass, &EthernetPortProvider::fillEPDriverInstance, nullptr},
-    {kFirmwareClass, &EthernetPortProvider::fillEPFirmwareInstance, nullptr},
-    {kStatisticsClass, &EthernetPortProvider::fillEPStatsInstance, nullptr},
-    {kCoalesceClass, &EthernetPortProvider::fillEPCoalesceInstance, nullptr},
-    {kPortAssociations[0].className, nullptr, &kPortAssociations[0]},
-    {kPortAssociations[1].className, nullptr, &kPortAssociations[1]},
-    {kPortAssociations[2].className, nullptr, &kPortAssociations[2]},
-    {kPortAssociations[3].className, nullptr, &kPortAssociations[3]},
-}};
-
-/// Null when the class is not served.
-const ServedClass* findServedClass(const CmpiObjectPath& path) {
+/// The port, or the satellite or the association of a row. Absent when the class is not served.
+std::optional<ServedClass> findServedClass(const CmpiObjectPath& path) {
   const std::string name = ORV::classNameOf(path);
-  for (const ServedClass& served : kServedClasses) {
-    if (ORV::sameName(served.name, name.c_str())) return &served;
+  const auto is = [&](const char* served) { return ORV::sameName(served, name.c_str()); };
+  if (is(kPortClass)) return ServedClass{kPortClass, nullptr, nullptr};
+  for (const PortAssociation& row : kPortAssociations) {
+    if (is(row.satelliteClass)) return ServedClass{row.satelliteClass, row.fillSatellite, nullptr};
+    if (is(row.className)) return ServedClass{row.className, nullptr, &row};
   }
-  return nullptr;
+  return std::nullopt;
 }
 
 /// The ports that a request is about, owned by it.
@@ -196,8 +185,8 @@ CmpiStatus returnForEachPort(CmpiResult& result, const CmpiObjectPath& path,
   const std::unique_ptr<FetchedPorts> ports = fetchPorts(deviceName);
   if (ports == nullptr) return CmpiStatus(CMPI_RC_ERR_FAILED, kFetchFailed);
   if (!ports->list().empty()) {
-    const ServedClass* served = findServedClass(path);
-    if (served == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+    const auto served = findServedClass(path);
+    if (!served) return CMPI_RC_ERR_INVALID_CLASS;
     for (const auto& port : ports->list()) result.returnData(make(*served, *port));
   }
   result.returnDone();
@@ -248,8 +237,8 @@ CmpiStatus EthernetPortProvider::enumInstances(const CmpiContext& context, CmpiR
 
 CmpiStatus EthernetPortProvider::getInstance(const CmpiContext& context, CmpiResult& result,
                                              const CmpiObjectPath& path, const char** properties) {
-  const ServedClass* served = findServedClass(path);
-  if (served == nullptr) {
+  const auto served = findServedClass(path);
+  if (!served) {
     // Deliberate: a host without ports answers every class, as in the enumerations.
     if (hasNoPorts()) {
       result.returnDone();
@@ -275,21 +264,6 @@ CmpiStatus EthernetPortProvider::enumInstancesInt(const CmpiContext& context, Cm
   return returnForEachPort(result, path, deviceName, [&](const ServedClass& served, Pnic& port) {
     return fullInstance(served, scope, port);
   });
-}
-
-CmpiStatus EthernetPortProvider::createInstance(const CmpiContext&, CmpiResult&,
-                                                const CmpiObjectPath&, const CmpiInstance&) {
-  return CMPI_RC_ERR_NOT_SUPPORTED;
-}
-
-CmpiStatus EthernetPortProvider::setInstance(const CmpiContext&, CmpiResult&, const CmpiObjectPath&,
-                                             const CmpiInstance&, const char**) {
-  return CMPI_RC_ERR_NOT_SUPPORTED;
-}
-
-CmpiStatus EthernetPortProvider::deleteInstance(const CmpiContext&, CmpiResult&,
-                                                const CmpiObjectPath&) {
-  return CMPI_RC_ERR_NOT_SUPPORTED;
 }
 
 }  // namespace EthernetProvider

@@ -30,12 +30,6 @@ class EthernetPortProvider : public CmpiInstanceMI, private OMC::SimpleAssociati
   /// A well-formed path of a port that is not there is answered with OK and no instance.
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
                          const char** properties) override;
-  CmpiStatus createInstance(const CmpiContext& context, CmpiResult& result,
-                            const CmpiObjectPath& path, const CmpiInstance& instance) override;
-  CmpiStatus setInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-                         const CmpiInstance& instance, const char** properties) override;
-  CmpiStatus deleteInstance(const CmpiContext& context, CmpiResult& result,
-                            const CmpiObjectPath& path) override;
   /// Answers from the path's keys alone: the port need not exist.
   CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
                           const CmpiObjectPath& path, const char* assocClass,

@@ -1,9 +1,9 @@
 #include "ethernet/port_associations.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
-#include "ethernet/ethernet_port_provider.h"
 #include "framework/text.h"
 
 namespace EthernetProvider {
@@ -37,7 +37,7 @@ bool isA(const CmpiString& nameSpace, const char* className, const char* wanted)
 /// A role that no association knows ends the request: it does not apply here.
 bool isRole(const char* PortAssociation::*role, const char* wanted) {
   return std::any_of(
-      kPortAssociations.begin(), kPortAssociations.end(),
+      std::begin(kPortAssociations), std::end(kPortAssociations),
       [&](const PortAssociation& association) { return sameName(association.*role, wanted); });
 }
 

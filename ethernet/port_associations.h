@@ -1,21 +1,22 @@
 #pragma once
 
-#include <array>
 #include <string>
 
 #include "cmpi/cmpi_instance.h"
+#include "ethernet/ethernet_port_provider.h"
 #include "ethernet/port_paths.h"
 #include "framework/scoping_keys.h"
 #include "platform/computer_system.h"
 
 namespace EthernetProvider {
 
-/// One of the association classes that tie a port to a satellite.
+/// A satellite class of the ports, and the association class that ties a port to it.
 struct PortAssociation {
   const char* className;
   const char* portRole;
   const char* satelliteRole;
   const char* satelliteClass;
+  void (*fillSatellite)(CmpiInstance& instance, Nodemgr::Network::Pnic* port);
   /// Enumerated instances carry ElementSoftwareStatus; those that doReferences returns never do.
   bool tellsSoftwareStatus;
   /// Source of the port's SystemCreationClassName where doReferences builds the port's path.
@@ -24,16 +25,16 @@ struct PortAssociation {
 
 /// In the order in which a port's associations are returned.
 // Deliberate: the driver's row asks the host itself, the others the provider's scoping keys.
-inline constexpr std::array<PortAssociation, 4> kPortAssociations = {{
-    {"Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent", kDriverClass, true,
-     &OMC::getComputerSystemClassName},
-    {"Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent", kFirmwareClass, true,
-     &ORV::getSystemCreationClassName},
-    {"Orvane_EPStatistics", "Element", "Stats", kStatisticsClass, false,
-     &ORV::getSystemCreationClassName},
-    {"Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData", kCoalesceClass, false,
-     &ORV::getSystemCreationClassName},
-}};
+inline constexpr PortAssociation kPortAssociations[] = {
+    {"Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent", kDriverClass,
+     &EthernetPortProvider::fillEPDriverInstance, true, &OMC::getComputerSystemClassName},
+    {"Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent", kFirmwareClass,
+     &EthernetPortProvider::fillEPFirmwareInstance, true, &ORV::getSystemCreationClassName},
+    {"Orvane_EPStatistics", "Element", "Stats", kStatisticsClass,
+     &EthernetPortProvider::fillEPStatsInstance, false, &ORV::getSystemCreationClassName},
+    {"Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData", kCoalesceClass,
+     &EthernetPortProvider::fillEPCoalesceInstance, false, &ORV::getSystemCreationClassName},
+};
 
 /// A fresh association instance on a path without keys of its own: the port's role first, then the
 /// satellite's.

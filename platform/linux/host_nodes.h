@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "platform/linux/host_view.h"
-#include "platform/linux/netlink_messages.h"
 #include "platform/param_list.h"
 
 namespace LinuxHost {
 
+using Bytes = std::vector<unsigned char>;
 using Parameters = std::vector<HSI_Param>;
 
 /// How a node of the kernel information interface is answered from a view of the host. An answer

@@ -1,6 +1,5 @@
 #include "platform/linux/host_view.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace LinuxHost {
@@ -22,10 +21,11 @@ const std::vector<KernelInterface>& HostView::interfaces() {
 
 const KernelInterface* HostView::interface(const std::string& name) {
   const auto& all = interfaces();
-  const auto found = std::find_if(all.begin(), all.end(), [&](const KernelInterface& interface) {
-    return interface.name == name;
-  });
-  return found == all.end() ? nullptr : &*found;
+  if (interfaceNumbers_.size() != all.size()) {
+    for (std::size_t i = 0; i < all.size(); ++i) interfaceNumbers_.emplace(all[i].name, i);
+  }
+  const auto found = interfaceNumbers_.find(name);
+  return found == interfaceNumbers_.end() ? nullptr : &all[found->second];
 }
 
 const std::vector<CpuPackage>& HostView::packages() {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/linux/cpu_topology.h"
@@ -30,6 +32,7 @@ class HostView {
  private:
   std::string sysRoot_;
   std::optional<std::vector<KernelInterface>> interfaces_;
+  std::unordered_map<std::string, std::size_t> interfaceNumbers_;  ///< positions by name
   std::optional<std::vector<CpuPackage>> packages_;
   std::optional<std::vector<CpuCore>> cores_;
 };

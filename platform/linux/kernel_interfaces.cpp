@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "platform/linux/route_socket.h"
@@ -45,22 +46,23 @@ std::vector<KernelInterface> kernelInterfaces(std::vector<LinkRecord> links,
   links.erase(std::remove_if(links.begin(), links.end(), isLoopback), links.end());
   std::sort(links.begin(), links.end(),
             [](const LinkRecord& a, const LinkRecord& b) { return a.index < b.index; });
-  std::vector<KernelInterface> interfaces;
-  for (LinkRecord& link : links) {
-    KernelInterface interface;
-    interface.name = std::move(link.name);
-    for (const AddressRecord& address : addresses) {
-      if (address.linkIndex == link.index) addAddress(interface, address);
-    }
-    interfaces.push_back(std::move(interface));
+  std::vector<KernelInterface> interfaces(links.size());
+  std::unordered_map<int, KernelInterface*> byIndex;
+  for (std::size_t i = 0; i < links.size(); ++i) {
+    interfaces[i].name = std::move(links[i].name);
+    byIndex.emplace(links[i].index, &interfaces[i]);
+  }
+  for (const AddressRecord& address : addresses) {
+    const auto interface = byIndex.find(address.linkIndex);
+    if (interface != byIndex.end()) addAddress(*interface->second, address);
   }
   return interfaces;
 }
 
 std::vector<KernelInterface> readKernelInterfaces() {
   RouteSocket socket;
-  const auto addresses = decodeAddresses(socket.dumpAddresses());
-  return kernelInterfaces(decodeLinks(socket.dumpLinks()), addresses);
+  const auto addresses = socket.dumpAddresses();
+  return kernelInterfaces(socket.dumpLinks(), addresses);
 }
 
 }  // namespace LinuxHost

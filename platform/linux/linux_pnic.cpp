@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/linux/physical_ports.h"
+#include "platform/linux/parent_device.h"
 #include "platform/linux/sysfs.h"
 #include "platform/nodemgr_exception.h"
 
@@ -85,7 +85,8 @@ std::string LinuxPnic::GetName() { return link_.name; }
 PciDevice* LinuxPnic::GetPciDevice() {
   return pci_
       .get([this]() -> std::unique_ptr<PciDevice> {
-        const auto location = readPciLocation(sysDirectory() + "/device");
+        if (!link_.parent) return nullptr;
+        const auto location = readPciLocation(*link_.parent, sysRoot_);
         return location ? std::make_unique<LocatedPciDevice>(*location) : nullptr;
       })
       .get();
@@ -155,13 +156,11 @@ LinuxPnic::QueueCounts LinuxPnic::askQueues() {
     counts.used = channels->rx_count + channels->combined_count;
     return counts;
   }
-  const auto names = namesIn(sysDirectory() + "/queues");
+  const auto names = namesIn(linkDirectory(sysRoot_, link_.name) + "/queues");
   const auto receives = [](const std::string& name) { return name.compare(0, 3, "rx-") == 0; };
   counts.used = static_cast<std::uint32_t>(std::count_if(names.begin(), names.end(), receives));
   counts.possible = counts.used;
   return counts;
 }
-
-std::string LinuxPnic::sysDirectory() const { return linkDirectory(sysRoot_, link_.name); }
 
 }  // namespace LinuxHost

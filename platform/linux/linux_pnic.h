@@ -61,7 +61,6 @@ class LinuxPnic : public Nodemgr::Network::Pnic {
   const ethtool_wolinfo& wakeOnLan();
   const QueueCounts& queues();
   QueueCounts askQueues();
-  std::string sysDirectory() const;
 
   LinkRecord link_;
   std::shared_ptr<EthtoolChannel> channel_;

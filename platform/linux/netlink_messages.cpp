@@ -1,71 +1,91 @@
 #include "platform/linux/netlink_messages.h"
 
+#include <libmnl/libmnl.h>
 #include <linux/rtnetlink.h>
-#include <netlink/attr.h>
-#include <netlink/msg.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string_view>
+#include <utility>
 
 namespace LinuxHost {
 namespace {
 
-/// The attributes that follow a message's fixed header.
+/// The attributes that follow a message's fixed header, by number.
 class Attributes {
  public:
-  Attributes(const nlmsghdr* message, std::size_t headerSize)
-      : first_(nlmsg_attrdata(message, static_cast<int>(headerSize))),
-        size_(nlmsg_attrlen(message, static_cast<int>(headerSize))) {}
+  Attributes(const nlmsghdr* message, std::size_t headerSize) {
+    const std::size_t offset = MNL_ALIGN(headerSize);
+    const std::size_t size = mnl_nlmsg_get_payload_len(message);
+    if (size <= offset) return;
+    mnl_attr_parse_payload(mnl_nlmsg_get_payload_offset(message, headerSize), size - offset,
+                           &Attributes::store, this);
+  }
 
-  const nlattr* find(int type) const { return nla_find(first_, size_, type); }
+  const nlattr* find(std::uint16_t type) const { return byNumber_[type]; }
 
   /// Copies a value of fixed size, because attributes are aligned to four bytes only. A longer
   /// attribute is a newer kernel's; its beginning is the value that we know.
   template <typename Value>
-  std::optional<Value> value(int type) const {
+  std::optional<Value> value(std::uint16_t type) const {
     const nlattr* attribute = find(type);
-    if (attribute == nullptr || nla_len(attribute) < static_cast<int>(sizeof(Value))) return {};
+    if (attribute == nullptr || mnl_attr_get_payload_len(attribute) < sizeof(Value)) return {};
     Value value;
-    std::memcpy(&value, nla_data(attribute), sizeof value);
+    std::memcpy(&value, mnl_attr_get_payload(attribute), sizeof value);
     return value;
   }
 
-  std::string text(int type) const {
+  std::string text(std::uint16_t type) const {
     const nlattr* attribute = find(type);
     if (attribute == nullptr) return {};
-    const std::string_view bytes(static_cast<const char*>(nla_data(attribute)),
-                                 static_cast<std::size_t>(nla_len(attribute)));
+    const std::string_view bytes(static_cast<const char*>(mnl_attr_get_payload(attribute)),
+                                 mnl_attr_get_payload_len(attribute));
     return std::string(bytes.substr(0, bytes.find('\0')));
   }
 
  private:
-  const nlattr* first_;
-  int size_;
+  static constexpr std::size_t kKnown = std::max<std::size_t>(IFLA_MAX, IFA_MAX) + 1;
+
+  /// Of a repeated attribute the first counts.
+  static int store(const nlattr* attribute, void* attributes) {
+    auto& all = static_cast<Attributes*>(attributes)->byNumber_;
+    const std::uint16_t type = mnl_attr_get_type(attribute);
+    if (type < all.size() && all[type] == nullptr) all[type] = attribute;
+    return MNL_CB_OK;
+  }
+
+  std::array<const nlattr*, kKnown> byNumber_{};
 };
 
 template <typename Header>
 const Header* headerOf(const nlmsghdr* message) {
-  if (!nlmsg_valid_hdr(message, sizeof(Header))) return nullptr;
-  return static_cast<const Header*>(nlmsg_data(message));
+  if (mnl_nlmsg_get_payload_len(message) < sizeof(Header)) return nullptr;
+  return static_cast<const Header*>(mnl_nlmsg_get_payload(message));
 }
 
 /// Statistics of kernels older than ours end earlier; what they lack stays zero.
 rtnl_link_stats64 statisticsOf(const Attributes& attributes) {
   rtnl_link_stats64 statistics{};
   if (const nlattr* attribute = attributes.find(IFLA_STATS64)) {
-    const auto size = std::min(sizeof statistics, static_cast<std::size_t>(nla_len(attribute)));
-    std::memcpy(&statistics, nla_data(attribute), size);
+    const auto size = std::min<std::size_t>(sizeof statistics, mnl_attr_get_payload_len(attribute));
+    std::memcpy(&statistics, mnl_attr_get_payload(attribute), size);
   }
   return statistics;
 }
 
-std::optional<LinkRecord> decodeLink(const nlmsghdr* message) {
+std::optional<ParentDevice> parentOf(const Attributes& attributes) {
+  if (attributes.find(IFLA_PARENT_DEV_NAME) == nullptr) return {};
+  return ParentDevice{attributes.text(IFLA_PARENT_DEV_NAME),
+                      attributes.text(IFLA_PARENT_DEV_BUS_NAME)};
+}
+
+void decode(const nlmsghdr* message, std::vector<LinkRecord>& links) {
   const auto* header = headerOf<ifinfomsg>(message);
-  if (header == nullptr) return {};
+  if (header == nullptr) return;
   const Attributes attributes(message, sizeof *header);
-  LinkRecord link;
+  LinkRecord& link = links.emplace_back();
   link.index = header->ifi_index;
   link.hardwareType = header->ifi_type;
   link.flags = header->ifi_flags;
@@ -73,8 +93,9 @@ std::optional<LinkRecord> decodeLink(const nlmsghdr* message) {
   link.mtu = attributes.value<std::uint32_t>(IFLA_MTU).value_or(0);
   link.address = attributes.value<std::array<unsigned char, 6>>(IFLA_ADDRESS);
   link.permanentAddress = attributes.value<std::array<unsigned char, 6>>(IFLA_PERM_ADDRESS);
+  link.parent = parentOf(attributes);
+  link.parentsAreNamed = link.parent || attributes.find(IFLA_GRO_MAX_SIZE) != nullptr;
   link.statistics = statisticsOf(attributes);
-  return link;
 }
 
 /// The address of the host's own end: on a point-to-point link IFA_ADDRESS is the other end's.
@@ -83,72 +104,66 @@ const nlattr* localAddress(const Attributes& attributes) {
   return local != nullptr ? local : attributes.find(IFA_ADDRESS);
 }
 
-std::optional<AddressRecord> decodeAddress(const nlmsghdr* message) {
+void decode(const nlmsghdr* message, std::vector<AddressRecord>& addresses) {
   const auto* header = headerOf<ifaddrmsg>(message);
-  if (header == nullptr) return {};
-  if (header->ifa_family != AF_INET && header->ifa_family != AF_INET6) return {};
-  AddressRecord record;
+  if (header == nullptr) return;
+  if (header->ifa_family != AF_INET && header->ifa_family != AF_INET6) return;
+  const nlattr* address = localAddress(Attributes(message, sizeof *header));
+  const std::size_t size = header->ifa_family == AF_INET ? 4 : 16;
+  if (address == nullptr || mnl_attr_get_payload_len(address) != size) return;
+  AddressRecord& record = addresses.emplace_back();
   record.linkIndex = static_cast<int>(header->ifa_index);
   record.family = header->ifa_family;
   record.prefixLength = header->ifa_prefixlen;
-  const nlattr* address = localAddress(Attributes(message, sizeof *header));
-  const int size = record.family == AF_INET ? 4 : 16;
-  if (address == nullptr || nla_len(address) != size) return {};
-  std::memcpy(record.address.data(), nla_data(address), static_cast<std::size_t>(size));
-  return record;
+  std::memcpy(record.address.data(), mnl_attr_get_payload(address), size);
 }
 
-template <typename Record, typename Decode>
-std::vector<Record> decodeAll(const Bytes& messages, int type, Decode decode) {
-  std::vector<Record> records;
-  const auto* message = reinterpret_cast<const nlmsghdr*>(messages.data());
-  int left = static_cast<int>(messages.size());
-  for (; nlmsg_ok(message, left); message = nlmsg_next(const_cast<nlmsghdr*>(message), &left)) {
-    if (message->nlmsg_type != type) continue;
-    if (auto record = decode(message)) records.push_back(std::move(*record));
-  }
-  return records;
-}
+/// The messages that a record is read from.
+template <typename Record>
+constexpr std::uint16_t kMessageType = 0;
+template <>
+constexpr std::uint16_t kMessageType<LinkRecord> = RTM_NEWLINK;
+template <>
+constexpr std::uint16_t kMessageType<AddressRecord> = RTM_NEWADDR;
 
 /// The kernel's verdict at the start of a "done" or error message: zero or a negated errno value.
 int verdictOf(const nlmsghdr* message) {
-  std::int32_t verdict = 0;
-  if (nlmsg_datalen(message) < static_cast<int>(sizeof verdict)) return 0;
-  std::memcpy(&verdict, nlmsg_data(message), sizeof verdict);
-  return verdict < 0 ? -verdict : 0;
+  const auto* verdict = headerOf<std::int32_t>(message);
+  if (verdict == nullptr || *verdict >= 0) return 0;
+  return -std::max(*verdict, -std::numeric_limits<std::int32_t>::max());
 }
 
-void appendMessage(const nlmsghdr* message, Bytes& messages) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(message);
-  messages.insert(messages.end(), bytes, bytes + message->nlmsg_len);
-  messages.resize(NLMSG_ALIGN(messages.size()));
-}
-
-}  // namespace
-
-std::vector<LinkRecord> decodeLinks(const Bytes& messages) {
-  return decodeAll<LinkRecord>(messages, RTM_NEWLINK, decodeLink);
-}
-
-std::vector<AddressRecord> decodeAddresses(const Bytes& messages) {
-  return decodeAll<AddressRecord>(messages, RTM_NEWADDR, decodeAddress);
-}
-
-void appendAnswer(const unsigned char* piece, std::size_t size, AnswerState& state,
-                  Bytes& messages) {
+template <typename Record>
+void readMessages(const unsigned char* piece, std::size_t size, AnswerState& state,
+                  std::vector<Record>& records) {
   const auto* message = reinterpret_cast<const nlmsghdr*>(piece);
   int left = static_cast<int>(size);
-  for (; !state.complete && nlmsg_ok(message, left);
-       message = nlmsg_next(const_cast<nlmsghdr*>(message), &left)) {
+  // The library compares signed lengths; no length of ours is so large that it turns negative.
+  const auto isWhole = [&] {
+    return mnl_nlmsg_ok(message, left) && message->nlmsg_len <= static_cast<unsigned>(left);
+  };
+  for (; !state.complete && isWhole(); message = mnl_nlmsg_next(message, &left)) {
     if ((message->nlmsg_flags & NLM_F_DUMP_INTR) != 0) state.interrupted = true;
     if (message->nlmsg_type == NLMSG_DONE || message->nlmsg_type == NLMSG_ERROR) {
       state.error = verdictOf(message);
       state.complete = true;
     } else {
-      appendMessage(message, messages);
+      if (message->nlmsg_type == kMessageType<Record>) decode(message, records);
       state.complete = (message->nlmsg_flags & NLM_F_MULTI) == 0;
     }
   }
+}
+
+}  // namespace
+
+void readPiece(const unsigned char* piece, std::size_t size, AnswerState& state,
+               std::vector<LinkRecord>& links) {
+  readMessages(piece, size, state, links);
+}
+
+void readPiece(const unsigned char* piece, std::size_t size, AnswerState& state,
+               std::vector<AddressRecord>& addresses) {
+  readMessages(piece, size, state, addresses);
 }
 
 }  // namespace LinuxHost

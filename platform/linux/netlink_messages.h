@@ -14,7 +14,11 @@
 /// and never read beyond its end.
 namespace LinuxHost {
 
-using Bytes = std::vector<unsigned char>;
+/// The device that a link belongs to.
+struct ParentDevice {
+  std::string name;  ///< on its bus, for example "0000:03:00.1"
+  std::string bus;   ///< "pci", "virtio", "usb" ...; empty for a device without a bus
+};
 
 /// One network link, as one RTM_NEWLINK message tells it.
 struct LinkRecord {
@@ -25,6 +29,10 @@ struct LinkRecord {
   std::uint32_t mtu = 0;                                         ///< bytes
   std::optional<std::array<unsigned char, 6>> address;           ///< in use
   std::optional<std::array<unsigned char, 6>> permanentAddress;  ///< the adapter's own
+  std::optional<ParentDevice> parent;
+  /// The kernel is one that names parents: a link without one has none. Linux does since 5.14;
+  /// seen by an attribute that is younger (5.17) and in every message.
+  bool parentsAreNamed = false;
   rtnl_link_stats64 statistics{};
 };
 
@@ -36,21 +44,19 @@ struct AddressRecord {
   std::array<unsigned char, 16> address{};  ///< network order; IPv4 in the first four bytes
 };
 
-/// Links and addresses in a sequence of messages, in the order of the messages; messages of other
-/// types are passed over.
-std::vector<LinkRecord> decodeLinks(const Bytes& messages);
-std::vector<AddressRecord> decodeAddresses(const Bytes& messages);
-
-/// What a piece of an answer says about the whole answer.
+/// What the pieces of an answer that were read so far say about the whole answer.
 struct AnswerState {
   bool complete = false;     ///< nothing more comes
   bool interrupted = false;  ///< the kernel's tables changed during the dump
   int error = 0;             ///< errno value with which the kernel refused; 0 for none
 };
 
-/// Appends the data messages of one received piece to `messages` and brings `state` up to date.
+/// Read one received piece of an answer, which is aligned to four bytes: bring `state` up to date
+/// and append the records in the order of their messages. Messages of other types are passed over.
 /// An answer ends with a "done" or error message, or with its first message when it has but one.
-void appendAnswer(const unsigned char* piece, std::size_t size, AnswerState& state,
-                  Bytes& messages);
+void readPiece(const unsigned char* piece, std::size_t size, AnswerState& state,
+               std::vector<LinkRecord>& links);
+void readPiece(const unsigned char* piece, std::size_t size, AnswerState& state,
+               std::vector<AddressRecord>& addresses);
 
 }  // namespace LinuxHost

@@ -1,5 +1,6 @@
 #include "platform/network_info.h"
 
+#include <optional>
 #include <utility>
 
 #include "platform/linux/ethtool_channel.h"
@@ -20,14 +21,13 @@ constexpr char kSysRoot[] = "/sys";
 }
 
 std::vector<LinkRecord> allLinks() try {
-  return LinuxHost::decodeLinks(LinuxHost::RouteSocket().dumpLinks());
+  return LinuxHost::RouteSocket().dumpLinks();
 } catch (const LinuxHost::RouteError& error) {
   passOn(error);
 }
 
-std::vector<LinkRecord> linksFoundBy(const std::string& name) try {
-  const auto answer = LinuxHost::RouteSocket().findLink(name);
-  return answer ? LinuxHost::decodeLinks(*answer) : std::vector<LinkRecord>();
+std::optional<LinkRecord> linkFoundBy(const std::string& name) try {
+  return LinuxHost::RouteSocket().findLink(name);
 } catch (const LinuxHost::RouteError& error) {
   passOn(error);
 }
@@ -57,7 +57,7 @@ HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnics() {
 
 std::unique_ptr<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnicByName(const std::string& name) {
   if (!LinuxHost::isLinkName(name)) return nullptr;
-  auto link = LinuxHost::physicalPortNamed(linksFoundBy(name), name, kSysRoot);
+  auto link = LinuxHost::physicalPortNamed(linkFoundBy(name), name, kSysRoot);
   return link ? state_->port(std::move(*link)) : nullptr;
 }
 

@@ -8,12 +8,6 @@
 namespace LinuxHost {
 namespace {
 
-/// The bus that a device belongs to: "pci", "virtio", "usb" ...
-std::string busOf(const std::string& device) {
-  const auto subsystem = resolve(device + "/subsystem");
-  return subsystem ? std::string(baseName(*subsystem)) : std::string();
-}
-
 /// Consumes a hexadecimal number of at most `largest` and the character after it; `end` is the
 /// character that must follow, NUL for the end of the text.
 bool takeHex(std::string_view& text, unsigned largest, char end, unsigned& number) {
@@ -24,6 +18,20 @@ bool takeHex(std::string_view& text, unsigned largest, char end, unsigned& numbe
   if (text.empty() || text.front() != end) return false;
   text.remove_prefix(1);
   return true;
+}
+
+/// The device below which a virtio device hangs: sysfs has an entry for the latter on its bus, a
+/// link to ".../PARENT/virtioN".
+std::string carrierOf(const std::string& virtioDevice, const std::string& sysRoot) {
+  const auto target = linkTarget(sysRoot + "/bus/virtio/devices/" + virtioDevice);
+  if (!target) return {};
+  return std::string(baseName(std::string_view(*target).substr(0, target->find_last_of('/'))));
+}
+
+/// The name that the parent, or its carrier, would have on PCI.
+std::string pciNameOf(const ParentDevice& parent, const std::string& sysRoot) {
+  if (parent.bus == "pci") return parent.name;
+  return parent.bus == "virtio" ? carrierOf(parent.name, sysRoot) : std::string();
 }
 
 }  // namespace
@@ -45,14 +53,13 @@ std::optional<PciLocation> parsePciAddress(std::string_view text) {
   return location;
 }
 
-std::optional<PciLocation> readPciLocation(const std::string& devicePath) {
-  auto device = resolve(devicePath);
-  if (device && busOf(*device) == "virtio") device = resolve(*device + "/..");
-  if (!device || busOf(*device) != "pci") return {};
-  auto location = parsePciAddress(baseName(*device));
+std::optional<PciLocation> readPciLocation(const ParentDevice& parent, const std::string& sysRoot) {
+  const std::string name = pciNameOf(parent, sysRoot);
+  auto location = parsePciAddress(name);
   if (!location) return {};
-  location->vendorId = readHex16(*device + "/vendor").value_or(0);
-  location->deviceId = readHex16(*device + "/device").value_or(0);
+  const std::string directory = sysRoot + "/bus/pci/devices/" + name;
+  location->vendorId = readHex16(directory + "/vendor").value_or(0);
+  location->deviceId = readHex16(directory + "/device").value_or(0);
   return location;
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/linux/netlink_messages.h"
+
 namespace LinuxHost {
 
 /// Where a device sits on PCI, and who made it.
@@ -22,9 +24,10 @@ struct PciLocation {
 /// software).
 std::optional<PciLocation> parsePciAddress(std::string_view text);
 
-/// The PCI function behind a sysfs device entry: the device itself, or the device below which a
-/// virtio device hangs. Nothing when neither is on PCI; a USB adapter's host controller, for
-/// example, is not the adapter.
-std::optional<PciLocation> readPciLocation(const std::string& devicePath);
+/// The PCI function of a port's parent device: the device itself, or the one that carries a virtio
+/// device. Nothing when neither is on PCI; a USB adapter's host controller, for example, is not the
+/// adapter. Vendor and device number come from sysfs below `sysRoot`; those that it does not tell
+/// are zero.
+std::optional<PciLocation> readPciLocation(const ParentDevice& parent, const std::string& sysRoot);
 
 }  // namespace LinuxHost

@@ -5,28 +5,16 @@
 
 #include <algorithm>
 
-#include "platform/linux/sysfs.h"
+#include "platform/linux/parent_device.h"
 
 namespace LinuxHost {
 namespace {
 
-/// Whether sysfs speaks of this very link: a process may have entered a network namespace whose
-/// sysfs is not mounted, and see another namespace's link of the same name.
-bool isDescribedBy(const std::string& directory, const LinkRecord& link) {
-  return readNumber(directory + "/ifindex").value_or(link.index) == link.index;
-}
-
-bool isPhysicalPort(const LinkRecord& link, const std::string& sysRoot) {
-  const std::string directory = linkDirectory(sysRoot, link.name);
-  return link.hardwareType == ARPHRD_ETHER && resolve(directory + "/device").has_value() &&
-         isDescribedBy(directory, link);
+bool isPhysicalPort(LinkRecord& link, const std::string& sysRoot) {
+  return link.hardwareType == ARPHRD_ETHER && hasParentDevice(link, sysRoot);
 }
 
 }  // namespace
-
-std::string linkDirectory(const std::string& sysRoot, const std::string& name) {
-  return sysRoot + "/class/net/" + name;
-}
 
 bool isLinkName(const std::string& name) {
   return !name.empty() && name.size() < IFNAMSIZ && name != "." && name != ".." &&
@@ -34,19 +22,17 @@ bool isLinkName(const std::string& name) {
 }
 
 std::vector<LinkRecord> physicalPorts(std::vector<LinkRecord> links, const std::string& sysRoot) {
-  const auto isNone = [&](const LinkRecord& link) { return !isPhysicalPort(link, sysRoot); };
+  const auto isNone = [&](LinkRecord& link) { return !isPhysicalPort(link, sysRoot); };
   links.erase(std::remove_if(links.begin(), links.end(), isNone), links.end());
   std::sort(links.begin(), links.end(),
             [](const LinkRecord& a, const LinkRecord& b) { return a.index < b.index; });
   return links;
 }
 
-std::optional<LinkRecord> physicalPortNamed(const std::vector<LinkRecord>& links,
-                                            const std::string& name, const std::string& sysRoot) {
-  for (const LinkRecord& link : links) {
-    if (link.name == name && isPhysicalPort(link, sysRoot)) return link;
-  }
-  return {};
+std::optional<LinkRecord> physicalPortNamed(std::optional<LinkRecord> link, const std::string& name,
+                                            const std::string& sysRoot) {
+  if (!link || link->name != name || !isPhysicalPort(*link, sysRoot)) return {};
+  return link;
 }
 
 }  // namespace LinuxHost

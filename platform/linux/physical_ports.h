@@ -6,12 +6,9 @@
 
 #include "platform/linux/netlink_messages.h"
 
-/// Which links are the host's physical ports: those of Ethernet type that are backed by a device.
-/// `sysRoot` is "/sys" or a test's tree.
+/// Which links are the host's physical ports: those of Ethernet type that belong to a device.
+/// `sysRoot` is "/sys" or a test's tree, for kernels that do not name the device.
 namespace LinuxHost {
-
-/// The sysfs entry of a link.
-std::string linkDirectory(const std::string& sysRoot, const std::string& name);
 
 /// Whether the kernel could have a link of that name; a name that it could not is never made part
 /// of a path.
@@ -20,9 +17,9 @@ bool isLinkName(const std::string& name);
 /// The ports among `links`, in the kernel's index order.
 std::vector<LinkRecord> physicalPorts(std::vector<LinkRecord> links, const std::string& sysRoot);
 
-/// The port whose own name is `name`; a link that the kernel has found by an alternative name is
-/// not it.
-std::optional<LinkRecord> physicalPortNamed(const std::vector<LinkRecord>& links,
-                                            const std::string& name, const std::string& sysRoot);
+/// The link if it is a port whose own name is `name`; one that the kernel has found by an
+/// alternative name is not it.
+std::optional<LinkRecord> physicalPortNamed(std::optional<LinkRecord> link, const std::string& name,
+                                            const std::string& sysRoot);
 
 }  // namespace LinuxHost

@@ -1,103 +1,132 @@
 #include "platform/linux/route_socket.h"
 
+#include <libmnl/libmnl.h>
 #include <linux/rtnetlink.h>
-#include <netlink/errno.h>
-#include <netlink/msg.h>
-#include <netlink/netlink.h>
-#include <netlink/route/rtnl.h>
-#include <netlink/socket.h>
+#include <sys/socket.h>
 
+#include <array>
 #include <cerrno>
-#include <cstdlib>
-#include <new>
 #include <system_error>
 
 namespace LinuxHost {
 namespace {
 
 // A host whose links change faster than that cannot be told consistently; the last dump is taken.
-constexpr int kDumpAttempts = 8;
+constexpr int kAttempts = 8;
 
-struct MessageFree {
-  void operator()(nl_msg* message) const { nlmsg_free(message); }
-};
-using MessagePtr = std::unique_ptr<nl_msg, MessageFree>;
+// The kernel fills the pieces of a dump up to this size when there is room for them. Only a single
+// message, of a link with hundreds of alternative names, can be longer.
+constexpr std::size_t kUsualPiece = 32 * 1024;
 
-struct BufferFree {
-  void operator()(unsigned char* buffer) const { std::free(buffer); }
-};
-using BufferPtr = std::unique_ptr<unsigned char, BufferFree>;
-
-/// Throws on one of libnl's negative error codes; other results are passed through.
-int checked(int result, const char* what) {
-  if (result < 0) throw RouteError(std::string(what) + ": " + nl_geterror(result));
-  return result;
+FileDescriptor openSocket() {
+  return FileDescriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
 }
 
 [[noreturn]] void refuse(const char* what, int error) {
   throw RouteError(std::string(what) + ": " + std::generic_category().message(error));
 }
 
-MessagePtr linkRequest(const std::string& name) {
-  MessagePtr request(nlmsg_alloc_simple(RTM_GETLINK, NLM_F_REQUEST));
-  if (!request) throw std::bad_alloc();
-  ifinfomsg header{};
-  checked(nlmsg_append(request.get(), &header, sizeof header, NLMSG_ALIGNTO), "link request");
-  checked(nla_put_string(request.get(), IFLA_IFNAME, name.c_str()), "link request");
-  return request;
-}
+/// A message to the kernel: a header of type and flags, and a fixed part of all zero.
+template <typename FixedPart>
+class Request {
+ public:
+  Request(std::uint16_t type, unsigned flags) : header_(mnl_nlmsg_put_header(bytes_.data())) {
+    header_->nlmsg_type = type;
+    header_->nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
+    mnl_nlmsg_put_extra_header(header_, sizeof(FixedPart));
+  }
+
+  nlmsghdr* header() { return header_; }
+  std::size_t size() const { return header_->nlmsg_len; }
+  std::size_t room() const { return bytes_.size(); }
+
+ private:
+  alignas(nlmsghdr) std::array<unsigned char, 128> bytes_{};
+  nlmsghdr* header_;
+};
 
 }  // namespace
 
-void RouteSocket::Closer::operator()(nl_sock* socket) const { nl_socket_free(socket); }
-
-RouteSocket::RouteSocket() : socket_(nl_socket_alloc()) {
-  if (!socket_) throw std::bad_alloc();
-  checked(nl_connect(socket_.get(), NETLINK_ROUTE), "rtnetlink socket");
-  nl_socket_enable_msg_peek(socket_.get());   // no message is cut, however long
-  nl_socket_disable_auto_ack(socket_.get());  // an answer's end is its own, not an acknowledgement
+RouteSocket::RouteSocket() : socket_(openSocket()), buffer_(kUsualPiece) {
+  if (!socket_.isOpen()) refuse("rtnetlink socket", errno);
 }
 
-Bytes RouteSocket::dumpLinks() { return dump(RTM_GETLINK); }
+std::vector<LinkRecord> RouteSocket::dumpLinks() {
+  Request<ifinfomsg> request(RTM_GETLINK, NLM_F_DUMP);
+  std::vector<LinkRecord> links;
+  const int error = ask(request.header(), request.size(), links);
+  if (error != 0) refuse("rtnetlink dump", error);
+  return links;
+}
 
-Bytes RouteSocket::dumpAddresses() { return dump(RTM_GETADDR); }
+std::vector<AddressRecord> RouteSocket::dumpAddresses() {
+  Request<ifaddrmsg> request(RTM_GETADDR, NLM_F_DUMP);
+  std::vector<AddressRecord> addresses;
+  const int error = ask(request.header(), request.size(), addresses);
+  if (error != 0) refuse("rtnetlink dump", error);
+  return addresses;
+}
 
-Bytes RouteSocket::dump(int type) {
-  Bytes messages;
-  for (int attempt = 0; attempt < kDumpAttempts; ++attempt) {
-    messages.clear();
-    checked(nl_rtgen_request(socket_.get(), type, AF_UNSPEC, NLM_F_DUMP), "rtnetlink dump");
-    const AnswerState state = receive(messages);
-    if (state.error != 0) refuse("rtnetlink dump", state.error);
-    if (!state.interrupted) break;
+std::optional<LinkRecord> RouteSocket::findLink(const std::string& name) {
+  Request<ifinfomsg> request(RTM_GETLINK, 0);
+  if (!mnl_attr_put_strz_check(request.header(), request.room(), IFLA_IFNAME, name.c_str())) {
+    return {};
   }
-  return messages;
+  std::vector<LinkRecord> links;
+  const int error = ask(request.header(), request.size(), links);
+  if (error == ENODEV || (error == 0 && links.empty())) return {};
+  if (error != 0) refuse("rtnetlink link", error);
+  return std::move(links.front());
 }
 
-std::optional<Bytes> RouteSocket::findLink(const std::string& name) {
-  const MessagePtr request = linkRequest(name);
-  checked(nl_send_auto(socket_.get(), request.get()), "rtnetlink link");
-  Bytes messages;
-  const AnswerState state = receive(messages);
-  if (state.error == ENODEV) return {};
-  if (state.error != 0) refuse("rtnetlink link", state.error);
-  return messages;
+/// Returns 0 or the errno value with which the kernel refused. Requests follow one another on this
+/// socket and each answer is read to its end, so what arrives always belongs to the latest one.
+template <typename Record>
+int RouteSocket::ask(const void* request, std::size_t size, std::vector<Record>& records) {
+  AnswerState state;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    records.clear();
+    if (send(socket_.number(), request, size, 0) < 0) refuse("rtnetlink request", errno);
+    state = readAnswer(records);
+    if (!state.interrupted || state.error != 0) break;
+  }
+  return state.error;
 }
 
-/// Requests follow one another on this socket and each answer is read to its end, so what arrives
-/// always belongs to the latest request.
-AnswerState RouteSocket::receive(Bytes& messages) {
+template <typename Record>
+AnswerState RouteSocket::readAnswer(std::vector<Record>& records) {
   AnswerState state;
   while (!state.complete) {
-    sockaddr_nl sender{};
-    unsigned char* buffer = nullptr;
-    const int size = checked(nl_recv(socket_.get(), &sender, &buffer, nullptr), "rtnetlink answer");
-    const BufferPtr owner(buffer);
-    if (size == 0) throw RouteError("rtnetlink answer: closed");
-    if (sender.nl_pid != 0) continue;  // not from the kernel
-    appendAnswer(buffer, static_cast<std::size_t>(size), state, messages);
+    const std::size_t size = receive();
+    if (size > buffer_.size()) return startAnew(size);
+    readPiece(buffer_.data(), size, state, records);
   }
   return state;
+}
+
+/// Makes room for a piece that was cut; what else comes of this answer goes with the old socket.
+AnswerState RouteSocket::startAnew(std::size_t pieceSize) {
+  buffer_.resize(pieceSize);
+  socket_ = openSocket();
+  if (!socket_.isOpen()) refuse("rtnetlink socket", errno);
+  AnswerState state;
+  state.interrupted = true;
+  return state;
+}
+
+/// The size of the next piece, which is in the buffer as far as it has room.
+std::size_t RouteSocket::receive() {
+  for (;;) {
+    sockaddr_nl sender{};
+    socklen_t senderSize = sizeof sender;
+    const ssize_t size = recvfrom(socket_.number(), buffer_.data(), buffer_.size(), MSG_TRUNC,
+                                  reinterpret_cast<sockaddr*>(&sender), &senderSize);
+    if (size < 0 && errno == EINTR) continue;
+    if (size < 0) refuse("rtnetlink answer", errno);
+    if (size == 0) throw RouteError("rtnetlink answer: closed");
+    if (sender.nl_pid != 0) continue;  // not from the kernel
+    return static_cast<std::size_t>(size);
+  }
 }
 
 }  // namespace LinuxHost

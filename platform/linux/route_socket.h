@@ -1,13 +1,14 @@
 #pragma once
 
-#include <memory>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "platform/linux/file_descriptor.h"
 #include "platform/linux/netlink_messages.h"
-
-struct nl_sock;
 
 namespace LinuxHost {
 
@@ -17,31 +18,31 @@ class RouteError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// A conversation with the kernel about links and addresses (rtnetlink). Asks and hands back the
-/// answer's bytes, which netlink_messages.h decodes. Used by one thread; needs no privilege.
+/// A conversation with the kernel about links and addresses (rtnetlink). Used by one thread; needs
+/// no privilege. Every operation throws RouteError when the kernel does not answer.
 class RouteSocket {
  public:
-  /// Throws RouteError when the kernel gives no socket.
   RouteSocket();
 
-  /// Every link, and every address of every link. A dump during which the kernel's tables changed
-  /// is taken anew. Throws RouteError.
-  Bytes dumpLinks();
-  Bytes dumpAddresses();
+  /// Every link, and every address of every link, in the kernel's order. A dump during which the
+  /// kernel's tables changed is taken anew.
+  std::vector<LinkRecord> dumpLinks();
+  std::vector<AddressRecord> dumpAddresses();
 
   /// The link that the kernel finds under `name`, by its own name or an alternative one; nothing
-  /// when there is none. `name` fits IFNAMSIZ. Throws RouteError.
-  std::optional<Bytes> findLink(const std::string& name);
+  /// when there is none. `name` fits IFNAMSIZ.
+  std::optional<LinkRecord> findLink(const std::string& name);
 
  private:
-  struct Closer {
-    void operator()(nl_sock* socket) const;
-  };
+  template <typename Record>
+  int ask(const void* request, std::size_t size, std::vector<Record>& records);
+  template <typename Record>
+  AnswerState readAnswer(std::vector<Record>& records);
+  AnswerState startAnew(std::size_t pieceSize);
+  std::size_t receive();
 
-  Bytes dump(int type);
-  AnswerState receive(Bytes& messages);
-
-  std::unique_ptr<nl_sock, Closer> socket_;
+  FileDescriptor socket_;
+  std::vector<unsigned char> buffer_;
 };
 
 }  // namespace LinuxHost

@@ -1,16 +1,27 @@
 #include "platform/linux/sysfs.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
-#include <filesystem>
-#include <fstream>
+#include <climits>
+#include <memory>
 #include <system_error>
+
+#include "platform/linux/file_descriptor.h"
 
 namespace LinuxHost {
 namespace {
 
 constexpr std::size_t kLongestFile = 64 * 1024;
 constexpr unsigned kLargestListed = 65535;
+
+struct DirectoryClose {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
 
 template <typename Number>
 std::optional<Number> wholeNumber(std::string_view text, int base) {
@@ -24,15 +35,18 @@ std::optional<Number> wholeNumber(std::string_view text, int base) {
 }  // namespace
 
 std::optional<std::string> readText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  // Non-blocking: what stands in for a file must not make a request wait.
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file.isOpen()) return {};
   std::string text;
   char piece[4096];
-  while (file && text.size() < kLongestFile) {
-    file.read(piece, sizeof piece);
-    text.append(piece, static_cast<std::size_t>(file.gcount()));
+  while (text.size() < kLongestFile) {
+    const ssize_t size = read(file.number(), piece, sizeof piece);
+    if (size < 0 && errno == EINTR) continue;
+    if (size < 0) return {};
+    if (size == 0) break;
+    text.append(piece, static_cast<std::size_t>(size));
   }
-  // A file that could be opened ends in end-of-file; an unreadable one, or a directory, does not.
-  if (!file.eof() && text.size() < kLongestFile) return {};
   text.erase(text.find_last_not_of(" \t\n") + 1);
   return text;
 }
@@ -48,22 +62,23 @@ std::optional<std::uint16_t> readHex16(const std::string& path) {
   return wholeNumber<std::uint16_t>(std::string_view(*text).substr(2), 16);
 }
 
-std::vector<std::string> namesIn(const std::string& directory) {
+std::vector<std::string> namesIn(const std::string& path) {
+  const std::unique_ptr<DIR, DirectoryClose> directory(opendir(path.c_str()));
   std::vector<std::string> names;
-  std::error_code error;
-  std::filesystem::directory_iterator entry(directory, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    names.push_back(entry->path().filename().string());
+  if (!directory) return names;
+  while (const dirent* entry = readdir(directory.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
   }
   std::sort(names.begin(), names.end());
   return names;
 }
 
-std::optional<std::string> resolve(const std::string& path) {
-  std::error_code error;
-  const auto resolved = std::filesystem::canonical(path, error);
-  if (error) return {};
-  return resolved.string();
+std::optional<std::string> linkTarget(const std::string& path) {
+  char target[PATH_MAX];
+  const ssize_t size = readlink(path.c_str(), target, sizeof target);
+  if (size < 0) return {};
+  return std::string(target, static_cast<std::size_t>(size));
 }
 
 std::string_view baseName(std::string_view path) {

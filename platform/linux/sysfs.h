@@ -7,7 +7,7 @@
 #include <vector>
 
 /// Small readings of sysfs-like trees. Every function takes full paths, so a test hands in a tree
-/// of its own; absent or unreadable entries are empty answers.
+/// of its own; absent or unreadable entries are empty answers. Throws std::bad_alloc alone.
 namespace LinuxHost {
 
 /// A whole file without trailing white space, at most 64 KiB of it.
@@ -22,8 +22,8 @@ std::optional<std::uint16_t> readHex16(const std::string& path);
 /// The names in a directory, sorted.
 std::vector<std::string> namesIn(const std::string& directory);
 
-/// The path that a symbolic link leads to, all links resolved.
-std::optional<std::string> resolve(const std::string& path);
+/// The text of a symbolic link.
+std::optional<std::string> linkTarget(const std::string& path);
 
 /// Last component of a path.
 std::string_view baseName(std::string_view path);

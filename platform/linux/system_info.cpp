@@ -27,8 +27,9 @@ HostView& currentView() {
   return view.get();
 }
 
-Parameters parametersOf(const HSI_ParamList* list) {
-  return list == nullptr ? Parameters() : list->parameters;
+const Parameters& parametersOf(const HSI_ParamList* list) {
+  static const Parameters none;
+  return list == nullptr ? none : list->parameters;
 }
 
 }  // namespace

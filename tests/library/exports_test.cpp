@@ -41,11 +41,10 @@ TEST_P(Library, StaysLoaded) { EXPECT_TRUE(image_.noDelete); }
 
 TEST_P(Library, HasNoTextRelocations) { EXPECT_FALSE(image_.textRelocations); }
 
-TEST_P(Library, NeedsWhatEveryHostHasAndTheNetlinkLibrariesAtMost) {
+TEST_P(Library, NeedsWhatEveryHostHasAndTheNetlinkLibraryAtMost) {
   const bool real = std::string(GetParam()) == ORV_REAL_LIBRARY;
   for (const std::string& file : image_.neededFiles) {
-    const bool netlink =
-        file.rfind("libnl-3.so.", 0) == 0 || file.rfind("libnl-route-3.so.", 0) == 0;
+    const bool netlink = file.rfind("libmnl.so.", 0) == 0;
     EXPECT_TRUE(isOnEveryHost(file) || (real && netlink)) << file;
   }
 }

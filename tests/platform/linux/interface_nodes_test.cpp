@@ -186,11 +186,28 @@ TEST(RouteSocket, FindsALinkByEitherNameAndAnswersWithItsOwn) {
     RouteSocket socket;
     const auto byAlternative = socket.findLink("orvother");
     ASSERT_TRUE(byAlternative.has_value());
-    const auto links = decodeLinks(*byAlternative);
-    ASSERT_EQ(links.size(), 1U) << "one link, not a dump";
-    EXPECT_EQ(links[0].name, "orv0");
+    EXPECT_EQ(byAlternative->name, "orv0");
     EXPECT_FALSE(socket.findLink("orv9").has_value());
     EXPECT_TRUE(socket.findLink("orv1").has_value()) << "after a refusal the socket still works";
+  });
+}
+
+TEST(RouteSocket, HasRoomForALinkOfManyNames) {
+  SKIP_WITHOUT_NAMESPACE([] {
+    ASSERT_TRUE(ip({"link add orv0 type veth peer name orv1"}));
+    for (int block = 0; block < 10; ++block) {  // 300 names of 120 bytes are 37 KiB
+      std::string command = "link property add dev orv0";
+      for (int i = 0; i < 30; ++i) {
+        const std::string number = std::to_string(1000 + block * 30 + i);
+        command += " altname " + number + std::string(116, 'x');
+      }
+      ASSERT_TRUE(ip({command}));
+    }
+    RouteSocket socket;
+    const auto link = socket.findLink("orv0");
+    ASSERT_TRUE(link.has_value());
+    EXPECT_EQ(link->name, "orv0");
+    EXPECT_TRUE(socket.findLink("orv1").has_value());
   });
 }
 
@@ -201,7 +218,7 @@ TEST(RouteSocket, DumpsMoreLinksThanOneMessageHolds) {
       commands.push_back("link add orv" + std::to_string(i) + " type bridge");
     }
     ASSERT_TRUE(ip(commands));
-    EXPECT_EQ(decodeLinks(RouteSocket().dumpLinks()).size(), 61U) << "loopback is one, too";
+    EXPECT_EQ(RouteSocket().dumpLinks().size(), 61U) << "loopback is one, too";
   });
 }
 

@@ -197,11 +197,9 @@ TEST_F(LinuxPnicTest, CountsTheQueuesInSysfsWhereTheDriverCountsNone) {
 }
 
 TEST_F(LinuxPnicTest, OwnsItsPciDescriptor) {
-  tree.directory("bus/pci")
-      .file("devices/0000:03:00.1/vendor", "0x8086\n")
-      .file("devices/0000:03:00.1/device", "0x10fb\n")
-      .link("devices/0000:03:00.1/subsystem", "bus/pci")
-      .link("class/net/nic0/device", "devices/0000:03:00.1");
+  link.parent = ParentDevice{"0000:03:00.1", "pci"};
+  tree.file("bus/pci/devices/0000:03:00.1/vendor", "0x8086\n")
+      .file("bus/pci/devices/0000:03:00.1/device", "0x10fb\n");
   LinuxPnic nic = port();
   auto* pci = nic.GetPciDevice();
   ASSERT_NE(pci, nullptr);

@@ -6,10 +6,13 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "platform/linux/netlink_messages.h"
 
 namespace LinuxHost {
+
+using Bytes = std::vector<unsigned char>;
 
 /// Builds the bytes of one netlink message as the kernel lays them out.
 class MessageBuilder {
@@ -62,6 +65,15 @@ class MessageBuilder {
 
   Bytes bytes_;
 };
+
+/// The records in one piece of a dump.
+template <typename Record>
+std::vector<Record> recordsIn(const Bytes& piece) {
+  AnswerState state;
+  std::vector<Record> records;
+  readPiece(piece.data(), piece.size(), state, records);
+  return records;
+}
 
 inline Bytes operator+(Bytes left, const Bytes& right) {
   left.insert(left.end(), right.begin(), right.end());

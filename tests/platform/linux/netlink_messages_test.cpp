@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <limits>
 
 #include "tests/platform/linux/message_builder.h"
 
@@ -36,13 +37,13 @@ ifaddrmsg addressHeader(unsigned char family, unsigned index, unsigned char pref
 }
 
 TEST(LinkMessage, CarriesNameMtuAddressesAndFlags) {
-  const auto links = decodeLinks(MessageBuilder(RTM_NEWLINK)
-                                     .header(linkHeader(7))
-                                     .text(IFLA_IFNAME, "eth7")
-                                     .value(IFLA_MTU, std::uint32_t{9000})
-                                     .bytes(IFLA_ADDRESS, {2, 0, 0, 0, 0, 1})
-                                     .bytes(IFLA_PERM_ADDRESS, kMac)
-                                     .build());
+  const auto links = recordsIn<LinkRecord>(MessageBuilder(RTM_NEWLINK)
+                                               .header(linkHeader(7))
+                                               .text(IFLA_IFNAME, "eth7")
+                                               .value(IFLA_MTU, std::uint32_t{9000})
+                                               .bytes(IFLA_ADDRESS, {2, 0, 0, 0, 0, 1})
+                                               .bytes(IFLA_PERM_ADDRESS, kMac)
+                                               .build());
   ASSERT_EQ(links.size(), 1U);
   EXPECT_EQ(links[0].index, 7);
   EXPECT_EQ(links[0].hardwareType, unsigned{ARPHRD_ETHER});
@@ -54,7 +55,8 @@ TEST(LinkMessage, CarriesNameMtuAddressesAndFlags) {
 }
 
 TEST(LinkMessage, WithoutAttributesLeavesThemEmpty) {
-  const auto links = decodeLinks(MessageBuilder(RTM_NEWLINK).header(linkHeader(3)).build());
+  const auto links =
+      recordsIn<LinkRecord>(MessageBuilder(RTM_NEWLINK).header(linkHeader(3)).build());
   ASSERT_EQ(links.size(), 1U);
   EXPECT_EQ(links[0].name, "");
   EXPECT_EQ(links[0].mtu, 0U);
@@ -63,11 +65,38 @@ TEST(LinkMessage, WithoutAttributesLeavesThemEmpty) {
   EXPECT_EQ(links[0].statistics.rx_packets, 0U);
 }
 
+TEST(LinkMessage, NamesTheParentDevice) {
+  const auto links = recordsIn<LinkRecord>(MessageBuilder(RTM_NEWLINK)
+                                               .header(linkHeader(7))
+                                               .text(IFLA_PARENT_DEV_NAME, "0000:03:00.1")
+                                               .text(IFLA_PARENT_DEV_BUS_NAME, "pci")
+                                               .build());
+  ASSERT_EQ(links.size(), 1U);
+  ASSERT_TRUE(links[0].parent.has_value());
+  EXPECT_EQ(links[0].parent->name, "0000:03:00.1");
+  EXPECT_EQ(links[0].parent->bus, "pci");
+  EXPECT_TRUE(links[0].parentsAreNamed);
+}
+
+TEST(LinkMessage, WithoutAParentTellsWhetherTheKernelWouldNameIt) {
+  const Bytes older = MessageBuilder(RTM_NEWLINK).header(linkHeader(7)).build();
+  const Bytes younger = MessageBuilder(RTM_NEWLINK)
+                            .header(linkHeader(8))
+                            .value(IFLA_GRO_MAX_SIZE, std::uint32_t{65536})
+                            .build();
+  const auto links = recordsIn<LinkRecord>(older + younger);
+  ASSERT_EQ(links.size(), 2U);
+  EXPECT_FALSE(links[0].parent.has_value());
+  EXPECT_FALSE(links[0].parentsAreNamed);
+  EXPECT_FALSE(links[1].parent.has_value());
+  EXPECT_TRUE(links[1].parentsAreNamed);
+}
+
 TEST(LinkMessage, StatisticsAreNotCutToThirtyTwoBits) {
   rtnl_link_stats64 counters{};
   counters.rx_bytes = 0x1'0000'0001ULL;
   counters.tx_window_errors = 0xffff'ffff'ffff'ffffULL;
-  const auto links = decodeLinks(
+  const auto links = recordsIn<LinkRecord>(
       MessageBuilder(RTM_NEWLINK).header(linkHeader(3)).value(IFLA_STATS64, counters).build());
   ASSERT_EQ(links.size(), 1U);
   EXPECT_EQ(links[0].statistics.rx_bytes, 0x1'0000'0001ULL);
@@ -78,7 +107,7 @@ TEST(LinkMessage, StatisticsOfAnOlderKernelAreShorter) {
   rtnl_link_stats64 counters{};
   counters.rx_packets = 5;
   counters.rx_compressed = 9;
-  const auto links = decodeLinks(
+  const auto links = recordsIn<LinkRecord>(
       MessageBuilder(RTM_NEWLINK)
           .header(linkHeader(3))
           .attribute(IFLA_STATS64, &counters, offsetof(rtnl_link_stats64, rx_compressed))
@@ -89,12 +118,12 @@ TEST(LinkMessage, StatisticsOfAnOlderKernelAreShorter) {
 }
 
 TEST(LinkMessage, ShortAttributesAreNotRead) {
-  const auto links = decodeLinks(MessageBuilder(RTM_NEWLINK)
-                                     .header(linkHeader(3))
-                                     .bytes(IFLA_MTU, {1, 2})
-                                     .bytes(IFLA_ADDRESS, {1, 2, 3, 4})
-                                     .bytes(IFLA_IFNAME, {'a', 'b'})
-                                     .build());
+  const auto links = recordsIn<LinkRecord>(MessageBuilder(RTM_NEWLINK)
+                                               .header(linkHeader(3))
+                                               .bytes(IFLA_MTU, {1, 2})
+                                               .bytes(IFLA_ADDRESS, {1, 2, 3, 4})
+                                               .bytes(IFLA_IFNAME, {'a', 'b'})
+                                               .build());
   ASSERT_EQ(links.size(), 1U);
   EXPECT_EQ(links[0].mtu, 0U);
   EXPECT_FALSE(links[0].address.has_value());
@@ -105,7 +134,7 @@ TEST(LinkMessage, OtherMessagesArePassedOver) {
   const Bytes link = MessageBuilder(RTM_NEWLINK).header(linkHeader(1)).build();
   const Bytes address = MessageBuilder(RTM_NEWADDR).header(addressHeader(AF_INET, 1, 24)).build();
   const Bytes second = MessageBuilder(RTM_NEWLINK).header(linkHeader(2)).build();
-  const auto links = decodeLinks(link + address + second);
+  const auto links = recordsIn<LinkRecord>(link + address + second);
   ASSERT_EQ(links.size(), 2U);
   EXPECT_EQ(links[0].index, 1);
   EXPECT_EQ(links[1].index, 2);
@@ -119,22 +148,40 @@ TEST(LinkMessage, EveryTruncationIsHarmless) {
                           .build();
   for (std::size_t size = 0; size < whole.size(); ++size) {
     const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-    EXPECT_TRUE(decodeLinks(cut).empty()) << size;
+    EXPECT_TRUE(recordsIn<LinkRecord>(cut).empty()) << size;
     // The same with a header that admits to the truncation.
     if (size < sizeof(nlmsghdr)) continue;
     Bytes honest = cut;
     const auto length = static_cast<std::uint32_t>(size);
     std::memcpy(honest.data(), &length, sizeof length);
-    EXPECT_LE(decodeLinks(honest).size(), 1U) << size;
+    EXPECT_LE(recordsIn<LinkRecord>(honest).size(), 1U) << size;
   }
 }
 
+TEST(LinkMessage, ThatClaimsMoreThanTwoGigabytesIsNotRead) {
+  Bytes message = MessageBuilder(RTM_NEWLINK).header(linkHeader(7)).build();
+  for (const std::uint32_t length : {0x80000000U, 0x80000020U, 0xfffffff0U, 0xffffffffU}) {
+    std::memcpy(message.data(), &length, sizeof length);
+    EXPECT_TRUE(recordsIn<LinkRecord>(message).empty()) << length;
+  }
+}
+
+TEST(LinkMessage, OfRepeatedAttributesTakesTheFirst) {
+  const auto links = recordsIn<LinkRecord>(MessageBuilder(RTM_NEWLINK)
+                                               .header(linkHeader(7))
+                                               .text(IFLA_IFNAME, "eth7")
+                                               .text(IFLA_IFNAME, "eth8")
+                                               .build());
+  ASSERT_EQ(links.size(), 1U);
+  EXPECT_EQ(links[0].name, "eth7");
+}
+
 TEST(AddressMessage, IsTheLocalEndOfAPointToPointLink) {
-  const auto addresses = decodeAddresses(MessageBuilder(RTM_NEWADDR)
-                                             .header(addressHeader(AF_INET, 4, 30))
-                                             .bytes(IFA_ADDRESS, {10, 0, 0, 2})
-                                             .bytes(IFA_LOCAL, {10, 0, 0, 1})
-                                             .build());
+  const auto addresses = recordsIn<AddressRecord>(MessageBuilder(RTM_NEWADDR)
+                                                      .header(addressHeader(AF_INET, 4, 30))
+                                                      .bytes(IFA_ADDRESS, {10, 0, 0, 2})
+                                                      .bytes(IFA_LOCAL, {10, 0, 0, 1})
+                                                      .build());
   ASSERT_EQ(addresses.size(), 1U);
   EXPECT_EQ(addresses[0].linkIndex, 4);
   EXPECT_EQ(addresses[0].family, AF_INET);
@@ -144,10 +191,10 @@ TEST(AddressMessage, IsTheLocalEndOfAPointToPointLink) {
 
 TEST(AddressMessage, OfIpv6HasSixteenBytes) {
   const Bytes text = {0xfd, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2};
-  const auto addresses = decodeAddresses(MessageBuilder(RTM_NEWADDR)
-                                             .header(addressHeader(AF_INET6, 4, 64))
-                                             .bytes(IFA_ADDRESS, text)
-                                             .build());
+  const auto addresses = recordsIn<AddressRecord>(MessageBuilder(RTM_NEWADDR)
+                                                      .header(addressHeader(AF_INET6, 4, 64))
+                                                      .bytes(IFA_ADDRESS, text)
+                                                      .build());
   ASSERT_EQ(addresses.size(), 1U);
   EXPECT_EQ(addresses[0].family, AF_INET6);
   EXPECT_EQ(addresses[0].address.front(), 0xfd);
@@ -164,17 +211,21 @@ TEST(AddressMessage, WithoutAnAddressOrOfAnotherFamilyIsSkipped) {
                           .header(addressHeader(AF_PACKET, 4, 0))
                           .bytes(IFA_ADDRESS, {1, 2, 3, 4})
                           .build();
-  EXPECT_TRUE(decodeAddresses(none + shortOne + other).empty());
+  EXPECT_TRUE(recordsIn<AddressRecord>(none + shortOne + other).empty());
 }
 
 struct Received {
   AnswerState state;
-  Bytes messages;
+  std::vector<LinkRecord> links;
 };
+
+void receive(const Bytes& piece, Received& received) {
+  readPiece(piece.data(), piece.size(), received.state, received.links);
+}
 
 Received receive(const Bytes& piece) {
   Received received;
-  appendAnswer(piece.data(), piece.size(), received.state, received.messages);
+  receive(piece, received);
   return received;
 }
 
@@ -183,18 +234,17 @@ TEST(Answer, OfADumpEndsWithTheDoneMessage) {
   const Bytes done = MessageBuilder(NLMSG_DONE).header(std::int32_t{0}).build();
   Received received = receive(link + link);
   EXPECT_FALSE(received.state.complete);
-  const Bytes last = link + done;
-  appendAnswer(last.data(), last.size(), received.state, received.messages);
+  receive(link + done, received);
   EXPECT_TRUE(received.state.complete);
   EXPECT_EQ(received.state.error, 0);
   EXPECT_FALSE(received.state.interrupted);
-  EXPECT_EQ(decodeLinks(received.messages).size(), 3U);
+  EXPECT_EQ(received.links.size(), 3U);
 }
 
 TEST(Answer, ThatIsOneMessageEndsWithIt) {
   const Received received = receive(MessageBuilder(RTM_NEWLINK, 0).header(linkHeader(1)).build());
   EXPECT_TRUE(received.state.complete);
-  EXPECT_EQ(decodeLinks(received.messages).size(), 1U);
+  EXPECT_EQ(received.links.size(), 1U);
 }
 
 TEST(Answer, CarriesTheKernelsRefusal) {
@@ -203,13 +253,18 @@ TEST(Answer, CarriesTheKernelsRefusal) {
   const Received received = receive(MessageBuilder(NLMSG_ERROR, 0).header(refusal).build());
   EXPECT_TRUE(received.state.complete);
   EXPECT_EQ(received.state.error, ENODEV);
-  EXPECT_TRUE(received.messages.empty());
+  EXPECT_TRUE(received.links.empty());
 }
 
 TEST(Answer, OfADumpThatFailsInTheEndCarriesTheError) {
   const Received received = receive(MessageBuilder(NLMSG_DONE).header(std::int32_t{-EIO}).build());
   EXPECT_TRUE(received.state.complete);
   EXPECT_EQ(received.state.error, EIO);
+}
+
+TEST(Answer, WhoseErrorHasNoPositiveCounterpartIsStillAnError) {
+  const auto smallest = std::numeric_limits<std::int32_t>::min();
+  EXPECT_GT(receive(MessageBuilder(NLMSG_DONE).header(smallest).build()).state.error, 0);
 }
 
 TEST(Answer, ToWhichTheTablesChangedIsMarkedInterrupted) {

@@ -24,19 +24,24 @@ TEST(PciAddress, MustBeWholeAndInRange) {
   }
 }
 
-/// A PCI function 0000:03:00.1 and the buses of a small machine.
-void addPciFunction(SysTree& tree) {
-  tree.directory("bus/pci").directory("bus/virtio").directory("bus/usb");
-  tree.file("devices/pci0000:00/0000:03:00.1/vendor", "0x8086\n")
-      .file("devices/pci0000:00/0000:03:00.1/device", "0x10fb\n")
-      .link("devices/pci0000:00/0000:03:00.1/subsystem", "bus/pci");
-}
+/// A machine with a PCI function, which carries a virtio device, and another virtio device.
+class PciDeviceOfAPort : public testing::Test {
+ protected:
+  PciDeviceOfAPort() {
+    tree.file("devices/pci0000:00/0000:03:00.1/vendor", "0x8086\n")
+        .file("devices/pci0000:00/0000:03:00.1/device", "0x10fb\n")
+        .file("devices/pci0000:00/0000:03:00.1/virtio2/vendor", "0x1af4\n")
+        .directory("devices/platform/virtio-mmio/virtio0")
+        .link("bus/pci/devices/0000:03:00.1", "devices/pci0000:00/0000:03:00.1")
+        .link("bus/virtio/devices/virtio2", "devices/pci0000:00/0000:03:00.1/virtio2")
+        .link("bus/virtio/devices/virtio0", "devices/platform/virtio-mmio/virtio0");
+  }
 
-TEST(PciDeviceOfAPort, IsTheDeviceItself) {
   SysTree tree;
-  addPciFunction(tree);
-  tree.link("class/net/nic0/device", "devices/pci0000:00/0000:03:00.1");
-  const auto location = readPciLocation(tree.root() + "/class/net/nic0/device");
+};
+
+TEST_F(PciDeviceOfAPort, IsTheDeviceItself) {
+  const auto location = readPciLocation({"0000:03:00.1", "pci"}, tree.root());
   ASSERT_TRUE(location.has_value());
   EXPECT_EQ(location->bus, 3);
   EXPECT_EQ(location->function, 1);
@@ -44,28 +49,25 @@ TEST(PciDeviceOfAPort, IsTheDeviceItself) {
   EXPECT_EQ(location->deviceId, 0x10fb);
 }
 
-TEST(PciDeviceOfAPort, IsTheParentOfAVirtioDevice) {
-  SysTree tree;
-  addPciFunction(tree);
-  tree.file("devices/pci0000:00/0000:03:00.1/virtio2/vendor", "0x1af4\n")
-      .link("devices/pci0000:00/0000:03:00.1/virtio2/subsystem", "bus/virtio")
-      .link("class/net/nic0/device", "devices/pci0000:00/0000:03:00.1/virtio2");
-  const auto location = readPciLocation(tree.root() + "/class/net/nic0/device");
+TEST_F(PciDeviceOfAPort, IsTheOneThatCarriesAVirtioDevice) {
+  const auto location = readPciLocation({"virtio2", "virtio"}, tree.root());
   ASSERT_TRUE(location.has_value());
+  EXPECT_EQ(location->bus, 3);
   EXPECT_EQ(location->vendorId, 0x8086) << "of the PCI function";
 }
 
-TEST(PciDeviceOfAPort, IsAbsentBelowAnotherBus) {
-  SysTree tree;
-  addPciFunction(tree);
-  tree.link("devices/pci0000:00/0000:03:00.1/usb1/subsystem", "bus/usb")
-      .link("class/net/nic0/device", "devices/pci0000:00/0000:03:00.1/usb1")
-      .directory("devices/platform/virtio-mmio")
-      .link("devices/platform/virtio-mmio/virtio0/subsystem", "bus/virtio")
-      .link("class/net/nic1/device", "devices/platform/virtio-mmio/virtio0");
-  EXPECT_FALSE(readPciLocation(tree.root() + "/class/net/nic0/device").has_value());
-  EXPECT_FALSE(readPciLocation(tree.root() + "/class/net/nic1/device").has_value());
-  EXPECT_FALSE(readPciLocation(tree.root() + "/class/net/nic2/device").has_value());
+TEST_F(PciDeviceOfAPort, IsAbsentOnAnotherBus) {
+  EXPECT_FALSE(readPciLocation({"1-1:1.0", "usb"}, tree.root()).has_value());
+  EXPECT_FALSE(readPciLocation({"virtio0", "virtio"}, tree.root()).has_value());
+  EXPECT_FALSE(readPciLocation({"virtio9", "virtio"}, tree.root()).has_value());
+  EXPECT_FALSE(readPciLocation({"0000:03:00.1", ""}, tree.root()).has_value());
+}
+
+TEST_F(PciDeviceOfAPort, IsLocatedWithoutSysfs) {
+  const auto location = readPciLocation({"0000:03:00.1", "pci"}, "/nowhere");
+  ASSERT_TRUE(location.has_value());
+  EXPECT_EQ(location->bus, 3);
+  EXPECT_EQ(location->vendorId, 0);
 }
 
 }  // namespace

@@ -20,53 +20,84 @@ LinkRecord link(int index, const std::string& name, unsigned hardwareType = ARPH
   return record;
 }
 
-/// A host whose links nic0, nic1 and ib0 are devices and whose veth0 is not.
-class PhysicalPorts : public testing::Test {
+/// As kernels tell it that name the parent device of a link.
+LinkRecord deviceLink(int index, const std::string& name, unsigned hardwareType = ARPHRD_ETHER) {
+  LinkRecord record = link(index, name, hardwareType);
+  record.parent = ParentDevice{"0000:03:00.0", "pci"};
+  record.parentsAreNamed = true;
+  return record;
+}
+
+LinkRecord virtualLink(int index, const std::string& name, unsigned hardwareType = ARPHRD_ETHER) {
+  LinkRecord record = link(index, name, hardwareType);
+  record.parentsAreNamed = true;
+  return record;
+}
+
+constexpr char kNoSysfs[] = "/nowhere";
+
+TEST(PhysicalPorts, AreEthernetLinksOfADeviceInIndexOrderWhateverSysfsSays) {
+  const auto ports = physicalPorts(
+      {deviceLink(9, "nic1"), virtualLink(3, "veth0"), deviceLink(2, "nic0"),
+       deviceLink(4, "ib0", ARPHRD_INFINIBAND), virtualLink(1, "lo", ARPHRD_LOOPBACK)},
+      kNoSysfs);
+  EXPECT_THAT(ports,
+              ElementsAre(Field(&LinkRecord::name, "nic0"), Field(&LinkRecord::name, "nic1")));
+}
+
+TEST(PhysicalPorts, AreFoundByTheirOwnName) {
+  const auto port = physicalPortNamed(deviceLink(2, "nic0"), "nic0", kNoSysfs);
+  ASSERT_TRUE(port.has_value());
+  EXPECT_EQ(port->index, 2);
+}
+
+TEST(PhysicalPorts, AreNotFoundByAnAlternativeName) {
+  EXPECT_FALSE(physicalPortNamed(deviceLink(2, "nic0"), "enp3s0", kNoSysfs).has_value())
+      << "the kernel answers with nic0 when asked for its alternative name";
+}
+
+TEST(PhysicalPorts, AreNotFoundWhereTheLinkIsNoPort) {
+  EXPECT_FALSE(physicalPortNamed(virtualLink(3, "veth0"), "veth0", kNoSysfs).has_value());
+  EXPECT_FALSE(physicalPortNamed({}, "nic0", kNoSysfs).has_value());
+}
+
+/// Below an older kernel, sysfs tells that nic0 belongs to a PCI function and veth0 to nothing.
+class PortsOfAnOlderKernel : public testing::Test {
  protected:
-  PhysicalPorts() {
-    tree.directory("devices/x").directory("class/net/veth0");
-    for (const char* name : {"nic0", "nic1", "ib0"}) {
-      tree.link(std::string("class/net/") + name + "/device", "devices/x");
-    }
+  PortsOfAnOlderKernel() {
+    tree.directory("bus/pci")
+        .link("devices/pci0000:00/0000:03:00.1/subsystem", "bus/pci")
+        .link("class/net/nic0/device", "devices/pci0000:00/0000:03:00.1")
+        .directory("class/net/veth0");
   }
 
   SysTree tree;
 };
 
-TEST_F(PhysicalPorts, AreEthernetLinksWithADeviceInIndexOrder) {
-  const auto ports =
-      physicalPorts({link(9, "nic1"), link(3, "veth0"), link(2, "nic0"),
-                     link(4, "ib0", ARPHRD_INFINIBAND), link(1, "lo", ARPHRD_LOOPBACK)},
-                    tree.root());
-  EXPECT_THAT(ports,
-              ElementsAre(Field(&LinkRecord::name, "nic0"), Field(&LinkRecord::name, "nic1")));
+TEST_F(PortsOfAnOlderKernel, AreFoundInSysfsWithTheirParent) {
+  const auto ports = physicalPorts({link(9, "veth0"), link(2, "nic0")}, tree.root());
+  ASSERT_THAT(ports, ElementsAre(Field(&LinkRecord::name, "nic0")));
+  ASSERT_TRUE(ports[0].parent.has_value());
+  EXPECT_EQ(ports[0].parent->name, "0000:03:00.1");
+  EXPECT_EQ(ports[0].parent->bus, "pci");
 }
 
-TEST_F(PhysicalPorts, LoseAPortWhoseDeviceIsGone) {
-  tree.remove("devices/x");
-  EXPECT_TRUE(physicalPorts({link(2, "nic0")}, tree.root()).empty());
-}
-
-TEST_F(PhysicalPorts, AreNotTakenForAnotherNamespacesLinkOfTheSameName) {
+TEST_F(PortsOfAnOlderKernel, AreNotTakenForAnotherNamespacesLinkOfTheSameName) {
   tree.file("class/net/nic0/ifindex", "2\n");
   EXPECT_EQ(physicalPorts({link(2, "nic0")}, tree.root()).size(), 1U);
   EXPECT_TRUE(physicalPorts({link(3, "nic0")}, tree.root()).empty());
 }
 
-TEST_F(PhysicalPorts, AreFoundByTheirOwnName) {
-  const auto port = physicalPortNamed({link(2, "nic0")}, "nic0", tree.root());
-  ASSERT_TRUE(port.has_value());
-  EXPECT_EQ(port->index, 2);
+TEST_F(PortsOfAnOlderKernel, MayBelongToADeviceWithoutABus) {
+  tree.remove("devices/pci0000:00/0000:03:00.1/subsystem");
+  const auto ports = physicalPorts({link(2, "nic0")}, tree.root());
+  ASSERT_THAT(ports, ElementsAre(Field(&LinkRecord::name, "nic0")));
+  EXPECT_EQ(ports[0].parent->bus, "");
 }
 
-TEST_F(PhysicalPorts, AreNotFoundByAnAlternativeName) {
-  EXPECT_FALSE(physicalPortNamed({link(2, "nic0")}, "enp3s0", tree.root()).has_value())
-      << "the kernel answers with nic0 when asked for its alternative name";
-}
-
-TEST_F(PhysicalPorts, AreNotFoundWhereTheLinkIsNoPort) {
-  EXPECT_FALSE(physicalPortNamed({link(3, "veth0")}, "veth0", tree.root()).has_value());
-  EXPECT_FALSE(physicalPortNamed({}, "nic0", tree.root()).has_value());
+TEST_F(PortsOfAnOlderKernel, AreNoneWhereSysfsOfAYoungerOneWouldHaveThem) {
+  EXPECT_TRUE(physicalPorts({virtualLink(2, "nic0")}, tree.root()).empty())
+      << "the message of a younger kernel has the last word";
 }
 
 TEST(LinkName, FitsTheKernelAndIsNoPath) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/platform/linux/sys_tree.h"
 
@@ -55,6 +56,21 @@ TEST(NumberList, EndsAtTheFirstMistake) {
   EXPECT_THAT(parseNumberList("1,3-"), ElementsAre(1));
   EXPECT_THAT(parseNumberList("5-2,7"), ElementsAre(7)) << "an empty range is no mistake";
   EXPECT_THAT(parseNumberList("1,0-4294967295"), ElementsAre(1)) << "memory stays bounded";
+}
+
+TEST(SysfsText, OfAPipeThatNobodyWritesToIsEmpty) {
+  SysTree tree;
+  const std::string path = tree.root() + "/pipe";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_THAT(readText(path), Optional(std::string())) << "and nobody waits for it";
+}
+
+TEST(LinkTarget, IsTheTextOfTheLink) {
+  SysTree tree;
+  tree.link("a", "devices/b").file("file", "");
+  EXPECT_THAT(linkTarget(tree.root() + "/a"), Optional(tree.root() + "/devices/b"));
+  EXPECT_EQ(linkTarget(tree.root() + "/file"), std::nullopt);
+  EXPECT_EQ(linkTarget(tree.root() + "/absent"), std::nullopt);
 }
 
 TEST(BaseName, IsTheLastComponent) {

@@ -41,7 +41,7 @@ std::string defaultLibrary(bool simulated) {
 
 std::string defaultSchema() {
   return firstThatExists("schema directory", "--schema",
-                         {"../" ORV_INSTALL_DATADIR "/orvprovider/schema", "../../schema"});
+                         {"../" ORV_INSTALL_DATADIR "/orvprovider/schema"});
 }
 
 }  // namespace orv::tool

@@ -8,6 +8,7 @@
 #include "tool/options.h"
 #include "tool/printer.h"
 #include "tool/session.h"
+#include "tool/start_lines.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
     if (options->command == Command::kWatch || options->command == Command::kServe) {
       blockEndSignals();
     }
+    if (!options->verbose) hideStartLines();
     Session session(*options);
     Printer printer(std::cout, session.classes(), options->print);
     const int status = runCommand(*options, session, printer);

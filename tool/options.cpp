@@ -1,9 +1,16 @@
 #include "tool/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <iterator>
 #include <map>
+#include <numeric>
+#include <string_view>
+#include <utility>
 
 #include "tool/errors.h"
+#include "tool/readable_text.h"
 
 namespace orv::tool {
 namespace {
@@ -11,17 +18,119 @@ namespace {
 constexpr const char* kFooter = R"(Examples:
   orvcim list
   orvcim instances Orvane_EthernetPort --format table
-  orvcim instances Orvane_EPStatisticalInformation --property InstanceID bytesRx bytesTx
-  orvcim get 'Orvane_EPStatisticalInformation.InstanceID="Orvane:Orvane_EPStatisticalInformation:eth0"'
-  orvcim associators 'Orvane_EthernetPort.DeviceID="eth0"' --assoc-class Orvane_EPStatistics
   orvcim watch Orvane_CIMHeartbeat Orvane_KernelIPChangedIndication
   orvcim --simulate host.json list
-  orvcim serve --listen 127.0.0.1:5988
+
+`orvcim COMMAND --help` explains a command and has examples of its own.
 
 An object path is Class.Key="value",Other=5 with an optional namespace: in front, as `orvcim names`
 prints them. Quote it for the shell.
 
 Exit status: 0, 1 when a request was answered with an error, 2 for wrong usage or unusable files.)";
+
+struct CommandText {
+  Command command;
+  const char* name;
+  const char* description;
+  const char* examples;  ///< one or two, a line each
+};
+
+// In the order in which --help lists them.
+constexpr CommandText kCommands[] = {
+    {Command::kList, "list", "Classes served, with their number of instances",
+     "orvcim list\n"
+     "orvcim list --format json"},
+    {Command::kNames, "names", "Object paths of a class",
+     "orvcim names Orvane_EthernetPort\n"
+     "orvcim names CIM_IPProtocolEndpoint --format json"},
+    {Command::kInstances, "instances", "Instances of a class",
+     "orvcim instances Orvane_EthernetPort --format table\n"
+     "orvcim instances Orvane_EPStatisticalInformation --property bytesRx bytesTx"},
+    {Command::kGet, "get", "One instance",
+     "orvcim get 'Orvane_RollupHealthState.Name=\"Orvane Rollup Health State\"'\n"
+     "orvcim get \"$(orvcim names Orvane_EthernetPort | head -n 1)\" --nulls"},
+    {Command::kAssociators, "associators", "Instances that are associated with an object",
+     "orvcim associators \"$(orvcim names Orvane_EthernetPort | head -n 1)\" \\\n"
+     "    --assoc-class Orvane_EPStatistics"},
+    {Command::kAssociatorNames, "associator-names",
+     "Object paths of what is associated with an object",
+     "orvcim associator-names \"$(orvcim names Orvane_EthernetPort | head -n 1)\""},
+    {Command::kReferences, "references", "Associations of an object",
+     "orvcim references \"$(orvcim names Orvane_EthernetPort | head -n 1)\" --role Element"},
+    {Command::kReferenceNames, "reference-names", "Object paths of the associations of an object",
+     "orvcim reference-names \"$(orvcim names Orvane_EthernetPort | head -n 1)\""},
+    {Command::kWatch, "watch", "Print indications as they arrive, until Ctrl-C",
+     "orvcim watch Orvane_CIMHeartbeat Orvane_KernelIPChangedIndication\n"
+     "orvcim watch Orvane_CIMHeartbeat --format json"},
+    {Command::kHealth, "health", "Roll-up health and latched health records",
+     "orvcim health\n"
+     "orvcim health --format json"},
+    {Command::kServe, "serve", "CIM-XML over HTTP for CIM clients on this machine, until Ctrl-C",
+     "orvcim serve\n"
+     "orvcim serve --listen '[::1]:5988'"},
+};
+
+const CommandText& textOf(Command command) {
+  return *std::find_if(std::begin(kCommands), std::end(kCommands),
+                       [&](const CommandText& text) { return text.command == command; });
+}
+
+std::string indented(const std::string& lines) {
+  std::string text = "  ";
+  for (const char c : lines) text += c == '\n' ? "\n  " : std::string(1, c);
+  return text;
+}
+
+/// Options of the whole program take effect with every command, so each command's help has them.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_footer(const CLI::App* app) const override {
+    if (app->get_parent() == nullptr) return CLI::Formatter::make_footer(app);
+    std::vector<const CLI::Option*> global =
+        app->get_parent()->get_options([app](const CLI::Option* option) {
+          return option->nonpositional() && app->get_option_no_throw(option->get_name()) == nullptr;
+        });
+    return make_group("Options of every command", false, std::move(global)) + "\n" +
+           CLI::Formatter::make_footer(app);
+  }
+};
+
+/// How many letters must be changed, added or left out to make `b` of `a`.
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+std::string unknownCommand(const std::string& word) {
+  constexpr std::size_t kFurthest = 3;  // more changes than that make another word
+  const auto* nearest = std::min_element(
+      std::begin(kCommands), std::end(kCommands), [&](const CommandText& a, const CommandText& b) {
+        return editDistance(word, a.name) < editDistance(word, b.name);
+      });
+  std::string text = "unknown command \"" + oneLine(word) + "\"";
+  if (editDistance(word, nearest->name) <= std::min(kFurthest, word.size() / 2)) {
+    text += "; did you mean \"" + std::string(nearest->name) + "\"?";
+  }
+  return text;
+}
+
+/// The first word of a command line without a command; absent where there is a command.
+std::optional<std::string> strayWord(const CLI::App& app) {
+  if (!app.get_subcommands().empty()) return std::nullopt;
+  for (const std::string& word : app.remaining()) {
+    if (!word.empty() && word.front() != '-') return word;
+  }
+  return std::nullopt;
+}
 
 void addGlobalOptions(CLI::App& app, Options& options) {
   const std::map<std::string, Format> formats = {
@@ -47,12 +156,15 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--simulate", options.simulate,
                  "Ask the host that this JSON file describes instead of this one")
       ->type_name("FILE");
+  app.add_flag("-v,--verbose", options.verbose,
+               "Show what provider libraries write when they start");
   app.set_version_flag("--version", "orvcim " ORV_VERSION);
 }
 
-CLI::App* addCommand(CLI::App& app, Options& options, Command command, const char* name,
-                     const char* description) {
-  CLI::App* sub = app.add_subcommand(name, description);
+CLI::App* addCommand(CLI::App& app, Options& options, Command command) {
+  const CommandText& text = textOf(command);
+  CLI::App* sub = app.add_subcommand(text.name, text.description);
+  sub->footer("Examples:\n" + indented(text.examples));
   sub->callback([&options, command] { options.command = command; });
   return sub;
 }
@@ -77,9 +189,8 @@ void addText(CLI::App& sub, const char* name, std::optional<std::string>& target
 }
 
 // Associators can be told apart by either end, references by the near one only.
-void addAssociationCommand(CLI::App& app, Options& options, Command command, const char* name,
-                           const char* description) {
-  CLI::App* sub = addCommand(app, options, command, name, description);
+void addAssociationCommand(CLI::App& app, Options& options, Command command) {
+  CLI::App* sub = addCommand(app, options, command);
   addObjectPath(*sub, options);
   const bool farEnd = command == Command::kAssociators || command == Command::kAssociatorNames;
   if (farEnd) addText(*sub, "--assoc-class", options.assocClass, "Through this association class");
@@ -95,31 +206,22 @@ void addAssociationCommand(CLI::App& app, Options& options, Command command, con
 }
 
 void addCommands(CLI::App& app, Options& options) {
-  addCommand(app, options, Command::kList, "list",
-             "Classes served, with their number of instances");
-  CLI::App* names = addCommand(app, options, Command::kNames, "names", "Object paths of a class");
-  addClassName(*names, options);
-  CLI::App* instances =
-      addCommand(app, options, Command::kInstances, "instances", "Instances of a class");
+  addCommand(app, options, Command::kList);
+  addClassName(*addCommand(app, options, Command::kNames), options);
+  CLI::App* instances = addCommand(app, options, Command::kInstances);
   addClassName(*instances, options);
   addProperties(*instances, options);
-  CLI::App* get = addCommand(app, options, Command::kGet, "get", "One instance");
+  CLI::App* get = addCommand(app, options, Command::kGet);
   addObjectPath(*get, options);
   addProperties(*get, options);
-  addAssociationCommand(app, options, Command::kAssociators, "associators",
-                        "Instances that are associated with an object");
-  addAssociationCommand(app, options, Command::kAssociatorNames, "associator-names",
-                        "Object paths of what is associated with an object");
-  addAssociationCommand(app, options, Command::kReferences, "references",
-                        "Associations of an object");
-  addAssociationCommand(app, options, Command::kReferenceNames, "reference-names",
-                        "Object paths of the associations of an object");
-  CLI::App* watch = addCommand(app, options, Command::kWatch, "watch",
-                               "Print indications as they arrive, until Ctrl-C");
+  addAssociationCommand(app, options, Command::kAssociators);
+  addAssociationCommand(app, options, Command::kAssociatorNames);
+  addAssociationCommand(app, options, Command::kReferences);
+  addAssociationCommand(app, options, Command::kReferenceNames);
+  CLI::App* watch = addCommand(app, options, Command::kWatch);
   watch->add_option("CLASS", options.classNames, "Indication classes")->required()->type_name("");
-  addCommand(app, options, Command::kHealth, "health", "Roll-up health and latched health records");
-  CLI::App* serve = addCommand(app, options, Command::kServe, "serve",
-                               "CIM-XML over HTTP for CIM clients on this machine, until Ctrl-C");
+  addCommand(app, options, Command::kHealth);
+  CLI::App* serve = addCommand(app, options, Command::kServe);
   serve
       ->add_option("--listen", options.listen, "Loopback address and port; port 0 takes a free one")
       ->capture_default_str()
@@ -134,13 +236,22 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
   CLI::App app{"Asks the providers of liborvprovider through an embedded object manager.",
                "orvcim"};
   app.footer(kFooter);
+  app.formatter(std::make_shared<HelpFormatter>());
+  app.allow_extras();  // so that a stray word can be named; refused below
   app.fallthrough();
   app.require_subcommand(1);
   addGlobalOptions(app, options);
   addCommands(app, options);
   try {
     app.parse(argc, argv);
+    const std::vector<std::string> extras = app.remaining();
+    if (!extras.empty()) throw CLI::ExtrasError(app.get_name(), extras);
   } catch (const CLI::ParseError& e) {
+    if (const std::optional<std::string> word = strayWord(app)) {
+      std::cerr << "orvcim: " << unknownCommand(*word) << "\nRun orvcim --help for the commands.\n";
+      exitStatus = kExitBadInput;
+      return std::nullopt;
+    }
     exitStatus = app.exit(e) == 0 ? kExitOk : kExitBadInput;
     return std::nullopt;
   }

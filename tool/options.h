@@ -38,6 +38,7 @@ struct Options {
   std::vector<std::string> libraries;
   std::vector<std::string>
       schemas;           ///< directories, in order; empty: the one beside the executable
+  bool verbose = false;  ///< let the start lines of provider libraries through
   std::string simulate;  ///< host file; empty: this host
 };
 

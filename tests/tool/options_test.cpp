@@ -7,17 +7,31 @@ namespace orv::tool {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
 
-std::optional<Options> parse(std::vector<const char*> arguments, int* status = nullptr) {
+struct Parsed {
+  std::optional<Options> options;
+  int status = -1;
+  std::string out, err;
+};
+
+Parsed parseAll(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "orvcim");
-  int exitStatus = -1;
+  Parsed parsed;
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
-  auto options = parseCommandLine(static_cast<int>(arguments.size()), arguments.data(), exitStatus);
-  testing::internal::GetCapturedStdout();
-  testing::internal::GetCapturedStderr();
-  if (status != nullptr) *status = exitStatus;
-  return options;
+  parsed.options =
+      parseCommandLine(static_cast<int>(arguments.size()), arguments.data(), parsed.status);
+  parsed.out = testing::internal::GetCapturedStdout();
+  parsed.err = testing::internal::GetCapturedStderr();
+  return parsed;
+}
+
+std::optional<Options> parse(const std::vector<const char*>& arguments, int* status = nullptr) {
+  const Parsed parsed = parseAll(arguments);
+  if (status != nullptr) *status = parsed.status;
+  return parsed.options;
 }
 
 int statusOf(const std::vector<const char*>& arguments) {
@@ -118,6 +132,51 @@ TEST(CommandLine, WrongUsageIsTwo) {
   EXPECT_EQ(statusOf({"list", "--format"}), 2);
   EXPECT_EQ(statusOf({"references", "P", "--result-role", "x"}), 2);
   EXPECT_EQ(statusOf({"names", "C", "--property", "x"}), 2);
+}
+
+constexpr const char* kAllCommands[] = {
+    "list",       "names",           "instances", "get",    "associators", "associator-names",
+    "references", "reference-names", "watch",     "health", "serve"};
+
+TEST(CommandLine, AnUnknownCommandIsNamedAndTheNearestOneOffered) {
+  for (const auto& arguments : std::vector<std::vector<const char*>>{
+           {"instancs"}, {"instancs", "--help"}, {"--format", "json", "instancs", "C"}}) {
+    const Parsed parsed = parseAll(arguments);
+    EXPECT_FALSE(parsed.options);
+    EXPECT_EQ(parsed.status, 2);
+    EXPECT_THAT(parsed.err,
+                HasSubstr("unknown command \"instancs\"; did you mean \"instances\"?\n"));
+    EXPECT_EQ(parsed.out, "");
+  }
+}
+
+TEST(CommandLine, ACommandLikeNoOtherIsOnlyNamed) {
+  EXPECT_THAT(parseAll({"bogus"}).err, HasSubstr("unknown command \"bogus\"\n"));
+  EXPECT_THAT(parseAll({"x\ny"}).err, HasSubstr("unknown command \"x\\ny\"\n"));
+}
+
+TEST(CommandLine, AWordTooManyIsNotTakenForACommand) {
+  const Parsed parsed = parseAll({"list", "names"});
+  EXPECT_EQ(parsed.status, 2);
+  EXPECT_THAT(parsed.err, Not(HasSubstr("unknown command")));
+}
+
+TEST(CommandLine, HelpOfACommandHasItsExamplesAndTheGlobalOptions) {
+  for (const char* command : kAllCommands) {
+    const Parsed parsed = parseAll({command, "--help"});
+    EXPECT_EQ(parsed.status, 0) << command;
+    EXPECT_THAT(parsed.out, HasSubstr("Examples:\n  orvcim " + std::string(command))) << command;
+    for (const char* option : {"--format", "--namespace", "--simulate", "--verbose"}) {
+      EXPECT_THAT(parsed.out, HasSubstr(option)) << command;
+    }
+  }
+}
+
+TEST(CommandLine, HelpListsEveryCommand) {
+  const std::string help = parseAll({"--help"}).out;
+  for (const char* command : kAllCommands) {
+    EXPECT_THAT(help, HasSubstr("\n  " + std::string(command) + " ")) << command;
+  }
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -46,15 +47,10 @@ json orvcimJson(std::vector<std::string> arguments) {
   return json::parse(outcome.out, nullptr, false);
 }
 
-// The lines of standard error that are the tool's own; the library writes a line for each factory.
 std::vector<std::string> complaints(const Outcome& outcome) {
   std::vector<std::string> lines;
-  std::size_t begin = 0;
-  for (std::size_t end; (end = outcome.err.find('\n', begin)) != std::string::npos;
-       begin = end + 1) {
-    const std::string line = outcome.err.substr(begin, end - begin);
-    if (line.rfind("--- _Create_InstanceMI()", 0) != 0) lines.push_back(line);
-  }
+  std::istringstream in(outcome.err);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
   return lines;
 }
 
@@ -98,6 +94,21 @@ TEST(Orvcim, ListsTheServedClassesWithTheirNumberOfInstances) {
       EXPECT_TRUE(row["instances"].is_null()) << row;
     }
   }
+}
+
+TEST(Orvcim, StartLinesOfTheLibraryAreShownOnRequest) {
+  EXPECT_EQ(orvcim({"list"}).err, "");
+  const Outcome verbose = orvcim({"list", "--verbose"});
+  EXPECT_EQ(verbose.status, 0);
+  EXPECT_THAT(verbose.err, StartsWith("--- _Create_InstanceMI() "));
+}
+
+TEST(Orvcim, FindsTheSchemaOfItsSourceTreeByItself) {
+  const Outcome outcome =
+      run({kOrvcim, "--simulate", kExampleHost, "names", "Orvane_RollupHealthState"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  const std::filesystem::path inBuildTree = ORV_BINARY_DIR "/share/orvprovider/schema";
+  EXPECT_TRUE(std::filesystem::equivalent(inBuildTree, kSchema));
 }
 
 TEST(Orvcim, NamesAreObjectPathsThatGetTakes) {

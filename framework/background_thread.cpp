@@ -1,10 +1,18 @@
 #include "framework/background_thread.h"
 
 #include <csignal>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "cmpi/cmpi_status.h"
+#include "framework/thread_times.h"
 
 namespace ORV {
 
 namespace {
+
+using std::chrono::system_clock;
 
 /// While it lives, the calling thread and the threads that it starts do not get SIGUSR1.
 class BlockedStopSignal {
@@ -23,11 +31,133 @@ class BlockedStopSignal {
   sigset_t before_;
 };
 
+bool attach(const CmpiBroker& broker, const CmpiContext& context) {
+  try {
+    broker.attachThread(context);
+    return true;
+  } catch (const CmpiStatus&) {
+    return false;
+  }
+}
+
+/// When `duration` from now is over. The clock is the one that waits are measured with.
+OMC::WallTime wallTimeIn(std::chrono::nanoseconds duration) {
+  return system_clock::now() + std::chrono::ceil<system_clock::duration>(duration);
+}
+
 }  // namespace
 
-int startBackgroundThread(pthread_t& thread, void* (*body)(void*), void* argument) {
+bool ThreadGroup::stop() {
+  stopped_ = true;  // before the mutex, which may not be had
+  const auto patience = abandoned_ ? std::chrono::milliseconds(0) : stopPatience();
+  if (stopUntil(wallTimeIn(patience))) return true;
+  abandoned_ = true;
+  return false;
+}
+
+bool ThreadGroup::stopUntil(OMC::WallTime deadline) {
+  std::unique_lock<OMC::Mutex> lock(mutex_, deadline);
+  if (!lock) return false;
+  condition_.broadcast();
+  for (BackgroundThread* thread : threads_) {
+    if (!thread->joinUntil(lock, deadline)) return false;
+  }
+  while (joining_ > 0) {
+    if (!condition_.waitUntil(mutex_, deadline) && joining_ > 0) return false;
+  }
+  return true;
+}
+
+/// On its way from the request that starts a thread to the thread, which frees it.
+struct BackgroundThread::Job {
+  Job(BackgroundThread& of, const CmpiBroker& starter, const CmpiContext& request, ThreadWork todo)
+      : thread(of),
+        broker(starter),
+        context(starter.prepareAttachThread(request)),
+        work(std::move(todo)) {
+    if (context.isNull()) throw CmpiStatus(CMPI_RC_ERR_FAILED);
+  }
+
+  BackgroundThread& thread;
+  const CmpiBroker broker;
+  const CmpiPreparedContext context;
+  const ThreadWork work;
+};
+
+BackgroundThread::BackgroundThread(ThreadGroup& group) : group_(group) {
+  group.threads_.push_back(this);
+}
+
+bool BackgroundThread::start(const CmpiBroker& broker, const CmpiContext& request,
+                             ThreadWork work) {
+  if (running_) return true;
+  auto job = std::make_unique<Job>(*this, broker, request, std::move(work));
+  // One that has ended by itself, and no longer needs the mutex.
+  if (handle_) pthread_join(*handle_, nullptr);
+  handle_.reset();
+  pthread_t thread{};
   const BlockedStopSignal blocked;
-  return pthread_create(&thread, nullptr, body, argument);
+  if (pthread_create(&thread, nullptr, main, job.get()) != 0) return false;
+  static_cast<void>(job.release());  // the thread's
+  handle_ = thread;
+  running_ = true;
+  return true;
+}
+
+void* BackgroundThread::main(void* job) noexcept {
+  const std::unique_ptr<Job> own(static_cast<Job*>(job));
+  own->thread.run(*own);
+  return nullptr;
+}
+
+void BackgroundThread::run(Job& job) {
+  const bool refused = job.work.attaches && !attach(job.broker, job.context);
+  const AttachedThreadMemory memory =
+      job.work.attaches ? AttachedThreadMemory(job.context) : AttachedThreadMemory();
+  const std::lock_guard<OMC::Mutex> lock(group_.mutex_);
+  try {
+    if (!refused) workUntilStopped(job, {job.broker, job.context, memory});
+  } catch (...) {
+    // The thread is over, the process is not.
+  }
+  running_ = false;
+}
+
+void BackgroundThread::workUntilStopped(Job& job, const ThreadTools& tools) {
+  if (job.work.delivers) waitForBroker();
+  while (!group_.stopped_) {
+    job.work.cycle(tools);
+    wait(deadlineIn(job.work.period()));
+  }
+}
+
+/// The time left is asked for again after each wait, since the clock of waits may be set meanwhile.
+void BackgroundThread::waitForBroker() {
+  for (auto left = brokerStartupLeft(); left.count() > 0 && !group_.stopped_;
+       left = brokerStartupLeft()) {
+    wait(wallTimeIn(left));
+  }
+}
+
+void BackgroundThread::wait(OMC::WallTime deadline) {
+  // A stop that could not have the mutex while the cycle ran had nobody to wake.
+  if (!group_.stopped_) group_.condition_.waitUntil(group_.mutex_, deadline);
+}
+
+/// Joins the thread, if there is one that nobody has joined, with the mutex released meanwhile: the
+/// thread needs it in order to end. False when it has not ended at `deadline`.
+bool BackgroundThread::joinUntil(std::unique_lock<OMC::Mutex>& lock, OMC::WallTime deadline) {
+  if (!handle_) return true;
+  const pthread_t thread = *handle_;
+  handle_.reset();
+  ++group_.joining_;
+  lock.unlock();
+  const timespec until = OMC::toTimespec(deadline);
+  if (pthread_timedjoin_np(thread, nullptr, &until) != 0) return false;
+  if (!lock.try_lock_until(deadline)) return false;
+  --group_.joining_;
+  group_.condition_.broadcast();
+  return true;
 }
 
 }  // namespace ORV

@@ -2,9 +2,19 @@
 
 #include <pthread.h>
 
+#include <chrono>
 #include <ctime>
 
 namespace OMC {
+
+/// A moment of the wall clock, until which a mutex or a condition may be waited for.
+using WallTime = std::chrono::system_clock::time_point;
+
+inline timespec toTimespec(WallTime moment) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(moment);
+  const std::chrono::nanoseconds rest = moment - seconds;
+  return {std::chrono::system_clock::to_time_t(seconds), static_cast<long>(rest.count())};
+}
 
 /// A process-private POSIX mutex with default attributes. Locked through std::lock_guard or
 /// std::unique_lock, so that an exception releases it.
@@ -18,6 +28,11 @@ class Mutex {
   void lock() { pthread_mutex_lock(&mutex_); }
   void unlock() { pthread_mutex_unlock(&mutex_); }
   bool try_lock() { return pthread_mutex_trylock(&mutex_) == 0; }
+  /// False when another thread still holds it at `deadline`.
+  bool try_lock_until(WallTime deadline) {
+    const timespec until = toTimespec(deadline);
+    return pthread_mutex_timedlock(&mutex_, &until) == 0;
+  }
 
   pthread_mutex_t* native() { return &mutex_; }
 
@@ -25,7 +40,8 @@ class Mutex {
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
-/// A process-private POSIX condition variable on the wall clock.
+/// A process-private POSIX condition variable on the wall clock. A wait may also end without a
+/// cause: callers look again at what they wait for.
 class Condition {
  public:
   Condition() = default;
@@ -35,13 +51,11 @@ class Condition {
 
   void broadcast() { pthread_cond_broadcast(&condition_); }
 
-  /// Waits, with the locked mutex released meanwhile, until a broadcast or for no reason.
-  void wait(Mutex& mutex) { pthread_cond_wait(&condition_, mutex.native()); }
-
-  /// Waits, with the locked mutex released meanwhile, until a broadcast, the absolute deadline or
-  /// for no reason.
-  void timedWait(Mutex& mutex, const timespec& deadline) {
-    pthread_cond_timedwait(&condition_, mutex.native(), &deadline);
+  /// Waits for a broadcast until `deadline`, with the locked mutex released meanwhile. False when
+  /// the deadline has passed.
+  bool waitUntil(Mutex& mutex, WallTime deadline) {
+    const timespec until = toTimespec(deadline);
+    return pthread_cond_timedwait(&condition_, mutex.native(), &until) == 0;
   }
 
  private:

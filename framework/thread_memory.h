@@ -14,6 +14,8 @@ namespace ORV {
 /// the thread starts; the context must outlive it.
 class AttachedThreadMemory {
  public:
+  /// For a thread that is not attached: offers nothing.
+  AttachedThreadMemory() : context_(nullptr), entry_(nullptr) {}
   explicit AttachedThreadMemory(const CmpiContext& context);
 
   /// Whether the object manager offers the entry.

@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "cmpi/cmpi_instance.h"
 #include "cmpi/cmpi_memory_mark.h"
@@ -12,7 +13,7 @@ namespace OrvLatchedHealth {
 
 namespace {
 
-constexpr long kPollSeconds = 120;
+constexpr std::chrono::seconds kPeriod(120);
 constexpr char kNameSpace[] = "root/cimv2";
 
 // In the order in which they are polled, hence in which new records and event numbers come.
@@ -26,7 +27,7 @@ static_assert(sizeof kMonitoredClasses / sizeof *kMonitoredClasses == 12);
 
 class Cycle {
  public:
-  Cycle(const MonitorTools& tools, LatchedStore& store, const std::function<std::time_t()>& now)
+  Cycle(const ORV::ThreadTools& tools, LatchedStore& store, const std::function<std::time_t()>& now)
       : tools_(tools), store_(store), now_(now) {}
 
   void poll(const char* className) {
@@ -51,7 +52,7 @@ class Cycle {
     store_.latch(element.getObjectPath(), healthState, static_cast<std::uint32_t>(now_()));
   }
 
-  const MonitorTools& tools_;
+  const ORV::ThreadTools& tools_;
   LatchedStore& store_;
   const std::function<std::time_t()>& now_;
   CMPIUint16 cycleMaxHealthState_ = 0;
@@ -61,7 +62,7 @@ std::time_t wallClock() { return std::time(nullptr); }
 
 }  // namespace
 
-std::uint16_t pollMonitoredClasses(const MonitorTools& tools, LatchedStore& store,
+std::uint16_t pollMonitoredClasses(const ORV::ThreadTools& tools, LatchedStore& store,
                                    const std::function<std::time_t()>& now) {
   Cycle cycle(tools, store, now);
   for (const char* className : kMonitoredClasses) {
@@ -75,12 +76,15 @@ std::uint16_t pollMonitoredClasses(const MonitorTools& tools, LatchedStore& stor
   return cycle.maxHealthState();
 }
 
-void* HealthMonitorThread(void* arg) {
-  runMonitorThread(arg, kPollSeconds, [](const MonitorTools& tools) {
+ORV::ThreadWork healthMonitoring() {
+  ORV::ThreadWork work;
+  work.cycle = [](const ORV::ThreadTools& tools) {
     MonitorState& state = monitorState();
     state.rollupHealthState = pollMonitoredClasses(tools, state.store, wallClock);
-  });
-  return nullptr;
+  };
+  work.period = [] { return kPeriod; };
+  work.attaches = true;
+  return work;
 }
 
 }  // namespace OrvLatchedHealth

@@ -4,15 +4,14 @@
 
 #include "cmpi/cmpi_memory_mark.h"
 #include "health/monitor_state.h"
-#include "health/monitor_threads.h"
 
 namespace OrvLatchedHealth {
 
 namespace {
 
-constexpr long kTestSeconds = 30;
+constexpr std::chrono::seconds kPeriod(30);
 
-void testAndSend(const MonitorTools& tools) {
+void testAndSend(const ORV::ThreadTools& tools) {
   const CmpiMemoryMark mark(tools.broker);
   CmpiBroker broker = tools.broker;
   monitorState().kernelIpIndication.testAndSend(tools.context, &broker);
@@ -20,16 +19,20 @@ void testAndSend(const MonitorTools& tools) {
 
 }  // namespace
 
-void* KernelIpMonitorThread(void* arg) {
-  runMonitorThread(arg, kTestSeconds, [](const MonitorTools& tools) {
+ORV::ThreadWork kernelIpMonitoring() {
+  ORV::ThreadWork work;
+  work.cycle = [](const ORV::ThreadTools& tools) {
     try {
       testAndSend(tools);
       tools.memory.release();
     } catch (...) {
       syslog(LOG_ERR, "Failed testAndSend operation");
     }
-  });
-  return nullptr;
+  };
+  work.period = [] { return kPeriod; };
+  work.attaches = true;
+  work.delivers = true;
+  return work;
 }
 
 }  // namespace OrvLatchedHealth

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "framework/background_thread.h"
+
 namespace OrvLatchedHealth {
 
-/// Body of the kernel IP monitor thread; `arg` comes from startMonitorThreads. Looks for changed
-/// kernel interface addresses every 30 seconds until the monitors are stopped. Returns null.
-void* KernelIpMonitorThread(void* arg);
+/// What the kernel IP monitor thread does: looks for changed kernel interface addresses every 30
+/// seconds.
+ORV::ThreadWork kernelIpMonitoring();
 
 }  // namespace OrvLatchedHealth

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
-#include <vector>
 
+#include "framework/background_thread.h"
 #include "framework/locks.h"
 #include "health/latched_store.h"
 #include "kernelip/kernel_ip_indication.h"
@@ -31,21 +29,9 @@ struct MonitorState {
   /// Worst HealthState of the last complete cycle. Written under the mutex, read without.
   std::atomic<std::uint16_t> rollupHealthState{0};
 
-  /// Set once, never cleared.
-  bool monitorStop = false;
-  /// Threads that run; each counts itself once it holds the mutex.
-  std::uint32_t monitorThreadCount = 0;
-  /// Threads on their way there: started, and not yet holding the mutex for the first time.
-  std::uint32_t startingThreadCount = 0;
-
-  /// Threads started and not yet joined, counted or not. More than one of a kind only when an
-  /// earlier one has ended by itself, refused by the broker.
-  std::vector<pthread_t> kernelIpThreads;
-  std::vector<pthread_t> healthMonitorThreads;
-
-  /// Callers of stopMonitorThreads that are joining, and what tells the others that one is done.
-  unsigned joining = 0;
-  OMC::Condition joined;
+  ORV::ThreadGroup threads{latchedHealthMutex, latchedHealthCondition};
+  ORV::BackgroundThread healthMonitor{threads};
+  ORV::BackgroundThread kernelIpMonitor{threads};
 };
 
 /// The one of the process.

@@ -1,38 +1,20 @@
 #pragma once
 
-#include <functional>
-
 #include "cmpi/cmpi_broker.h"
 #include "cmpi/cmpi_context.h"
-#include "framework/thread_memory.h"
 
 namespace OrvLatchedHealth {
 
-/// Starts the health monitor and the kernel IP monitor unless monitor threads run or are about to.
-/// `context` is the request's: each thread gets a copy of its own.
+/// Starts the health monitor and the kernel IP monitor, each unless it runs. `context` is the
+/// request's: each thread gets a copy of its own.
 ///
 /// Ends the process, with a line in the log, when a thread cannot be started. Fails: CmpiStatus
-/// when the broker makes no context for a thread.
+/// when the broker makes no context for a thread; the other one is started all the same.
 void startMonitorThreads(const CmpiBroker& broker, const CmpiContext& context);
 
 /// Ends all monitor threads for good: threads started later end at once. Returns when every thread
-/// has ended that had been started before the call, also when another caller joins it. Any number
-/// of callers at once.
+/// has ended that had been started before the call, also when another caller joins it. When a call
+/// of the broker holds one up for 5 seconds, logs that and returns. Any number of callers at once.
 void stopMonitorThreads();
-
-/// What a monitor thread works with.
-struct MonitorTools {
-  const CmpiBroker& broker;
-  const CmpiContext& context;  ///< the thread's own, attached
-  const ORV::AttachedThreadMemory& memory;
-};
-
-/// The life of a monitor thread: attaches, takes the mutex and counts itself; until the stop flag
-/// is seen does `work` and waits for the period, with the mutex released only meanwhile.
-///
-/// `argument` is what startMonitorThreads handed to the thread; it is taken over. `work` must not
-/// throw. Does nothing when the broker refuses the thread.
-void runMonitorThread(void* argument, long periodSeconds,
-                      const std::function<void(const MonitorTools&)>& work);
 
 }  // namespace OrvLatchedHealth

@@ -7,8 +7,9 @@
 namespace Heartbeat {
 
 /// Tells subscribers at a fixed interval that the object manager and the host are alive: a thread
-/// delivers an Orvane_CIMHeartbeat at once and then each time the interval has passed since the
-/// last delivery ended, whether or not anyone listens. Filters are the object manager's business.
+/// delivers an Orvane_CIMHeartbeat at once (with sfcb, once its daemon is 10 seconds old) and then
+/// each time the interval has passed since the last delivery ended, whether or not anyone listens.
+/// Filters are the object manager's business.
 ///
 /// All state is the module's, shared by every object of the class, and is never destroyed: a
 /// process may end while the thread runs.
@@ -22,7 +23,8 @@ class HeartbeatProvider : public CmpiIndicationMI {
   CmpiStatus initialize(const CmpiContext& context) override;
 
   /// Terminating: stops the thread for good and returns when it has ended; also when called twice,
-  /// or by two threads at a time. A thread started later ends at once. Otherwise: never unload.
+  /// or by two threads at a time. A thread started later ends at once. When a delivery does not
+  /// return for 5 seconds, logs that and returns without the thread's end. Otherwise: never unload.
   CmpiStatus cleanup(const CmpiContext& context, bool terminating) override;
 
   CmpiStatus authorizeFilter(const CmpiContext& context, const CmpiSelectExp& filter,
@@ -39,10 +41,6 @@ class HeartbeatProvider : public CmpiIndicationMI {
   CmpiStatus enableIndications() override;
   CmpiStatus disableIndications() override;
 };
-
-/// The thread's body. `argument` is made by initialize, which hands over its ownership. Always
-/// null.
-void* heartBeatThread(void* argument);
 
 /// Takes the interval from the configuration file at `path` when that has one of at least 30
 /// seconds. Logs a file that cannot be opened and a value that is too small. What opens but cannot

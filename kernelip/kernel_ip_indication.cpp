@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <boost/make_shared.hpp>
+#include <chrono>
 #include <ctime>
 #include <exception>
 #include <memory>
@@ -13,6 +14,7 @@
 #include "cmpi/cmpi_date_time.h"
 #include "cmpi/cmpi_status.h"
 #include "framework/scoping_keys.h"
+#include "framework/thread_times.h"
 #include "platform/computer_system.h"
 
 namespace ORV {
@@ -84,7 +86,8 @@ void KernelIpIndication::enableIndication() {
 }
 
 void KernelIpIndication::disableIndication() {
-  const std::lock_guard<OMC::Mutex> lock(mutex_);
+  const std::unique_lock<OMC::Mutex> lock(mutex_,
+                                          std::chrono::system_clock::now() + stopPatience());
   enabled_ = false;
 }
 

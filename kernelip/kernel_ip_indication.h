@@ -2,6 +2,7 @@
 
 #include <ifaddrs.h>
 
+#include <atomic>
 #include <boost/shared_ptr.hpp>
 #include <map>
 #include <string>
@@ -25,7 +26,9 @@ namespace ORV {
 /// reported.
 ///
 /// The first four operations after the constructor may be called from any thread. Indications are
-/// delivered with the mutex held, so that switching on or off waits for a pass under way.
+/// delivered with the mutex held, so that switching on or off waits for a pass under way; switching
+/// off does not wait longer than a terminating cleanup does (framework/thread_times.h), since it
+/// comes before one and a delivery may never return.
 class KernelIpIndication {
  public:
   KernelIpIndication() = default;  ///< disabled, without a snapshot
@@ -77,9 +80,11 @@ class KernelIpIndication {
                         const boost::shared_ptr<IAddress>& current);
 
  private:
-  bool enabled_ = false;
+  /// Guards every member, except that `enabled_` is cleared without it where a delivery does not
+  /// return. No other lock is taken while it is held.
+  OMC::Mutex mutex_;
+  std::atomic<bool> enabled_{false};
   bool initialised_ = false;  ///< previousMap_ has been filled
-  OMC::Mutex mutex_;          ///< guards every member; no other lock is taken while it is held
   AddressMap currentMap_;
   AddressMap previousMap_;
 };

@@ -1,7 +1,7 @@
 #include "tests/health/health_fixture.h"
 
 #include <cstdlib>
-#include <mutex>
+#include <new>
 
 #include "broker/mof_reader.h"
 #include "cmpi/cmpi_provider_base.h"
@@ -105,10 +105,8 @@ Broker::Options healthBrokerOptions(const std::string& hardwareMof) {
 
 void resetMonitorState() {
   OrvLatchedHealth::MonitorState& state = OrvLatchedHealth::monitorState();
-  const std::lock_guard<OMC::Mutex> lock(state.latchedHealthMutex);
-  state.store = {};
-  state.rollupHealthState = 0;
-  state.monitorStop = false;
+  state.~MonitorState();
+  new (&state) OrvLatchedHealth::MonitorState;
 }
 
 CmpiObjectPath makePath(const std::string& className, const std::vector<TextKey>& keys,
@@ -126,6 +124,8 @@ HealthTest::HealthTest(Broker::Options options)
   resetMonitorState();
   scriptedHardware().clear();
   setPeriodMilliseconds(kUntilStopped);
+  setBrokerStarted(true);
+  setStopPatience(std::chrono::seconds(5));
   clearSyslog();
 }
 
@@ -135,7 +135,7 @@ std::uint16_t HealthTest::poll(std::time_t now) {
   const CmpiBroker manager = binding();
   const CmpiContext own = context();
   const ORV::AttachedThreadMemory memory(own);
-  const OrvLatchedHealth::MonitorTools tools{manager, own, memory};
+  const ORV::ThreadTools tools{manager, own, memory};
   return OrvLatchedHealth::pollMonitoredClasses(tools, store_, [now] { return now; });
 }
 

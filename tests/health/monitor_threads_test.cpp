@@ -55,8 +55,15 @@ bool eventually(Condition condition) {
   return false;
 }
 
-bool bothRun() {
-  return eventually([] { return monitorState().monitorThreadCount == 2; });
+/// With the state locked.
+int runningThreads() {
+  return int{monitorState().healthMonitor.isRunning()} +
+         int{monitorState().kernelIpMonitor.isRunning()};
+}
+
+/// Until each has done its work once and waits.
+bool bothWait() {
+  return eventually([] { return periodsAskedFor().size() >= 2; });
 }
 
 /// A place in a poll cycle where the health monitor stands until it is let go.
@@ -109,18 +116,16 @@ class MonitorThreads : public HealthTest {
     stopMonitorThreads();
     monitorState().kernelIpIndication.disableIndication();
     const Lock lock = lockState();
-    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+    EXPECT_EQ(runningThreads(), 0);
   }
 
   void start() { startMonitorThreads(binding(), context()); }
 };
 
-TEST_F(MonitorThreads, AreTwoAndCountThemselves) {
+TEST_F(MonitorThreads, AreTwo) {
   start();
-  EXPECT_TRUE(bothRun());
   const Lock lock = lockState();
-  EXPECT_EQ(monitorState().healthMonitorThreads.size(), 1u);
-  EXPECT_EQ(monitorState().kernelIpThreads.size(), 1u);
+  EXPECT_EQ(runningThreads(), 2);
 }
 
 TEST_F(MonitorThreads, PollOnceAtOnceAndWaitTheirPeriods) {
@@ -136,43 +141,28 @@ TEST_F(MonitorThreads, PollAgainWhenThePeriodIsOver) {
   EXPECT_TRUE(eventually([] { return scriptedHardware().calls().size() >= 36; }));
 }
 
-TEST_F(MonitorThreads, ASecondInitializeStartsNoneOnceTheyRun) {
+TEST_F(MonitorThreads, ASecondInitializeStartsNone) {
   OrvLatchedHealthState first(binding(), context());
   OrvLatchedHealthState second(binding(), context());
   EXPECT_EQ(first.initialize(context()).rc(), CMPI_RC_OK);
-  ASSERT_TRUE(bothRun());
+  EXPECT_EQ(second.initialize(context()).rc(), CMPI_RC_OK) << "before they run, or after";
+  ASSERT_TRUE(bothWait());
   EXPECT_EQ(second.initialize(context()).rc(), CMPI_RC_OK);
-  const Lock lock = lockState();
-  EXPECT_EQ(monitorState().healthMonitorThreads.size(), 1u);
-  EXPECT_EQ(monitorState().kernelIpThreads.size(), 1u);
-}
-
-TEST_F(MonitorThreads, ASecondInitializeStartsNoneBeforeTheyRunEither) {
-  for (int i = 0; i < 50; ++i) {
-    start();
-    start();
-    {
-      const Lock lock = lockState();
-      EXPECT_EQ(monitorState().healthMonitorThreads.size(), 1u);
-      EXPECT_EQ(monitorState().kernelIpThreads.size(), 1u);
-    }
-    stopMonitorThreads();
-    const Lock lock = lockState();
-    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
-    EXPECT_EQ(monitorState().startingThreadCount, 0u);
-    EXPECT_THAT(monitorState().healthMonitorThreads, IsEmpty());
-    EXPECT_THAT(monitorState().kernelIpThreads, IsEmpty());
-    monitorState().monitorStop = false;
-  }
+  stopMonitorThreads();
+  EXPECT_THAT(periodsAskedFor(), ::testing::UnorderedElementsAre(120, 30));
+  EXPECT_EQ(scriptedHardware().calls().size(), 12u);
 }
 
 TEST_F(MonitorThreads, StoppedBeforeTheyRanAreJoinedToo) {
   for (int i = 0; i < 200; ++i) {
     start();
+    start();
     stopMonitorThreads();
-    const Lock lock = lockState();
-    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
-    monitorState().monitorStop = false;
+    {
+      const Lock lock = lockState();
+      EXPECT_EQ(runningThreads(), 0);
+    }
+    resetMonitorState();
   }
 }
 
@@ -200,25 +190,22 @@ TEST_F(MonitorThreads, StopAfterTheCycleThatIsUnderWay) {
 TEST_F(MonitorThreads, StopIsSafeAgainstItselfAndEveryCallerReturnsAfterTheirEnd) {
   for (int i = 0; i < 20; ++i) {
     start();
-    std::vector<std::future<std::uint32_t>> callers;
+    std::vector<std::future<int>> callers;
     for (int caller = 0; caller < 4; ++caller) {
       callers.push_back(std::async(std::launch::async, [] {
         stopMonitorThreads();
         const Lock lock = lockState();
-        return monitorState().monitorThreadCount;
+        return runningThreads();
       }));
     }
-    for (auto& caller : callers) EXPECT_EQ(caller.get(), 0u);
-    const Lock lock = lockState();
-    monitorState().monitorStop = false;
+    for (auto& caller : callers) EXPECT_EQ(caller.get(), 0);
+    resetMonitorState();
   }
 }
 
 TEST_F(MonitorThreads, StopWithoutThreadsReturns) {
   stopMonitorThreads();
   stopMonitorThreads();
-  const Lock lock = lockState();
-  EXPECT_TRUE(monitorState().monitorStop);
 }
 
 TEST_F(MonitorThreads, StartedAfterAStopEndAtOnceWithoutPolling) {
@@ -232,22 +219,22 @@ TEST_F(MonitorThreads, StartedAfterAStopEndAtOnceWithoutPolling) {
 TEST_F(MonitorThreads, TerminatingCleanupStopsThem) {
   OrvLatchedHealthState provider(binding(), context());
   provider.initialize(context());
-  ASSERT_TRUE(bothRun());
+  ASSERT_TRUE(bothWait());
   EXPECT_EQ(provider.cleanup(context(), true).rc(), CMPI_RC_OK);
   EXPECT_EQ(provider.cleanup(context(), true).rc(), CMPI_RC_OK);
   const Lock lock = lockState();
-  EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+  EXPECT_EQ(runningThreads(), 0);
 }
 
 TEST_F(MonitorThreads, TerminatingCleanupOfTheAssociationStopsThem) {
   OrvLatchedHealth::OrvLatchedHealthAssociation* const provider =
       new OrvLatchedHealth::OrvLatchedHealthAssociation(binding(), context());
   start();
-  ASSERT_TRUE(bothRun());
+  ASSERT_TRUE(bothWait());
   EXPECT_EQ(provider->cleanup(context(), true).rc(), CMPI_RC_OK);
   {
     const Lock lock = lockState();
-    EXPECT_EQ(monitorState().monitorThreadCount, 0u);
+    EXPECT_EQ(runningThreads(), 0);
   }
   delete provider;
 }
@@ -255,11 +242,10 @@ TEST_F(MonitorThreads, TerminatingCleanupOfTheAssociationStopsThem) {
 TEST_F(MonitorThreads, OtherCleanupLeavesThemRunning) {
   OrvLatchedHealthState provider(binding(), context());
   provider.initialize(context());
-  ASSERT_TRUE(bothRun());
+  ASSERT_TRUE(bothWait());
   EXPECT_EQ(provider.cleanup(context(), false).rc(), CMPI_RC_NEVER_UNLOAD);
   const Lock lock = lockState();
-  EXPECT_EQ(monitorState().monitorThreadCount, 2u);
-  EXPECT_FALSE(monitorState().monitorStop);
+  EXPECT_EQ(runningThreads(), 2);
 }
 
 TEST_F(MonitorThreads, LeaveTheStopSignalToOthers) {
@@ -328,17 +314,43 @@ TEST_F(MonitorThreads, AThreadThatTheBrokerRefusesEnds) {
 TEST_F(MonitorThreads, ThreadsThatTheBrokerRefusedAreNoneThatRun) {
   broker_.inject({"bft.attachThread", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
   start();
-  ASSERT_TRUE(eventually([] { return monitorState().startingThreadCount == 0; }));
+  ASSERT_TRUE(eventually([] { return runningThreads() == 0; }));
   broker_.clearFaults();
   start();
-  EXPECT_TRUE(bothRun());
+  EXPECT_TRUE(bothWait());
 }
 
 TEST_F(MonitorThreads, WithoutAContextForAThreadNoneIsStarted) {
   broker_.inject({"bft.prepareAttachThread", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
   EXPECT_THROW(start(), CmpiStatus);
   const Lock lock = lockState();
-  EXPECT_THAT(monitorState().healthMonitorThreads, IsEmpty());
+  EXPECT_EQ(runningThreads(), 0);
+}
+
+/// The broker fails to prepare a context for one monitor, `number` 0 or 1, once.
+Fault failingContext(int number, Fault::Effect effect) {
+  return {"bft.prepareAttachThread", effect, CMPI_RC_ERR_FAILED, number, 1};
+}
+
+TEST_F(MonitorThreads, OneWithoutAContextDoesNotKeepTheOtherFromStarting) {
+  for (const auto effect : {Fault::Effect::kStatus, Fault::Effect::kNullResult}) {
+    for (const int number : {0, 1}) {
+      broker_.inject(failingContext(number, effect));
+      EXPECT_THROW(start(), CmpiStatus);
+      {
+        const Lock lock = lockState();
+        EXPECT_EQ(monitorState().healthMonitor.isRunning(), number == 1);
+        EXPECT_EQ(monitorState().kernelIpMonitor.isRunning(), number == 0);
+      }
+      start();
+      {
+        const Lock lock = lockState();
+        EXPECT_EQ(runningThreads(), 2) << "the next one starts what is missing";
+      }
+      stopMonitorThreads();
+      resetMonitorState();
+    }
+  }
 }
 
 /// With indications wanted and the detector's first snapshot taken.
@@ -370,16 +382,82 @@ TEST_F(KernelIpMonitor, DeliversAReplacedAddress) {
     }
   });
   ASSERT_TRUE(subscription.ok()) << subscription.message.value_or("");
-  ASSERT_TRUE(bothRun());
+  ASSERT_TRUE(bothWait());
   replaceAddress("10.0.0.2");
   EXPECT_EQ(identifier.get_future().get(), "Orvane:eth0");
   EXPECT_THAT(broker_.reports(), IsEmpty());
 }
 
+TEST_F(KernelIpMonitor, DoesNothingUntilTheBrokerHasStarted) {
+  setBrokerStarted(false);
+  start();
+  ASSERT_TRUE(eventually([] { return periodsAskedFor().size() > 5; })) << "of the other one";
+  EXPECT_THAT(periodsAskedFor(), ::testing::Each(120));
+  const auto begin = std::chrono::steady_clock::now();
+  stopMonitorThreads();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
+  EXPECT_THAT(periodsAskedFor(), ::testing::Each(120));
+}
+
+/// A delivery that does not return until it is let go.
+class StuckDelivery {
+ public:
+  void stand() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    arrived_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [&] { return letGo_; });
+  }
+  void waitForArrival() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return arrived_; });
+  }
+  void letGo() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    letGo_ = true;
+    changed_.notify_all();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool arrived_ = false;
+  bool letGo_ = false;
+};
+
+TEST_F(KernelIpMonitor, ADeliveryThatDoesNotReturnHoldsUpNoEnd) {
+  StuckDelivery delivery;
+  broker::IndicationFilter filter;
+  filter.query = "SELECT * FROM Orvane_KernelIPChangedIndication";
+  const auto subscription =
+      broker_.subscribe(filter, [&](const broker::Instance&) { delivery.stand(); });
+  ASSERT_TRUE(subscription.ok()) << subscription.message.value_or("");
+  start();  // where another test's provider has not done so
+  replaceAddress("10.0.0.2");
+  delivery.waitForArrival();
+  setStopPatience(20ms);
+  OrvLatchedHealthState provider(binding(), context());
+  clearSyslog();
+  EXPECT_EQ(provider.disableIndications().rc(), CMPI_RC_OK);
+  std::vector<std::future<CmpiRc>> cleanups;
+  for (int caller = 0; caller < 4; ++caller) {
+    cleanups.push_back(std::async(
+        std::launch::async, [&, own = context()] { return provider.cleanup(own, true).rc(); }));
+  }
+  for (auto& cleanup : cleanups) EXPECT_EQ(cleanup.get(), CMPI_RC_OK);
+  EXPECT_EQ(provider.cleanup(context(), true).rc(), CMPI_RC_OK);
+  EXPECT_THAT(syslogLines(),
+              Contains(SyslogLine{3,
+                                  "The broker does not return from a call of a health monitor; not "
+                                  "waiting for it any longer\n"}));
+  delivery.letGo();
+  EXPECT_TRUE(eventually([] { return runningThreads() == 0; })) << "they end when it returns";
+}
+
 TEST_F(KernelIpMonitor, APassThatThrowsIsLoggedAndTheNextComes) {
   broker_.inject({"eft.newInstance", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
   start();
-  ASSERT_TRUE(bothRun());
+  ASSERT_TRUE(bothWait());
   const auto failures = [] {
     const auto lines = syslogLines();
     return std::count(lines.begin(), lines.end(), SyslogLine{3, "Failed testAndSend operation"});

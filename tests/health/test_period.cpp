@@ -1,8 +1,9 @@
 #include "tests/health/test_period.h"
 
+#include <atomic>
 #include <mutex>
 
-#include "framework/deadline.h"
+#include "framework/thread_times.h"
 
 namespace orv::test {
 
@@ -13,6 +14,9 @@ struct Periods {
   long milliseconds = kUntilStopped;
   std::vector<long> asked;
 };
+
+std::atomic<bool> brokerStarted{true};
+std::atomic<std::chrono::milliseconds> patience{std::chrono::seconds(5)};
 
 /// Never destroyed: monitor threads may run while the process ends.
 Periods& periods() {
@@ -41,20 +45,23 @@ std::vector<long> periodsAskedFor() {
   return periods().asked;
 }
 
+void setBrokerStarted(bool started) { brokerStarted = started; }
+
+void setStopPatience(std::chrono::milliseconds wanted) { patience = wanted; }
+
 }  // namespace orv::test
 
 namespace ORV {
 
-timespec deadlineIn(long seconds) {
-  const long milliseconds = orv::test::takePeriod(seconds);
-  timeval now{};
-  gettimeofday(&now, nullptr);
-  now.tv_usec += milliseconds % 1000 * 1000;
-  if (now.tv_usec >= 1'000'000) {
-    ++now.tv_sec;
-    now.tv_usec -= 1'000'000;
-  }
-  return addSeconds(now, milliseconds / 1000);
+OMC::WallTime deadlineIn(std::chrono::seconds period) {
+  return std::chrono::system_clock::now() +
+         std::chrono::milliseconds(orv::test::takePeriod(period.count()));
 }
+
+std::chrono::nanoseconds brokerStartupLeft() {
+  return orv::test::brokerStarted ? std::chrono::seconds(0) : std::chrono::hours(1);
+}
+
+std::chrono::milliseconds stopPatience() { return orv::test::patience; }
 
 }  // namespace ORV

@@ -256,6 +256,69 @@ TEST(HeartbeatProvider, AThreadThatCannotBeCreatedIsLoggedAndThrown) {
   });
 }
 
+TEST(HeartbeatProvider, WithoutAPreparedContextDoesNotStart) {
+  inProcessOfItsOwn([] {
+    Fixture fixture;
+    fixture.broker.preparesNone = true;
+    EXPECT_THROW(fixture.initialize(), CmpiStatus);
+    fixture.broker.preparesNone = false;
+    EXPECT_EQ(CMPI_RC_OK, fixture.initialize());
+    EXPECT_TRUE(fixture.broker.waitForDeliveries(1));
+    EXPECT_EQ(CMPI_RC_OK, fixture.cleanup());
+  });
+}
+
+TEST(HeartbeatProvider, SendsNothingUntilTheBrokerHasStarted) {
+  inProcessOfItsOwn([] {
+    heartbeatSeams().brokerStarted = false;
+    Fixture fixture;
+    heartbeatSeams().periodsToPass = INT_MAX;
+    fixture.initialize();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_LT(secondsOf([&] { EXPECT_EQ(CMPI_RC_OK, fixture.cleanup()); }), 1.0);
+    EXPECT_EQ(0U, fixture.broker.deliveryCount());
+    EXPECT_THAT(heartbeatSeams().periodsAskedFor(), IsEmpty());
+  });
+}
+
+/// A delivery that does not return until the flag is set.
+std::function<CMPIrc(std::size_t)> stuckUntil(const std::atomic<bool>& letGo,
+                                              std::atomic<bool>& arrived) {
+  return [&](std::size_t) {
+    arrived = true;
+    while (!letGo) std::this_thread::yield();
+    return CMPI_RC_OK;
+  };
+}
+
+TEST(HeartbeatProvider, ADeliveryThatDoesNotReturnHoldsUpNoEnd) {
+  inProcessOfItsOwn([] {
+    heartbeatSeams().stopPatience = std::chrono::milliseconds(20);
+    Fixture fixture;
+    std::atomic<bool> letGo{false};
+    std::atomic<bool> arrived{false};
+    fixture.broker.onDelivery = stuckUntil(letGo, arrived);
+    heartbeatSeams().periodsToPass = INT_MAX;
+    fixture.initialize();
+    while (!arrived) std::this_thread::yield();
+    const CmpiContext context = fixture.broker.context();
+    std::vector<std::thread> cleanups;
+    for (int count = 0; count < 4; ++count) {
+      cleanups.emplace_back(
+          [&] { EXPECT_EQ(CMPI_RC_OK, fixture.provider.cleanup(context, true).rc()); });
+    }
+    for (std::thread& cleanup : cleanups) cleanup.join();
+    EXPECT_EQ(CMPI_RC_OK, fixture.cleanup());
+    EXPECT_THAT(syslogTexts(), Contains("The broker does not return from the delivery of a "
+                                        "heartbeat; not waiting for it any longer\n"));
+    letGo = true;
+    EXPECT_TRUE(fixture.broker.waitForDeliveries(1));
+    fixture.cleanup();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(1U, fixture.broker.deliveryCount()) << "the thread ends when it returns";
+  });
+}
+
 TEST(HeartbeatProvider, CleanupBetweenRequestsAnswersNeverUnload) {
   inProcessOfItsOwn([] {
     Fixture fixture;

@@ -2,14 +2,13 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
-#include <sys/time.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
 
-#include "framework/deadline.h"
+#include "framework/thread_times.h"
 
 namespace orv::test {
 namespace {
@@ -53,16 +52,21 @@ using orv::test::heartbeatSeams;
 
 namespace ORV {
 
-timespec deadlineIn(long seconds) {
+OMC::WallTime deadlineIn(std::chrono::seconds period) {
   {
     auto& periods = orv::test::periods();
     const std::lock_guard<std::mutex> lock(periods.mutex);
-    if (periods.asked.size() < 1000) periods.asked.push_back(seconds);
+    if (periods.asked.size() < 1000) periods.asked.push_back(period.count());
   }
-  timeval now{};
-  gettimeofday(&now, nullptr);
-  return addSeconds(now, heartbeatSeams().periodsToPass-- > 0 ? 0 : 3600);
+  return std::chrono::system_clock::now() +
+         std::chrono::hours(heartbeatSeams().periodsToPass-- > 0 ? 0 : 1);
 }
+
+std::chrono::nanoseconds brokerStartupLeft() {
+  return std::chrono::hours(heartbeatSeams().brokerStarted ? 0 : 1);
+}
+
+std::chrono::milliseconds stopPatience() { return heartbeatSeams().stopPatience; }
 
 }  // namespace ORV
 

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <ctime>
 #include <string>
 #include <vector>
 
 /// What a program that links heartbeat_seams.cpp has instead of the heartbeat's surroundings: the
-/// deadline of its waits, the configuration file, and with --wrap also time, gethostname and
+/// times of its waits, the configuration file, and with --wrap also time, gethostname and
 /// pthread_create.
 namespace orv::test {
 
@@ -15,6 +16,8 @@ struct HeartbeatSeams {
   std::atomic<int> periodsToPass{0};
   std::atomic<std::time_t> now{1'600'000'000};
   std::atomic<bool> threadsFail{false};
+  std::atomic<bool> brokerStarted{true};  ///< false: it stays too young for indications
+  std::atomic<std::chrono::milliseconds> stopPatience{std::chrono::seconds(5)};
   std::string hostName = "host-7";  ///< set it before a thread starts
   std::string configurationFile;    ///< opened in place of /etc/sfcb/sfcb.cfg; empty: none
 

@@ -75,11 +75,13 @@ CMPIStatus RecordingBroker::deliver(const CMPIBroker*, const CMPIContext*, const
 }
 
 CMPIContext* RecordingBroker::prepareAttach(const CMPIBroker* broker, const CMPIContext* context) {
+  if (current->preparesNone) return nullptr;
   ++current->preparedThreads_;
   return broker::Broker::cmpi()->bft->prepareAttachThread(broker, context);
 }
 
 CMPIStatus RecordingBroker::attach(const CMPIBroker* broker, const CMPIContext* context) {
+  if (current->refusesThreads) return {CMPI_RC_ERR_FAILED, nullptr};
   ++current->attachedThreads_;
   return broker::Broker::cmpi()->bft->attachThread(broker, context);
 }

@@ -1,6 +1,7 @@
 #include "cmpi/cmpi_array.h"
 
 #include "cmpi/cmpi_provider_base.h"
+#include "cmpi/cmpi_reference.h"
 #include "cmpi/cmpi_status.h"
 #include "cmpi/cmpi_string.h"
 
@@ -25,6 +26,7 @@ const CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiData& data) const {
   // Not every object manager takes an array element as chars.
   if (data.getType() == CMPI_chars && element == CMPI_string) return *this = CmpiString(data);
   if (array_.isNull() || data.getType() != element) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
+  requireCarriable(data);
   CMPIArray* array = array_.getEnc();
   throwUnlessOk(array->ft->setElementAt(array, index_, data.passedValue(), data.getType()));
   return *this;

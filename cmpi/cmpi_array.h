@@ -30,8 +30,8 @@ class CmpiArrayIdx {
  public:
   CmpiArrayIdx(const CmpiArray& array, CMPICount index) : array_(array), index_(index) {}
 
-  /// Fails: CmpiStatus 13 unless the value has the array's element type (a text fits a string
-  /// array), or the broker's status.
+  /// Fails: CmpiReferenceError for a reference that cannot be carried; CmpiStatus 13 unless the
+  /// value has the array's element type (a text fits a string array), or the broker's status.
   const CmpiArrayIdx& operator=(const CmpiData& data) const;
 
   /// Fails: the broker's status.

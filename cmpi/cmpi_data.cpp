@@ -155,3 +155,28 @@ const CMPIValue* CmpiData::passedValue() const {
 CmpiData CmpiData::notFound() {
   return CmpiData(CMPIData{CMPI_null, CMPI_nullValue | CMPI_notFound, {}});
 }
+
+std::optional<std::string> integerText(const CmpiData& data) {
+  const CMPIValue& value = data.data().value;
+  switch (data.getType()) {
+    case CMPI_uint8:
+      return std::to_string(value.uint8);
+    case CMPI_uint16:
+    case CMPI_char16:
+      return std::to_string(value.uint16);
+    case CMPI_uint32:
+      return std::to_string(value.uint32);
+    case CMPI_uint64:
+      return std::to_string(value.uint64);
+    case CMPI_sint8:
+      return std::to_string(value.sint8);
+    case CMPI_sint16:
+      return std::to_string(value.sint16);
+    case CMPI_sint32:
+      return std::to_string(value.sint32);
+    case CMPI_sint64:
+      return std::to_string(value.sint64);
+    default:
+      return std::nullopt;
+  }
+}

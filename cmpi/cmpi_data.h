@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "cmpi/abi/cmpi_tables.h"
 
 class CmpiArray;
@@ -84,3 +87,6 @@ class CmpiCharData : public CmpiData {
  public:
   explicit CmpiCharData(CMPIChar16 value);
 };
+
+/// Decimal digits of a value of an integer type, char16 among them; absent for any other type.
+std::optional<std::string> integerText(const CmpiData& data);

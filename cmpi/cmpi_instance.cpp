@@ -1,6 +1,7 @@
 #include "cmpi/cmpi_instance.h"
 
 #include "cmpi/cmpi_provider_base.h"
+#include "cmpi/cmpi_reference.h"
 #include "cmpi/cmpi_status.h"
 
 CmpiInstance::CmpiInstance(const CmpiObjectPath& path) {
@@ -39,6 +40,7 @@ CmpiData CmpiInstance::getProperty(CMPICount index, CmpiString* name) const {
 }
 
 void CmpiInstance::setProperty(const char* name, const CmpiData& value) {
+  requireCarriable(value);
   throwUnlessOk(getEnc()->ft->setProperty(getEnc(), name, value.passedValue(), value.getType()));
 }
 

@@ -20,6 +20,7 @@ class CmpiInstance : public CmpiObject {
   /// the name as text.
   CmpiData getProperty(const char* name) const;
   CmpiData getProperty(CMPICount index, CmpiString* name = nullptr) const;
+  /// Fails also: CmpiReferenceError for a reference that cannot be carried.
   void setProperty(const char* name, const CmpiData& value);
 
   /// Keeps the listed properties and the keys only, now and later; a null list keeps all.

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "cmpi/cmpi_provider_base.h"
+#include "cmpi/cmpi_reference.h"
 #include "cmpi/cmpi_status.h"
 
 namespace {
@@ -136,6 +137,7 @@ CmpiData CmpiObjectPath::getKey(CMPICount index, CmpiString* name) const {
 }
 
 void CmpiObjectPath::setKey(const char* name, const CmpiData& value) {
+  requireCarriable(value);
   throwUnlessOk(getEnc()->ft->addKey(getEnc(), name, value.passedValue(), value.getType()));
 }
 

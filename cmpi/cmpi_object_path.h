@@ -33,6 +33,8 @@ class CmpiObjectPath : public CmpiObject {
   CmpiData getKey(const char* name) const;
   CmpiData getKey(CMPICount index, CmpiString* name = nullptr) const;
   /// Adds or replaces.
+  ///
+  /// Fails also: CmpiReferenceError for a reference that cannot be carried.
   void setKey(const char* name, const CmpiData& value);
 };
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cmpi/cmpi_array.h"
+#include "cmpi/cmpi_reference.h"
 #include "ethernet/port_associations.h"
 #include "ethernet/port_paths.h"
 #include "framework/factories.h"
@@ -187,7 +188,9 @@ CmpiStatus returnForEachPort(CmpiResult& result, const CmpiObjectPath& path,
   if (!ports->list().empty()) {
     const auto served = findServedClass(path);
     if (!served) return CMPI_RC_ERR_INVALID_CLASS;
-    for (const auto& port : ports->list()) result.returnData(make(*served, *port));
+    for (const auto& port : ports->list()) {
+      leavingOutUncarriable([&] { result.returnData(make(*served, *port)); });
+    }
   }
   result.returnDone();
   return CMPI_RC_OK;

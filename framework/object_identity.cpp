@@ -25,35 +25,17 @@ std::string lowerCase(std::string text) {
 /// Absent for a key that takes no part: null, boolean, or of a type that no key has.
 std::optional<std::string> keyText(const CmpiData& key, const std::string& defaultNameSpace) {
   if (key.isNotFound() || key.isNullValue()) return std::nullopt;
-  const CMPIValue& value = key.data().value;
   switch (key.getType()) {
     case CMPI_string:
     case CMPI_chars:
       return textOf(CmpiString(key));
-    case CMPI_uint8:
-      return std::to_string(value.uint8);
-    case CMPI_uint16:
-    case CMPI_char16:
-      return std::to_string(value.uint16);
-    case CMPI_uint32:
-      return std::to_string(value.uint32);
-    case CMPI_uint64:
-      return std::to_string(value.uint64);
-    case CMPI_sint8:
-      return std::to_string(value.sint8);
-    case CMPI_sint16:
-      return std::to_string(value.sint16);
-    case CMPI_sint32:
-      return std::to_string(value.sint32);
-    case CMPI_sint64:
-      return std::to_string(value.sint64);
     case CMPI_ref: {
       const CmpiObjectPath path(key);
       if (path.isNull()) return std::nullopt;
       return objectIdentity(path, defaultNameSpace);
     }
     default:
-      return std::nullopt;
+      return integerText(key);
   }
 }
 

@@ -48,13 +48,13 @@ std::vector<Reference> referencesOf(const CmpiInstance& instance) {
   return references;
 }
 
-/// The object that a request starts from.
+/// The object that a request starts from. Its keys are not looked at before the hook has returned
+/// an association of it, and so knows its class: an object manager may crash when the keys of a
+/// path of another class are read, one that gives a key twice for example.
 class Source {
  public:
   explicit Source(const CmpiObjectPath& path)
-      : nameSpace_(ORV::nameSpaceOf(path)),
-        className_(ORV::classNameOf(path)),
-        identity_(ORV::objectIdentity(path, nameSpace_)) {}
+      : path_(path), nameSpace_(ORV::nameSpaceOf(path)), className_(ORV::classNameOf(path)) {}
 
   const std::string& nameSpace() const { return nameSpace_; }
 
@@ -64,7 +64,7 @@ class Source {
   std::vector<CmpiObjectPath> otherEnds(const CmpiInstance& association) const {
     std::vector<Reference> references = referencesOf(association);
     auto self = std::find_if(references.begin(), references.end(), [&](const Reference& reference) {
-      return ORV::objectIdentity(reference.path, nameSpace_) == identity_;
+      return ORV::objectIdentity(reference.path, nameSpace_) == identity();
     });
     if (self == references.end()) {
       self = std::find_if(references.begin(), references.end(), [&](const Reference& reference) {
@@ -79,9 +79,15 @@ class Source {
   }
 
  private:
+  const std::string& identity() const {
+    if (identity_.empty()) identity_ = ORV::objectIdentity(path_, nameSpace_);
+    return identity_;
+  }
+
+  CmpiObjectPath path_;
   std::string nameSpace_;
   std::string className_;
-  std::string identity_;
+  mutable std::string identity_;  ///< read when first needed
 };
 
 /// Passes association instances on with the property list applied.

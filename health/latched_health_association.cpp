@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "cmpi/cmpi_reference.h"
 #include "framework/factories.h"
 #include "framework/text.h"
 #include "health/latched_instance.h"
@@ -52,8 +53,10 @@ CmpiStatus OrvLatchedHealthAssociation::doReferences(const CmpiContext& /*contex
     const std::lock_guard<OMC::Mutex> lock(state.latchedHealthMutex);
     const std::optional<CmpiObjectPath> element = elementOfEvent(state.store, eventId);
     if (!element) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, "Requested event id not found");
-    association.setProperty("Dependent", CmpiData(*element));
-    result.returnData(association);
+    leavingOutUncarriable([&] {
+      association.setProperty("Dependent", CmpiData(*element));
+      result.returnData(association);
+    });
   }
   result.returnDone();
   return CMPI_RC_OK;

@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 
+#include "cmpi/cmpi_reference.h"
 #include "cmpi/cmpi_result_filters.h"
 #include "framework/factories.h"
 #include "framework/simple_association_mi.h"
@@ -132,7 +133,8 @@ void OrvaneInstalledSoftwareIdentity::forEachInstalled(const CmpiContext& contex
   if (!names.hasNext()) return;
   while (names.hasNext()) {
     const auto software = static_cast<CmpiObjectPath>(names.getNext());
-    if (!software.isNull() && !isAlternateImage(software)) visit(software);
+    if (software.isNull() || isAlternateImage(software)) continue;
+    leavingOutUncarriable([&] { visit(software); });
   }
   result.returnDone();
 }
@@ -200,13 +202,16 @@ CmpiStatus OrvaneInstalledSoftwareIdentity::doReferences(
   const std::string nameSpace = ORV::nameSpaceOf(path);
   if (path.classPathIsA(kSystemClass)) {
     if (!isWanted(kSystemEnd, nameSpace, resultClass, role, resultRole)) return CMPI_RC_OK;
+    requireCarriable(path);
     forEachInstalled(context, result, nameSpace, [&](const CmpiObjectPath& software) {
       returnReference(result, nameSpace, path, software);
     });
   } else if (path.classPathIsA(kHypervisorIdentityClass)) {
     if (!isWanted(kSoftwareEnd, nameSpace, resultClass, role, resultRole)) return CMPI_RC_OK;
     if (isAlternateImage(path)) return CMPI_RC_OK;
-    returnReference(result, nameSpace, systemPath(nameSpace.c_str()), path);
+    requireCarriable(path);
+    leavingOutUncarriable(
+        [&] { returnReference(result, nameSpace, systemPath(nameSpace.c_str()), path); });
     result.returnDone();
   }
   return CMPI_RC_OK;

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "cmpi/cmpi_reference.h"
 #include "tests/ethernet/ethernet_fixture.h"
 
 namespace EthernetProvider {
@@ -394,6 +395,46 @@ TEST_F(PortAssociations, NamesAreNotCut) {
   ASSERT_EQ(answer.instances.size(), 1u);
   EXPECT_EQ(*answer.instances[0].property("ManagedElement"),
             Value::ofReference(portPathOf(longName)));
+}
+
+/// Names that no reference carries: a broker would crash on them.
+const std::string kUncarriableNames[] = {"ni\"c", std::string(4200, 'n')};
+
+TEST_F(PortAssociations, SourceThatCannotBeCarriedIsAnInvalidParameter) {
+  for (const std::string& name : kUncarriableNames) {
+    for (const ObjectPath& source :
+         {portPathOf(name), satellitePathOf("Orvane_EPStatisticalInformation", name)}) {
+      EXPECT_THROW(references(source), CmpiReferenceError);
+    }
+  }
+}
+
+TEST_F(PortAssociations, SatelliteThatCannotBeCarriedMakesItsPortAnInvalidParameter) {
+  // The port's own path is short enough, those of its satellites are longer.
+  const ObjectPath source =
+      objectPath("Orvane_EthernetPort", {{"DeviceID", std::string(4040, 'n')}});
+  EXPECT_NO_THROW(references(source, nullptr, "Nonsense"));
+  EXPECT_THROW(references(source), CmpiReferenceError);
+}
+
+TEST_F(PortAssociations, PortsThatCannotBeCarriedAreLeftOutOfTheAssociationClasses) {
+  network_.ports = {orv::test::portNamed("nic0"), orv::test::portNamed(kUncarriableNames[0]),
+                    orv::test::portNamed(kUncarriableNames[1]), orv::test::portNamed("nic1")};
+  for (const AssociationRow& row : kRows) {
+    const Answer names = enumNames(objectPath(row.className));
+    EXPECT_EQ(names.rc, CMPI_RC_OK);
+    ASSERT_EQ(names.paths.size(), 2u);
+    EXPECT_EQ(*names.paths[1].key(row.portRole), Value::ofReference(portPathOf("nic1")));
+    EXPECT_EQ(names.doneCount, 1);
+    const Answer instances = enumInstances(objectPath(row.className));
+    EXPECT_EQ(instances.rc, CMPI_RC_OK);
+    ASSERT_EQ(instances.instances.size(), 2u);
+    EXPECT_EQ(*instances.instances[1].property(row.portRole),
+              Value::ofReference(portPathOf("nic1")));
+    EXPECT_EQ(instances.doneCount, 1);
+  }
+  EXPECT_EQ(enumNames(objectPath("Orvane_EthernetPort")).paths.size(), 4u);
+  EXPECT_EQ(enumInstances(objectPath("Orvane_EPStatisticalInformation")).instances.size(), 4u);
 }
 
 TEST_F(PortAssociations, TheHostIsNotAskedForPorts) {

@@ -105,6 +105,25 @@ TEST_F(LatchedHealthAssociation, TheFourTextsAreIgnored) {
   }
 }
 
+TEST_F(LatchedHealthAssociation, ElementThatCannotBeCarriedIsLeftOut) {
+  latch("a \"quoted\" sensor", 10);
+  latch(std::string(4200, 's').c_str(), 10);
+  for (const char* id : {"0", "1"}) {
+    const Answer answer = references(event(id));
+    EXPECT_EQ(answer.rc, CMPI_RC_OK);
+    EXPECT_THAT(answer.instances, IsEmpty());
+    EXPECT_EQ(answer.doneCount, 1);
+  }
+}
+
+TEST_F(LatchedHealthAssociation, SourceThatCannotBeCarriedIsAnInvalidParameter) {
+  latch("a", 10);
+  const Answer answer = references(event("0\""));
+  EXPECT_EQ(answer.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(answer.message,
+            "Object path cannot be used as a reference: key EventId has a quotation mark");
+}
+
 TEST_F(LatchedHealthAssociation, FromAnElementIsEmptyAndNotDone) {
   latch("a", 10);
   const Answer answer = references(makePath("CIM_Sensor", {{"DeviceID", "a"}}));

@@ -301,6 +301,31 @@ TEST_F(InstalledSoftware, FiltersFromTheSoftware) {
   }
 }
 
+// ---- What no reference carries ----
+
+TEST_F(InstalledSoftware, SourceThatCannotBeCarriedIsAnInvalidParameter) {
+  const ObjectPath system =
+      orv::test::pathOf(kSystemClass, {{"Name", "a \"quoted\" name"}, {"CreationClassName", "X"}});
+  for (const ObjectPath& source : {system, imagePath(std::string(4200, 'x'))}) {
+    const Response response = ask(Operation::kReferences, source);
+    EXPECT_EQ(response.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_THAT(response.message.value_or(""), testing::HasSubstr("cannot be used as a reference"));
+    EXPECT_THAT(response.instances, IsEmpty());
+  }
+}
+
+TEST_F(InstalledSoftware, ImageThatCannotBeCarriedIsLeftOut) {
+  setVersion(R"({"productName": "Say \"Ondi\"", "buildNumber": 1234})");
+  for (const Response& response : {broker_.enumerateInstanceNames(kNameSpace, kInstalledClass),
+                                   broker_.enumerateInstances(kNameSpace, kInstalledClass),
+                                   broker_.references(systemPath())}) {
+    EXPECT_TRUE(response.ok()) << response.rc;
+    EXPECT_THAT(response.paths, IsEmpty());
+    EXPECT_THAT(response.instances, IsEmpty());
+    EXPECT_EQ(response.doneCount, 1);
+  }
+}
+
 // ---- From anything else ----
 
 TEST_F(InstalledSoftware, OtherObjectsHaveNoReferences) {

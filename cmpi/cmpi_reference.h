@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "cmpi/cmpi_data.h"
+#include "cmpi/cmpi_status.h"
+
+/// Characters of a reference's text that an object manager carries.
+inline constexpr std::size_t kLongestReference = 4095;
+
+/// Thrown for an object path that cannot be carried as a reference: CMPI_RC_ERR_INVALID_PARAMETER,
+/// with a text that says why.
+class CmpiReferenceError : public CmpiStatus {
+ public:
+  explicit CmpiReferenceError(const std::string& reason);
+};
+
+/// Refuses a reference to a path that an object manager cannot carry; every other value passes.
+/// The setters of the binding ask it before the object manager sees the value.
+///
+/// sfcb stores a reference as text and takes the text apart at every read:
+///
+///     reference = [namespace ":"] class ["." key *("," key)]
+///     key       = name "=" (number | '"' text '"' | reference)
+///
+/// It writes the text into a buffer of 4,096 bytes without looking, escapes nothing, and crashes on
+/// some texts that it cannot take apart; others become a null reference, which ends the process
+/// that sends it to a client. So a path is refused
+/// - when its text is longer than 4,095 characters;
+/// - when it has no class, or a "." in namespace or class (the first "." begins the keys);
+/// - for a ":" in the namespace, and for any ":" where there is no namespace (the first ":" ends
+/// it);
+/// - for a key whose name has no letter or digit, or has one of `=",`;
+/// - for a key with a '"' in its text;
+/// - for a key that is a reference itself (nothing tells where its keys end), or a real number (its
+///   "." reads as the beginning of such a key's keys).
+/// Commas, dots, colons and backslashes in the text of a key are carried; null and boolean keys get
+/// lost on the way without harm.
+///
+/// Fails: CmpiReferenceError; CmpiStatus of the broker.
+void requireCarriable(const CmpiData& value);
+
+/// Runs `work` for one object of the host: one that a reference cannot carry is left out of the
+/// answer, so that the others are returned.
+template <typename Work>
+void leavingOutUncarriable(Work work) {
+  try {
+    work();
+  } catch (const CmpiReferenceError&) {
+  }
+}

@@ -7,23 +7,20 @@
 #include <vector>
 
 #include "ethernet/ethernet_port_provider.h"
+#include "ethernet/port_associations.h"
 #include "tests/support/fake_network.h"
 #include "tests/support/provider_scope.h"
 
 namespace EthernetProvider {
 
-/// The nine classes in the order in which requests test for them.
-inline const std::vector<std::string> kAllClasses = {
-    "Orvane_EthernetPort",
-    "Orvane_EPDriverSoftwareIdentity",
-    "Orvane_EPFirmwareSoftwareIdentity",
-    "Orvane_EPStatisticalInformation",
-    "Orvane_EPCoalesceSettingData",
-    "Orvane_EPDriverElementSoftwareIdentity",
-    "Orvane_EPFirmwareElementSoftwareIdentity",
-    "Orvane_EPStatistics",
-    "Orvane_EPCoalesceElementSettingData",
-};
+/// Every class that the provider serves. port_associations_test states the table of associations
+/// once more, in full.
+inline std::vector<std::string> allClasses() {
+  std::vector<std::string> classes = {kPortClass};
+  for (const PortAssociation& row : kPortAssociations) classes.push_back(row.satelliteClass);
+  for (const PortAssociation& row : kPortAssociations) classes.push_back(row.className);
+  return classes;
+}
 
 /// The provider object on a host that the test describes.
 class EthernetTest : public testing::Test {

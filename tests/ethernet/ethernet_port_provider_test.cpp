@@ -16,31 +16,11 @@ using orv::test::portNamed;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-struct AssociationRow {
-  const char* className;
-  const char* portRole;
-  const char* satelliteRole;
-  const char* satelliteClass;
-};
-
-const AssociationRow kAssociations[] = {
-    {"Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent",
-     "Orvane_EPDriverSoftwareIdentity"},
-    {"Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent",
-     "Orvane_EPFirmwareSoftwareIdentity"},
-    {"Orvane_EPStatistics", "Element", "Stats", "Orvane_EPStatisticalInformation"},
-    {"Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData",
-     "Orvane_EPCoalesceSettingData"},
-};
-const char* const kSatellites[] = {
-    "Orvane_EPDriverSoftwareIdentity", "Orvane_EPFirmwareSoftwareIdentity",
-    "Orvane_EPStatisticalInformation", "Orvane_EPCoalesceSettingData"};
-
 class EthernetProviderTest : public EthernetTest {
  protected:
   EthernetProviderTest() { network_.ports = {portNamed("nic0"), portNamed("nic1")}; }
 
-  ObjectPath associationPathOf(const AssociationRow& row, const std::string& deviceName) {
+  ObjectPath associationPathOf(const PortAssociation& row, const std::string& deviceName) {
     ObjectPath path = objectPath(row.className);
     path.keys.push_back({row.portRole, Value::ofReference(portPathOf(deviceName))});
     path.keys.push_back(
@@ -50,7 +30,7 @@ class EthernetProviderTest : public EthernetTest {
 
   /// A path that names the device for a request of one instance of the class.
   ObjectPath pathOf(const std::string& className, const std::string& deviceName) {
-    for (const AssociationRow& row : kAssociations) {
+    for (const PortAssociation& row : kPortAssociations) {
       if (className == row.className) return associationPathOf(row, deviceName);
     }
     return className == "Orvane_EthernetPort" ? portPathOf(deviceName)
@@ -72,7 +52,8 @@ TEST_F(EthernetProviderTest, NamesOfPortsCarryFourKeys) {
 }
 
 TEST_F(EthernetProviderTest, NamesOfSatellitesCarryTheirInstanceId) {
-  for (const char* className : kSatellites) {
+  for (const PortAssociation& row : kPortAssociations) {
+    const char* const className = row.satelliteClass;
     const Answer answer = enumNames(objectPath(className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_THAT(answer.paths, ElementsAre(satellitePathOf(className, "nic0"),
@@ -82,7 +63,7 @@ TEST_F(EthernetProviderTest, NamesOfSatellitesCarryTheirInstanceId) {
 }
 
 TEST_F(EthernetProviderTest, NamesOfAssociationsCarryBothReferences) {
-  for (const AssociationRow& row : kAssociations) {
+  for (const PortAssociation& row : kPortAssociations) {
     const Answer answer = enumNames(objectPath(row.className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_THAT(answer.paths,
@@ -100,7 +81,7 @@ TEST_F(EthernetProviderTest, PathsAreInTheRequestsNamespaceReferencesIncluded) {
 }
 
 TEST_F(EthernetProviderTest, ClassNamesCountWithoutRegardToCase) {
-  for (std::string name : kAllClasses) {
+  for (std::string name : allClasses()) {
     std::transform(name.begin(), name.end(), name.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     EXPECT_EQ(enumNames(objectPath(name)).paths.size(), 2u) << name;
@@ -125,7 +106,7 @@ TEST_F(EthernetProviderTest, ClassThatIsNotServedIsInvalidWithoutMessageOrDone) 
 
 TEST_F(EthernetProviderTest, HostWithoutPortsSucceedsEmptyForAnyClass) {
   network_.ports.clear();
-  std::vector<std::string> classes = kAllClasses;
+  std::vector<std::string> classes = allClasses();
   classes.insert(classes.end(), {"CIM_NotServed", ""});
   for (const std::string& name : classes) {
     for (const Answer& answer : {enumNames(objectPath(name)), enumInstances(objectPath(name))}) {
@@ -150,7 +131,7 @@ TEST_F(EthernetProviderTest, HostWithoutPortsGetsNothingOfAnyClass) {
 }
 
 TEST_F(EthernetProviderTest, InstanceOfAPortThatIsNotThereIsOkAndEmpty) {
-  for (const std::string& name : kAllClasses) {
+  for (const std::string& name : allClasses()) {
     const Answer answer = getInstance(pathOf(name, "nic9"));
     EXPECT_EQ(answer.rc, CMPI_RC_OK) << name;
     EXPECT_EQ(answer.message, std::nullopt) << name;
@@ -183,7 +164,8 @@ TEST_F(EthernetProviderTest, PortWhoseSettingsCannotBeReadKeepsItsKeysOnly) {
 }
 
 TEST_F(EthernetProviderTest, SatelliteInstancesHaveTheirInstanceIdFirst) {
-  for (const char* className : kSatellites) {
+  for (const PortAssociation& row : kPortAssociations) {
+    const char* const className = row.satelliteClass;
     const Answer answer = enumInstances(objectPath(className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_EQ(answer.doneCount, 1);
@@ -214,7 +196,8 @@ TEST_F(EthernetProviderTest, SatelliteWhoseQueryFailsKeepsItsKeyOnly) {
   for (const char* accessor : {"GetStatistics", "GetCoalesceParams", "GetDriverInfo"}) {
     network_.ports[0].faults[accessor] = HostFault::kNodemgr;
   }
-  for (const char* className : kSatellites) {
+  for (const PortAssociation& row : kPortAssociations) {
+    const char* const className = row.satelliteClass;
     const Answer answer = enumInstances(objectPath(className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     ASSERT_EQ(answer.instances.size(), 2u);
@@ -225,7 +208,7 @@ TEST_F(EthernetProviderTest, SatelliteWhoseQueryFailsKeepsItsKeyOnly) {
 
 TEST_F(EthernetProviderTest, AssociationInstancesHaveTwoReferencesAndForSoftwareAStatus) {
   const Value current = Value::ofArray(CMPI_uint16, {Value::ofUnsigned(CMPI_uint16, 2)});
-  for (const AssociationRow& row : kAssociations) {
+  for (const PortAssociation& row : kPortAssociations) {
     const Answer answer = enumInstances(objectPath(row.className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_EQ(answer.doneCount, 1);
@@ -262,7 +245,7 @@ TEST_F(EthernetProviderTest, PropertyListFiltersPortsOnly) {
 }
 
 TEST_F(EthernetProviderTest, OneInstanceIsThatOfTheEnumeration) {
-  for (const std::string& name : kAllClasses) {
+  for (const std::string& name : allClasses()) {
     const Answer all = enumInstances(objectPath(name));
     const Answer one = getInstance(pathOf(name, "nic1"));
     EXPECT_EQ(one.rc, CMPI_RC_OK);
@@ -298,7 +281,8 @@ TEST_F(EthernetProviderTest, PortWithoutDeviceIdIsNotFound) {
 }
 
 TEST_F(EthernetProviderTest, SatelliteWithoutUsableInstanceIdIsAnInvalidParameter) {
-  for (const char* className : kSatellites) {
+  for (const PortAssociation& row : kPortAssociations) {
+    const char* const className = row.satelliteClass;
     for (const ObjectPath& path :
          {objectPath(className), objectPath(className, {{"InstanceID", ""}}),
           objectPath(className, {{"InstanceID", "nic0"}}),
@@ -339,7 +323,7 @@ TEST_F(EthernetProviderTest, SatellitesLongDeviceNameIsCutThePortsIsNot) {
 TEST_F(EthernetProviderTest, LongNamesAreServedWhole) {
   const std::string longName(200, 'n');
   network_.ports = {portNamed(longName)};
-  for (const std::string& name : kAllClasses) {
+  for (const std::string& name : allClasses()) {
     EXPECT_THAT(enumNames(objectPath(name)).paths, ElementsAre(pathOf(name, longName))) << name;
     EXPECT_EQ(enumInstances(objectPath(name)).instances.size(), 1u) << name;
   }
@@ -354,7 +338,7 @@ TEST_F(EthernetProviderTest, InstanceIdThatEndsInAColonAsksForTheEmptyName) {
 }
 
 TEST_F(EthernetProviderTest, AssociationWithoutThePortsDeviceIdIsAnInvalidParameter) {
-  for (const AssociationRow& row : kAssociations) {
+  for (const PortAssociation& row : kPortAssociations) {
     ObjectPath onlySatellite = objectPath(row.className);
     onlySatellite.keys.push_back(
         {row.satelliteRole, Value::ofReference(satellitePathOf(row.satelliteClass, "nic0"))});
@@ -373,7 +357,7 @@ TEST_F(EthernetProviderTest, AssociationWithoutThePortsDeviceIdIsAnInvalidParame
 }
 
 TEST_F(EthernetProviderTest, AssociationsSatelliteReferenceIsNotRead) {
-  for (const AssociationRow& row : kAssociations) {
+  for (const PortAssociation& row : kPortAssociations) {
     ObjectPath path = objectPath(row.className);
     path.keys.push_back({row.portRole, Value::ofReference(portPathOf("nic0"))});
     path.keys.push_back(
@@ -451,7 +435,7 @@ TEST_F(EthernetProviderTest, AccessorsExceptionPassesAfterThePortsAreReleased) {
 
 TEST_F(EthernetProviderTest, FailingNamePassesFromEveryEnumeration) {
   network_.ports[0].faults["GetName"] = HostFault::kNodemgr;
-  for (const std::string& name : kAllClasses) {
+  for (const std::string& name : allClasses()) {
     EXPECT_THROW(enumNames(objectPath(name)), Nodemgr::Lib::NodemgrException) << name;
     EXPECT_THROW(enumInstances(objectPath(name)), Nodemgr::Lib::NodemgrException) << name;
   }
@@ -497,7 +481,7 @@ TEST_F(EthernetProviderTest, SystemNameIsAskedForOnceInARequestAndNotForSatellit
 }
 
 TEST_F(EthernetProviderTest, ChangesAreNotSupportedWhateverThePath) {
-  std::vector<std::string> classes = kAllClasses;
+  std::vector<std::string> classes = allClasses();
   classes.emplace_back("CIM_NotServed");
   for (const std::string& name : classes) {
     const CmpiObjectPath path = scope_.path(objectPath(name));

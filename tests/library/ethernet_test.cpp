@@ -6,13 +6,12 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/library/registered_sections.h"
 #include "tests/support/host_with_ports.h"
 #include "tests/support/library_fixture.h"
 #include "tests/support/provider_scope.h"
@@ -29,25 +28,27 @@ using broker::Value;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::vector<std::string> kSatellites = {
-    "Orvane_EPDriverSoftwareIdentity", "Orvane_EPFirmwareSoftwareIdentity",
-    "Orvane_EPStatisticalInformation", "Orvane_EPCoalesceSettingData"};
-const std::vector<std::string> kAssociations = {
-    "Orvane_EPDriverElementSoftwareIdentity", "Orvane_EPFirmwareElementSoftwareIdentity",
-    "Orvane_EPStatistics", "Orvane_EPCoalesceElementSettingData"};
+/// The sections of our provider, port aside, that are associations, or that are not.
+std::vector<std::string> classesOfPorts(bool associations) {
+  std::vector<std::string> classes;
+  for (const auto& section : registeredSections()) {
+    if (section.provider != "EthernetPortProvider" || section.className == "Orvane_EthernetPort") {
+      continue;
+    }
+    if (section.association == associations) classes.push_back(section.className);
+  }
+  return classes;
+}
+
+// In the order in which a port's satellites are told, which is that of their associations.
+const std::vector<std::string> kSatellites = classesOfPorts(false);
+const std::vector<std::string> kAssociations = classesOfPorts(true);
 
 std::vector<std::string> allClasses() {
   std::vector<std::string> classes = {"Orvane_EthernetPort"};
   classes.insert(classes.end(), kSatellites.begin(), kSatellites.end());
   classes.insert(classes.end(), kAssociations.begin(), kAssociations.end());
   return classes;
-}
-
-std::string exampleHost() {
-  std::ifstream in(std::string(ORV_SOURCE_DIR) + "/tests/hosts/example.json");
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 class EthernetLibrary : public testing::Test {
@@ -106,7 +107,7 @@ TEST_F(EthernetLibrary, EveryNameLeadsToItsInstance) {
   }
 }
 
-TEST_F(EthernetLibrary, PortLeadsToItsFourSatellitesAndEachOfThemBack) {
+TEST_F(EthernetLibrary, PortLeadsToItsSatellitesAndEachOfThemBack) {
   const ObjectPath port = portPath("nic0");
   for (std::size_t i = 0; i < kSatellites.size(); ++i) {
     const Response there = library_->associators(port, through(kAssociations[i]));
@@ -123,7 +124,7 @@ TEST_F(EthernetLibrary, PortLeadsToItsFourSatellitesAndEachOfThemBack) {
   }
 }
 
-TEST_F(EthernetLibrary, WithoutAFilterAPortLeadsToAllFour) {
+TEST_F(EthernetLibrary, WithoutAFilterAPortLeadsToAllItsSatellites) {
   const ObjectPath port = portPath("nic0");
   EXPECT_EQ(classNames(library_->associators(port)), kSatellites);
   EXPECT_EQ(classNames(library_->associatorNames(port)), kSatellites);
@@ -283,7 +284,7 @@ TEST(RealHost, EachPortLeadsToItsSatellitesAndBack) {
   for (const ObjectPath& port : ports.paths) {
     const Response there = library->associators(port);
     ASSERT_EQ(there.rc, CMPI_RC_OK);
-    ASSERT_EQ(there.instances.size(), 4u) << port;
+    ASSERT_EQ(there.instances.size(), kSatellites.size()) << port;
     for (const Instance& satellite : there.instances) {
       const Response back = library->associatorNames(satellite.path);
       EXPECT_THAT(back.paths, ElementsAre(port)) << satellite.path;

@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <string>
 
+#include "tests/library/registered_sections.h"
 #include "tests/support/library_fixture.h"
 
 // Everything that the library serves on the example host, against tests/golden/<class>.txt. After a
@@ -47,15 +50,16 @@ std::string listing(broker::Broker& library, const std::string& className) {
   return text.str();
 }
 
-class GoldenListing : public testing::TestWithParam<const char*> {
+class GoldenListing : public testing::TestWithParam<broker::RegistrationSection> {
  protected:
-  SimulatedHostFile host_{readFile(std::string(ORV_SOURCE_DIR) + "/tests/hosts/example.json")};
+  SimulatedHostFile host_{exampleHost()};
   LoadedLibrary library_{ORV_SIMULATED_LIBRARY};
 };
 
 TEST_P(GoldenListing, IsWhatTheLibraryServes) {
-  const std::string path = std::string(ORV_SOURCE_DIR) + "/tests/golden/" + GetParam() + ".txt";
-  const std::string actual = listing(*library_, GetParam());
+  const std::string& className = GetParam().className;
+  const std::string path = std::string(ORV_SOURCE_DIR) + "/tests/golden/" + className + ".txt";
+  const std::string actual = listing(*library_, className);
   if (std::getenv("ORV_RENEW_GOLDEN") != nullptr) {
     std::ofstream(path, std::ios::binary) << actual;
     return;
@@ -63,17 +67,20 @@ TEST_P(GoldenListing, IsWhatTheLibraryServes) {
   EXPECT_EQ(readFile(path), actual) << "renew with: cmake --build build --target renew_golden";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Class, GoldenListing,
-    testing::Values("Orvane_EthernetPort", "Orvane_EPDriverSoftwareIdentity",
-                    "Orvane_EPFirmwareSoftwareIdentity", "Orvane_EPStatisticalInformation",
-                    "Orvane_EPCoalesceSettingData", "Orvane_EPDriverElementSoftwareIdentity",
-                    "Orvane_EPFirmwareElementSoftwareIdentity", "Orvane_EPStatistics",
-                    "Orvane_EPCoalesceElementSettingData", "Orvane_KernelIPv4ProtocolEndpoint",
-                    "Orvane_KernelIPv6ProtocolEndpoint", "Orvane_HypervisorSoftwareIdentity",
-                    "Orvane_InstalledSoftwareIdentity", "Orvane_Processor",
-                    "Orvane_RollupHealthState"),
-    [](const auto& listed) { return std::string(listed.param); });
+INSTANTIATE_TEST_SUITE_P(Class, GoldenListing,
+                         testing::ValuesIn(sectionsOfKind(&broker::RegistrationSection::instance)),
+                         sectionName);
+
+TEST(GoldenListings, AreOfRegisteredClasses) {
+  std::set<std::string> served;
+  for (const auto& section : sectionsOfKind(&broker::RegistrationSection::instance)) {
+    served.insert(section.className + ".txt");
+  }
+  const std::string directory = std::string(ORV_SOURCE_DIR) + "/tests/golden";
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    EXPECT_TRUE(served.count(entry.path().filename().string()) > 0) << entry.path();
+  }
+}
 
 }  // namespace
 }  // namespace orv::test

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 
+#include "tests/library/registered_sections.h"
 #include "tests/support/library_fixture.h"
 
 // What the library publishes on the example host against the schema: a property that is not
@@ -16,21 +15,13 @@ namespace {
 /// another type than it declares.
 const std::set<std::string> kDeviations = {};
 
-std::string exampleHost() {
-  std::ifstream in(std::string(ORV_SOURCE_DIR) + "/tests/hosts/example.json");
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 TEST(PublishedTypes, AreTheDeclaredOnes) {
   const SimulatedHostFile host(exampleHost());
   const std::string schemaDirectory = std::string(ORV_SOURCE_DIR) + "/schema";
   const auto schema = broker::loadSchema(schemaDirectory);
   LoadedLibrary library(ORV_SIMULATED_LIBRARY);
   int checked = 0;
-  for (const auto& section : broker::readRegistrationFile(schemaDirectory + "/orvprovider.reg")) {
-    if (!section.instance) continue;
+  for (const auto& section : sectionsOfKind(&broker::RegistrationSection::instance)) {
     const auto* declared = schema.find(section.className);
     ASSERT_NE(declared, nullptr) << section.className;
     for (const auto& instance :

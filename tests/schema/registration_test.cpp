@@ -41,7 +41,6 @@ TEST(OurRegistration, AClassHasOneSection) {
   for (const RegistrationSection& section : ourRegistration()) {
     EXPECT_TRUE(seen.insert(section.className).second) << section.className;
   }
-  EXPECT_EQ(seen.size(), 19u);
 }
 
 TEST(OurRegistration, OnlyLeavesAreRegistered) {

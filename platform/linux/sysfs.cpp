@@ -95,6 +95,7 @@ std::vector<unsigned> parseNumberList(std::string_view text) {
     const auto last =
         dash == std::string_view::npos ? first : wholeNumber<unsigned>(range.substr(dash + 1), 10);
     if (!first || !last || *last > kLargestListed) break;
+    if (!numbers.empty() && *first <= numbers.back()) break;
     for (unsigned number = *first; number <= *last; ++number) numbers.push_back(number);
   }
   return numbers;

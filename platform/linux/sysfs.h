@@ -28,7 +28,8 @@ std::optional<std::string> linkTarget(const std::string& path);
 /// Last component of a path.
 std::string_view baseName(std::string_view path);
 
-/// The numbers of a kernel list such as "0-3,8,10-11"; numbers past 65535 end the list.
+/// The numbers of an ascending list such as "0-3,8,10-11". A mistake, a number that does not ascend
+/// or one past 65535 ends the list.
 std::vector<unsigned> parseNumberList(std::string_view text);
 
 }  // namespace LinuxHost

@@ -56,6 +56,7 @@ TEST(NumberList, EndsAtTheFirstMistake) {
   EXPECT_THAT(parseNumberList("1,3-"), ElementsAre(1));
   EXPECT_THAT(parseNumberList("5-2,7"), ElementsAre(7)) << "an empty range is no mistake";
   EXPECT_THAT(parseNumberList("1,0-4294967295"), ElementsAre(1)) << "memory stays bounded";
+  EXPECT_THAT(parseNumberList("0-2,1-3"), ElementsAre(0, 1, 2)) << "for many ranges, too";
 }
 
 TEST(SysfsText, OfAPipeThatNobodyWritesToIsEmpty) {

@@ -1,12 +1,9 @@
 #include "platform/linux/cpu_topology.h"
 
 #include <algorithm>
-#include <map>
 #include <set>
 #include <stdexcept>
 #include <string_view>
-#include <tuple>
-#include <utility>
 
 #include "platform/linux/sysfs.h"
 
@@ -26,6 +23,18 @@ std::optional<unsigned> numaNodeOf(const std::string& directory) {
   return {};
 }
 
+/// The lowest CPU that shares a core with this one. A kernel that does not tell leaves each CPU a
+/// core of its own. Core numbers are no help: they may repeat within a package.
+unsigned coreOf(const std::string& directory, unsigned number) {
+  for (const char* file : {"/topology/core_cpus_list", "/topology/thread_siblings_list"}) {
+    const auto text = readText(directory + file);
+    if (!text) continue;
+    const auto cpus = parseNumberList(*text);
+    if (!cpus.empty()) return std::min(number, cpus.front());
+  }
+  return number;
+}
+
 CpuEntry readCpu(const std::string& directory, unsigned number, bool online) {
   CpuEntry cpu;
   cpu.number = number;
@@ -33,86 +42,9 @@ CpuEntry readCpu(const std::string& directory, unsigned number, bool online) {
   cpu.package = readNumber(directory + "/topology/physical_package_id");
   // An online CPU without topology is a core of its own in package 0.
   if (online && !cpu.package) cpu.package = 0;
-  cpu.die = readNumber(directory + "/topology/die_id").value_or(0);
-  cpu.core = readNumber(directory + "/topology/core_id").value_or(-1);
-  if (cpu.core < 0) cpu.core = number;
+  cpu.core = coreOf(directory, number);
   cpu.numaNode = numaNodeOf(directory);
   return cpu;
-}
-
-using CoreKey = std::tuple<std::int64_t, std::int64_t, std::int64_t>;  // package, die, core
-
-CoreKey keyOf(const CpuEntry& cpu) { return {cpu.package.value_or(0), cpu.die, cpu.core}; }
-
-bool isRunning(const CpuCore& core) { return core.onlineThreads > 0; }
-
-/// A package under construction.
-struct Builder {
-  std::vector<CpuCore> cores;
-  unsigned locatedThreads = 0;
-  std::vector<unsigned> unlocated;  // offline CPUs that were put here
-};
-
-using Builders = std::map<std::int64_t, Builder>;
-
-Builders buildLocated(const std::vector<CpuEntry>& cpus) {
-  Builders packages;
-  std::map<CoreKey, std::size_t> indexes;
-  for (const CpuEntry& cpu : cpus) {
-    if (!cpu.package) continue;
-    Builder& package = packages[*cpu.package];
-    const auto [at, isNew] = indexes.emplace(keyOf(cpu), package.cores.size());
-    if (isNew) package.cores.push_back({cpu.number, 0, 0});
-    CpuCore& core = package.cores[at->second];
-    ++package.locatedThreads;
-    if (!cpu.online) continue;
-    if (core.onlineThreads++ == 0) core.informant = cpu.number;
-  }
-  return packages;
-}
-
-/// The package that an offline CPU is put to.
-std::int64_t packageFor(const CpuEntry& offline, const std::vector<CpuEntry>& cpus) {
-  std::optional<std::int64_t> lower;
-  std::optional<std::int64_t> first;
-  for (const CpuEntry& cpu : cpus) {
-    if (!cpu.package) continue;
-    if (offline.numaNode && cpu.numaNode == offline.numaNode) return *cpu.package;
-    if (!first) first = cpu.package;
-    if (cpu.number < offline.number) lower = cpu.package;
-  }
-  return lower ? *lower : first.value_or(0);
-}
-
-/// Turns the offline CPUs of a package into cores that do not run, as far as they are not threads
-/// of those that do.
-void addStoppedCores(Builder& package, const ThreadsPerCore& threadsPerCore) {
-  unsigned expected = 0;
-  unsigned most = 1;
-  for (const CpuCore& core : package.cores) {
-    const unsigned told = isRunning(core) ? threadsPerCore(core.informant) : 0;
-    const unsigned threads = std::max({told, core.onlineThreads, 1U});
-    expected += threads;
-    most = std::max(most, threads);
-  }
-  const unsigned missing =
-      expected > package.locatedThreads ? expected - package.locatedThreads : 0;
-  // Second threads are commonly numbered after all first ones, hence from the end.
-  std::vector<unsigned>& stopped = package.unlocated;
-  stopped.resize(stopped.size() - std::min<std::size_t>(missing, stopped.size()));
-  for (std::size_t i = 0; i < stopped.size(); i += most) {
-    package.cores.push_back({stopped[i], 0, 0});
-  }
-}
-
-/// Lets the first running core of `candidates` answer for those of `cores` that do not run.
-void nameInformants(std::vector<CpuCore>& cores, const std::vector<CpuCore>& candidates) {
-  const auto running = std::find_if(candidates.begin(), candidates.end(), isRunning);
-  if (running == candidates.end()) return;
-  const unsigned informant = running->informant;
-  for (CpuCore& core : cores) {
-    if (!isRunning(core)) core.informant = informant;
-  }
 }
 
 bool isDynamic(std::string_view governor, std::string_view driver) {
@@ -141,32 +73,9 @@ std::vector<CpuEntry> readCpus(const std::string& sysRoot) {
   return cpus;
 }
 
-std::vector<CpuPackage> groupCpus(const std::vector<CpuEntry>& cpus,
-                                  const ThreadsPerCore& threadsPerCore) {
-  Builders builders = buildLocated(cpus);
-  for (const CpuEntry& cpu : cpus) {
-    if (!cpu.package) builders[packageFor(cpu, cpus)].unlocated.push_back(cpu.number);
-  }
-  std::vector<CpuPackage> packages;
-  for (auto& [id, builder] : builders) {
-    if (!builder.unlocated.empty()) addStoppedCores(builder, threadsPerCore);
-    std::sort(builder.cores.begin(), builder.cores.end(),
-              [](const CpuCore& a, const CpuCore& b) { return a.firstCpu < b.firstCpu; });
-    packages.push_back({id, std::move(builder.cores)});
-  }
-  for (CpuPackage& package : packages) {
-    for (const CpuPackage& other : packages) nameInformants(package.cores, other.cores);
-    nameInformants(package.cores, package.cores);  // its own core has the last word
-  }
-  return packages;
-}
-
-bool readSmtActive(const std::string& sysRoot, const std::vector<CpuPackage>& packages) {
-  if (const auto active = readNumber(cpuDirectory(sysRoot) + "/smt/active")) return *active != 0;
-  const auto runsSeveral = [](const CpuCore& core) { return core.onlineThreads > 1; };
-  return std::any_of(packages.begin(), packages.end(), [&](const CpuPackage& package) {
-    return std::any_of(package.cores.begin(), package.cores.end(), runsSeveral);
-  });
+std::optional<bool> readSmtActive(const std::string& sysRoot) {
+  const auto active = readNumber(cpuDirectory(sysRoot) + "/smt/active");
+  return active ? std::optional(*active != 0) : std::nullopt;
 }
 
 std::string readPowerPolicy(const std::string& sysRoot) {

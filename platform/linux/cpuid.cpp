@@ -14,12 +14,13 @@ namespace LinuxHost {
 namespace {
 
 /// Zero for a leaf that the CPU lacks.
-CpuidRegisters readLeaf(std::uint32_t leaf) {
+CpuidRegisters readLeaf(std::uint32_t leaf, std::uint32_t subleaf = 0) {
   CpuidRegisters registers;
 #if defined(__x86_64__) || defined(__i386__)
-  __get_cpuid_count(leaf, 0, &registers.eax, &registers.ebx, &registers.ecx, &registers.edx);
+  __get_cpuid_count(leaf, subleaf, &registers.eax, &registers.ebx, &registers.ecx, &registers.edx);
 #else
   static_cast<void>(leaf);
+  static_cast<void>(subleaf);
 #endif
   return registers;
 }
@@ -44,13 +45,19 @@ unsigned modelOf(std::uint32_t signature) {
   return family == 6 || family == 15 ? base | (bits(signature, 16, 4) << 4) : base;
 }
 
+/// Threads of one unit of a topology level, if it is the level of that type.
+unsigned threadsAt(const CpuidRegisters& level, unsigned type) {
+  return bits(level.ecx, 8, 8) == type ? bits(level.ebx, 0, 16) : 0;
+}
+
 }  // namespace
 
 CpuidLeaves readCpuid() {
   CpuidLeaves leaves;
   leaves.vendor = readLeaf(0);
   leaves.features = readLeaf(1);
-  leaves.smtLevel = readLeaf(0xb);
+  leaves.smtLevel = readLeaf(0xb, 0);
+  leaves.coreLevel = readLeaf(0xb, 1);
   leaves.extendedMaximum = readLeaf(0x80000000);
   leaves.extended = readLeaf(0x80000001);
   for (std::uint32_t i = 0; i < leaves.brand.size(); ++i) {
@@ -95,7 +102,12 @@ std::array<char, kBrandSize> brandOf(const CpuidLeaves& leaves) {
 
 unsigned threadsPerCore(const CpuidLeaves& leaves) {
   constexpr unsigned kSmtLevel = 1;
-  return bits(leaves.smtLevel.ecx, 8, 8) == kSmtLevel ? bits(leaves.smtLevel.ebx, 0, 16) : 0;
+  return threadsAt(leaves.smtLevel, kSmtLevel);
+}
+
+unsigned threadsPerPackage(const CpuidLeaves& leaves) {
+  constexpr unsigned kCoreLevel = 2;
+  return threadsAt(leaves.coreLevel, kCoreLevel);
 }
 
 }  // namespace LinuxHost

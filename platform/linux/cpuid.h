@@ -18,7 +18,8 @@ struct CpuidRegisters {
 struct CpuidLeaves {
   CpuidRegisters vendor;                  ///< leaf 0
   CpuidRegisters features;                ///< leaf 1
-  CpuidRegisters smtLevel;                ///< leaf 0xb, first level of the topology
+  CpuidRegisters smtLevel;                ///< leaf 0xb, first level of the topology: a core
+  CpuidRegisters coreLevel;               ///< leaf 0xb, second level: a package
   CpuidRegisters extendedMaximum;         ///< leaf 0x80000000
   CpuidRegisters extended;                ///< leaf 0x80000001
   std::array<CpuidRegisters, 3> brand{};  ///< leaves 0x80000002 to 0x80000004
@@ -51,5 +52,8 @@ std::array<char, kBrandSize> brandOf(const CpuidLeaves& leaves);
 
 /// Threads that each core of this kind has, running or not; 0 when the CPU does not tell.
 unsigned threadsPerCore(const CpuidLeaves& leaves);
+
+/// The same of a package.
+unsigned threadsPerPackage(const CpuidLeaves& leaves);
 
 }  // namespace LinuxHost

@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string>
 
+#include "platform/linux/cpuid.h"
+
 namespace LinuxHost {
 namespace {
 

@@ -1,6 +1,10 @@
 #include "platform/linux/host_view.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "platform/linux/cpu_topology.h"
+#include "platform/linux/cpuid.h"
 
 namespace LinuxHost {
 namespace {
@@ -13,7 +17,13 @@ const Part& readOnce(std::optional<Part>& part, Read read) {
 
 }  // namespace
 
-HostView::HostView(std::string sysRoot) : sysRoot_(std::move(sysRoot)) {}
+ThreadCounts threadsByCpuid(unsigned cpu) {
+  const CpuidLeaves leaves = readCpuidOn(cpu);
+  return {threadsPerCore(leaves), threadsPerPackage(leaves)};
+}
+
+HostView::HostView(std::string sysRoot, AskThreads askThreads)
+    : sysRoot_(std::move(sysRoot)), askThreads_(std::move(askThreads)) {}
 
 const std::vector<KernelInterface>& HostView::interfaces() {
   return readOnce(interfaces_, readKernelInterfaces);
@@ -29,10 +39,7 @@ const KernelInterface* HostView::interface(const std::string& name) {
 }
 
 const std::vector<CpuPackage>& HostView::packages() {
-  return readOnce(packages_, [this] {
-    return groupCpus(readCpus(sysRoot_),
-                     [](unsigned cpu) { return threadsPerCore(readCpuidOn(cpu)); });
-  });
+  return readOnce(packages_, [this] { return groupCpus(readCpus(sysRoot_), askThreads_); });
 }
 
 const std::vector<CpuCore>& HostView::cores() {
@@ -45,7 +52,11 @@ const std::vector<CpuCore>& HostView::cores() {
   });
 }
 
-bool HostView::smtActive() { return readSmtActive(sysRoot_, packages()); }
+bool HostView::smtActive() {
+  if (const auto told = readSmtActive(sysRoot_)) return *told;
+  const auto runsSeveral = [](const CpuCore& core) { return core.onlineThreads > 1; };
+  return std::any_of(cores().begin(), cores().end(), runsSeveral);
+}
 
 std::string HostView::powerPolicy() const { return readPowerPolicy(sysRoot_); }
 

@@ -6,18 +6,20 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/linux/cpu_topology.h"
-#include "platform/linux/cpuid.h"
+#include "platform/linux/cpu_packages.h"
 #include "platform/linux/kernel_interfaces.h"
 
 namespace LinuxHost {
+
+/// What CPUID says on an online CPU, to which the calling thread is moved for the reading.
+ThreadCounts threadsByCpuid(unsigned cpu);
 
 /// One query's view of the host. Each part is read at first need and then stays as it was, so that
 /// the calls of one query agree with each other and a query for processors takes no address dump.
 /// Used by one thread. Operations throw what the readers throw.
 class HostView {
  public:
-  explicit HostView(std::string sysRoot = "/sys");
+  explicit HostView(std::string sysRoot = "/sys", AskThreads askThreads = threadsByCpuid);
 
   const std::vector<KernelInterface>& interfaces();
   /// Null when there is no interface of that name.
@@ -26,11 +28,13 @@ class HostView {
   const std::vector<CpuPackage>& packages();
   /// The cores of all packages in list order.
   const std::vector<CpuCore>& cores();
+  /// Cores run several threads each.
   bool smtActive();
   std::string powerPolicy() const;
 
  private:
   std::string sysRoot_;
+  AskThreads askThreads_;
   std::optional<std::vector<KernelInterface>> interfaces_;
   std::unordered_map<std::string, std::size_t> interfaceNumbers_;  ///< positions by name
   std::optional<std::vector<CpuPackage>> packages_;

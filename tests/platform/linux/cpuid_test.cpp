@@ -88,5 +88,13 @@ TEST(ThreadsPerCore, AreThoseOfTheSmtLevel) {
   EXPECT_EQ(threadsPerCore(CpuidLeaves{}), 0U);
 }
 
+TEST(ThreadsPerPackage, AreThoseOfTheCoreLevel) {
+  CpuidLeaves leaves;
+  leaves.coreLevel = {5, 16, 0x201, 0};
+  EXPECT_EQ(threadsPerPackage(leaves), 16U);
+  leaves.coreLevel = {};
+  EXPECT_EQ(threadsPerPackage(leaves), 0U);
+}
+
 }  // namespace
 }  // namespace LinuxHost

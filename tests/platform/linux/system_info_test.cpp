@@ -8,7 +8,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/cpu_topology.h"
 #include "platform/linux/host_nodes.h"
 #include "platform/linux/pinned_thread.h"
 #include "platform/linux/sysfs.h"
@@ -95,7 +94,7 @@ class NodesOfAMadeUpHost : public testing::Test {
   }
 
   SysTree tree;
-  HostView view{tree.root()};
+  HostView view{tree.root(), [](unsigned) { return ThreadCounts{1, 2}; }};
 };
 
 TEST_F(NodesOfAMadeUpHost, CountPackagesAndTheirCores) {
@@ -117,6 +116,15 @@ TEST_F(NodesOfAMadeUpHost, TellThreadsAndPowerPolicy) {
   const auto power = read(kHsiPowerManagement);
   ASSERT_TRUE(power.has_value());
   EXPECT_STREQ(reinterpret_cast<const char*>(power->data()) + 8, "dynamic");
+}
+
+TEST_F(NodesOfAMadeUpHost, SeeThreadsInTheCoresWhereTheKernelSaysNothing) {
+  tree.remove("devices/system/cpu/smt");
+  EXPECT_EQ(read(kHsiTopology)->at(0), 0);
+  tree.file("devices/system/cpu/cpu1/topology/physical_package_id", "1\n")
+      .file("devices/system/cpu/cpu1/topology/core_cpus_list", "0-1\n");
+  view = HostView(tree.root(), [](unsigned) { return ThreadCounts{2, 4}; });
+  EXPECT_EQ(read(kHsiTopology)->at(0), 1);
 }
 
 TEST_F(NodesOfAMadeUpHost, ReadTheHostOnce) {

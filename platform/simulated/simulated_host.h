@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/pnic.h"
+#include "platform/simulated/simulated_hardware.h"
 #include "platform/system_info.h"
 
 /// The simulated host as plain values: what a host file says, checked and with every default filled
@@ -288,6 +289,7 @@ struct SimulatedHost {
   SimulatedHsi hsi;
   SimulatedVersion version;
   bool hypervisor = true;
+  OrFault<SimulatedHardware> hardware;
 
   static constexpr auto facts() {
     return std::tuple{
@@ -301,6 +303,8 @@ struct SimulatedHost {
         Fact{"hsi", &SimulatedHost::hsi, "faults of the kernel information interface"},
         Fact{"version", &SimulatedHost::version, "the running image"},
         Fact{"hypervisor", &SimulatedHost::hypervisor, "`HostType_OSIsHYK`"},
+        Fact{"hardware", &SimulatedHost::hardware,
+             "computer system and hardware; every call of `platform/hardware.h` throws the fault"},
     };
   }
 };

@@ -1,0 +1,249 @@
+// The associations of the hardware classes: from the computer system to its parts, and between
+// them.
+
+#include <optional>
+
+#include "cmpi/cmpi_reference.h"
+#include "framework/factories.h"
+#include "framework/object_identity.h"
+#include "framework/simple_association_mi.h"
+#include "framework/text.h"
+#include "hardware/hardware_paths.h"
+#include "hardware/relations.h"
+#include "platform/computer_system.h"
+
+namespace Hardware {
+namespace {
+
+using ORV::isGiven;
+using ORV::sameName;
+
+class AssociationProvider : public virtual CmpiInstanceMI, public virtual OMC::SimpleAssociationMI {
+ public:
+  AssociationProvider(const CmpiBroker& mbp, const CmpiContext& context)
+      : CmpiBaseMI(mbp, context),
+        CmpiInstanceMI(mbp, context),
+        OMC::SimpleAssociationMI(mbp, context) {}
+
+  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                               const CmpiObjectPath& path) override;
+  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override;
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override;
+
+ protected:
+  CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
+                          const CmpiObjectPath& path, const char* assocClass,
+                          const char* resultClass, const char* role,
+                          const char* resultRole) override;
+
+ private:
+  ScopingSystem scopingSystem(const CmpiContext& context) const {
+    return {OMC::getComputerSystemClassName(), OMC::getComputerSystemName(context, broker)};
+  }
+  template <typename Visit>
+  void forEachLink(const CmpiContext& context, const std::string& nameSpace,
+                   const Association& association, Visit visit) const;
+  template <typename Visit>
+  void forEachForeignLink(const CmpiContext& context, const std::string& nameSpace,
+                          const Association& association, const CmpiObjectPath& system,
+                          Visit visit) const;
+};
+
+CmpiObjectPath pathOf(const End& end, const std::string& nameSpace, const ScopingSystem& system) {
+  return end.isSystem() ? systemPath(nameSpace, system)
+                        : elementPath(nameSpace, system, *end.row, end.id);
+}
+
+/// Calls `visit` with both paths of each pair that the association relates.
+template <typename Visit>
+void AssociationProvider::forEachLink(const CmpiContext& context, const std::string& nameSpace,
+                                      const Association& association, Visit visit) const {
+  const ScopingSystem system = scopingSystem(context);
+  for (const Pair& pair : association.pairs()) {
+    leavingOutUncarriable([&] {
+      visit(pathOf(pair.left, nameSpace, system), pathOf(pair.right, nameSpace, system));
+    });
+  }
+  forEachForeignLink(context, nameSpace, association, systemPath(nameSpace, system), visit);
+}
+
+/// The names come from the other library's provider, by an up-call; where there is none, it fails.
+template <typename Visit>
+void AssociationProvider::forEachForeignLink(const CmpiContext& context,
+                                             const std::string& nameSpace,
+                                             const Association& association,
+                                             const CmpiObjectPath& system, Visit visit) const {
+  for (auto foreign = association.foreignClasses; *foreign != nullptr; ++foreign) {
+    std::vector<CmpiObjectPath> devices;
+    try {
+      const CmpiObjectPath all(nameSpace.c_str(), *foreign);
+      const CmpiEnumeration names = broker->enumInstanceNames(context, all);
+      while (names.hasNext()) {
+        const auto device = static_cast<CmpiObjectPath>(names.getNext());
+        if (!device.isNull()) devices.push_back(device);
+      }
+    } catch (const CmpiStatus&) {
+      // Nobody serves the class here.
+    }
+    for (const CmpiObjectPath& device : devices) {
+      leavingOutUncarriable([&] { visit(system, device); });
+    }
+  }
+}
+
+CmpiObjectPath linkPath(const Association& association, const std::string& nameSpace,
+                        const CmpiObjectPath& left, const CmpiObjectPath& right) {
+  CmpiObjectPath path(nameSpace.c_str(), association.className);
+  path.setKey(association.leftRole, left);
+  path.setKey(association.rightRole, right);
+  return path;
+}
+
+CmpiInstance linkInstance(const Association& association, const std::string& nameSpace,
+                          const CmpiObjectPath& left, const CmpiObjectPath& right,
+                          const char** properties) {
+  CmpiInstance instance(CmpiObjectPath(nameSpace.c_str(), association.className));
+  const char* keys[] = {association.leftRole, association.rightRole, nullptr};
+  instance.setPropertyFilter(properties, keys);
+  instance.setProperty(association.leftRole, left);
+  instance.setProperty(association.rightRole, right);
+  return instance;
+}
+
+CmpiStatus AssociationProvider::enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                                                  const CmpiObjectPath& path) {
+  const Association* association = findAssociation(ORV::classNameOf(path));
+  if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+  const std::string nameSpace = ORV::nameSpaceOf(path);
+  forEachLink(context, nameSpace, *association, [&](const auto& left, const auto& right) {
+    result.returnData(linkPath(*association, nameSpace, left, right));
+  });
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+CmpiStatus AssociationProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
+                                              const CmpiObjectPath& path, const char** properties) {
+  const Association* association = findAssociation(ORV::classNameOf(path));
+  if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+  const std::string nameSpace = ORV::nameSpaceOf(path);
+  forEachLink(context, nameSpace, *association, [&](const auto& left, const auto& right) {
+    result.returnData(linkInstance(*association, nameSpace, left, right, properties));
+  });
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+/// The reference under a key; a null path when there is none.
+CmpiObjectPath referenceKey(const CmpiObjectPath& path, const char* role) {
+  const CmpiData key = path.getKey(role);
+  if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) {
+    return CmpiObjectPath(static_cast<const CMPIObjectPath*>(nullptr));
+  }
+  return static_cast<CmpiObjectPath>(key);
+}
+
+CmpiStatus AssociationProvider::getInstance(const CmpiContext& context, CmpiResult& result,
+                                            const CmpiObjectPath& path, const char** properties) {
+  const Association* association = findAssociation(ORV::classNameOf(path));
+  if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+  const CmpiObjectPath left = referenceKey(path, association->leftRole);
+  const CmpiObjectPath right = referenceKey(path, association->rightRole);
+  if (left.isNull() || right.isNull()) return CMPI_RC_ERR_INVALID_PARAMETER;
+
+  const std::string nameSpace = ORV::nameSpaceOf(path);
+  const std::string wantedLeft = ORV::objectIdentity(left, nameSpace);
+  const std::string wantedRight = ORV::objectIdentity(right, nameSpace);
+  std::optional<CmpiInstance> found;
+  forEachLink(context, nameSpace, *association, [&](const auto& l, const auto& r) {
+    if (found || ORV::objectIdentity(l, nameSpace) != wantedLeft) return;
+    if (ORV::objectIdentity(r, nameSpace) != wantedRight) return;
+    found = linkInstance(*association, nameSpace, l, r, properties);
+  });
+  if (!found) return CMPI_RC_ERR_NOT_FOUND;
+  result.returnData(*found);
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+// ---- References of an object ----
+
+/// The filters of one request; null or empty is no restriction.
+struct Filters {
+  const char* assocClass;
+  const char* resultClass;
+  const char* role;
+  const char* resultRole;
+};
+
+bool isForeign(const Association& association, const std::string& className) {
+  for (auto foreign = association.foreignClasses; *foreign != nullptr; ++foreign) {
+    if (sameName(*foreign, className.c_str())) return true;
+  }
+  return false;
+}
+
+/// Where the object that a request names can stand in an association.
+struct Places {
+  bool left = false;
+  bool right = false;
+};
+
+Places placesOf(const Association& association, const std::string& className) {
+  const HardwareClass* row = findHardwareClass(className);
+  if (row == nullptr && !sameName(className.c_str(), kSystemClass)) {
+    return {false, isForeign(association, className)};
+  }
+  return {association.canBeLeft(row), association.canBeRight(row)};
+}
+
+bool passes(const char* filter, const char* role) {
+  return !isGiven(filter) || sameName(filter, role);
+}
+
+/// What the role filters leave of the places.
+Places withRoles(const Association& association, Places places, const Filters& filters) {
+  const bool asLeft = passes(filters.role, association.leftRole) &&
+                      passes(filters.resultRole, association.rightRole);
+  const bool asRight = passes(filters.role, association.rightRole) &&
+                       passes(filters.resultRole, association.leftRole);
+  return {places.left && asLeft, places.right && asRight};
+}
+
+bool isA(const std::string& nameSpace, const char* className, const char* wanted) {
+  return !isGiven(wanted) || CmpiObjectPath(nameSpace.c_str(), className).classPathIsA(wanted);
+}
+
+CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiResult& result,
+                                             const CmpiObjectPath& path, const char* assocClass,
+                                             const char* resultClass, const char* role,
+                                             const char* resultRole) {
+  const Filters filters{assocClass, resultClass, role, resultRole};
+  const std::string nameSpace = ORV::nameSpaceOf(path);
+  const std::string className = ORV::classNameOf(path);
+  for (const Association& association : kAssociations) {
+    if (!isA(nameSpace, association.className, assocClass)) continue;
+    const Places places = withRoles(association, placesOf(association, className), filters);
+    if (!places.left && !places.right) continue;
+    // Keys are read only now: those of a path of another class may crash an object manager.
+    const std::string source = ORV::objectIdentity(path, nameSpace);
+    forEachLink(context, nameSpace, association, [&](const auto& left, const auto& right) {
+      const bool fromLeft = places.left && ORV::objectIdentity(left, nameSpace) == source;
+      const bool fromRight = places.right && ORV::objectIdentity(right, nameSpace) == source;
+      if (!fromLeft && !fromRight) return;
+      if (isGiven(resultClass) && !(fromLeft ? right : left).classPathIsA(resultClass)) return;
+      result.returnData(linkInstance(association, nameSpace, left, right, nullptr));
+    });
+  }
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+}  // namespace
+}  // namespace Hardware
+
+ORV_PROVIDER_BASE(OrvaneHostAssociations);
+ORV_INSTANCE_FACTORY(OrvaneHostAssociations, Hardware::AssociationProvider)
+ORV_ASSOCIATION_FACTORY(OrvaneHostAssociations, Hardware::AssociationProvider)

@@ -1,0 +1,83 @@
+// Instances of the hardware classes, from one table of classes.
+
+#include <algorithm>
+#include <optional>
+
+#include "framework/factories.h"
+#include "framework/text.h"
+#include "hardware/hardware_classes.h"
+#include "hardware/hardware_paths.h"
+#include "platform/computer_system.h"
+
+namespace Hardware {
+namespace {
+
+class HardwareProvider : public CmpiInstanceMI {
+ public:
+  HardwareProvider(const CmpiBroker& mbp, const CmpiContext& context)
+      : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context) {}
+
+  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                               const CmpiObjectPath& path) override;
+  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override;
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override;
+
+ private:
+  ScopingSystem scopingSystem(const CmpiContext& context) const {
+    return {OMC::getComputerSystemClassName(), OMC::getComputerSystemName(context, broker)};
+  }
+};
+
+const HardwareClass* requestedClass(const CmpiObjectPath& path) {
+  return findHardwareClass(ORV::classNameOf(path));
+}
+
+CmpiStatus HardwareProvider::enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                                               const CmpiObjectPath& path) {
+  const HardwareClass* row = requestedClass(path);
+  if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+  const std::string nameSpace = ORV::nameSpaceOf(path);
+  const ScopingSystem system = scopingSystem(context);
+  for (const Element& element : row->elements(Query{false, ""})) {
+    result.returnData(elementPath(nameSpace, system, *row, element.id));
+  }
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+CmpiStatus HardwareProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
+                                           const CmpiObjectPath& path, const char** properties) {
+  const HardwareClass* row = requestedClass(path);
+  if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+  const std::string nameSpace = ORV::nameSpaceOf(path);
+  const ScopingSystem system = scopingSystem(context);
+  for (const Element& element : row->elements(Query{})) {
+    result.returnData(elementInstance(nameSpace, system, *row, element, properties));
+  }
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+CmpiStatus HardwareProvider::getInstance(const CmpiContext& context, CmpiResult& result,
+                                         const CmpiObjectPath& path, const char** properties) {
+  const HardwareClass* row = requestedClass(path);
+  if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+  const ScopingSystem system = scopingSystem(context);
+  const std::string id = idOf(path, *row, system);
+  if (id.empty()) return CMPI_RC_ERR_NOT_FOUND;
+  const std::vector<Element> elements = row->elements(Query{true, id});
+  const auto found = std::find_if(elements.begin(), elements.end(),
+                                  [&](const Element& element) { return element.id == id; });
+  if (found == elements.end()) return CMPI_RC_ERR_NOT_FOUND;
+  result.returnData(elementInstance(ORV::nameSpaceOf(path), system, *row, *found, properties));
+  result.returnDone();
+  return CMPI_RC_OK;
+}
+
+}  // namespace
+}  // namespace Hardware
+
+ORV_PROVIDER_BASE(OrvaneHostHardware);
+ORV_INSTANCE_FACTORY(OrvaneHostHardware, Hardware::HardwareProvider)

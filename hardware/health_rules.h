@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hardware/counter_baselines.h"
+#include "platform/hardware.h"
+
+/// How facts become health: one table of rules for each kind of element.
+namespace Hardware {
+
+/// Values of HealthState.
+enum Health : std::uint16_t {
+  kUnknown = 0,
+  kOk = 5,
+  kDegraded = 10,
+  kMinor = 15,
+  kMajor = 20,
+  kCritical = 25,
+  kNonRecoverable = 30,
+};
+
+/// The health of one element, and what is wrong with it in words and numbers, the worst first.
+struct Judgement {
+  Health health = kOk;
+  std::vector<std::string> words;
+};
+
+/// The worst of the rules that hold. When none holds, the element is OK, or Unknown when the host
+/// refused to tell: then the reason is among the words, and it is so beside the rules that hold.
+Judgement judge(const Sensor& sensor, const Growth& growth);
+Judgement judge(const MemoryModule& module, const Growth& growth);
+Judgement judge(const PowerSupply& supply, const Growth& growth);
+Judgement judge(const Battery& battery, const Growth& growth);
+Judgement judge(const Disk& disk, const Growth& growth);
+Judgement judge(const PciFunction& function, const Growth& growth);
+Judgement judge(const StoragePort& port, const Growth& growth);
+Judgement judge(const Pool& pool, const Growth& growth);
+Judgement judge(const Volume& volume, const Growth& growth);
+Judgement judge(const Extent& extent, const Growth& growth);
+
+/// OperationalStatus that goes with a health: OK, Degraded, Error, Non-Recoverable Error, Unknown.
+std::uint16_t operationalStatusOf(Health health);
+
+/// A rule as the documentation shows it.
+struct DocumentedRule {
+  std::string element;    ///< for example "disk"
+  std::string condition;  ///< for example "NVMe critical warning: spare below threshold"
+  Health health;
+};
+
+/// All rules, in the order of the tables.
+std::vector<DocumentedRule> documentedRules();
+
+}  // namespace Hardware

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "hardware/hardware_classes.h"
+
+/// Which elements belong together, as pairs of class and id: a pure function of the elements.
+namespace Hardware {
+
+/// One end of a relation. The computer system has no row and no id.
+struct End {
+  const HardwareClass* row = nullptr;
+  std::string id;
+
+  bool isSystem() const { return row == nullptr; }
+};
+
+struct Pair {
+  End left;
+  End right;
+};
+
+/// An association class: its two roles, and what is related by it.
+struct Association {
+  const char* className;
+  const char* leftRole;
+  const char* rightRole;
+  /// Whether elements of the class can be at that end; null asks for the computer system.
+  bool (*canBeLeft)(const HardwareClass* row);
+  bool (*canBeRight)(const HardwareClass* row);
+  std::vector<Pair> (*pairs)();
+  /// Classes of other providers whose elements are parts of the system too, at the right end; ends
+  /// with null.
+  const char* const* foreignClasses;
+};
+
+extern const std::array<Association, 6> kAssociations;
+
+/// The association of a class name in any case; null when it is not ours.
+const Association* findAssociation(const std::string& className);
+
+}  // namespace Hardware

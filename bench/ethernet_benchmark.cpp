@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "broker/broker.h"
 #include "broker/mof_reader.h"
 #include "broker/registration.h"
+#include "broker/testing/test_broker.h"
 #include "platform/network_info.h"
 #include "tests/support/host_with_ports.h"
 #include "tests/support/simulated_host_file.h"
@@ -22,7 +22,6 @@
 // objects of the answer made and returned through the broker's tables with their values at hand.
 namespace {
 
-using orv::broker::Broker;
 using orv::broker::Instance;
 using orv::broker::ObjectPath;
 using orv::broker::Operation;
@@ -30,6 +29,7 @@ using orv::broker::RecordingResult;
 using orv::broker::Request;
 using orv::broker::RequestScope;
 using orv::broker::Response;
+using orv::broker::TestBroker;
 
 constexpr char kProvider[] = "EthernetPortProvider";
 constexpr int kPortCounts[] = {1, 16, 128, 1024};
@@ -45,17 +45,17 @@ const char* const kClasses[] = {
     "Orvane_EPCoalesceElementSettingData",
 };
 
-Broker& broker() {
+TestBroker& broker() {
   static const auto instance = [] {
     const std::string schema = std::string(ORV_SOURCE_DIR) + "/schema";
-    Broker::Options options;
+    TestBroker::Options options;
     options.namespaces["root/cimv2"] =
         std::make_shared<const orv::broker::ClassRepository>(orv::broker::loadSchema(schema));
     for (auto& section : orv::broker::readRegistrationFile(schema + "/orvprovider.reg")) {
       if (section.provider == kProvider) options.registration.push_back(std::move(section));
     }
     options.libraryFile = ORV_SIMULATED_LIBRARY;
-    return std::make_unique<Broker>(std::move(options));
+    return std::make_unique<TestBroker>(std::move(options));
   }();
   return *instance;
 }

@@ -12,9 +12,7 @@ extern CMPIArgsFT argumentsTable;
 
 struct ArgumentsObject : CMPIArgs, HeapEntry {
   explicit ArgumentsObject(PathData content)
-      : CMPIArgs{this, &argumentsTable},
-        HeapEntry(ObjectKind::kArguments),
-        named(std::move(content)) {}
+      : CMPIArgs{this, &argumentsTable}, named(std::move(content)) {}
   PathData named;  // its keys are the arguments
 };
 
@@ -33,7 +31,6 @@ CMPIArgs* cloneArguments(const CMPIArgs* self, CMPIStatus* out) {
 
 CMPIStatus addArgument(const CMPIArgs* self, const char* name, const CMPIValue* value,
                        CMPIType type) {
-  if (const auto fault = injected("arguments.addArg")) return fault->status;
   ArgumentsObject* arguments = own(self);
   if (arguments == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (name == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
@@ -49,7 +46,6 @@ CMPIStatus addArgument(const CMPIArgs* self, const char* name, const CMPIValue* 
 }
 
 CMPIData getArgument(const CMPIArgs* self, const char* name, CMPIStatus* out) {
-  if (const auto fault = injected("arguments.getArg")) return faultyData(*fault, out);
   const ArgumentsObject* arguments = own(self);
   const Key* found = arguments != nullptr && name != nullptr ? arguments->named.key(name) : nullptr;
   answer(out, found != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_NOT_FOUND);

@@ -9,7 +9,6 @@ namespace {
 constexpr CMPICount kLargestArray = 1U << 20;  // elements
 
 CMPIStatus releaseArray(CMPIArray* self) {
-  if (const auto fault = injected("array.release")) return fault->status;
   return releaseObject(const_cast<ArrayObject*>(ownArray(self)), "array");
 }
 
@@ -21,10 +20,6 @@ CMPIArray* cloneArray(const CMPIArray* self, CMPIStatus* out) {
 }
 
 CMPICount arraySize(const CMPIArray* self, CMPIStatus* out) {
-  if (const auto fault = injected("array.getSize")) {
-    answer(out, fault->status.rc);
-    return 0;
-  }
   const ArrayObject* own = ownArray(self);
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return own != nullptr ? static_cast<CMPICount>(own->elements.size()) : 0;
@@ -37,7 +32,6 @@ CMPIType simpleType(const CMPIArray* self, CMPIStatus* out) {
 }
 
 CMPIData elementAt(const CMPIArray* self, CMPICount index, CMPIStatus* out) {
-  if (const auto fault = injected("array.getElementAt")) return faultyData(*fault, out);
   const ArrayObject* own = ownArray(self);
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   if (own != nullptr && index < own->elements.size()) return toData(own->elements[index]);
@@ -54,7 +48,6 @@ ReadValue readElement(const ArrayObject& array, const CMPIValue* value, CMPIType
 }
 
 CMPIStatus setElementAt(CMPIArray* self, CMPICount index, const CMPIValue* value, CMPIType type) {
-  if (const auto fault = injected("array.setElementAt")) return fault->status;
   auto* own = const_cast<ArrayObject*>(ownArray(self));
   if (own == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   const bool appends = own->grows && index == own->elements.size() && index < kLargestArray;
@@ -74,7 +67,6 @@ CMPIArrayFT arrayTable = {1,          releaseArray, cloneArray,  arraySize,
 
 ArrayObject::ArrayObject(CMPIType type, Value::Array content, bool growing)
     : CMPIArray{nullptr, &arrayTable},
-      HeapEntry(ObjectKind::kArray),
       elementType(type),
       elements(std::move(content)),
       grows(growing) {

@@ -1,10 +1,7 @@
 #include "broker/broker.h"
 
-#include <thread>
-
 #include "broker/broker_state.h"
 #include "broker/broker_tables.h"
-#include "broker/heap.h"
 #include "broker/requests.h"
 #include "broker/strings.h"
 #include "broker/thread_state.h"
@@ -32,29 +29,18 @@ Request makeAssociationRequest(Operation operation, const ObjectPath& source,
   return request;
 }
 
-/// Runs a change of subscriptions as a request and answers its status.
-Response runChange(const std::shared_ptr<BrokerState>& broker,
-                   const std::function<CMPIStatus()>& change) {
-  Response response;
-  std::vector<Report> reports;
-  const auto problem = onRequestThread(
-      broker,
-      [&] {
-        const ProviderHost::Use use(broker->providers);
-        const CMPIStatus outcome = change();
-        response.rc = outcome.rc;
-        response.message = textOf(outcome.msg);
-      },
-      reports);
-  if (problem) {
-    response.rc = CMPI_RC_ERR_FAILED;
-    response.message = problem;
-  }
-  response.reports = std::move(reports);
-  return response;
-}
-
 }  // namespace
+
+std::string Report::toText() const {
+  std::string out;
+  const auto addPart = [&out](const char* label, const std::string& name) {
+    if (!name.empty()) out += (out.empty() ? "" : ", ") + std::string(label) + " " + name;
+  };
+  addPart("provider", provider);
+  addPart("class", className);
+  addPart("property", property);
+  return out.empty() ? what : out + ": " + what;
+}
 
 Broker::Broker(Options options) : state_(std::make_shared<BrokerState>(std::move(options))) {
   announceBroker(state_);
@@ -62,13 +48,7 @@ Broker::Broker(Options options) : state_(std::make_shared<BrokerState>(std::move
 
 Broker::~Broker() { state_->indications.silenceAll(); }
 
-Response Broker::request(const Request& request) {
-  return runRequest(state_, request, std::nullopt);
-}
-
-Response Broker::requestTo(const std::string& providerName, const Request& request) {
-  return runRequest(state_, request, providerName);
-}
+Response Broker::request(const Request& request) { return runRequest(state_, request); }
 
 Response Broker::enumerateInstanceNames(const std::string& nameSpace,
                                         const std::string& className) {
@@ -106,62 +86,34 @@ Response Broker::referenceNames(const ObjectPath& source, const AssociationFilte
 
 SubscribeResult Broker::subscribe(const IndicationFilter& filter, IndicationHandler handler) {
   SubscribeResult result;
-  std::vector<Report> reports;
   const auto problem = onRequestThread(
-      state_,
-      [&] {
-        const ProviderHost::Use use(state_->providers);
-        result = state_->indications.subscribe(*state_, filter, std::move(handler));
-      },
-      reports);
-  if (problem) {
-    result.rc = CMPI_RC_ERR_FAILED;
-    result.message = problem;
-  }
-  result.reports = std::move(reports);
-  return result;
+      state_, [&] { result = state_->indications.subscribe(*state_, filter, std::move(handler)); });
+  return problem ? SubscribeResult{CMPI_RC_ERR_FAILED, problem, 0} : result;
 }
 
 Response Broker::unsubscribe(SubscriptionId id) {
   state_->indications.silence(id);
-  return runChange(state_, [&] { return state_->indications.remove(*state_, id); });
+  Response response;
+  const auto problem = onRequestThread(state_, [&] {
+    const CMPIStatus outcome = state_->indications.remove(*state_, id);
+    response.rc = outcome.rc;
+    response.message = textOf(outcome.msg);
+  });
+  return problem ? Response{CMPI_RC_ERR_FAILED, problem, {}, {}} : response;
 }
 
-Response Broker::disable(SubscriptionId id) {
-  state_->indications.silence(id);
-  return runChange(state_, [&] { return state_->indications.disable(*state_, id); });
-}
-
-IdleOutcome Broker::idleCheck() {
-  IdleOutcome outcome;
-  std::thread([&] {
-    outcome = state_->providers.idleCheck(state_, state_->indications.hasFilters());
-  }).join();
-  return outcome;
-}
-
-ShutdownOutcome Broker::shutdown(bool concurrentSecondWalk) {
-  state_->providers.setShutDown();
-  ShutdownOutcome outcome;
-  std::thread first([&] { outcome.calls = state_->providers.terminate(state_); });
-  if (concurrentSecondWalk) {
-    std::thread([&] { outcome.secondCalls = state_->providers.terminate(state_); }).join();
-  }
-  first.join();
+void Broker::shutdown() {
+  ProviderHost& providers = state_->providers;
+  providers.shutDown();
+  onRequestThread(state_, [&] {
+    visitOncePerKind(providers.loadedSections(), [&](Section& section, ProviderKind kind) {
+      endProvider(state_, section, kind);
+    });
+  });
   state_->indications.silenceAll();
-  return outcome;
 }
 
-void Broker::unloadLibraries() { state_->providers.unloadLibraries(); }
-
-void Broker::inject(Fault fault) { state_->diagnostics.arm(std::move(fault)); }
-void Broker::clearFaults() { state_->diagnostics.disarm(); }
-std::vector<Report> Broker::reports() const { return state_->diagnostics.reports(); }
-void Broker::clearReports() { state_->diagnostics.clearReports(); }
 std::size_t Broker::contextReleaseCalls() const { return state_->contextReleaseCalls; }
-
-LiveObjects Broker::liveObjects() { return countLiveObjects(); }
-std::size_t Broker::liveObjectsOfThisThread() { return ThreadHeap::ofThisThread().size(); }
 
 const CMPIBroker* Broker::cmpi() {
   static const CMPIBroker record = {nullptr, brokerTable(), factoryTable(), serviceTable(),

@@ -5,7 +5,7 @@
 namespace orv::broker {
 
 BrokerState::BrokerState(Broker::Options brokerOptions)
-    : options(std::move(brokerOptions)), diagnostics(options.onReport), providers(options) {}
+    : options(std::move(brokerOptions)), providers(options) {}
 
 std::shared_ptr<const ClassRepository> BrokerState::classes(const std::string& nameSpace) const {
   const auto place = options.namespaces.find(nameSpace);
@@ -22,8 +22,7 @@ std::shared_ptr<const ClassLayout> BrokerState::layout(const std::string& nameSp
   const auto repository = classes(nameSpace);
   const ClassDefinition* definition = repository ? repository->find(className) : nullptr;
   if (definition == nullptr) return nullptr;
-  auto made = std::make_shared<const ClassLayout>(repository, *definition,
-                                                  options.embeddedInstanceQualifier);
+  auto made = std::make_shared<const ClassLayout>(repository, *definition);
   if (nameSpace.size() < 256) layouts_.emplace(std::make_pair(nameSpace, className), made);
   return made;
 }

@@ -9,7 +9,6 @@
 
 #include "broker/broker.h"
 #include "broker/class_layout.h"
-#include "broker/diagnostics.h"
 #include "broker/indications.h"
 #include "broker/provider_host.h"
 
@@ -27,7 +26,6 @@ struct BrokerState {
                                             const std::string& className);
 
   const Broker::Options options;
-  Diagnostics diagnostics;
   ProviderHost providers;
   IndicationHub indications;
   std::atomic<std::size_t> contextReleaseCalls{0};

@@ -16,13 +16,9 @@ using Path = const CMPIObjectPath*;
 
 constexpr unsigned int kCapabilities = 0x1BF;
 
-CMPIContext* prepareAttachThread(Mb /*broker*/, Ctx context) {
-  if (injected("bft.prepareAttachThread")) return nullptr;
-  return prepareContext(context);
-}
+CMPIContext* prepareAttachThread(Mb /*broker*/, Ctx context) { return prepareContext(context); }
 
 CMPIStatus attachThread(Mb /*broker*/, Ctx context) {
-  if (const auto fault = injected("bft.attachThread")) return fault->status;
   const ContextObject* own = liveContext(context, "attachThread");
   if (own == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (own->purpose != ContextObject::Purpose::kPrepared) {
@@ -35,52 +31,36 @@ CMPIStatus attachThread(Mb /*broker*/, Ctx context) {
 }
 
 CMPIStatus detachThread(Mb /*broker*/, Ctx context) {
-  if (const auto fault = injected("bft.detachThread")) return fault->status;
-  const ContextObject* own = liveContext(context, "detachThread");
+  ContextObject* own = liveContext(context, "detachThread");
   if (own == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (own->heap() != nullptr) {
     report("", "", "detachThread frees the context of a request: used by the broker afterwards");
     return status(CMPI_RC_ERR_FAILED);
   }
-  delete own;
+  own->free();
   return status(CMPI_RC_OK);
 }
 
 CMPIStatus deliver(Mb /*broker*/, Ctx context, const char* /*ns*/, const CMPIInstance* instance) {
-  if (const auto fault = injected("bft.deliverIndication")) return fault->status;
   return deliverIndication(context, instance);
 }
 
-/// An enumerating up-call under a fault that is due.
-CMPIEnumeration* enumerate(const char* slot, Operation operation, Ctx context, Path path,
-                           const CallArguments& arguments, CMPIStatus* out) {
-  if (const auto fault = injected(slot)) return answer(out, fault->status.rc), nullptr;
-  return upCallEnumeration(operation, context, path, arguments, out);
-}
-
 CMPIEnumeration* enumerateInstanceNames(Mb /*broker*/, Ctx context, Path path, CMPIStatus* out) {
-  return enumerate("bft.enumerateInstanceNames", Operation::kEnumerateInstanceNames, context, path,
-                   {}, out);
+  return upCallEnumeration(Operation::kEnumerateInstanceNames, context, path, {}, out);
 }
 
 CMPIInstance* getInstance(Mb /*broker*/, Ctx context, Path path, const char** properties,
                           CMPIStatus* out) {
-  if (const auto fault = injected("bft.getInstance")) return answer(out, fault->status.rc), nullptr;
   return upCallGetInstance(context, path, properties, out);
 }
 
 CMPIObjectPath* createInstance(Mb /*broker*/, Ctx context, Path path, const CMPIInstance* instance,
                                CMPIStatus* out) {
-  if (const auto fault = injected("bft.createInstance")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   return upCallCreate(context, path, instance, out);
 }
 
 CMPIStatus modifyInstance(Mb /*broker*/, Ctx context, Path path, const CMPIInstance* instance,
                           const char** properties) {
-  if (const auto fault = injected("bft.modifyInstance")) return fault->status;
   CallArguments arguments;
   arguments.instance = instance;
   arguments.properties = properties;
@@ -88,7 +68,6 @@ CMPIStatus modifyInstance(Mb /*broker*/, Ctx context, Path path, const CMPIInsta
 }
 
 CMPIStatus deleteInstance(Mb /*broker*/, Ctx context, Path path) {
-  if (const auto fault = injected("bft.deleteInstance")) return fault->status;
   return upCallChange(Operation::kDeleteInstance, context, path, {});
 }
 
@@ -97,15 +76,14 @@ CMPIEnumeration* execQuery(Mb /*broker*/, Ctx context, Path path, const char* qu
   CallArguments arguments;
   arguments.query = query;
   arguments.language = language;
-  return enumerate("bft.execQuery", Operation::kExecQuery, context, path, arguments, out);
+  return upCallEnumeration(Operation::kExecQuery, context, path, arguments, out);
 }
 
 CMPIEnumeration* enumerateInstances(Mb /*broker*/, Ctx context, Path path, const char** properties,
                                     CMPIStatus* out) {
   CallArguments arguments;
   arguments.properties = properties;
-  return enumerate("bft.enumerateInstances", Operation::kEnumerateInstances, context, path,
-                   arguments, out);
+  return upCallEnumeration(Operation::kEnumerateInstances, context, path, arguments, out);
 }
 
 CMPIEnumeration* associators(Mb /*broker*/, Ctx context, Path path, const char* assocClass,
@@ -113,7 +91,7 @@ CMPIEnumeration* associators(Mb /*broker*/, Ctx context, Path path, const char* 
                              const char** properties, CMPIStatus* out) {
   const CallArguments arguments{properties, assocClass, resultClass, role,
                                 resultRole, nullptr,    nullptr,     nullptr};
-  return enumerate("bft.associators", Operation::kAssociators, context, path, arguments, out);
+  return upCallEnumeration(Operation::kAssociators, context, path, arguments, out);
 }
 
 CMPIEnumeration* associatorNames(Mb /*broker*/, Ctx context, Path path, const char* assocClass,
@@ -121,22 +99,21 @@ CMPIEnumeration* associatorNames(Mb /*broker*/, Ctx context, Path path, const ch
                                  CMPIStatus* out) {
   const CallArguments arguments{nullptr,    assocClass, resultClass, role,
                                 resultRole, nullptr,    nullptr,     nullptr};
-  return enumerate("bft.associatorNames", Operation::kAssociatorNames, context, path, arguments,
-                   out);
+  return upCallEnumeration(Operation::kAssociatorNames, context, path, arguments, out);
 }
 
 CMPIEnumeration* references(Mb /*broker*/, Ctx context, Path path, const char* resultClass,
                             const char* role, const char** properties, CMPIStatus* out) {
   const CallArguments arguments{properties, nullptr, resultClass, role,
                                 nullptr,    nullptr, nullptr,     nullptr};
-  return enumerate("bft.references", Operation::kReferences, context, path, arguments, out);
+  return upCallEnumeration(Operation::kReferences, context, path, arguments, out);
 }
 
 CMPIEnumeration* referenceNames(Mb /*broker*/, Ctx context, Path path, const char* resultClass,
                                 const char* role, CMPIStatus* out) {
   const CallArguments arguments{nullptr, nullptr, resultClass, role,
                                 nullptr, nullptr, nullptr,     nullptr};
-  return enumerate("bft.referenceNames", Operation::kReferenceNames, context, path, arguments, out);
+  return upCallEnumeration(Operation::kReferenceNames, context, path, arguments, out);
 }
 
 CMPIData invokeMethod(Mb /*broker*/, Ctx /*context*/, Path /*path*/, const char* /*method*/,

@@ -39,9 +39,8 @@ Value numberValue(CMPIType type, const std::string& literal) {
 
 }  // namespace
 
-CMPIType reportedType(const PropertyDefinition& property, bool embeddedInstanceQualifier) {
-  const bool embedded =
-      property.embeddedObject || (embeddedInstanceQualifier && !property.embeddedClass.empty());
+CMPIType reportedType(const PropertyDefinition& property) {
+  const bool embedded = property.embeddedObject || !property.embeddedClass.empty();
   if (!embedded || (property.type & ~CMPI_ARRAY) != CMPI_string) return property.type;
   return static_cast<CMPIType>(CMPI_instance | (property.type & CMPI_ARRAY));
 }
@@ -80,11 +79,11 @@ Value literalValues(CMPIType type, const std::vector<std::string>& literals) {
 }
 
 ClassLayout::ClassLayout(std::shared_ptr<const ClassRepository> classes,
-                         const ClassDefinition& definitionOfClass, bool embeddedInstanceQualifier)
+                         const ClassDefinition& definitionOfClass)
     : definition(definitionOfClass), classes_(std::move(classes)) {
   const std::vector<PropertyDefinition>& declared = definition.properties;
   for (auto property = declared.rbegin(); property != declared.rend(); ++property) {
-    const CMPIType type = reportedType(*property, embeddedInstanceQualifier);
+    const CMPIType type = reportedType(*property);
     slots.push_back({&*property, property->defaultValue
                                      ? literalValues(type, *property->defaultValue)
                                      : Value::ofNull(type)});

@@ -19,8 +19,7 @@ struct ClassLayout {
         initial;  ///< default of the class or null, with the declared type; embedded: CMPI_instance
   };
 
-  ClassLayout(std::shared_ptr<const ClassRepository> classes, const ClassDefinition& definition,
-              bool embeddedInstanceQualifier);
+  ClassLayout(std::shared_ptr<const ClassRepository> classes, const ClassDefinition& definition);
 
   /// Place of a property among the slots.
   std::optional<std::size_t> find(std::string_view name) const;
@@ -36,7 +35,7 @@ struct ClassLayout {
 };
 
 /// Type with which a property is reported: CMPI_instance (or its array) for embedded objects.
-CMPIType reportedType(const PropertyDefinition& property, bool embeddedInstanceQualifier);
+CMPIType reportedType(const PropertyDefinition& property);
 
 /// A literal text of MOF as a value of that type; null when it does not fit.
 Value literalValue(CMPIType type, const std::string& literal);

@@ -32,10 +32,10 @@ struct PropertyDefinition {
   CMPIType type = CMPI_string;  ///< with CMPI_ARRAY for arrays; CMPI_ref for references
   std::string referenceClass;   ///< of a reference
   std::string originClass;      ///< class that declares it first
-  std::string declaringClass;   ///< class whose declaration holds: that one, or the last to override
-  bool key = false;             ///< inherited through Override
-  bool embeddedObject = false;  ///< string with EmbeddedObject
-  std::string embeddedClass;    ///< string with EmbeddedInstance("class")
+  std::string declaringClass;  ///< class whose declaration holds: that one, or the last to override
+  bool key = false;            ///< inherited through Override
+  bool embeddedObject = false;                           ///< string with EmbeddedObject
+  std::string embeddedClass;                             ///< string with EmbeddedInstance("class")
   std::optional<std::vector<std::string>> defaultValue;  ///< literal texts; absent: null
   std::vector<QualifierValue> qualifiers;
 };

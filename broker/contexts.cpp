@@ -16,27 +16,24 @@ namespace {
 
 constexpr std::size_t kDeadContextsKept = 4096;
 
-/// The standard's seven slots, and the word at index 7.
+std::atomic<std::size_t> liveContexts{0};
+
+/// The standard's seven slots, and one more.
 struct EightSlotTable {
   CMPIContextFT standard;
   CMPIStatus (*freeThreadObjects)(CMPIContext*);
-};
-struct SevenSlotTable {
-  CMPIContextFT standard;
-  const void* next;
 };
 static_assert(sizeof(CMPIContextFT) == 7 * sizeof(void*), "seven slots");
 static_assert(offsetof(EightSlotTable, freeThreadObjects) == 7 * sizeof(void*), "index 7");
 
 CMPIStatus releaseContext(CMPIContext* self) {
-  if (const auto fault = injected("context.release")) return fault->status;
-  const ContextObject* context = liveContext(self, "release");
+  ContextObject* context = liveContext(self, "release");
   if (context == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (context->heap() != nullptr) {
     report("", "", "releases the context of its request: used by the broker afterwards");
     return status(CMPI_RC_ERR_FAILED);
   }
-  delete context;
+  context->free();
   return status(CMPI_RC_OK);
 }
 
@@ -55,7 +52,6 @@ CMPIData missingEntry(CMPIStatus* out) {
 }
 
 CMPIData getEntry(const CMPIContext* self, const char* name, CMPIStatus* out) {
-  if (const auto fault = injected("context.getEntry")) return faultyData(*fault, out);
   const ContextObject* context = liveContext(self, "getEntry");
   const Value* value =
       context != nullptr && name != nullptr ? contextEntry(*context, name) : nullptr;
@@ -65,7 +61,6 @@ CMPIData getEntry(const CMPIContext* self, const char* name, CMPIStatus* out) {
 }
 
 CMPIData getEntryAt(const CMPIContext* self, CMPICount index, CMPIString** name, CMPIStatus* out) {
-  if (const auto fault = injected("context.getEntryAt")) return faultyData(*fault, out);
   const ContextObject* context = liveContext(self, "getEntryAt");
   if (context == nullptr || index >= context->entries.size()) return missingEntry(out);
   if (name != nullptr) *name = makeString(context->entries[index].first);
@@ -81,8 +76,7 @@ CMPICount getEntryCount(const CMPIContext* self, CMPIStatus* out) {
 
 CMPIStatus addEntry(const CMPIContext* self, const char* name, const CMPIValue* value,
                     CMPIType type) {
-  if (const auto fault = injected("context.addEntry")) return fault->status;
-  auto* context = const_cast<ContextObject*>(liveContext(self, "addEntry"));
+  ContextObject* context = liveContext(self, "addEntry");
   if (context == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (name == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
   ReadValue read = readValue(value, type);
@@ -93,7 +87,6 @@ CMPIStatus addEntry(const CMPIContext* self, const char* name, const CMPIValue* 
 }
 
 CMPIStatus freeThreadObjects(CMPIContext* self) {
-  if (const auto fault = injected("context.freeThreadObjects")) return fault->status;
   const ContextObject* context = liveContext(self, "the eighth slot");
   if (context == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (const auto broker = context->broker.lock()) ++broker->contextReleaseCalls;
@@ -101,100 +94,52 @@ CMPIStatus freeThreadObjects(CMPIContext* self) {
   return status(CMPI_RC_OK);
 }
 
-// What stands behind a table without an eighth slot: the address of data, as a neighbouring object
-// would be.
-const int neighbour = 1;
+EightSlotTable contextTable = {
+    {1, releaseContext, cloneContext, getEntry, getEntryAt, getEntryCount, addEntry},
+    freeThreadObjects};
 
-constexpr CMPIContextFT kStandard = {1,          releaseContext, cloneContext, getEntry,
-                                     getEntryAt, getEntryCount,  addEntry};
-EightSlotTable eightSlots = {kStandard, freeThreadObjects};
-SevenSlotTable sevenSlots = {kStandard, &neighbour};
-SevenSlotTable sevenSlotsNull = {kStandard, nullptr};
-
-CMPIContextFT* tableOf(ContextTable table) {
-  switch (table) {
-    case ContextTable::kSevenSlots:
-      return &sevenSlots.standard;
-    case ContextTable::kSevenSlotsNull:
-      return &sevenSlotsNull.standard;
-    default:
-      return &eightSlots.standard;
-  }
-}
-
-void reportDeadContext(const char* use) {
-  report("", "",
-         std::string("uses a context (") + use +
-             ") after its request has ended or its thread has detached: freed memory");
-}
-
-CMPIStatus deadStatus(CMPIContext* /*self*/) {
-  reportDeadContext("release");
-  return status(CMPI_RC_ERR_INVALID_HANDLE);
-}
-CMPIData deadEntry(const CMPIContext* /*self*/, const char* /*name*/, CMPIStatus* out) {
-  reportDeadContext("getEntry");
-  return missingEntry(out);
-}
-CMPIData deadEntryAt(const CMPIContext* /*self*/, CMPICount /*index*/, CMPIString** /*name*/,
-                     CMPIStatus* out) {
-  reportDeadContext("getEntryAt");
-  return missingEntry(out);
-}
-CMPICount deadCount(const CMPIContext* /*self*/, CMPIStatus* out) {
-  reportDeadContext("getEntryCount");
-  answer(out, CMPI_RC_ERR_INVALID_HANDLE);
-  return 0;
-}
-CMPIStatus deadAdd(const CMPIContext* /*self*/, const char* /*name*/, const CMPIValue* /*value*/,
-                   CMPIType /*type*/) {
-  reportDeadContext("addEntry");
-  return status(CMPI_RC_ERR_INVALID_HANDLE);
-}
-EightSlotTable deadTable = {
-    {1, deadStatus, cloneContext, deadEntry, deadEntryAt, deadCount, deadAdd}, deadStatus};
-
-/// Where the C record stands in a ContextObject.
-std::size_t recordOffset() {
-  static const std::size_t offset = [] {
-    const ContextObject probe(ContextObject::Purpose::kCleanup, {}, "", ContextTable::kEightSlots);
-    return static_cast<std::size_t>(
-        reinterpret_cast<const char*>(static_cast<const CMPIContext*>(&probe)) -
-        reinterpret_cast<const char*>(&probe));
-  }();
-  return offset;
-}
-
-/// Memory of dead contexts, oldest first. Never destroyed: threads may outlive main.
-struct Graveyard {
-  std::mutex mutex;
-  std::deque<void*> memory;
+/// Contexts that died last. Never destroyed: threads may outlive main.
+struct DeadContexts {
+  std::mutex mutex;  // guards list; nothing is locked while it is held
+  std::deque<std::unique_ptr<ContextObject>> list;
 };
 
-void bury(void* memory) {
-  static auto* graveyard = new Graveyard;
-  const std::lock_guard<std::mutex> lock(graveyard->mutex);
-  graveyard->memory.push_back(memory);
-  if (graveyard->memory.size() <= kDeadContextsKept) return;
-  ::operator delete(graveyard->memory.front());
-  graveyard->memory.pop_front();
+/// Without memory for the list the context goes at once.
+void keepDead(std::unique_ptr<ContextObject> context) try {
+  static auto* dead = new DeadContexts;
+  std::unique_ptr<ContextObject> oldest;  // destroyed with the mutex free
+  const std::lock_guard<std::mutex> lock(dead->mutex);
+  dead->list.push_back(std::move(context));
+  if (dead->list.size() <= kDeadContextsKept) return;
+  oldest = std::move(dead->list.front());
+  dead->list.pop_front();
+} catch (const std::bad_alloc&) {
 }
 
 }  // namespace
 
 ContextObject::ContextObject(Purpose purposeOfContext, std::weak_ptr<BrokerState> brokerOfContext,
-                             std::string providerOfContext, ContextTable table)
-    : CMPIContext{this, tableOf(table)},
-      HeapEntry(ObjectKind::kContext),
+                             std::string providerOfContext)
+    : CMPIContext{this, &contextTable.standard},
       purpose(purposeOfContext),
       broker(std::move(brokerOfContext)),
-      provider(std::move(providerOfContext)) {}
+      provider(std::move(providerOfContext)) {
+  ++liveContexts;
+}
 
-void* ContextObject::operator new(std::size_t size) { return ::operator new(size); }
+ContextObject::~ContextObject() {
+  if (!dead) --liveContexts;
+}
 
-void ContextObject::operator delete(void* memory) {
-  new (static_cast<char*>(memory) + recordOffset()) CMPIContext{nullptr, &deadTable.standard};
-  bury(memory);
+std::size_t ContextObject::countAlive() { return liveContexts; }
+
+void ContextObject::free() {
+  dead = true;
+  --liveContexts;
+  retire();
+  broker.reset();
+  entries = {};
+  keepDead(std::unique_ptr<ContextObject>(this));
 }
 
 const Value* contextEntry(const ContextObject& context, const std::string& name) {
@@ -217,29 +162,28 @@ void setContextEntry(ContextObject& context, const std::string& name, Value valu
 CMPIContext* prepareContext(const CMPIContext* source) {
   const ContextObject* context = liveContext(source, "prepareAttachThread");
   if (context == nullptr) return nullptr;
-  const auto broker = context->broker.lock();
   auto* copy =
-      new ContextObject(ContextObject::Purpose::kPrepared, context->broker, context->provider,
-                        broker ? broker->options.contextTable : ContextTable::kEightSlots);
+      new ContextObject(ContextObject::Purpose::kPrepared, context->broker, context->provider);
+  copy->ft = context->ft;
   copy->entries = context->entries;
   return copy;
 }
 
-const ContextObject* liveContext(const CMPIContext* record, const char* use) {
+ContextObject* liveContext(const CMPIContext* record, const char* use) {
   if (record == nullptr) {
     report("", "", std::string(use) + " without a context: a crash");
     return nullptr;
   }
-  const CMPIContextFT* table = record->ft;
-  if (table == &deadTable.standard) {
-    reportDeadContext(use);
+  // Known by a slot: a copy of the table serves as well as the table itself.
+  if (record->ft == nullptr || record->ft->addEntry != contextTable.standard.addEntry) {
+    report("", "", std::string(use) + " with a context that the broker did not make: a crash");
     return nullptr;
   }
-  if (table == &eightSlots.standard || table == &sevenSlots.standard ||
-      table == &sevenSlotsNull.standard) {
-    return static_cast<const ContextObject*>(record);
-  }
-  report("", "", std::string(use) + " with a context that the broker did not make: a crash");
+  auto* context = const_cast<ContextObject*>(static_cast<const ContextObject*>(record));
+  if (!context->dead) return context;
+  report("", "",
+         std::string("uses a context (") + use +
+             ") after its request has ended or its thread has detached: freed memory");
   return nullptr;
 }
 

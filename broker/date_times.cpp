@@ -84,7 +84,6 @@ std::string localText(std::int64_t microseconds) {
 }
 
 CMPIStatus releaseDateTime(CMPIDateTime* self) {
-  if (const auto fault = injected("dateTime.release")) return fault->status;
   return releaseObject(const_cast<DateTimeObject*>(ownDateTime(self)), "date-time");
 }
 
@@ -95,10 +94,6 @@ CMPIDateTime* cloneDateTime(const CMPIDateTime* self, CMPIStatus* out) {
 }
 
 CMPIUint64 binaryFormat(const CMPIDateTime* self, CMPIStatus* out) {
-  if (const auto fault = injected("dateTime.getBinaryFormat")) {
-    answer(out, fault->status.rc);
-    return 0;
-  }
   const DateTimeObject* own = ownDateTime(self);
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   if (own == nullptr) return 0;
@@ -109,7 +104,6 @@ CMPIUint64 binaryFormat(const CMPIDateTime* self, CMPIStatus* out) {
 }
 
 CMPIString* stringFormat(const CMPIDateTime* self, CMPIStatus* out) {
-  if (const auto fault = injected("dateTime.getStringFormat")) return faultyString(*fault, out);
   const DateTimeObject* own = ownDateTime(self);
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return own != nullptr ? makeString(own->value.text) : nullptr;
@@ -127,9 +121,7 @@ CMPIDateTimeFT dateTimeTable = {
 }  // namespace
 
 DateTimeObject::DateTimeObject(DateTime content)
-    : CMPIDateTime{nullptr, &dateTimeTable},
-      HeapEntry(ObjectKind::kDateTime),
-      value(std::move(content)) {
+    : CMPIDateTime{nullptr, &dateTimeTable}, value(std::move(content)) {
   hdl = &value;
 }
 

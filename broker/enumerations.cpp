@@ -35,7 +35,6 @@ Value itemValue(const EnumerationObject::Item& item) {
 }
 
 CMPIStatus releaseEnumeration(CMPIEnumeration* self) {
-  if (const auto fault = injected("enumeration.release")) return fault->status;
   return releaseObject(own(self), "enumeration");
 }
 
@@ -47,7 +46,6 @@ CMPIEnumeration* cloneEnumeration(const CMPIEnumeration* self, CMPIStatus* out) 
 }
 
 CMPIData getNext(const CMPIEnumeration* self, CMPIStatus* out) {
-  if (const auto fault = injected("enumeration.getNext")) return faultyData(*fault, out);
   EnumerationObject* enumeration = own(self);
   if (enumeration == nullptr || enumeration->next >= enumeration->items.size()) {
     answer(out, enumeration != nullptr ? CMPI_RC_ERR_NOT_FOUND : CMPI_RC_ERR_INVALID_HANDLE);
@@ -58,20 +56,12 @@ CMPIData getNext(const CMPIEnumeration* self, CMPIStatus* out) {
 }
 
 CMPIBoolean hasNext(const CMPIEnumeration* self, CMPIStatus* out) {
-  if (const auto fault = injected("enumeration.hasNext")) {
-    answer(out, fault->status.rc);
-    return 0;
-  }
   const EnumerationObject* enumeration = own(self);
   answer(out, enumeration != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return enumeration != nullptr && enumeration->next < enumeration->items.size() ? 1 : 0;
 }
 
 CMPIArray* toArray(const CMPIEnumeration* self, CMPIStatus* out) {
-  if (const auto fault = injected("enumeration.toArray")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   const EnumerationObject* enumeration = own(self);
   answer(out, enumeration != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   if (enumeration == nullptr) return nullptr;
@@ -87,9 +77,7 @@ CMPIEnumerationFT enumerationTable = {
 }  // namespace
 
 EnumerationObject::EnumerationObject(std::vector<Item> content)
-    : CMPIEnumeration{nullptr, &enumerationTable},
-      HeapEntry(ObjectKind::kEnumeration),
-      items(std::move(content)) {
+    : CMPIEnumeration{nullptr, &enumerationTable}, items(std::move(content)) {
   hdl = &items;
 }
 

@@ -16,58 +16,41 @@ namespace {
 using Mb = const CMPIBroker*;
 
 CMPIInstance* newInstanceSlot(Mb /*broker*/, const CMPIObjectPath* path, CMPIStatus* out) {
-  if (const auto fault = injected("eft.newInstance")) return answer(out, fault->status.rc), nullptr;
   return newInstance(path, out);
 }
 
 CMPIObjectPath* newObjectPath(Mb /*broker*/, const char* nameSpace, const char* className,
                               CMPIStatus* out) {
-  if (const auto fault = injected("eft.newObjectPath")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   answer(out, CMPI_RC_OK);
   return makePath(PathData{std::nullopt, textOf(nameSpace), textOf(className), {}});
 }
 
 CMPIArgs* newArgs(Mb /*broker*/, CMPIStatus* out) {
-  if (const auto fault = injected("eft.newArgs")) return answer(out, fault->status.rc), nullptr;
   answer(out, CMPI_RC_OK);
   return makeArguments();
 }
 
 CMPIString* newString(Mb /*broker*/, const char* text, CMPIStatus* out) {
-  if (const auto fault = injected("eft.newString")) return faultyString(*fault, out);
   answer(out, CMPI_RC_OK);
   return makeString(textOf(text));
 }
 
 CMPIArray* newArray(Mb /*broker*/, CMPICount size, CMPIType elementType, CMPIStatus* out) {
-  if (const auto fault = injected("eft.newArray")) return answer(out, fault->status.rc), nullptr;
   return makeArrayOfSize(size, elementType, out);
 }
 
 CMPIDateTime* newDateTime(Mb /*broker*/, CMPIStatus* out) {
-  if (const auto fault = injected("eft.newDateTime")) return answer(out, fault->status.rc), nullptr;
   answer(out, CMPI_RC_OK);
   return makeDateTime(currentDateTime());
 }
 
 CMPIDateTime* newDateTimeFromBinary(Mb /*broker*/, CMPIUint64 microseconds, CMPIBoolean interval,
                                     CMPIStatus* out) {
-  if (const auto fault = injected("eft.newDateTimeFromBinary")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   answer(out, CMPI_RC_OK);
   return makeDateTime(dateTimeFromBinary(microseconds, interval != 0));
 }
 
 CMPIDateTime* newDateTimeFromChars(Mb /*broker*/, const char* text, CMPIStatus* out) {
-  if (const auto fault = injected("eft.newDateTimeFromChars")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   const auto parsed = text != nullptr ? parseDateTime(text) : std::nullopt;
   answer(out, parsed ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
   return parsed ? makeDateTime(*parsed) : nullptr;
@@ -75,20 +58,12 @@ CMPIDateTime* newDateTimeFromChars(Mb /*broker*/, const char* text, CMPIStatus* 
 
 CMPISelectExp* newSelectExp(Mb /*broker*/, const char* query, const char* language,
                             CMPIArray** projection, CMPIStatus* out) {
-  if (const auto fault = injected("eft.newSelectExp")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   return newSelectExpression(query, language, projection, out);
 }
 
 /// Deliberate: the status is always OK, whatever is wrong.
 CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char* ancestor,
                          CMPIStatus* out) {
-  if (const auto fault = injected("eft.classPathIsA")) {
-    answer(out, fault->status.rc);
-    return 0;
-  }
   answer(out, CMPI_RC_OK);
   const PathObject* path = ownPath(record);
   if (path == nullptr || ancestor == nullptr || !path->data.className) return 0;
@@ -100,7 +75,6 @@ CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char
 
 /// Paths and instances only.
 CMPIString* toString(Mb /*broker*/, const void* object, CMPIStatus* out) {
-  if (const auto fault = injected("eft.toString")) return faultyString(*fault, out);
   answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
   if (object == nullptr) return nullptr;
   // Every record has its table behind the handle, so the table tells the kind.

@@ -1,31 +1,30 @@
 #include "broker/heap.h"
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 
 namespace orv::broker {
 namespace {
 
-constexpr auto kKinds = static_cast<std::size_t>(ObjectKind::kCount);
-
-// Never destroyed: objects of threads that outlive main count down here.
-std::array<std::atomic<std::size_t>, kKinds>& liveCounts() {
-  static auto* counts = new std::array<std::atomic<std::size_t>, kKinds>{};
-  return *counts;
-}
-
-std::size_t live(ObjectKind kind) { return liveCounts()[static_cast<std::size_t>(kind)].load(); }
+// Objects alive in the process. Trivially destructible: those of threads that outlive main count
+// down here.
+std::atomic<std::size_t> liveEntries{0};
 
 }  // namespace
 
-HeapEntry::HeapEntry(ObjectKind kind) : kind_(kind) {
-  liveCounts()[static_cast<std::size_t>(kind_)].fetch_add(1, std::memory_order_relaxed);
-}
+HeapEntry::HeapEntry() { liveEntries.fetch_add(1, std::memory_order_relaxed); }
 
 HeapEntry::~HeapEntry() {
-  liveCounts()[static_cast<std::size_t>(kind_)].fetch_sub(1, std::memory_order_relaxed);
+  if (!retired_) liveEntries.fetch_sub(1, std::memory_order_relaxed);
 }
+
+void HeapEntry::retire() {
+  retired_ = true;
+  heap_ = nullptr;
+  liveEntries.fetch_sub(1, std::memory_order_relaxed);
+}
+
+std::size_t HeapEntry::countAlive() { return liveEntries.load(); }
 
 ThreadHeap::ThreadHeap() { levels_.emplace_back(); }
 
@@ -76,7 +75,7 @@ void ThreadHeap::freeInnermost() {
   const std::vector<HeapEntry*> entries = std::move(levels_.back().entries);
   levels_.back().entries.clear();
   size_ -= entries.size();
-  for (HeapEntry* entry : entries) delete entry;
+  for (HeapEntry* entry : entries) entry->free();
 }
 
 void ThreadHeap::remove(HeapEntry* entry) {
@@ -93,28 +92,8 @@ ThreadHeap::ReleaseOutcome ThreadHeap::release(HeapEntry* entry) {
     if (entry->level_ != heap->depth()) return ReleaseOutcome::kOtherMark;
     heap->remove(entry);
   }
-  delete entry;
+  entry->free();
   return ReleaseOutcome::kFreed;
-}
-
-LiveObjects countLiveObjects() {
-  LiveObjects out;
-  out.strings = live(ObjectKind::kString);
-  out.arrays = live(ObjectKind::kArray);
-  out.dateTimes = live(ObjectKind::kDateTime);
-  out.objectPaths = live(ObjectKind::kObjectPath);
-  out.instances = live(ObjectKind::kInstance);
-  out.arguments = live(ObjectKind::kArguments);
-  out.enumerations = live(ObjectKind::kEnumeration);
-  out.selectExpressions = live(ObjectKind::kSelectExpression);
-  out.contexts = live(ObjectKind::kContext);
-  out.results = live(ObjectKind::kResult);
-  return out;
-}
-
-std::size_t LiveObjects::total() const {
-  return strings + arrays + dateTimes + objectPaths + instances + arguments + enumerations +
-         selectExpressions + contexts + results;
 }
 
 }  // namespace orv::broker

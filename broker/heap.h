@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "broker/broker.h"
+#include "cmpi/abi/cmpi_types.h"
 
 /// Memory of broker objects. Each thread has a heap of its own: what a factory slot, a getter or an
 /// up-call makes is entered there and freed when an enclosing mark is released, when the request
@@ -15,36 +15,32 @@ namespace orv::broker {
 
 class ThreadHeap;
 
-enum class ObjectKind {
-  kString,
-  kArray,
-  kDateTime,
-  kObjectPath,
-  kInstance,
-  kArguments,
-  kEnumeration,
-  kSelectExpression,  // and the conditions made from it
-  kContext,
-  kResult,
-  kCount
-};
-
 /// What every broker object has beside its C record. Counts itself while it lives.
 class HeapEntry {
  public:
-  explicit HeapEntry(ObjectKind kind);
+  HeapEntry();
   HeapEntry(const HeapEntry&) = delete;
   HeapEntry& operator=(const HeapEntry&) = delete;
   virtual ~HeapEntry();
 
   ThreadHeap* heap() const { return heap_; }
 
+  /// Ends the object's life. Objects that are watched for late use stay in memory after it.
+  virtual void free() { delete this; }
+
+  /// Objects alive in the process, of all brokers and threads.
+  static std::size_t countAlive();
+
+ protected:
+  /// Leaves the heap and the count while the object stays in memory.
+  void retire();
+
  private:
   friend class ThreadHeap;
-  ObjectKind kind_;
   ThreadHeap* heap_ = nullptr;  // null: in no heap
   std::size_t level_ = 0;       // mark under which it was made
   std::size_t index_ = 0;       // place in that mark's list
+  bool retired_ = false;
 };
 
 /// Objects of one thread, in nested marks. Only its own thread uses it.
@@ -113,7 +109,5 @@ T* makeObject(Arguments&&... arguments) {
   ThreadHeap::ofThisThread().add(object.get());
   return object.release();
 }
-
-LiveObjects countLiveObjects();
 
 }  // namespace orv::broker

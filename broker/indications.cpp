@@ -125,11 +125,6 @@ void IndicationHub::forget(const FilterPointer& filter) {
   filters_.erase(std::remove(filters_.begin(), filters_.end(), filter), filters_.end());
 }
 
-bool IndicationHub::hasFilters() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return !filters_.empty();
-}
-
 SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFilter& text,
                                          IndicationHandler handler) {
   const std::lock_guard<std::recursive_mutex> change(changes_);
@@ -202,7 +197,7 @@ CMPIStatus IndicationHub::activateOn(BrokerState& broker, const FilterPointer& f
   const FilterCall call = makeFilterCall(broker, section, filter->text, filter->query);
   const CMPIIndicationMIFT& table = *call.mi->ft;
   const auto& principal = broker.options.principal;
-  const char* owner = filter->text.restored ? "$$" : (principal ? principal->c_str() : nullptr);
+  const char* owner = principal ? principal->c_str() : nullptr;
   const CMPIStatus authorized = callSlot(table.authorizeFilter != nullptr, "authorizeFilter", [&] {
     return table.authorizeFilter(call.mi, call.context, call.expression, call.className, call.path,
                                  owner);
@@ -283,19 +278,6 @@ CMPIStatus IndicationHub::remove(BrokerState& broker, SubscriptionId id) {
   if (!last) return status(CMPI_RC_OK);
   const CMPIStatus outcome = deactivate(broker, *filter);
   forget(filter);
-  return outcome;
-}
-
-CMPIStatus IndicationHub::disable(BrokerState& broker, SubscriptionId id) {
-  const std::lock_guard<std::recursive_mutex> change(changes_);
-  const FilterPointer filter = filterOf(id);
-  if (!filter) return status(CMPI_RC_ERR_NOT_FOUND, "No such subscription.");
-  CMPIStatus outcome = status(CMPI_RC_OK);
-  for (Section* section : filter->sections) {
-    const CMPIContext* context = makeRequestContext(broker, section->registration.provider, 0);
-    const CMPIStatus answered = disableIndications(*section, context);
-    if (outcome.rc == CMPI_RC_OK) outcome = answered;
-  }
   return outcome;
 }
 

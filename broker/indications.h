@@ -32,11 +32,7 @@ class IndicationHub {
   /// In a request's thread: forgets the subscription; the last one of a filter deactivates the
   /// filter.
   CMPIStatus remove(BrokerState& broker, SubscriptionId id);
-  /// In a request's thread: disableIndications of the filter's providers.
-  CMPIStatus disable(BrokerState& broker, SubscriptionId id);
   void silenceAll();
-
-  bool hasFilters() const;
 
   /// Hands an indication to every subscription whose filter selects it. A projection narrows
   /// `instance` for good. Its class must be known.
@@ -55,8 +51,8 @@ class IndicationHub {
   void registerFilter(const FilterPointer& filter);
   void forget(const FilterPointer& filter);
 
-  std::recursive_mutex
-      changes_;  // one change at a time; held while providers are called, before mutex_
+  // One change at a time. Held while providers are called; locked before mutex_.
+  std::recursive_mutex changes_;
   mutable std::mutex mutex_;  // guards the members below; never held while others are called
   std::vector<FilterPointer> filters_;
   SubscriptionId lastId_ = 0;

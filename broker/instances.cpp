@@ -16,20 +16,15 @@ std::shared_ptr<const ClassLayout> layoutOf(const std::string& nameSpace,
   return broker ? broker->layout(nameSpace, className) : nullptr;
 }
 
-CMPIStatus releaseInstance(CMPIInstance* self) {
-  if (const auto fault = injected("instance.release")) return fault->status;
-  return releaseObject(own(self), "instance");
-}
+CMPIStatus releaseInstance(CMPIInstance* self) { return releaseObject(own(self), "instance"); }
 
 CMPIInstance* cloneInstance(const CMPIInstance* self, CMPIStatus* out) {
-  if (const auto fault = injected("instance.clone")) return answer(out, fault->status.rc), nullptr;
   const InstanceObject* instance = ownInstance(self);
   answer(out, instance != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return instance != nullptr ? new InstanceObject(instance->data) : nullptr;  // caller releases it
 }
 
 CMPIData getProperty(const CMPIInstance* self, const char* name, CMPIStatus* out) {
-  if (const auto fault = injected("instance.getProperty")) return faultyData(*fault, out);
   const InstanceObject* instance = ownInstance(self);
   const Value* value = instance != nullptr && name != nullptr ? instance->data.get(name) : nullptr;
   answer(out, value != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_NO_SUCH_PROPERTY);
@@ -38,7 +33,6 @@ CMPIData getProperty(const CMPIInstance* self, const char* name, CMPIStatus* out
 
 CMPIData getPropertyAt(const CMPIInstance* self, CMPICount index, CMPIString** name,
                        CMPIStatus* out) {
-  if (const auto fault = injected("instance.getPropertyAt")) return faultyData(*fault, out);
   const InstanceObject* instance = ownInstance(self);
   std::pair<const std::string*, const Value*> found{nullptr, nullptr};
   if (instance != nullptr) found = instance->data.at(index);
@@ -49,10 +43,6 @@ CMPIData getPropertyAt(const CMPIInstance* self, CMPICount index, CMPIString** n
 }
 
 CMPICount getPropertyCount(const CMPIInstance* self, CMPIStatus* out) {
-  if (const auto fault = injected("instance.getPropertyCount")) {
-    answer(out, fault->status.rc);
-    return 0;
-  }
   const InstanceObject* instance = ownInstance(self);
   answer(out, instance != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return instance != nullptr ? static_cast<CMPICount>(instance->data.count()) : 0;
@@ -60,17 +50,12 @@ CMPICount getPropertyCount(const CMPIInstance* self, CMPIStatus* out) {
 
 CMPIStatus setPropertySlot(const CMPIInstance* self, const char* name, const CMPIValue* value,
                            CMPIType type) {
-  if (const auto fault = injected("instance.setProperty")) return fault->status;
   auto* instance = const_cast<InstanceObject*>(ownInstance(self));
   if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   return setProperty(instance->data, name, value, type);
 }
 
 CMPIObjectPath* getObjectPath(const CMPIInstance* self, CMPIStatus* out) {
-  if (const auto fault = injected("instance.getObjectPath")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   const InstanceObject* instance = ownInstance(self);
   const auto path = instance != nullptr ? instance->data.objectPath() : std::nullopt;
   answer(out, path ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_CLASS);
@@ -78,7 +63,6 @@ CMPIObjectPath* getObjectPath(const CMPIInstance* self, CMPIStatus* out) {
 }
 
 CMPIStatus setPropertyFilter(CMPIInstance* self, const char** properties, const char** /*keys*/) {
-  if (const auto fault = injected("instance.setPropertyFilter")) return fault->status;
   InstanceObject* instance = own(self);
   if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (const auto listed = textList(properties)) instance->data.applyFilter(*listed);
@@ -86,7 +70,6 @@ CMPIStatus setPropertyFilter(CMPIInstance* self, const char** properties, const 
 }
 
 CMPIStatus setObjectPath(CMPIInstance* self, const CMPIObjectPath* source) {
-  if (const auto fault = injected("instance.setObjectPath")) return fault->status;
   InstanceObject* instance = own(self);
   const PathObject* path = ownPath(source);
   if (instance == nullptr || path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
@@ -115,9 +98,7 @@ std::string declaredTypeName(const InstanceData& instance, const char* name) {
 }  // namespace
 
 InstanceObject::InstanceObject(InstanceData content)
-    : CMPIInstance{nullptr, &instanceTable},
-      HeapEntry(ObjectKind::kInstance),
-      data(std::move(content)) {
+    : CMPIInstance{nullptr, &instanceTable}, data(std::move(content)) {
   hdl = &data;
 }
 

@@ -11,13 +11,9 @@ namespace {
 
 PathObject* own(CMPIObjectPath* self) { return const_cast<PathObject*>(ownPath(self)); }
 
-CMPIStatus releasePath(CMPIObjectPath* self) {
-  if (const auto fault = injected("path.release")) return fault->status;
-  return releaseObject(own(self), "object path");
-}
+CMPIStatus releasePath(CMPIObjectPath* self) { return releaseObject(own(self), "object path"); }
 
 CMPIObjectPath* clonePath(const CMPIObjectPath* self, CMPIStatus* out) {
-  if (const auto fault = injected("path.clone")) return answer(out, fault->status.rc), nullptr;
   const PathObject* path = ownPath(self);
   answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return path != nullptr ? new PathObject(path->data) : nullptr;  // the caller releases it
@@ -27,7 +23,6 @@ using TextMember = std::optional<std::string> PathData::*;
 
 /// Sets one of the texts of a path. A null over a text that is set would be a crash.
 CMPIStatus setText(CMPIObjectPath* self, TextMember member, const char* text, const char* slot) {
-  if (const auto fault = injected(slot)) return fault->status;
   PathObject* path = own(self);
   if (path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (text == nullptr && path->data.*member) {
@@ -38,9 +33,7 @@ CMPIStatus setText(CMPIObjectPath* self, TextMember member, const char* text, co
   return status(CMPI_RC_OK);
 }
 
-CMPIString* getText(const CMPIObjectPath* self, TextMember member, const char* slot,
-                    CMPIStatus* out) {
-  if (const auto fault = injected(slot)) return faultyString(*fault, out);
+CMPIString* getText(const CMPIObjectPath* self, TextMember member, CMPIStatus* out) {
   const PathObject* path = ownPath(self);
   answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return path != nullptr ? makeString(path->data.*member) : nullptr;
@@ -50,24 +43,23 @@ CMPIStatus setNameSpace(CMPIObjectPath* self, const char* text) {
   return setText(self, &PathData::nameSpace, text, "path.setNameSpace");
 }
 CMPIString* getNameSpace(const CMPIObjectPath* self, CMPIStatus* out) {
-  return getText(self, &PathData::nameSpace, "path.getNameSpace", out);
+  return getText(self, &PathData::nameSpace, out);
 }
 CMPIStatus setHostname(CMPIObjectPath* self, const char* text) {
   return setText(self, &PathData::host, text, "path.setHostname");
 }
 CMPIString* getHostname(const CMPIObjectPath* self, CMPIStatus* out) {
-  return getText(self, &PathData::host, "path.getHostname", out);
+  return getText(self, &PathData::host, out);
 }
 CMPIStatus setClassName(CMPIObjectPath* self, const char* text) {
   return setText(self, &PathData::className, text, "path.setClassName");
 }
 CMPIString* getClassName(const CMPIObjectPath* self, CMPIStatus* out) {
-  return getText(self, &PathData::className, "path.getClassName", out);
+  return getText(self, &PathData::className, out);
 }
 
 CMPIStatus addKeySlot(CMPIObjectPath* self, const char* name, const CMPIValue* value,
                       CMPIType type) {
-  if (const auto fault = injected("path.addKey")) return fault->status;
   PathObject* path = own(self);
   if (path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (name == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
@@ -75,7 +67,6 @@ CMPIStatus addKeySlot(CMPIObjectPath* self, const char* name, const CMPIValue* v
 }
 
 CMPIData getKey(const CMPIObjectPath* self, const char* name, CMPIStatus* out) {
-  if (const auto fault = injected("path.getKey")) return faultyData(*fault, out);
   const PathObject* path = ownPath(self);
   const Key* key = path != nullptr && name != nullptr ? path->data.key(name) : nullptr;
   answer(out, key != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_NOT_FOUND);
@@ -83,7 +74,6 @@ CMPIData getKey(const CMPIObjectPath* self, const char* name, CMPIStatus* out) {
 }
 
 CMPIData getKeyAt(const CMPIObjectPath* self, CMPICount index, CMPIString** name, CMPIStatus* out) {
-  if (const auto fault = injected("path.getKeyAt")) return faultyData(*fault, out);
   const PathObject* path = ownPath(self);
   const std::size_t count = path != nullptr ? path->data.keys.size() : 0;
   if (index >= count) {
@@ -101,17 +91,12 @@ CMPIData getKeyAt(const CMPIObjectPath* self, CMPICount index, CMPIString** name
 }
 
 CMPICount getKeyCount(const CMPIObjectPath* self, CMPIStatus* out) {
-  if (const auto fault = injected("path.getKeyCount")) {
-    answer(out, fault->status.rc);
-    return 0;
-  }
   const PathObject* path = ownPath(self);
   answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return path != nullptr ? static_cast<CMPICount>(path->data.keys.size()) : 0;
 }
 
 CMPIStatus setNameSpaceFrom(CMPIObjectPath* self, const CMPIObjectPath* source) {
-  if (const auto fault = injected("path.setNameSpaceFromObjectPath")) return fault->status;
   PathObject* path = own(self);
   const PathObject* from = ownPath(source);
   if (path == nullptr || from == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
@@ -120,7 +105,6 @@ CMPIStatus setNameSpaceFrom(CMPIObjectPath* self, const CMPIObjectPath* source) 
 }
 
 CMPIStatus setHostAndNameSpaceFrom(CMPIObjectPath* self, const CMPIObjectPath* source) {
-  if (const auto fault = injected("path.setHostAndNameSpaceFromObjectPath")) return fault->status;
   PathObject* path = own(self);
   const PathObject* from = ownPath(source);
   if (path == nullptr || from == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
@@ -138,7 +122,6 @@ const PropertyDefinition* declaredProperty(const PathData& path, const char* nam
 
 CMPIData getPropertyQualifier(const CMPIObjectPath* self, const char* property,
                               const char* qualifier, CMPIStatus* out) {
-  if (const auto fault = injected("path.getPropertyQualifier")) return faultyData(*fault, out);
   const PathObject* path = ownPath(self);
   const PropertyDefinition* declared =
       path != nullptr ? declaredProperty(path->data, property) : nullptr;
@@ -155,7 +138,6 @@ CMPIData getPropertyQualifier(const CMPIObjectPath* self, const char* property,
 }
 
 CMPIString* pathToString(const CMPIObjectPath* self, CMPIStatus* out) {
-  if (const auto fault = injected("path.toString")) return faultyString(*fault, out);
   const PathObject* path = ownPath(self);
   answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return path != nullptr ? makeString(referenceText(path->data.toPlain())) : nullptr;
@@ -185,9 +167,7 @@ CMPIObjectPathFT pathTable = {1,
 }  // namespace
 
 PathObject::PathObject(PathData content)
-    : CMPIObjectPath{nullptr, &pathTable},
-      HeapEntry(ObjectKind::kObjectPath),
-      data(std::move(content)) {
+    : CMPIObjectPath{nullptr, &pathTable}, data(std::move(content)) {
   hdl = &data;
 }
 

@@ -40,13 +40,4 @@ inline CMPIData notFoundData() {
   return data;
 }
 
-/// Answer of a data slot under a fault that is due.
-inline CMPIData faultyData(const InjectedFault& fault, CMPIStatus* out) {
-  answer(out, fault.status.rc);
-  CMPIData data = notFoundData();
-  if (fault.effect != Fault::Effect::kStatus) data.state = CMPI_nullValue;
-  if (fault.effect != Fault::Effect::kStatus) data.type = CMPI_string;
-  return data;
-}
-
 }  // namespace orv::broker

@@ -15,8 +15,8 @@ namespace {
 /// A context like a request's, with what the factories additionally get.
 CMPIContext* makeFactoryContext(const RegistrationSection& registration) {
   const auto broker = currentBroker();
-  auto* context = makeObject<ContextObject>(ContextObject::Purpose::kFactory, broker,
-                                            registration.provider, broker->options.contextTable);
+  auto* context =
+      makeObject<ContextObject>(ContextObject::Purpose::kFactory, broker, registration.provider);
   setContextEntry(*context, CMPIInvocationFlags, Value::ofUnsigned(CMPI_uint32, 0));
   setContextEntry(*context, CMPIPrincipal, Value::ofString("$$"));
   setContextEntry(*context, "CMPISessionId", Value::ofUnsigned(CMPI_uint32, ++broker->lastSession));
@@ -65,6 +65,19 @@ Mi* createProvider(Section& section, ProviderKind kind, const CMPIContext* conte
     return nullptr;
   }
   return made;
+}
+
+bool isWanted(const RegistrationSection& registration, ProviderKind kind) {
+  switch (kind) {
+    case ProviderKind::kInstance:
+      return registration.instance;
+    case ProviderKind::kAssociation:
+      return registration.association;
+    case ProviderKind::kIndication:
+      return registration.indication;
+    default:
+      return registration.method;
+  }
 }
 
 template <class Mi>
@@ -150,13 +163,9 @@ LoadOutcome ProviderHost::load(Section& section) {
 
 void ProviderHost::createProviders(Section& section, LoadOutcome& outcome) {
   const RegistrationSection& registration = section.registration;
-  const bool wanted[] = {registration.instance, registration.association, registration.method,
-                         registration.indication};
-  const ProviderKind kinds[] = {ProviderKind::kInstance, ProviderKind::kAssociation,
-                                ProviderKind::kMethod, ProviderKind::kIndication};
-  for (int i = 0; i < 4; ++i) {
-    const std::string symbol = registration.provider + "_Create_" + kindName(kinds[i]) + "MI";
-    if (!wanted[i] || section.library->isLinked(symbol)) continue;
+  for (const ProviderKind kind : kProviderKinds) {
+    const std::string symbol = registration.provider + "_Create_" + kindName(kind) + "MI";
+    if (!isWanted(registration, kind) || section.library->isLinked(symbol)) continue;
     const std::string problem = section.library->open();
     if (problem.empty()) continue;
     outcome = {CMPI_RC_ERR_FAILED,
@@ -165,31 +174,20 @@ void ProviderHost::createProviders(Section& section, LoadOutcome& outcome) {
   }
   const CMPIContext* context = makeFactoryContext(registration);
   bool complete = true;
-  const auto create = [&](bool isWanted, ProviderKind kind, auto& slot) {
+  const auto create = [&](ProviderKind kind, auto& slot) {
     using Mi = std::remove_pointer_t<std::remove_reference_t<decltype(slot)>>;
-    if (!isWanted || !complete || slot != nullptr) return;
+    if (!isWanted(registration, kind) || !complete || slot != nullptr) return;
     slot = createProvider<Mi>(section, kind, context);
     complete = slot != nullptr;
   };
-  create(registration.instance, ProviderKind::kInstance, section.instance);
-  create(registration.association, ProviderKind::kAssociation, section.association);
-  create(registration.method, ProviderKind::kMethod, section.method);
-  create(registration.indication, ProviderKind::kIndication, section.indication);
+  create(ProviderKind::kInstance, section.instance);
+  create(ProviderKind::kAssociation, section.association);
+  create(ProviderKind::kMethod, section.method);
+  create(ProviderKind::kIndication, section.indication);
   if (complete) return;
   outcome = {CMPI_RC_ERR_FAILED, "Error initializing provider " + registration.provider + " from " +
                                      registration.location + " for class " +
                                      registration.className + "."};
-}
-
-ProviderHost::Use::Use(ProviderHost& host) : host_(host) {
-  std::unique_lock<std::mutex> lock(host_.mutex_);
-  host_.idleCheckDone_.wait(lock, [this] { return !host_.idleChecking_; });
-  ++host_.users_;
-}
-
-ProviderHost::Use::~Use() {
-  const std::lock_guard<std::mutex> lock(host_.mutex_);
-  --host_.users_;
 }
 
 std::vector<Section*> ProviderHost::loadedSections() {
@@ -201,25 +199,6 @@ std::vector<Section*> ProviderHost::loadedSections() {
   std::sort(loaded.begin(), loaded.end(),
             [](const Section* a, const Section* b) { return a->loadOrder > b->loadOrder; });
   return loaded;
-}
-
-void ProviderHost::forget(Section& section) {
-  section.loaded = false;
-  section.enabled = false;
-  section.instance = nullptr;
-  section.association = nullptr;
-  section.indication = nullptr;
-  section.method = nullptr;
-}
-
-void ProviderHost::unloadLibraries() {
-  for (Section* section : loadedSections()) forget(*section);
-  std::vector<std::shared_ptr<ProviderLibrary>> libraries;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    for (const auto& library : libraries_) libraries.push_back(library.second);
-  }
-  for (const auto& library : libraries) library->close();
 }
 
 }  // namespace orv::broker

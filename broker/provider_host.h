@@ -1,20 +1,23 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "broker/broker.h"
 #include "broker/provider_library.h"
 
 namespace orv::broker {
+
+/// In the order in which factories and cleanups are called.
+enum class ProviderKind { kInstance, kAssociation, kMethod, kIndication };
+constexpr ProviderKind kProviderKinds[] = {ProviderKind::kInstance, ProviderKind::kAssociation,
+                                           ProviderKind::kMethod, ProviderKind::kIndication};
 
 /// A registration section and, once it was asked for, its providers.
 struct Section {
@@ -50,49 +53,40 @@ class ProviderHost {
   /// failed is tried again next time. The calling thread must be a request's.
   LoadOutcome load(Section& section);
 
-  /// Makes idle checks wait while a request is in providers.
-  class Use {
-   public:
-    explicit Use(ProviderHost& host);
-    ~Use();
-    Use(const Use&) = delete;
-    Use& operator=(const Use&) = delete;
-
-   private:
-    ProviderHost& host_;
-  };
-
-  IdleOutcome idleCheck(const std::shared_ptr<BrokerState>& broker, bool filtersActive);
-  std::vector<CleanupCall> terminate(const std::shared_ptr<BrokerState>& broker);
-  void unloadLibraries();
-
-  bool isShutDown() const { return shutDown_; }
-  void setShutDown() { shutDown_ = true; }
+  /// Sections whose providers are there, most recently loaded first.
+  std::vector<Section*> loadedSections();
+  /// Refuses to load anything from now on.
+  void shutDown() { shutDown_ = true; }
 
  private:
   std::shared_ptr<ProviderLibrary> libraryOf(const RegistrationSection& registration);
   void createProviders(Section& section, LoadOutcome& outcome);
-  std::vector<Section*> loadedSections();  // most recently loaded first
-  void forget(Section& section);
 
   const Broker::Options& options_;
   std::deque<Section> sections_;  // never grows after construction
   std::atomic<bool> shutDown_{false};
-  std::atomic<bool> idleCheckEnded_{false};
 
   std::mutex mutex_;  // guards the members below; never held while a provider runs
   std::map<std::string, std::shared_ptr<ProviderLibrary>> libraries_;
   std::size_t lastLoadOrder_ = 0;
-  int users_ = 0;
-  bool idleChecking_ = false;
-  std::condition_variable idleCheckDone_;
 };
 
-/// "Instance", "Association", "Indication", "Method": as in the names of factories.
+/// "Instance", "Association", "Method", "Indication": as in the names of factories.
 const char* kindName(ProviderKind kind);
 
 /// Calls cleanup of the section's provider of that kind; 7 when there is none.
 CMPIrc callCleanup(Section& section, ProviderKind kind, const CMPIContext* context,
                    bool terminating);
+
+/// A context for cleanup, in the calling thread's memory. It holds nothing, not even the principal.
+CMPIContext* makeCleanupContext(const std::shared_ptr<BrokerState>& broker, const Section& section);
+
+/// Visits one provider of each kind of each library, in the order of the sections: the object
+/// manager takes the first object of a kind that it meets for all of that library.
+void visitOncePerKind(const std::vector<Section*>& sections,
+                      const std::function<void(Section&, ProviderKind)>& visit);
+
+/// disableIndications and the terminating cleanup of one provider. Answers the cleanup's status.
+CMPIrc endProvider(const std::shared_ptr<BrokerState>& broker, Section& section, ProviderKind kind);
 
 }  // namespace orv::broker

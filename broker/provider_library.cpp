@@ -37,12 +37,6 @@ std::string ProviderLibrary::open() {
   return message != nullptr ? message : "unknown error of the loader";
 }
 
-void ProviderLibrary::close() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (handle_ != nullptr) dlclose(handle_);
-  handle_ = nullptr;
-}
-
 void* ProviderLibrary::symbol(const std::string& name) {
   const auto place = linked_.find(name);
   if (place != linked_.end()) return place->second;
@@ -54,12 +48,7 @@ std::string libraryFile(const Broker::Options& options, const std::string& locat
   if (!options.libraryFile.empty()) return asPath(options.libraryFile);
   const auto named = options.libraries.find(location);
   if (named != options.libraries.end()) return asPath(named->second);
-  const std::string name = "lib" + location + ".so";
-  for (const std::string& directory : options.libraryDirectories) {
-    const std::string file = directory + "/" + name;
-    if (exists(file)) return file;
-  }
-  return name;
+  return "lib" + location + ".so";
 }
 
 }  // namespace orv::broker

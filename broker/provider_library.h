@@ -26,7 +26,6 @@ class ProviderLibrary {
   /// object manager, so that test libraries cannot take one another's symbols. Returns an empty
   /// text or what the loader says.
   std::string open();
-  void close();
 
   const std::string& file() const { return file_; }
 

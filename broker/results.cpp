@@ -43,8 +43,7 @@ bool refuseKeys(const std::string& className, const std::vector<Key>& keys) {
 
 /// Results of getInstance and up-calls stay in this thread's memory until the operation has ended.
 bool refuseInsideMark(const ResultObject& result, const std::string& className) {
-  const bool copied =
-      result.use == ResultUse::kClientEnumeration || result.use == ResultUse::kRecording;
+  const bool copied = result.use == ResultUse::kClientEnumeration;
   if (copied || ThreadHeap::ofThisThread().depth() <= result.markDepth) return false;
   report(className, "",
          "returns a result inside mark and release: freed before the broker reads it");
@@ -65,7 +64,6 @@ CMPIStatus missing(const char* what) {
 }
 
 CMPIStatus returnInstance(const CMPIResult* self, const CMPIInstance* record) {
-  if (const auto fault = injected("result.returnInstance")) return fault->status;
   ResultObject* result = own(self);
   if (record == nullptr) return missing("instance");
   const InstanceObject* instance = ownInstance(record);
@@ -74,7 +72,6 @@ CMPIStatus returnInstance(const CMPIResult* self, const CMPIInstance* record) {
 }
 
 CMPIStatus returnObjectPath(const CMPIResult* self, const CMPIObjectPath* record) {
-  if (const auto fault = injected("result.returnObjectPath")) return fault->status;
   ResultObject* result = own(self);
   if (record == nullptr) return missing("object path");
   const PathObject* path = ownPath(record);
@@ -99,7 +96,6 @@ CMPIStatus returnInstanceAsData(ResultObject& result, const CMPIValue* value) {
 }
 
 CMPIStatus returnData(const CMPIResult* self, const CMPIValue* value, CMPIType type) {
-  if (const auto fault = injected("result.returnData")) return fault->status;
   ResultObject* result = own(self);
   if (result == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   if (type == CMPI_ref) {
@@ -118,7 +114,6 @@ CMPIStatus returnData(const CMPIResult* self, const CMPIValue* value, CMPIType t
 }
 
 CMPIStatus returnDone(const CMPIResult* self) {
-  if (const auto fault = injected("result.returnDone")) return fault->status;
   ResultObject* result = own(self);
   if (result == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   ++result->sink.doneCount;
@@ -136,15 +131,11 @@ CMPIResultFT resultTable = {1,          releaseResult,  cloneResult,
 
 }  // namespace
 
-ResultObject::ResultObject(ResultSink& sinkOfResult, ResultUse useOfResult)
+ResultObject::ResultObject(ResultUse useOfResult)
     : CMPIResult{this, &resultTable},
-      HeapEntry(ObjectKind::kResult),
-      sink(sinkOfResult),
       use(useOfResult),
       markDepth(ThreadHeap::ofThisThread().depth() + (isForClient(useOfResult) ? 1 : 0)) {}
 
-CMPIResult* makeResult(ResultSink& sink, ResultUse use) {
-  return makeObject<ResultObject>(sink, use);
-}
+ResultObject* makeResult(ResultUse use) { return makeObject<ResultObject>(use); }
 
 }  // namespace orv::broker

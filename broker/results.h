@@ -23,17 +23,16 @@ enum class ResultUse {
   kClientGet,
   kUpCallEnumeration,
   kUpCallGet,
-  kRecording,  ///< a test that calls provider objects directly
 };
 
 struct ResultObject : CMPIResult, HeapEntry {
-  ResultObject(ResultSink& sinkOfResult, ResultUse useOfResult);
-  ResultSink& sink;
+  explicit ResultObject(ResultUse useOfResult);
+  ResultSink sink;
   ResultUse use;
   std::size_t markDepth;  ///< open marks when the operation began
 };
 
-/// In the calling thread's memory; open the provider's mark after this. `sink` must outlive it.
-CMPIResult* makeResult(ResultSink& sink, ResultUse use);
+/// In the calling thread's memory; open the provider's mark after this.
+ResultObject* makeResult(ResultUse use);
 
 }  // namespace orv::broker

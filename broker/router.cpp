@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <functional>
 
+#include "broker/provider_call.h"
 #include "broker/request_context.h"
 
 namespace orv::broker {
 namespace {
 
 using Serves = std::function<bool(const RegistrationSection&)>;
-
-bool isAssociation(Operation operation) {
-  return operation == Operation::kAssociators || operation == Operation::kAssociatorNames ||
-         operation == Operation::kReferences || operation == Operation::kReferenceNames;
-}
 
 bool isEnumeration(Operation operation) {
   return operation == Operation::kEnumerateInstances ||
@@ -61,54 +57,40 @@ std::vector<Target> wholeBranch(const std::string& className, const Serves& serv
   return targets;
 }
 
-bool sameProvider(const Section& a, const Section& b) {
-  return a.registration.provider == b.registration.provider &&
-         a.registration.location == b.registration.location;
+/// Adds a section under the name of the source's class, unless its provider is asked already.
+void addProviderOnce(std::vector<Target>& targets, Section& section, const RouteQuery& query) {
+  const bool asked = std::any_of(targets.begin(), targets.end(), [&section](const Target& target) {
+    return target.section->registration.provider == section.registration.provider;
+  });
+  if (!asked) targets.push_back({&section, query.className});
 }
 
-std::vector<Target> everyAssociationProvider(const RouteQuery& query, const Serves& serves,
-                                             const ClassRepository& classes,
-                                             std::deque<Section>& sections) {
+std::vector<Target> associationTargets(const RouteQuery& query, const Serves& serves,
+                                       const ClassRepository& classes,
+                                       std::deque<Section>& sections) {
   std::vector<Target> targets;
+  if (!query.assocClass.empty()) {
+    for (const Target& target : wholeBranch(query.assocClass, serves, classes, sections)) {
+      addProviderOnce(targets, *target.section, query);
+    }
+    return targets;
+  }
   for (Section& section : sections) {
     const ClassDefinition* definition = classes.find(section.registration.className);
-    if (!serves(section.registration) || definition == nullptr || !definition->association)
-      continue;
-    const bool asked = std::any_of(
-        targets.begin(), targets.end(),
-        [&section](const Target& target) { return sameProvider(*target.section, section); });
-    if (!asked || query.askEveryAssociationSection) targets.push_back({&section, query.className});
-  }
-  return targets;
-}
-
-/// With an association class: its branch, each section once, under the name of the source's class.
-std::vector<Target> associationBranch(const RouteQuery& query, const Serves& serves,
-                                      const ClassRepository& classes,
-                                      std::deque<Section>& sections) {
-  std::vector<Target> targets;
-  for (const Target& target : wholeBranch(query.assocClass, serves, classes, sections)) {
-    const bool asked = std::any_of(targets.begin(), targets.end(), [&target](const Target& other) {
-      return sameProvider(*other.section, *target.section);
-    });
-    if (!asked || query.askEveryAssociationSection) {
-      targets.push_back({target.section, query.className});
-    }
+    const bool isLink = definition != nullptr && definition->association;
+    if (isLink && serves(section.registration)) addProviderOnce(targets, section, query);
   }
   return targets;
 }
 
 std::vector<Target> findTargets(const RouteQuery& query, const ClassRepository& classes,
                                 std::deque<Section>& sections) {
-  const bool association = isAssociation(query.operation);
+  const bool association = isAssociationOperation(query.operation);
   const Serves serves = [&query, association](const RegistrationSection& section) {
     return (association ? section.association : section.instance) &&
            servesNamespace(section, query.nameSpace);
   };
-  if (association) {
-    return query.assocClass.empty() ? everyAssociationProvider(query, serves, classes, sections)
-                                    : associationBranch(query, serves, classes, sections);
-  }
+  if (association) return associationTargets(query, serves, classes, sections);
   if (isEnumeration(query.operation)) {
     return wholeBranch(query.className, serves, classes, sections);
   }

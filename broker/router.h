@@ -27,17 +27,17 @@ struct RouteQuery {
   std::string nameSpace;
   std::string className;   ///< of the path
   std::string assocClass;  ///< of association operations; empty: all
-  bool askEveryAssociationSection = false;
 };
 
+// clang-format off
 /// Who is asked, in order:
-/// - enumerations: the class's section, else that of the nearest registered superclass; then the
-/// sections of its
-///   subclasses, each under its own registered name;
-/// - single instances: the class's section, else the nearest superclass's;
-/// - associations: with an association class as for enumerations but under the source's name; else
-/// every
-///   association provider of the namespace once.
+///
+/// - enumerations: the section of the class, else that of the nearest registered superclass; then
+///   the sections of its subclasses, each under its own registered name;
+/// - single instances: the section of the class, else that of the nearest registered superclass;
+/// - associations: with an association class as for enumerations, but under the name of the source's
+///   class; else every association provider of the namespace. A provider name is asked once.
+// clang-format on
 Route route(const RouteQuery& query, const ClassRepository* classes, std::deque<Section>& sections);
 
 }  // namespace orv::broker

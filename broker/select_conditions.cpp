@@ -15,7 +15,6 @@ extern CMPIPredicateFT predicateTable;
 struct ConditionObject : CMPISelectCond, HeapEntry {
   ConditionObject(std::vector<std::vector<WqlComparison>> content, bool isDisjunctive)
       : CMPISelectCond{this, &conditionTable},
-        HeapEntry(ObjectKind::kSelectExpression),
         parts(std::move(content)),
         disjunctive(isDisjunctive) {}
   std::vector<std::vector<WqlComparison>> parts;
@@ -24,17 +23,13 @@ struct ConditionObject : CMPISelectCond, HeapEntry {
 
 struct SubConditionObject : CMPISubCond, HeapEntry {
   explicit SubConditionObject(std::vector<WqlComparison> content)
-      : CMPISubCond{this, &subConditionTable},
-        HeapEntry(ObjectKind::kSelectExpression),
-        comparisons(std::move(content)) {}
+      : CMPISubCond{this, &subConditionTable}, comparisons(std::move(content)) {}
   std::vector<WqlComparison> comparisons;
 };
 
 struct PredicateObject : CMPIPredicate, HeapEntry {
   explicit PredicateObject(WqlComparison content)
-      : CMPIPredicate{this, &predicateTable},
-        HeapEntry(ObjectKind::kSelectExpression),
-        comparison(std::move(content)) {}
+      : CMPIPredicate{this, &predicateTable}, comparison(std::move(content)) {}
   WqlComparison comparison;
 };
 

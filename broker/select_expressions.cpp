@@ -33,7 +33,6 @@ WqlSubject subjectOf(const InstanceData& instance) {
 }
 
 CMPIStatus releaseSelect(CMPISelectExp* self) {
-  if (const auto fault = injected("selectExp.release")) return fault->status;
   return releaseObject(own(self), "select expression");
 }
 
@@ -45,10 +44,6 @@ CMPISelectExp* cloneSelect(const CMPISelectExp* self, CMPIStatus* out) {
 }
 
 CMPIBoolean evaluate(const CMPISelectExp* self, const CMPIInstance* record, CMPIStatus* out) {
-  if (const auto fault = injected("selectExp.evaluate")) {
-    answer(out, fault->status.rc);
-    return 0;
-  }
   const SelectExpressionObject* expression = own(self);
   const InstanceObject* instance = ownInstance(record);
   const bool usable = expression != nullptr && instance != nullptr;
@@ -57,7 +52,6 @@ CMPIBoolean evaluate(const CMPISelectExp* self, const CMPIInstance* record, CMPI
 }
 
 CMPIString* getString(const CMPISelectExp* self, CMPIStatus* out) {
-  if (const auto fault = injected("selectExp.getString")) return faultyString(*fault, out);
   const SelectExpressionObject* expression = own(self);
   answer(out, expression != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return expression != nullptr ? makeString(expression->query->text) : nullptr;
@@ -97,9 +91,7 @@ CMPIArray* projectionArray(const WqlQuery& query) {
 }  // namespace
 
 SelectExpressionObject::SelectExpressionObject(std::shared_ptr<const WqlQuery> content)
-    : CMPISelectExp{nullptr, &selectTable},
-      HeapEntry(ObjectKind::kSelectExpression),
-      query(std::move(content)) {
+    : CMPISelectExp{nullptr, &selectTable}, query(std::move(content)) {
   hdl = this;
 }
 

@@ -68,13 +68,11 @@ int timedCondWait(void* condition, void* mutex, struct timespec* deadline) {
 }
 
 /// Deliberate: the status argument is left untouched.
-CMPIGcStat* mark(const CMPIBroker* /*broker*/, CMPIStatus* out) {
-  if (const auto fault = injected("mft.mark")) return answer(out, fault->status.rc), nullptr;
+CMPIGcStat* mark(const CMPIBroker* /*broker*/, CMPIStatus* /*out*/) {
   return ThreadHeap::ofThisThread().mark();
 }
 
 CMPIStatus release(const CMPIBroker* /*broker*/, const CMPIGcStat* token) {
-  if (const auto fault = injected("mft.release")) return fault->status;
   ThreadHeap& heap = ThreadHeap::ofThisThread();
   if (heap.isInnermost(token)) {
     heap.releaseInnermost();

@@ -7,22 +7,16 @@ namespace orv::broker {
 namespace {
 
 CMPIStatus releaseString(CMPIString* self) {
-  if (const auto fault = injected("string.release")) return fault->status;
   return releaseObject(const_cast<StringObject*>(ownString(self)), "string");
 }
 
 CMPIString* cloneString(const CMPIString* self, CMPIStatus* out) {
-  if (const auto fault = injected("string.clone")) return faultyString(*fault, out);
   const StringObject* own = ownString(self);
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return own != nullptr ? new StringObject(own->text) : nullptr;  // the caller releases it
 }
 
 char* textPointer(const CMPIString* self, CMPIStatus* out) {
-  if (const auto fault = injected("string.getCharPtr")) {
-    answer(out, fault->status.rc);
-    return nullptr;
-  }
   const StringObject* own = ownString(self);
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   return own != nullptr ? static_cast<char*>(own->hdl) : nullptr;
@@ -33,7 +27,7 @@ CMPIStringFT stringTable = {1, releaseString, cloneString, textPointer};
 }  // namespace
 
 StringObject::StringObject(std::optional<std::string> content)
-    : CMPIString{nullptr, &stringTable}, HeapEntry(ObjectKind::kString), text(std::move(content)) {
+    : CMPIString{nullptr, &stringTable}, text(std::move(content)) {
   if (text) hdl = text->data();
 }
 
@@ -48,11 +42,6 @@ const StringObject* ownString(const CMPIString* record) {
 std::optional<std::string> textOf(const CMPIString* record) {
   const StringObject* own = ownString(record);
   return own != nullptr ? own->text : std::nullopt;
-}
-
-CMPIString* faultyString(const InjectedFault& fault, CMPIStatus* out) {
-  answer(out, fault.status.rc);
-  return fault.effect == Fault::Effect::kNullText ? makeString(std::nullopt) : nullptr;
 }
 
 }  // namespace orv::broker

@@ -29,8 +29,4 @@ inline std::optional<std::string> textOf(const char* text) {
   return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
-/// Answer of a string slot under a fault that is due.
-struct InjectedFault;
-CMPIString* faultyString(const InjectedFault& fault, CMPIStatus* out);
-
 }  // namespace orv::broker

@@ -1,6 +1,7 @@
 #include "broker/thread_state.h"
 
 #include <mutex>
+#include <vector>
 
 #include "broker/broker_state.h"
 #include "broker/strings.h"
@@ -12,7 +13,6 @@ struct ThreadState {
   std::weak_ptr<BrokerState> broker;
   std::string attachedProvider;
   const CallFrame* frame = nullptr;
-  std::vector<Report>* reports = nullptr;
 };
 
 ThreadState& threadState() {
@@ -66,13 +66,6 @@ BrokerBinding::BrokerBinding(const std::shared_ptr<BrokerState>& broker)
 
 BrokerBinding::~BrokerBinding() { threadState().broker = outer_; }
 
-ThreadBinding::ThreadBinding(const std::shared_ptr<BrokerState>& broker)
-    : broker_(broker), outerReports_(threadState().reports) {
-  threadState().reports = &reports_;
-}
-
-ThreadBinding::~ThreadBinding() { threadState().reports = outerReports_; }
-
 ProviderFrame::ProviderFrame(std::string provider, std::string className)
     : frame_{std::move(provider), std::move(className)}, outer_(threadState().frame) {
   threadState().frame = &frame_;
@@ -86,17 +79,11 @@ std::string currentProvider() {
 }
 
 void report(const std::string& className, const std::string& property, const std::string& what) {
-  ThreadState& state = threadState();
+  const ThreadState& state = threadState();
   Report made{currentProvider(), className, property, what};
   if (made.className.empty() && state.frame != nullptr) made.className = state.frame->className;
-  if (state.reports != nullptr) state.reports->push_back(made);
-  if (const auto broker = currentBroker()) broker->diagnostics.add(made);
-}
-
-std::optional<InjectedFault> injected(const char* slot) {
-  if (!Diagnostics::anyFaultArmed()) return std::nullopt;
   const auto broker = currentBroker();
-  return broker ? broker->diagnostics.dueFault(slot) : std::nullopt;
+  if (broker && broker->options.onReport) broker->options.onReport(made);
 }
 
 CMPIStatus status(CMPIrc rc, const std::string& text) { return CMPIStatus{rc, makeString(text)}; }

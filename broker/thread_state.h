@@ -1,14 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "broker/broker.h"
 
-/// What the broker knows about the calling thread: for which broker it works, which provider it is
-/// in, and where reports go.
+/// What the broker knows about the calling thread: for which broker it works, and which provider it
+/// is in.
 namespace orv::broker {
 
 /// A provider call that is being made; nested by up-calls.
@@ -27,7 +25,7 @@ void announceBroker(const std::shared_ptr<BrokerState>& broker);
 /// Lets the calling thread work for a broker and a provider, until it ends or attaches again.
 void attachThisThread(const std::weak_ptr<BrokerState>& broker, const std::string& provider);
 
-/// The calling thread works for a broker.
+/// The calling thread works for a broker as long as this lives.
 class BrokerBinding {
  public:
   explicit BrokerBinding(const std::shared_ptr<BrokerState>& broker);
@@ -37,21 +35,6 @@ class BrokerBinding {
 
  private:
   std::weak_ptr<BrokerState> outer_;
-};
-
-/// The same, and what the thread reports is collected.
-class ThreadBinding {
- public:
-  explicit ThreadBinding(const std::shared_ptr<BrokerState>& broker);
-  ThreadBinding(const ThreadBinding&) = delete;
-  ThreadBinding& operator=(const ThreadBinding&) = delete;
-  ~ThreadBinding();
-  const std::vector<Report>& reports() const { return reports_; }
-
- private:
-  BrokerBinding broker_;
-  std::vector<Report>* outerReports_;
-  std::vector<Report> reports_;
 };
 
 /// The calling thread is inside a provider as long as this lives.
@@ -70,16 +53,9 @@ class ProviderFrame {
 /// Provider of the innermost frame, or the one for which the thread attached; else empty.
 std::string currentProvider();
 
-/// Reports a place where the object manager would have crashed. The provider is the calling
-/// thread's; an empty class means that of the provider's request.
+/// Reports a place where the object manager would have crashed, to the calling thread's broker. The
+/// provider is the calling thread's; an empty class means that of the provider's request.
 void report(const std::string& className, const std::string& property, const std::string& what);
-
-/// A fault that is due in this call of a slot.
-struct InjectedFault {
-  Fault::Effect effect = Fault::Effect::kStatus;
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-};
-std::optional<InjectedFault> injected(const char* slot);
 
 /// Writes a status where the caller wants one.
 inline void answer(CMPIStatus* out, CMPIrc rc) {

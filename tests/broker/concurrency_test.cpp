@@ -3,7 +3,7 @@
 #include <thread>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "tests/broker/support/broker_fixture.h"
 
 namespace orv::broker {
@@ -38,7 +38,7 @@ TEST_F(Concurrency, RequestsOfManyThreadsAreIndependent) {
           if (broker_->associatorNames(disk("d")).paths.size() != 1) ++wrong;
           break;
         default: {
-          const Response bad = broker_->getInstance(disk("returnDataReference", "Test_Misuse"));
+          const TestResponse bad = broker_->getInstance(disk("returnDataReference", "Test_Misuse"));
           if (bad.reports.size() != 1) ++wrong;
         }
       }
@@ -58,7 +58,7 @@ TEST_F(Concurrency, FirstRequestsAtOnceCallAFactoryOnce) {
 
 TEST_F(Concurrency, DeliveriesAndSubscriptionsMayOverlap) {
   start({makeSection("Test_Alarm", "Sample", "n"), makeSection("Test_Disk", "Other", "i")});
-  const IndicationFilter filter{"SELECT * FROM Test_Alarm", "WQL", "root/test", "", false};
+  const IndicationFilter filter{"SELECT * FROM Test_Alarm", "WQL", "root/test", ""};
   std::atomic<int> delivered{0};
   const auto count = [&delivered](const Instance&) { ++delivered; };
   ASSERT_TRUE(broker_->subscribe(filter, count).ok());
@@ -110,7 +110,7 @@ TEST_F(Concurrency, BrokersComeAndGoWhileThreadsWork) {
     }
   });
   for (int i = 0; i < 50; ++i) {
-    Broker other(makeOptions());
+    TestBroker other(makeOptions());
     RequestScope scope(other);
     scope.make(Instance{{"", "root/test", "Test_Disk", {}}, {}, {}});
   }

@@ -1,7 +1,7 @@
 #include <cstring>
 #include <thread>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "tests/broker/support/broker_fixture.h"
 
 namespace orv::broker {
@@ -72,7 +72,7 @@ TEST_F(Lifecycle, AnActiveFilterKeepsTheIdleCheckAway) {
   start({makeSection("Test_Alarm", "Sample", "n")});
   EXPECT_FALSE(broker_->idleCheck().asked) << "nothing is loaded";
   const SubscribeResult result =
-      broker_->subscribe({"SELECT * FROM Test_Alarm", "WQL", "root/test", "", false}, nullptr);
+      broker_->subscribe({"SELECT * FROM Test_Alarm", "WQL", "root/test", ""}, nullptr);
   EXPECT_FALSE(broker_->idleCheck().asked);
   broker_->unsubscribe(result.id);
   EXPECT_TRUE(broker_->idleCheck().asked);
@@ -83,7 +83,7 @@ TEST_F(Lifecycle, ShutdownReachesTheLastLoadedSectionOfEachKind) {
          makeSection("Test_Alarm", "Third", "n")});
   load("Test_FastDisk");
   load("Test_SlowDisk");
-  broker_->subscribe({"SELECT * FROM Test_Alarm", "WQL", "root/test", "", false}, nullptr);
+  broker_->subscribe({"SELECT * FROM Test_Alarm", "WQL", "root/test", ""}, nullptr);
   library_.takeLog();
   const ShutdownOutcome outcome = broker_->shutdown();
   EXPECT_THAT(providers(outcome.calls), ElementsAre("Third", "Other", "Sample"));
@@ -92,7 +92,7 @@ TEST_F(Lifecycle, ShutdownReachesTheLastLoadedSectionOfEachKind) {
             "Third cleanup indication 1 entries 0\n"
             "Other cleanup instance 1 entries 0\n"
             "Sample cleanup association 1 entries 0\n");
-  const Response late = broker_->enumerateInstanceNames("root/test", "Test_Unserved");
+  const TestResponse late = broker_->enumerateInstanceNames("root/test", "Test_Unserved");
   EXPECT_TRUE(late.ok()) << "nobody has to be asked";
   EXPECT_EQ(broker_->enumerateInstanceNames("root/test", "Test_FastDisk").rc, CMPI_RC_ERR_FAILED);
 }
@@ -115,11 +115,11 @@ TEST_F(Lifecycle, AnUpCallOnACleanupContextIsReported) {
   EXPECT_THAT(broker_->reports(), ElementsAre(Says("context of a cleanup")));
 }
 
-TEST_F(Lifecycle, LibrariesCanBeUnloadedAndLoadedAgain) {
+TEST_F(Lifecycle, ForgottenProvidersAreMadeAgain) {
   start({makeSection("Test_Disk", "Sample", "i")});
   load("Test_Disk");
   library_.takeLog();
-  broker_->unloadLibraries();
+  broker_->forgetProviders();
   load("Test_Disk");
   EXPECT_THAT(library_.takeLog(), HasSubstr("factory instance"));
 }
@@ -130,7 +130,7 @@ TEST_F(Lifecycle, AThreadOfAProviderOutlivesItsBrokerAndFindsTheNext) {
   library_.call("sampleStartWorker");
   library_.awaitWorker(10);
   broker_->shutdown();
-  broker_->unloadLibraries();  // the test's own handle keeps the code
+  broker_->forgetProviders();
   broker_.reset();
   library_.awaitWorker(10);
   start({makeSection("Test_Disk", "Sample", "i")});
@@ -150,11 +150,7 @@ class Contexts : public SampleBroker {
     memcpy(&word, reinterpret_cast<const char*>(context->ft) + 7 * sizeof(void*), sizeof word);
     return word;
   }
-  Broker& startWith(ContextTable table) {
-    Broker::Options options = makeOptions();
-    options.contextTable = table;
-    return start(std::move(options));
-  }
+  TestBroker& startWith(ContextTable table) { return start(makeOptions(), table); }
 };
 
 TEST_F(Contexts, HoldFlagsPrincipalAndSession) {
@@ -213,10 +209,10 @@ TEST_F(Contexts, TheEighthSlotFreesWhatTheThreadHasMadeSinceItsMark) {
     mb->eft->newString(mb, "inside", nullptr);
     const auto eighth = reinterpret_cast<Function>(eighthWord(prepared));
     EXPECT_EQ(eighth(prepared).rc, CMPI_RC_OK);
-    EXPECT_EQ(Broker::liveObjectsOfThisThread(), 1U);
+    EXPECT_EQ(TestBroker::liveObjectsOfThisThread(), 1U);
     EXPECT_EQ(mb->mft->release(mb, mark).rc, CMPI_RC_OK);
     EXPECT_EQ(eighth(prepared).rc, CMPI_RC_OK);
-    EXPECT_EQ(Broker::liveObjectsOfThisThread(), 0U);
+    EXPECT_EQ(TestBroker::liveObjectsOfThisThread(), 0U);
     mb->bft->detachThread(mb, prepared);
   }).join();
   EXPECT_EQ(broker_->contextReleaseCalls(), 2U);
@@ -291,10 +287,10 @@ TEST(Brokers, ThreadsThatNeverAttachedFindTheOneCreatedLast) {
     return made->ft->getPropertyCount(made, nullptr);
   };
   EXPECT_EQ(propertyCount(), 0U) << "no broker, no class";
-  Broker first(makeOptions());
+  TestBroker first(makeOptions());
   EXPECT_EQ(propertyCount(), 4U);
   {
-    Broker second(Broker::Options{});
+    TestBroker second(Broker::Options{});
     EXPECT_EQ(propertyCount(), 0U);
     RequestScope scope(first);
     EXPECT_EQ(propertyCount(), 4U);

@@ -2,7 +2,7 @@
 #include <ctime>
 #include <thread>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "tests/broker/support/broker_fixture.h"
 
 namespace orv::broker {
@@ -37,7 +37,7 @@ class Objects : public testing::Test {
   }
   CMPIString* text(const char* content) { return mb()->eft->newString(mb(), content, nullptr); }
 
-  Broker broker_{makeOptions()};
+  TestBroker broker_{makeOptions()};
   RequestScope scope_{broker_, "Tested", "Test_Kinds"};
   CMPIStatus rc_{CMPI_RC_OK, nullptr};
 };
@@ -489,19 +489,6 @@ TEST_F(Objects, EmbeddedInstancesAreCopiesAndComeBackAsInstances) {
   EXPECT_THAT(copy.setOrder, ElementsAre("Name"));
 }
 
-TEST(EmbeddedInstances, AreStringsForAnObjectManagerThatKnowsEmbeddedObjectOnly) {
-  Broker::Options options = makeOptions();
-  options.embeddedInstanceQualifier = false;
-  Broker broker(std::move(options));
-  RequestScope scope(broker);
-  CMPIInstance* made = scope.make(Instance{{"", "root/test", "Test_Kinds", {}}, {}, {}});
-  CMPIValue value{};
-  value.inst = scope.make(Instance{{"", "root/test", "Test_Disk", {}}, {}, {}});
-  EXPECT_EQ(made->ft->setProperty(made, "Typed", &value, CMPI_instance).rc,
-            CMPI_RC_ERR_TYPE_MISMATCH);
-  EXPECT_EQ(made->ft->setProperty(made, "Inner", &value, CMPI_instance).rc, CMPI_RC_OK);
-}
-
 TEST_F(Objects, ClassPathIsAWalksTheSuperclassesAndAlwaysAnswersOk) {
   struct Row {
     const char* nameSpace;
@@ -555,16 +542,18 @@ TEST_F(Objects, RecordsOfOtherMakersAreReported) {
 
 TEST_F(Objects, MarkAndReleaseFreeWhatWasMadeBetween) {
   CMPIObjectPath* before = path("Test_Disk");
-  const LiveObjects outside = Broker::liveObjects();
+  const std::size_t outside = TestBroker::liveObjects();
   CMPIGcStat* outer = mb()->mft->mark(mb(), &rc_);
   for (int i = 0; i < 10; ++i) instance("Test_Kinds");
+  const std::size_t inside = TestBroker::liveObjects();
+  EXPECT_GE(inside, outside + 10);
   CMPIGcStat* inner = mb()->mft->mark(mb(), nullptr);
   text("x");
   addText(before, "Id", "changed inside");
   EXPECT_EQ(mb()->mft->release(mb(), inner).rc, CMPI_RC_OK);
-  EXPECT_EQ(Broker::liveObjects().instances, outside.instances + 10);
+  EXPECT_EQ(TestBroker::liveObjects(), inside);
   EXPECT_EQ(mb()->mft->release(mb(), outer).rc, CMPI_RC_OK);
-  EXPECT_EQ(Broker::liveObjects().total(), outside.total());
+  EXPECT_EQ(TestBroker::liveObjects(), outside);
   EXPECT_EQ(*RequestScope::copy(before).key("Id"), Value::ofString("changed inside"));
   EXPECT_THAT(scope_.reports(), IsEmpty());
 }
@@ -596,9 +585,9 @@ TEST_F(Objects, ReleaseOfOneObjectIsForItsOwnThreadAndMark) {
   CMPIrc inOtherThread = CMPI_RC_OK;
   std::thread([&] { inOtherThread = made->ft->release(made).rc; }).join();
   EXPECT_EQ(inOtherThread, CMPI_RC_ERR_FAILED);
-  const std::size_t live = Broker::liveObjects().strings;
+  const std::size_t live = TestBroker::liveObjects();
   EXPECT_EQ(made->ft->release(made).rc, CMPI_RC_OK);
-  EXPECT_EQ(Broker::liveObjects().strings, live - 1);
+  EXPECT_EQ(TestBroker::liveObjects(), live - 1);
   EXPECT_THAT(scope_.reports(), ElementsAre(Says("another memory mark")))
       << "the other thread's report is the broker's only";
   EXPECT_THAT(broker_.reports(), ElementsAre(Says("memory mark"), Says("another thread")));
@@ -615,26 +604,26 @@ TEST_F(Objects, ClonesAreInNoHeap) {
 }
 
 TEST(Memory, AThreadThatEndsFreesWhatItMade) {
-  Broker broker(makeOptions());
-  const std::size_t before = Broker::liveObjects().total();
+  TestBroker broker(makeOptions());
+  const std::size_t before = TestBroker::liveObjects();
   std::thread([] {
     const CMPIBroker* mb = Broker::cmpi();
     for (int i = 0; i < 100; ++i) mb->eft->newObjectPath(mb, "root/test", "Test_Disk", nullptr);
-    EXPECT_EQ(Broker::liveObjectsOfThisThread(), 100U);
+    EXPECT_EQ(TestBroker::liveObjectsOfThisThread(), 100U);
   }).join();
-  EXPECT_EQ(Broker::liveObjects().total(), before);
+  EXPECT_EQ(TestBroker::liveObjects(), before);
 }
 
 TEST(Memory, AScopeLeavesNothingBehind) {
-  const std::size_t before = Broker::liveObjects().total();
-  Broker broker(makeOptions());
+  const std::size_t before = TestBroker::liveObjects();
+  TestBroker broker(makeOptions());
   {
     RequestScope scope(broker);
     RecordingResult result(scope);
     scope.make(Instance{{"", "root/test", "Test_Disk", {}}, {}, {}});
-    EXPECT_GT(Broker::liveObjects().total(), before);
+    EXPECT_GT(TestBroker::liveObjects(), before);
   }
-  EXPECT_EQ(Broker::liveObjects().total(), before);
+  EXPECT_EQ(TestBroker::liveObjects(), before);
 }
 
 }  // namespace

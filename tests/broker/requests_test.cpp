@@ -1,4 +1,7 @@
-#include "broker/broker.h"
+#include <set>
+#include <stdexcept>
+
+#include "broker/testing/test_broker.h"
 #include "tests/broker/support/broker_fixture.h"
 
 namespace orv::broker {
@@ -25,7 +28,7 @@ class Requests : public SampleBroker {
 
 TEST_F(Requests, EnumerationReachesTheProviderAndItsInstancesComeBack) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response response = broker_->enumerateInstances("root/test", "Test_Disk");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Disk");
   EXPECT_EQ(response.rc, CMPI_RC_OK);
   ASSERT_EQ(response.instances.size(), 2U);
   EXPECT_EQ(response.instances[1].path, disk("Sample-Test_Disk-1"));
@@ -40,7 +43,7 @@ TEST_F(Requests, EnumerationReachesTheProviderAndItsInstancesComeBack) {
 
 TEST_F(Requests, UnknownNamespacesAndClassesAreRefusedBeforeAnyProviderIsAsked) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  Response response = broker_->enumerateInstances("root/none", "Test_Disk");
+  TestResponse response = broker_->enumerateInstances("root/none", "Test_Disk");
   EXPECT_EQ(response.rc, CMPI_RC_ERR_INVALID_NAMESPACE);
   EXPECT_EQ(response.message, "Invalid namespace");
   response = broker_->enumerateInstanceNames("root/test", "Test_Nowhere");
@@ -64,7 +67,7 @@ TEST_F(Requests, NamespacesCompareWithoutRegardToCaseAndAStarServesAll) {
 
 TEST_F(Requests, AClassWithoutAProviderIsEmptyAndItsInstancesAreNotFound) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response names = broker_->enumerateInstanceNames("root/test", "Test_Unserved");
+  const TestResponse names = broker_->enumerateInstanceNames("root/test", "Test_Unserved");
   EXPECT_EQ(names.rc, CMPI_RC_OK);
   EXPECT_THAT(names.paths, IsEmpty());
   EXPECT_EQ(broker_->getInstance(disk("x", "Test_Unserved")).rc, CMPI_RC_ERR_NOT_FOUND);
@@ -72,7 +75,7 @@ TEST_F(Requests, AClassWithoutAProviderIsEmptyAndItsInstancesAreNotFound) {
 
 TEST_F(Requests, AnEnumerationIsSentToSubclassesUnderTheirRegisteredNames) {
   start({makeSection("Test_FastDisk", "Other", "i"), makeSection("test_slowdisk", "Third", "i")});
-  const Response response = broker_->enumerateInstanceNames("root/test", "Test_Base");
+  const TestResponse response = broker_->enumerateInstanceNames("root/test", "Test_Base");
   EXPECT_THAT(ids(response.paths), ElementsAre("Other-Test_FastDisk-0", "Other-Test_FastDisk-1",
                                                "Third-test_slowdisk-0", "Third-test_slowdisk-1"));
   EXPECT_EQ(response.doneCount, 2);
@@ -84,14 +87,14 @@ TEST_F(Requests, AnEnumerationIsSentToSubclassesUnderTheirRegisteredNames) {
 
 TEST_F(Requests, AProviderOfLeafAndParentIsCalledForBoth) {
   start({makeSection("Test_Disk", "Sample", "i"), makeSection("Test_FastDisk", "Sample", "i")});
-  const Response response = broker_->enumerateInstanceNames("root/test", "Test_Disk");
+  const TestResponse response = broker_->enumerateInstanceNames("root/test", "Test_Disk");
   EXPECT_THAT(ids(response.paths), ElementsAre("Sample-Test_Disk-0", "Sample-Test_Disk-1",
                                                "Sample-Test_FastDisk-0", "Sample-Test_FastDisk-1"));
 }
 
 TEST_F(Requests, WithOnlyTheParentRegisteredALeafArrivesUnderItsOwnName) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response response = broker_->enumerateInstanceNames("root/test", "Test_FastDisk");
+  const TestResponse response = broker_->enumerateInstanceNames("root/test", "Test_FastDisk");
   EXPECT_THAT(ids(response.paths), ElementsAre("Sample-Test_FastDisk-0", "Sample-Test_FastDisk-1"));
 }
 
@@ -107,19 +110,19 @@ TEST_F(Requests, GetInstanceGoesToTheNearestSectionWithoutSubstitution) {
 
 TEST_F(Requests, PropertyListsReachTheProviderAndAnEmptyOneAsNone) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response listed =
+  const TestResponse listed =
       broker_->getInstance(disk("a"), std::vector<std::string>{"Size", "Speed"});
   EXPECT_THAT(library_.takeLog(), HasSubstr("getInstance Test_Disk a Size;Speed;"));
   ASSERT_EQ(listed.instances.size(), 1U);
   EXPECT_EQ(listed.instances[0].properties.size(), 1U);
-  const Response empty = broker_->getInstance(disk("a"), std::vector<std::string>{});
+  const TestResponse empty = broker_->getInstance(disk("a"), std::vector<std::string>{});
   EXPECT_THAT(library_.takeLog(), HasSubstr("getInstance Test_Disk a null"));
   EXPECT_EQ(empty.instances[0].properties.size(), 4U);
 }
 
 TEST_F(Requests, GetInstanceAnsweredOkWithoutAnInstanceIsNotFound) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response response = broker_->getInstance(disk("gone"));
+  const TestResponse response = broker_->getInstance(disk("gone"));
   EXPECT_EQ(response.rc, CMPI_RC_ERR_NOT_FOUND);
   EXPECT_EQ(response.doneCount, 1);
   EXPECT_EQ(response.answers[0].rc, CMPI_RC_OK);
@@ -127,7 +130,7 @@ TEST_F(Requests, GetInstanceAnsweredOkWithoutAnInstanceIsNotFound) {
 
 TEST_F(Requests, OfTwoInstancesTheFirstCounts) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response response = broker_->getInstance(disk("two"));
+  const TestResponse response = broker_->getInstance(disk("two"));
   ASSERT_EQ(response.instances.size(), 1U);
   EXPECT_EQ(*response.instances[0].property("Size"), Value::ofUnsigned(CMPI_uint64, 7));
   EXPECT_EQ(response.discarded.instances.size(), 1U);
@@ -135,7 +138,7 @@ TEST_F(Requests, OfTwoInstancesTheFirstCounts) {
 
 TEST_F(Requests, AFailureDiscardsWhatWasReturnedBefore) {
   start({makeSection("Test_Failing", "Sample", "i")});
-  const Response response = broker_->enumerateInstances("root/test", "Test_Failing");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Failing");
   EXPECT_EQ(response.rc, CMPI_RC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(response.message, "broken on purpose");
   EXPECT_THAT(response.instances, IsEmpty());
@@ -145,7 +148,7 @@ TEST_F(Requests, AFailureDiscardsWhatWasReturnedBefore) {
 
 TEST_F(Requests, OneFailureAmongSeveralProvidersFailsTheRequest) {
   start({makeSection("Test_Disk", "Sample", "i"), makeSection("Test_Failing", "Other", "i")});
-  const Response response = broker_->enumerateInstances("root/test", "Test_Base");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Base");
   EXPECT_EQ(response.rc, CMPI_RC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(response.discarded.instances.size(), 3U);
   EXPECT_EQ(response.answers.size(), 2U);
@@ -153,7 +156,7 @@ TEST_F(Requests, OneFailureAmongSeveralProvidersFailsTheRequest) {
 
 TEST_F(Requests, AStatusWithoutATextHasNoMessage) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response silent = broker_->getInstance(disk("silent"));
+  const TestResponse silent = broker_->getInstance(disk("silent"));
   EXPECT_EQ(silent.rc, CMPI_RC_ERR_ACCESS_DENIED);
   EXPECT_EQ(silent.message, std::nullopt);
   EXPECT_EQ(broker_->getInstance(disk("error")).message, "not for you");
@@ -161,7 +164,7 @@ TEST_F(Requests, AStatusWithoutATextHasNoMessage) {
 
 TEST_F(Requests, ADirectRequestHasNeitherRoutingNorSubstitution) {
   start({makeSection("Test_Disk", "Sample", "i")});
-  const Response response = broker_->requestTo("Sample", get(disk("gone", "Foreign_Class")));
+  const TestResponse response = broker_->requestTo("Sample", get(disk("gone", "Foreign_Class")));
   EXPECT_EQ(response.rc, CMPI_RC_OK);
   EXPECT_EQ(response.doneCount, 1);
   EXPECT_THAT(response.instances, IsEmpty());
@@ -175,7 +178,7 @@ TEST_F(Requests, ChangesArePassedThrough) {
   request.path = disk("new");
   request.instance = Instance{disk("new"), {{"Name", Value::ofString("given")}}, {}};
   request.operation = Operation::kCreateInstance;
-  const Response created = broker_->request(request);
+  const TestResponse created = broker_->request(request);
   EXPECT_THAT(created.paths, ElementsAre(disk("new")));
   EXPECT_THAT(library_.takeLog(), HasSubstr("createInstance Test_Disk given"));
   request.operation = Operation::kModifyInstance;
@@ -193,7 +196,7 @@ TEST_F(Requests, ASlotThatTheProviderLacksIsReported) {
   query.operation = Operation::kExecQuery;
   query.path.nameSpace = "root/test";
   query.query = "SELECT * FROM Test_Disk";
-  const Response response = broker_->request(query);
+  const TestResponse response = broker_->request(query);
   EXPECT_EQ(response.rc, CMPI_RC_ERR_NOT_SUPPORTED);
   EXPECT_THAT(response.reports, ElementsAre(Says("provider Sample, class Test_Disk: execQuery")));
   EXPECT_EQ(broker_->enumerateInstances("root/test", "Test_Hollow").rc, CMPI_RC_ERR_NOT_SUPPORTED);
@@ -204,11 +207,11 @@ TEST_F(Requests, ASlotThatTheProviderLacksIsReported) {
 TEST_F(Requests, AnInstanceReturnedAsDataIsLostInAnEnumerationButNotInGetInstance) {
   start({makeSection("Test_Disk", "Sample", "i")});
   library_.set("asData", 1);
-  const Response lost = broker_->enumerateInstances("root/test", "Test_Disk");
+  const TestResponse lost = broker_->enumerateInstances("root/test", "Test_Disk");
   EXPECT_TRUE(lost.ok());
   EXPECT_THAT(lost.instances, IsEmpty());
   EXPECT_THAT(lost.reports, ElementsAre(Says("the instance is lost"), Says("class Test_Disk")));
-  const Response kept = broker_->getInstance(disk("a"));
+  const TestResponse kept = broker_->getInstance(disk("a"));
   EXPECT_EQ(kept.instances.size(), 1U);
   EXPECT_THAT(kept.reports, IsEmpty());
 }
@@ -232,7 +235,7 @@ TEST_F(Requests, MisuseIsReportedWithProviderAndClass) {
         MisuseRow{"ownContext", CMPI_RC_ERR_FAILED, "context of its request"}}) {
     const std::string id = row.id;
     if (id == "lateContext") broker_->getInstance(disk("any", "Test_Misuse"));
-    const Response response = broker_->getInstance(disk(id, "Test_Misuse"));
+    const TestResponse response = broker_->getInstance(disk(id, "Test_Misuse"));
     EXPECT_EQ(response.rc, row.rc) << id;
     ASSERT_GE(response.reports.size(), 1U) << id;
     EXPECT_THAT(response.reports[0].toText(), HasSubstr(row.report));
@@ -260,16 +263,16 @@ TEST_F(Requests, ReportsReachTheSinkToo) {
 }
 
 TEST_F(Requests, LeaveNothingBehind) {
-  const std::size_t atStart = Broker::liveObjects().total();
+  const std::size_t atStart = TestBroker::liveObjects();
   start({makeSection("Test_Disk", "Sample", "i"), makeSection("Test_Caller", "Other", "i")});
   broker_->enumerateInstances("root/test", "Test_Caller");
-  const std::size_t before = Broker::liveObjects().total();
+  const std::size_t before = TestBroker::liveObjects();
   EXPECT_EQ(before, atStart + 1) << "the context that the last factory call prepared";
   for (int i = 0; i < 20; ++i) {
     broker_->enumerateInstances("root/test", "Test_Caller");
     broker_->getInstance(disk("a", "Test_Caller"));
   }
-  EXPECT_EQ(Broker::liveObjects().total(), before);
+  EXPECT_EQ(TestBroker::liveObjects(), before);
 }
 
 // Loading.
@@ -294,7 +297,7 @@ TEST_F(Requests, ANullFromAFactoryFailsTheRequestAndIsTriedAgain) {
   start({makeSection("Test_Disk", "Sample", "i")});
   for (const char* how : {"Sample.factory.null", "Sample.factory.rc"}) {
     library_.set(how, 1);
-    const Response failed = broker_->enumerateInstances("root/test", "Test_Disk");
+    const TestResponse failed = broker_->enumerateInstances("root/test", "Test_Disk");
     EXPECT_EQ(failed.rc, CMPI_RC_ERR_FAILED);
     EXPECT_EQ(failed.message,
               "Error initializing provider Sample from sample for class Test_Disk.");
@@ -307,7 +310,7 @@ TEST_F(Requests, AMissingFactoryIsAnErrorWithAReport) {
   Broker::Options options = makeOptions({makeSection("Test_Disk", "Sample", "i")});
   options.libraries["sample"] = ORV_TEST_EMPTY_LIBRARY;
   start(std::move(options));
-  const Response response = broker_->enumerateInstances("root/test", "Test_Disk");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Disk");
   EXPECT_EQ(response.message,
             "Error initializing provider Sample from sample for class Test_Disk.");
   EXPECT_THAT(response.reports, ElementsAre(Says("has no factory Sample_Create_InstanceMI")));
@@ -315,7 +318,7 @@ TEST_F(Requests, AMissingFactoryIsAnErrorWithAReport) {
 
 TEST_F(Requests, ARecordWithoutATableIsAnErrorWithAReport) {
   start({makeSection("Test_Tableless", "Tableless", "i")});
-  const Response response = broker_->enumerateInstances("root/test", "Test_Tableless");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Tableless");
   EXPECT_EQ(response.rc, CMPI_RC_ERR_FAILED);
   EXPECT_THAT(response.reports, ElementsAre(Says("without a function table")));
 }
@@ -325,26 +328,16 @@ TEST_F(Requests, WhatIsNoLibraryCannotBeLoaded) {
     Broker::Options options = makeOptions({makeSection("Test_Disk", "Sample", "i")});
     options.libraryFile = file;
     start(std::move(options));
-    const Response response = broker_->enumerateInstances("root/test", "Test_Disk");
+    const TestResponse response = broker_->enumerateInstances("root/test", "Test_Disk");
     EXPECT_EQ(response.rc, CMPI_RC_ERR_FAILED);
     ASSERT_TRUE(response.message);
     EXPECT_THAT(*response.message, testing::StartsWith(std::string("*** Failed to load ") + file));
   }
 }
 
-TEST_F(Requests, LibrariesAreLookedForInDirectories) {
-  const std::string file = ORV_TEST_SAMPLE_LIBRARY;
-  const std::size_t slash = file.rfind('/');
-  Broker::Options options = makeOptions({makeSection("Test_Disk", "Sample", "i")});
-  options.registration[0].location = "test_sample_provider";
-  options.libraryDirectories = {"/nonexistent", file.substr(0, slash)};
-  start(std::move(options));
-  EXPECT_TRUE(broker_->enumerateInstances("root/test", "Test_Disk").ok());
-}
-
 TEST_F(Requests, AnUpCallOfAFactoryToItsOwnClassIsReportedInsteadOfADeadlock) {
   start({makeSection("Test_Looping", "Looping", "i")});
-  const Response response = broker_->enumerateInstanceNames("root/test", "Test_Looping");
+  const TestResponse response = broker_->enumerateInstanceNames("root/test", "Test_Looping");
   EXPECT_TRUE(response.ok());
   EXPECT_THAT(library_.takeLog(), HasSubstr("Looping up-call 1\n"));
   EXPECT_THAT(response.reports, ElementsAre(Says("a deadlock")));
@@ -359,7 +352,7 @@ TEST_F(Requests, LinkedFactoriesNeedNoLibraryAndTheirExceptionsAreReported) {
   options.libraries.clear();
   options.linkedFactories["Linked_Create_InstanceMI"] = reinterpret_cast<void*>(throwingFactory);
   start(std::move(options));
-  const Response response = broker_->enumerateInstances("root/test", "Test_Disk");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Disk");
   EXPECT_EQ(response.message,
             "Error initializing provider Linked from sample for class Test_Disk.");
   EXPECT_THAT(response.reports, ElementsAre(Says("an exception leaves the factory")));
@@ -381,7 +374,7 @@ TEST_F(Requests, AnExceptionOutOfAnOperationIsReportedAndStopsThere) {
   Broker::Options options = makeOptions({makeSection("Test_Disk", "Linked", "i")});
   options.linkedFactories["Linked_Create_InstanceMI"] = reinterpret_cast<void*>(factoryOfThrower);
   start(std::move(options));
-  const Response response = broker_->enumerateInstances("root/test", "Test_Disk");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Disk");
   EXPECT_EQ(response.rc, CMPI_RC_ERR_FAILED);
   EXPECT_THAT(response.reports, ElementsAre(Says("an exception leaves the provider")));
 }
@@ -406,18 +399,10 @@ class Associations : public Requests {};
 TEST_F(Associations, WithoutAnAssociationClassEveryAssociationProviderIsAskedOnce) {
   start({makeSection("Test_Link", "Sample", "a"), makeSection("Test_StrongLink", "Sample", "a"),
          makeSection("Test_StrongLink", "Other", "ia"), makeSection("Test_Disk", "Third", "i")});
-  const Response response = broker_->associatorNames(disk("d"));
+  const TestResponse response = broker_->associatorNames(disk("d"));
   EXPECT_THAT(ids(response.paths), ElementsAre("Sample", "Other"));
   EXPECT_THAT(library_.takeLog(),
               HasSubstr("Sample associatorNames Test_Disk null null null null"));
-}
-
-TEST_F(Associations, EverySectionCanBeAsked) {
-  Broker::Options options = makeOptions(
-      {makeSection("Test_Link", "Sample", "a"), makeSection("Test_StrongLink", "Sample", "a")});
-  options.askEveryAssociationSection = true;
-  start(std::move(options));
-  EXPECT_THAT(ids(broker_->associatorNames(disk("d")).paths), ElementsAre("Sample", "Sample"));
 }
 
 TEST_F(Associations, WithAnAssociationClassItsBranchIsAsked) {
@@ -435,7 +420,8 @@ TEST_F(Associations, WithAnAssociationClassItsBranchIsAsked) {
 TEST_F(Associations, FiltersArePassedAsTheyAre) {
   start({makeSection("Test_Link", "Sample", "a")});
   AssociationFilter filter{"Test_Link", "", "FROM", "to"};
-  const Response found = broker_->associators(disk("d"), filter, std::vector<std::string>{"Size"});
+  const TestResponse found =
+      broker_->associators(disk("d"), filter, std::vector<std::string>{"Size"});
   EXPECT_THAT(library_.takeLog(),
               HasSubstr("Sample associators Test_Disk Test_Link  FROM to Size;\n"));
   EXPECT_EQ(found.doneCount, 1);
@@ -448,12 +434,12 @@ TEST_F(Associations, FiltersArePassedAsTheyAre) {
 
 TEST_F(Associations, ReferencesComeBackWithTheirKeys) {
   start({makeSection("Test_Link", "Sample", "a")});
-  const Response found = broker_->referenceNames(disk("near"));
+  const TestResponse found = broker_->referenceNames(disk("near"));
   ASSERT_EQ(found.paths.size(), 1U);
   EXPECT_EQ(found.paths[0].className, "Test_Link");
   EXPECT_EQ(found.paths[0].key("From")->reference(), disk("near"));
   EXPECT_EQ(found.paths[0].key("To")->reference(), disk("far"));
-  const Response instances = broker_->references(disk("near"));
+  const TestResponse instances = broker_->references(disk("near"));
   ASSERT_EQ(instances.instances.size(), 1U);
   EXPECT_EQ(instances.instances[0].property("To")->reference(), disk("far"));
 }
@@ -461,7 +447,7 @@ TEST_F(Associations, ReferencesComeBackWithTheirKeys) {
 TEST_F(Associations, ANullReferenceKeyIsReported) {
   start({makeSection("Test_Link", "Sample", "a")});
   library_.set("link.incomplete", 1);
-  const Response response = broker_->referenceNames(disk("near"));
+  const TestResponse response = broker_->referenceNames(disk("near"));
   EXPECT_EQ(response.rc, CMPI_RC_ERR_FAILED);
   ASSERT_EQ(response.reports.size(), 1U);
   EXPECT_EQ(response.reports[0].toText(),
@@ -472,7 +458,7 @@ TEST_F(Associations, ANullReferenceKeyIsReported) {
 TEST_F(Associations, OneFailureFailsTheWholeRequest) {
   start({makeSection("Test_Link", "Sample", "a"), makeSection("Test_StrongLink", "Other", "a")});
   library_.set("associators", 6);
-  const Response response = broker_->associators(disk("d"));
+  const TestResponse response = broker_->associators(disk("d"));
   EXPECT_EQ(response.rc, CMPI_RC_ERR_NOT_FOUND);
   EXPECT_THAT(response.instances, IsEmpty());
   EXPECT_EQ(response.discarded.instances.size(), 2U);
@@ -485,7 +471,7 @@ class UpCalls : public Requests {};
 TEST_F(UpCalls, AreRoutedLikeRequests) {
   start({makeSection("Test_Caller", "Sample", "i"), makeSection("Test_Disk", "Other", "i"),
          makeSection("Test_FastDisk", "Third", "i")});
-  const Response names = broker_->enumerateInstanceNames("root/test", "Test_Caller");
+  const TestResponse names = broker_->enumerateInstanceNames("root/test", "Test_Caller");
   EXPECT_THAT(ids(names.paths), ElementsAre("Other-Test_Disk-0", "Other-Test_Disk-1",
                                             "Third-Test_FastDisk-0", "Third-Test_FastDisk-1"));
   EXPECT_EQ(names.doneCount, 1) << "the client sees the caller's own";
@@ -495,14 +481,14 @@ TEST_F(UpCalls, AreRoutedLikeRequests) {
 TEST_F(UpCalls, GetInstanceKeepsTheFailuresText) {
   start({makeSection("Test_Caller", "Sample", "i"), makeSection("Test_Disk", "Other", "i")});
   EXPECT_EQ(broker_->getInstance(disk("fine", "Test_Caller")).instances.size(), 1U);
-  const Response failed = broker_->getInstance(disk("error", "Test_Caller"));
+  const TestResponse failed = broker_->getInstance(disk("error", "Test_Caller"));
   EXPECT_EQ(failed.rc, CMPI_RC_ERR_ACCESS_DENIED);
   EXPECT_EQ(failed.message, "not for you");
 }
 
 TEST_F(UpCalls, AnsweredOkWithoutAnInstanceAreReported) {
   start({makeSection("Test_Caller", "Sample", "i"), makeSection("Test_Disk", "Other", "i")});
-  const Response response = broker_->getInstance(disk("gone", "Test_Caller"));
+  const TestResponse response = broker_->getInstance(disk("gone", "Test_Caller"));
   EXPECT_EQ(response.rc, CMPI_RC_ERR_NOT_FOUND);
   EXPECT_THAT(response.reports, ElementsAre(Says("provider Sample, class Test_Disk: an up-call")));
 }
@@ -510,7 +496,7 @@ TEST_F(UpCalls, AnsweredOkWithoutAnInstanceAreReported) {
 TEST_F(UpCalls, AFailedEnumerationLosesItsTextButNotTheInstances) {
   start({makeSection("Test_Caller", "Sample", "i"), makeSection("Test_Failing", "Other", "i")});
   library_.set("relay.failing", 1);
-  const Response response = broker_->enumerateInstances("root/test", "Test_Caller");
+  const TestResponse response = broker_->enumerateInstances("root/test", "Test_Caller");
   EXPECT_EQ(response.rc, CMPI_RC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(response.message, std::nullopt);
   EXPECT_EQ(response.discarded.instances.size(), 1U);
@@ -545,6 +531,37 @@ TEST_F(UpCallStatuses, TellUnknownNamespacesAndClasses) {
   rc = enumerate(scope, "root/test", "Test_Disk", empty);
   EXPECT_EQ(rc.rc, CMPI_RC_OK);
   EXPECT_FALSE(empty);
+}
+
+TEST_F(UpCallStatuses, EverySlotThatABrokerHasCanBeMadeToFail) {
+  start(makeOptions());
+  const std::vector<std::string>& slots = faultSlots();
+  EXPECT_EQ(slots.front(), "bft.prepareAttachThread");
+  EXPECT_EQ(std::set<std::string>(slots.begin(), slots.end()).size(), slots.size());
+  RequestScope scope(*broker_);
+  CMPIObjectPath* path = scope.make(disk("a"));
+  for (const char* slot : {"eft.newObjectPath", "path.getKeyAt", "subCond.getPredicate",
+                           "context.addEntry", "mft.mark", "enumeration.clone"}) {
+    EXPECT_THAT(slots, testing::Contains(slot));
+  }
+  for (const std::string& slot : slots) broker_->inject({slot, Fault::Effect::kStatus});
+  EXPECT_EQ(path->ft->getKeyCount(path, nullptr), 0U);
+  EXPECT_EQ(path->ft->clone(path, nullptr), nullptr);
+  EXPECT_EQ(scope.broker()->mft->mark(scope.broker(), nullptr), nullptr);
+  EXPECT_THROW(broker_->inject({"path.getColour"}), std::invalid_argument);
+  broker_->clearFaults();
+  EXPECT_EQ(path->ft->getKeyCount(path, nullptr), 1U);
+}
+
+TEST_F(UpCallStatuses, FaultsHitTheThreadsOfTheirOwnBrokerOnly) {
+  start(makeOptions());
+  TestBroker other(makeOptions());
+  other.inject({"path.getKeyCount", Fault::Effect::kStatus});
+  RequestScope scope(*broker_);
+  CMPIObjectPath* path = scope.make(disk("a"));
+  EXPECT_EQ(path->ft->getKeyCount(path, nullptr), 1U);
+  const RequestScope inner(other);
+  EXPECT_EQ(path->ft->getKeyCount(path, nullptr), 0U);
 }
 
 TEST_F(UpCallStatuses, FaultsAreInjectedIntoAnySlot) {

@@ -1,6 +1,6 @@
 #include <cstring>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "cmpi/abi/cmpi_tables.h"
 #include "tests/broker/support/broker_fixture.h"
 
@@ -24,7 +24,7 @@ using testing::IsEmpty;
 
 class Tables : public testing::Test {
  protected:
-  Broker broker_{makeOptions()};
+  TestBroker broker_{makeOptions()};
   RequestScope scope_{broker_};
   const CMPIBroker* mb_ = Broker::cmpi();
   CMPIStatus rc_{CMPI_RC_OK, nullptr};
@@ -126,7 +126,7 @@ TEST_F(Tables, ServicesAreThreadsMutexesAndConditions) {
 }
 
 TEST_F(Tables, EnumerationsAreTakenInOrderAndBecomeArrays) {
-  Broker broker(makeOptions({makeSection("Test_Disk", "Sample", "i")}));
+  TestBroker broker(makeOptions({makeSection("Test_Disk", "Sample", "i")}));
   SampleLibrary library;
   RequestScope scope(broker);
   CMPIObjectPath* path = mb_->eft->newObjectPath(mb_, "root/test", "Test_Disk", nullptr);

@@ -345,14 +345,14 @@ TEST(WithoutABroker, ObjectsCannotBeMade) {
 // ---- memory
 
 TEST_F(Objects, MarkFreesWhatIsMadeInsideIt) {
-  const std::size_t before = orv::broker::Broker::liveObjectsOfThisThread();
+  const std::size_t before = orv::broker::TestBroker::liveObjectsOfThisThread();
   {
     const CmpiMemoryMark mark(scope_.broker());
     CmpiObjectPath path("root/cimv2", "T");
     path.setKey("K", "v");
-    EXPECT_GT(orv::broker::Broker::liveObjectsOfThisThread(), before);
+    EXPECT_GT(orv::broker::TestBroker::liveObjectsOfThisThread(), before);
   }
-  EXPECT_EQ(orv::broker::Broker::liveObjectsOfThisThread(), before);
+  EXPECT_EQ(orv::broker::TestBroker::liveObjectsOfThisThread(), before);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "cmpi/cmpi_status.h"
 #include "framework/thread_times.h"
 #include "tests/support/recording_broker.h"
@@ -38,7 +38,7 @@ struct Seams {
 
 Seams seams;
 
-std::size_t liveContexts() { return orv::broker::Broker::liveObjects().contexts; }
+std::size_t liveContexts() { return orv::broker::TestBroker::liveContexts(); }
 
 }  // namespace
 

@@ -117,8 +117,9 @@ CmpiObjectPath makePath(const std::string& className, const std::vector<TextKey>
   return path;
 }
 
-HealthTest::HealthTest(Broker::Options options)
-    : broker_(std::move(options)), scope_(std::make_unique<broker::RequestScope>(broker_)) {
+HealthTest::HealthTest(Broker::Options options, broker::ContextTable contextTable)
+    : broker_(std::move(options), contextTable),
+      scope_(std::make_unique<broker::RequestScope>(broker_)) {
   setenv("ORV_HOST_FILE", ORV_SOURCE_DIR "/tests/hosts/example.json", 1);
   CmpiProviderBase::setBroker(Broker::cmpi());
   resetMonitorState();

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "cmpi/cmpi_object_path.h"
 #include "health/health_monitor.h"
 #include "health/latched_store.h"
@@ -41,7 +41,8 @@ CmpiObjectPath makePath(const std::string& className, const std::vector<TextKey>
 /// The calling thread is a request thread of a broker; nothing is latched, no thread runs.
 class HealthTest : public ::testing::Test {
  protected:
-  explicit HealthTest(broker::Broker::Options options = healthBrokerOptions());
+  explicit HealthTest(broker::Broker::Options options = healthBrokerOptions(),
+                      broker::ContextTable contextTable = broker::ContextTable::kEightSlots);
   ~HealthTest() override;
 
   CmpiBroker binding() const { return CmpiBroker(scope_->broker()); }
@@ -50,7 +51,7 @@ class HealthTest : public ::testing::Test {
   /// One poll cycle at the time `now`, into `store_`; returns the roll-up.
   std::uint16_t poll(std::time_t now = 1'600'000'000);
 
-  broker::Broker broker_;
+  broker::TestBroker broker_;
   std::unique_ptr<broker::RequestScope> scope_;
   OrvLatchedHealth::LatchedStore store_;
 };

@@ -11,9 +11,9 @@ namespace orv::test {
 
 namespace {
 
-using broker::Broker;
 using broker::ContextTable;
 using broker::Fault;
+using broker::TestBroker;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -177,33 +177,27 @@ TEST_F(HealthCycle, LeavesNoObjectBehind) {
   }
   scriptedHardware().fail("CIM_Processor", CMPI_RC_ERR_FAILED);
   poll();
-  const std::size_t before = Broker::liveObjectsOfThisThread();
+  const std::size_t before = TestBroker::liveObjectsOfThisThread();
   poll();
-  EXPECT_EQ(Broker::liveObjectsOfThisThread(), before);
-}
-
-broker::Broker::Options optionsWith(ContextTable table) {
-  broker::Broker::Options options = healthBrokerOptions();
-  options.contextTable = table;
-  return options;
+  EXPECT_EQ(TestBroker::liveObjectsOfThisThread(), before);
 }
 
 class SevenSlotsCycle : public HealthCycle {
  protected:
-  SevenSlotsCycle() : HealthCycle(optionsWith(ContextTable::kSevenSlots)) {}
+  SevenSlotsCycle() : HealthCycle(healthBrokerOptions(), ContextTable::kSevenSlots) {}
 };
 
 TEST_F(SevenSlotsCycle, DataBehindTheTableIsNotInvokedAndNothingIsLeftBehind) {
   scriptedHardware().set("CIM_Sensor", {device("CIM_Sensor", "a", 10)});
-  const std::size_t before = Broker::liveObjectsOfThisThread();
+  const std::size_t before = TestBroker::liveObjectsOfThisThread();
   EXPECT_EQ(poll(), 10);
-  EXPECT_EQ(Broker::liveObjectsOfThisThread(), before);
+  EXPECT_EQ(TestBroker::liveObjectsOfThisThread(), before);
   EXPECT_EQ(broker_.contextReleaseCalls(), 0u);
 }
 
 class NullSlotCycle : public HealthCycle {
  protected:
-  NullSlotCycle() : HealthCycle(optionsWith(ContextTable::kSevenSlotsNull)) {}
+  NullSlotCycle() : HealthCycle(healthBrokerOptions(), ContextTable::kSevenSlotsNull) {}
 };
 
 TEST_F(NullSlotCycle, ANullWordBehindTheTableIsNotInvoked) {

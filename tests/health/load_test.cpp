@@ -35,10 +35,10 @@ namespace orv::test {
 
 namespace {
 
-using broker::Broker;
 using broker::Instance;
 using broker::RecordingResult;
 using broker::RequestScope;
+using broker::TestBroker;
 using OrvLatchedHealth::monitorState;
 using OrvLatchedHealth::OrvLatchedHealthState;
 
@@ -88,11 +88,11 @@ TEST_F(Load, MemoryDoesNotGrowAfterTheFirstThousandCycles) {
   pollTimes(first);
   ASSERT_EQ(store_.healthList().size(), kElements / 10u);
   const std::size_t heap = heapInUse();
-  const std::size_t objects = Broker::liveObjects().total();
+  const std::size_t objects = TestBroker::liveObjects();
   pollTimes(all - first);
   std::printf("%d cycles over %d elements: heap %zu bytes after %d cycles, %zu at the end\n", all,
               kElements, heap, first, heapInUse());
-  EXPECT_EQ(Broker::liveObjects().total(), objects);
+  EXPECT_EQ(TestBroker::liveObjects(), objects);
   EXPECT_LE(heapInUse(), heap + 1024);
   EXPECT_EQ(store_.healthList().size(), kElements / 10u);
   EXPECT_TRUE(syslogLines().empty());
@@ -101,7 +101,7 @@ TEST_F(Load, MemoryDoesNotGrowAfterTheFirstThousandCycles) {
 /// One client: asks for everything there is, again and again, and checks what it gets.
 class Client {
  public:
-  explicit Client(Broker& broker) : scope_(broker), provider_(manager(), context()) {}
+  explicit Client(TestBroker& broker) : scope_(broker), provider_(manager(), context()) {}
 
   /// Asks once; the number of records seen.
   std::size_t ask() {

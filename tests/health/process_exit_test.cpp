@@ -51,9 +51,9 @@ enum Variant { kAtOnce, kWaiting, kPolling, kCleanupUnderWay, kVariants };
 
 [[noreturn]] void endWhileThreadsRun(const Broker::Options& options, int run) {
   alarm(kSecondsUntilHang);
-  static Broker* broker;  // never destroyed, as an object manager's is not
+  static broker::TestBroker* broker;  // never destroyed, as an object manager's is not
   static Poll* poll;
-  broker = new Broker(options);
+  broker = new broker::TestBroker(options);
   poll = new Poll;
   const int variant = run % kVariants;
   setPeriodMilliseconds(variant == kPolling ? 0 : kUntilStopped);

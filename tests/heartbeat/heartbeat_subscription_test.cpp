@@ -7,7 +7,7 @@
 #include <mutex>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "cmpi/abi/cmpi_tables.h"
 #include "tests/heartbeat/heartbeat_seams.h"
 #include "tests/heartbeat/own_process.h"
@@ -19,13 +19,13 @@ extern "C" CMPIIndicationMI* Orvane_CIMHeartbeat_Create_IndicationMI(const CMPIB
 
 namespace {
 
-using orv::broker::Broker;
 using orv::broker::Instance;
+using orv::broker::TestBroker;
 using orv::test::heartbeatSeams;
 using orv::test::inProcessOfItsOwn;
 
 /// A broker that loads the heartbeat provider when somebody subscribes.
-Broker::Options options() {
+TestBroker::Options options() {
   return orv::test::linkedProviders(
       {{"Orvane_CIMHeartbeat_Create_IndicationMI",
         orv::test::linkedFactory(Orvane_CIMHeartbeat_Create_IndicationMI)}});
@@ -55,7 +55,7 @@ class Inbox {
   std::vector<Instance> received_;
 };
 
-orv::broker::SubscribeResult subscribe(Broker& broker, const std::string& query, Inbox& inbox) {
+orv::broker::SubscribeResult subscribe(TestBroker& broker, const std::string& query, Inbox& inbox) {
   orv::broker::IndicationFilter filter;
   filter.query = query;
   return broker.subscribe(filter, [&inbox](const Instance& indication) { inbox.take(indication); });
@@ -65,7 +65,7 @@ TEST(HeartbeatSubscription, GetsHeartbeatAfterHeartbeat) {
   inProcessOfItsOwn([] {
     heartbeatSeams().periodsToPass = INT_MAX;
     Inbox inbox;
-    Broker broker(options());
+    TestBroker broker(options());
     const auto subscription = subscribe(broker, "SELECT * FROM Orvane_CIMHeartbeat", inbox);
     ASSERT_TRUE(subscription.ok()) << subscription.message.value_or("");
     ASSERT_TRUE(inbox.waitFor(3));
@@ -85,7 +85,7 @@ TEST(HeartbeatSubscription, ThatSelectsPropertiesDoesNotCutLaterHeartbeats) {
     heartbeatSeams().periodsToPass = INT_MAX;
     Inbox names;
     Inbox whole;
-    Broker broker(options());
+    TestBroker broker(options());
     const auto selecting = subscribe(broker, "SELECT hostname FROM Orvane_CIMHeartbeat", names);
     ASSERT_TRUE(selecting.ok());
     ASSERT_TRUE(names.waitFor(5));
@@ -109,7 +109,7 @@ TEST(HeartbeatSubscription, ThatSelectsPropertiesDoesNotCutLaterHeartbeats) {
 TEST(HeartbeatSubscription, OutlivesTheIdleCheck) {
   inProcessOfItsOwn([] {
     Inbox inbox;
-    Broker broker(options());
+    TestBroker broker(options());
     ASSERT_TRUE(subscribe(broker, "SELECT * FROM Orvane_CIMHeartbeat", inbox).ok());
     EXPECT_FALSE(broker.idleCheck().exits);
     broker.shutdown();
@@ -120,7 +120,7 @@ TEST(HeartbeatSubscription, EndsWithTheBrokersShutdownEvenWhenThatComesTwice) {
   inProcessOfItsOwn([] {
     heartbeatSeams().periodsToPass = INT_MAX;
     Inbox inbox;
-    Broker broker(options());
+    TestBroker broker(options());
     ASSERT_TRUE(subscribe(broker, "SELECT * FROM Orvane_CIMHeartbeat", inbox).ok());
     ASSERT_TRUE(inbox.waitFor(1));
     const auto outcome = broker.shutdown(true);

@@ -34,6 +34,7 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"processor", {"cmpi", "cmpi/abi", "platform", "framework"}},
     {"hardware", {"cmpi", "cmpi/abi", "platform", "framework"}},
     {"broker", {"cmpi/abi"}},
+    {"broker/testing", {"broker", "cmpi/abi"}},  // what only tests need
     {"cimxml", {"broker", "cmpi/abi"}},
     {"serve", {"cimxml", "broker", "cmpi/abi"}},
     {"tool", {"broker", "serve", "cmpi/abi", "platform/simulated"}},  // the host file's parser

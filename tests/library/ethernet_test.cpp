@@ -23,7 +23,7 @@ namespace {
 using broker::AssociationFilter;
 using broker::Instance;
 using broker::ObjectPath;
-using broker::Response;
+using Response = broker::TestResponse;
 using broker::Value;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -252,12 +252,12 @@ TEST_F(EthernetLibrary, RequestsMayRunAtOnce) {
 
 TEST_F(EthernetLibrary, RequestsLeaveNoBrokerObjectsBehind) {
   library_->associators(portPath("nic0"));
-  const std::size_t before = broker::Broker::liveObjects().total();
+  const std::size_t before = broker::TestBroker::liveObjects();
   for (int i = 0; i < 20; ++i) {
     library_->associators(portPath("nic0"));
     library_->enumerateInstances("root/cimv2", "Orvane_EPStatistics");
   }
-  EXPECT_EQ(broker::Broker::liveObjects().total(), before);
+  EXPECT_EQ(broker::TestBroker::liveObjects(), before);
 }
 
 TEST_F(EthernetLibrary, CreatingChangingAndDeletingAreNotSupported) {

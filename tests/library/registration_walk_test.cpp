@@ -16,7 +16,7 @@ namespace {
 using broker::AssociationFilter;
 using broker::ObjectPath;
 using broker::RegistrationSection;
-using broker::Response;
+using Response = broker::TestResponse;
 
 /// What has nothing to show on the example host, and why: by class, or by class and the role that
 /// is started from.

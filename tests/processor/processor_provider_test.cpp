@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "tests/support/linked_providers.h"
 #include "tests/support/simulated_host_file.h"
 
@@ -18,7 +18,7 @@ using orv::broker::Instance;
 using orv::broker::ObjectPath;
 using orv::broker::Operation;
 using orv::broker::Request;
-using orv::broker::Response;
+using Response = orv::broker::TestResponse;
 using orv::broker::Value;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -93,7 +93,7 @@ class ProcessorProvider : public testing::Test {
   }
 
   SimulatedHostFile host_{"{}"};
-  orv::broker::Broker broker_{orv::test::linkedProviders(
+  orv::broker::TestBroker broker_{orv::test::linkedProviders(
       {{"OrvaneProcessorProvider_Create_InstanceMI",
         orv::test::linkedFactory(&OrvaneProcessorProvider_Create_InstanceMI)}})};
 };

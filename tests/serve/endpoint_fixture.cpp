@@ -118,7 +118,7 @@ ServedLibrary::ServedLibrary(serve::Endpoint::Settings settings, const std::stri
     : host_(host.empty() ? fileText(ORV_SOURCE_DIR "/tests/hosts/example.json") : host) {
   broker::Broker::Options options = brokerOptions();
   const auto namespaces = options.namespaces;
-  broker_ = std::make_unique<broker::Broker>(std::move(options));
+  broker_ = std::make_unique<broker::TestBroker>(std::move(options));
   if (settings.host.empty()) settings.host = "serving-host";
   endpoint_ = std::make_unique<serve::Endpoint>(*broker_, namespaces, settings);
   port_ = endpoint_->start({"127.0.0.1", 0});

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "serve/endpoint.h"
 #include "tests/support/simulated_host_file.h"
 
@@ -51,7 +51,7 @@ class ServedLibrary {
   ServedLibrary& operator=(const ServedLibrary&) = delete;
 
   int port() const { return port_; }
-  broker::Broker& broker() { return *broker_; }
+  broker::TestBroker& broker() { return *broker_; }
   void stopEndpoint() { endpoint_.reset(); }
 
   Reply post(const std::string& body) const { return postTo(port_, body); }
@@ -64,7 +64,7 @@ class ServedLibrary {
 
  private:
   SimulatedHostFile host_;
-  std::unique_ptr<broker::Broker> broker_;
+  std::unique_ptr<broker::TestBroker> broker_;
   std::unique_ptr<serve::Endpoint> endpoint_;
   int port_ = 0;
 };

@@ -103,12 +103,12 @@ TEST(Soak, SixtyFourClientsAtOnceAreServedWithoutErrorOrGrowth) {
   const Requests requests(served);
   std::string failure;
   askWithManyClients(served, requests, std::chrono::seconds(1), failure);
-  const std::size_t objectsBefore = broker::Broker::liveObjects().total();
+  const std::size_t objectsBefore = broker::TestBroker::liveObjects();
   const std::size_t bytesBefore = bytesInUse();
   const std::size_t answers = askWithManyClients(served, requests, duration(), failure);
   EXPECT_EQ(failure, "");
   EXPECT_GE(answers, std::size_t{kClients});
-  EXPECT_EQ(broker::Broker::liveObjects().total(), objectsBefore);
+  EXPECT_EQ(broker::TestBroker::liveObjects(), objectsBefore);
   constexpr std::size_t kNoise = 1024 * 1024;  // threads that have not quite ended
   EXPECT_LE(bytesInUse(), bytesBefore + kNoise);
   RecordProperty("answers", static_cast<int>(answers));

@@ -94,7 +94,7 @@ void addAlerts(broker::Broker::Options& options) {
       reinterpret_cast<void*>(&createIndicationMI);
 }
 
-void deliverAlert(broker::Broker& broker, unsigned number, const std::string& text) {
+void deliverAlert(broker::TestBroker& broker, unsigned number, const std::string& text) {
   broker::RequestScope scope(broker, "TestAlerts", "T_Alert");
   broker::Instance alert;
   alert.path.nameSpace = "root/cimv2";

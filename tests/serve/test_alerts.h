@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 
 /// A C provider of indications that a test delivers when it likes: class T_Alert with `number` and
 /// `text`.
@@ -27,6 +27,6 @@ constexpr const char* kAlertMof =
 void addAlerts(broker::Broker::Options& options);
 
 /// Delivers one, as a provider's thread does.
-void deliverAlert(broker::Broker& broker, unsigned number, const std::string& text = "alert");
+void deliverAlert(broker::TestBroker& broker, unsigned number, const std::string& text = "alert");
 
 }  // namespace orv::test

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "tests/support/fake_boot_config.h"
 #include "tests/support/linked_providers.h"
 #include "tests/support/simulated_host_file.h"
@@ -25,12 +25,12 @@ CMPIAssociationMI* OrvaneInstalledSoftwareIdentity_Create_AssociationMI(const CM
 /// The two software providers on a simulated host and a boot configuration of the test's own.
 class SoftwareTest : public testing::Test {
  protected:
-  using Broker = orv::broker::Broker;
+  using Broker = orv::broker::TestBroker;
   using Instance = orv::broker::Instance;
   using ObjectPath = orv::broker::ObjectPath;
   using Operation = orv::broker::Operation;
   using Request = orv::broker::Request;
-  using Response = orv::broker::Response;
+  using Response = orv::broker::TestResponse;
   using Value = orv::broker::Value;
 
   static constexpr const char* kNameSpace = "root/cimv2";

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "broker/broker.h"
 #include "broker/mof_reader.h"
 #include "broker/registration.h"
+#include "broker/testing/test_broker.h"
 #include "tests/support/simulated_host_file.h"
 
 /// The whole provider library, loaded by the embedded broker as an object manager loads it, with
@@ -23,8 +23,8 @@ class LoadedLibrary {
   LoadedLibrary(const LoadedLibrary&) = delete;
   LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
-  broker::Broker& operator*() { return broker_; }
-  broker::Broker* operator->() { return &broker_; }
+  broker::TestBroker& operator*() { return broker_; }
+  broker::TestBroker* operator->() { return &broker_; }
 
  private:
   static broker::Broker::Options options(const std::string& libraryFile) {
@@ -37,7 +37,7 @@ class LoadedLibrary {
     return options;
   }
 
-  broker::Broker broker_;
+  broker::TestBroker broker_;
 };
 
 }  // namespace orv::test

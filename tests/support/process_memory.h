@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <fstream>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 
 /// Shows that work done again and again leaves nothing behind: neither broker objects nor memory.
 namespace orv::test {
@@ -32,14 +32,14 @@ class MemoryAfterWarmUp {
  public:
   /// After the first rounds, which fill caches.
   void warmedUp() {
-    objects_ = broker::Broker::liveObjects().total();
+    objects_ = broker::TestBroker::liveObjects();
     resident_ = residentBytes();
   }
 
   /// Sanitizers keep freed memory for a while, and records of their own: the limit leaves room for
   /// that, and for nothing that grows with each round.
   void expectNoGrowth() const {
-    EXPECT_EQ(objects_, broker::Broker::liveObjects().total());
+    EXPECT_EQ(objects_, broker::TestBroker::liveObjects());
     constexpr std::size_t kLimit = std::size_t{kSanitized ? 400 : 2} << 20;
     EXPECT_LE(residentBytes(), resident_ + kLimit);
   }

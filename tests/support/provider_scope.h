@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "broker/broker.h"
 #include "broker/mof_reader.h"
+#include "broker/testing/test_broker.h"
 #include "cmpi/cmpi_context.h"
 #include "cmpi/cmpi_memory_mark.h"
 #include "cmpi/cmpi_object_path.h"
@@ -62,7 +62,7 @@ class ProviderScope {
     CmpiProviderBase::setBroker(scope_.broker());
   }
 
-  broker::Broker& embeddedBroker() { return broker_; }
+  broker::TestBroker& embeddedBroker() { return broker_; }
   broker::RequestScope& scope() { return scope_; }
   CmpiContext context() const { return CmpiContext(scope_.context()); }
   CmpiBroker broker() const { return CmpiBroker(scope_.broker()); }
@@ -104,7 +104,7 @@ class ProviderScope {
     return options;
   }
 
-  broker::Broker broker_;
+  broker::TestBroker broker_;
   broker::RequestScope scope_;
 };
 

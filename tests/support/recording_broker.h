@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "broker/broker.h"
+#include "broker/testing/test_broker.h"
 #include "cmpi/cmpi_broker.h"
 #include "cmpi/cmpi_context.h"
 #include "cmpi/cmpi_result.h"
@@ -59,7 +59,7 @@ class RecordingBroker {
   static CMPIContext* prepareAttach(const CMPIBroker* broker, const CMPIContext* context);
   static CMPIStatus attach(const CMPIBroker* broker, const CMPIContext* context);
 
-  broker::Broker embedded_;
+  broker::TestBroker embedded_;
   broker::RequestScope scope_;
   CMPIBrokerFT calls_;
   CMPIBroker record_;

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "broker/broker.h"
 #include "broker/mof_reader.h"
+#include "broker/testing/test_broker.h"
 
 namespace orv::broker {
 
@@ -107,18 +107,19 @@ class SampleLibrary {
 /// A broker over the sample library.
 class SampleBroker : public testing::Test {
  protected:
-  Broker& start(std::vector<RegistrationSection> registration) {
+  TestBroker& start(std::vector<RegistrationSection> registration) {
     return start(makeOptions(std::move(registration)));
   }
-  Broker& start(Broker::Options options) {
-    broker_ = std::make_unique<Broker>(std::move(options));
+  TestBroker& start(Broker::Options options,
+                    ContextTable contextTable = ContextTable::kEightSlots) {
+    broker_ = std::make_unique<TestBroker>(std::move(options), contextTable);
     return *broker_;
   }
   static ObjectPath disk(const std::string& id, const std::string& className = "Test_Disk") {
     return {"", "root/test", className, {{"Id", Value::ofString(id)}}};
   }
 
-  std::unique_ptr<Broker> broker_;
+  std::unique_ptr<TestBroker> broker_;
   SampleLibrary library_;  // gone before the broker
 };
 

@@ -1,0 +1,116 @@
+// Registration and removal with the real broker's own commands.
+
+#include <filesystem>
+#include <map>
+
+#include "tests/packaging/installed_tree.h"
+#include "tests/real_broker/broker_fixture.h"
+
+namespace orv::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char kDeadListener[] = "http://127.0.0.1:9/";
+
+class RealRegistrationTest : public RealBrokerTest {
+ protected:
+  std::map<std::string, std::string> repository() const {
+    std::map<std::string, std::string> files;
+    for (const std::string& file : filesBelow("/var/lib/sfcb")) {
+      files[file] = fileText("/var/lib/sfcb/" + file);
+    }
+    return files;
+  }
+
+  void restart() {
+    sandbox_->stop();
+    ASSERT_TRUE(sandbox_->start()) << sandbox_->log();
+  }
+
+  Outcome removePackage() const {
+    return sandbox_->run({ORV_SOURCE_DIR "/packaging/prerm", "remove"});
+  }
+};
+
+TEST_F(RealRegistrationTest, ComesAndGoes) {
+  serve();
+  EXPECT_EQ(ask("EnumerateInstanceNames", classParameter("Orvane_Processor")).code(), 0);
+  EXPECT_GT(ask("EnumerateInstanceNames", classParameter("Orvane_Processor")).count("INSTANCENAME"),
+            0U);
+  const Outcome again = sandbox_->registerProviders();
+  EXPECT_EQ(again.status, 0) << again.out << again.err;
+  const Outcome undone = sandbox_->registerProviders({"--undo"});
+  EXPECT_EQ(undone.status, 0) << undone.out << undone.err;
+  restart();
+  EXPECT_EQ(ask("EnumerateInstanceNames", classParameter("Orvane_Processor")).code(), 5);
+  EXPECT_EQ(ask("EnumerateInstanceNames", classParameter("CIM_Processor")).count("INSTANCENAME"),
+            0U);
+}
+
+TEST_F(RealRegistrationTest, WithSubscriptionsLeavesTheRepositoryAsItIs) {
+  serve();
+  ASSERT_EQ(subscribe("beats", "Orvane_CIMHeartbeat", kDeadListener), "");
+  sandbox_->stop();
+  const auto before = repository();
+  for (const std::vector<std::string>& options :
+       std::vector<std::vector<std::string>>{{}, {"--undo"}}) {
+    const Outcome outcome = sandbox_->registerProviders(options);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("cim_indicationhandlercimxml"));
+    EXPECT_THAT(outcome.err, HasSubstr("--drop-instances"));
+    EXPECT_EQ(repository(), before);
+  }
+  ASSERT_TRUE(sandbox_->start());
+  EXPECT_GT(ask("EnumerateInstanceNames", classParameter("Orvane_Processor")).count("INSTANCENAME"),
+            0U);
+  EXPECT_EQ(ask("EnumerateInstanceNames", classParameter("CIM_IndicationFilter"), "root/interop")
+                .count("INSTANCENAME"),
+            1U);
+}
+
+TEST_F(RealRegistrationTest, DropsTheSubscriptionsOnRequest) {
+  serve();
+  ASSERT_EQ(subscribe("beats", "Orvane_CIMHeartbeat", kDeadListener), "");
+  sandbox_->stop();
+  const Outcome outcome = sandbox_->registerProviders({"--drop-instances"});
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  ASSERT_TRUE(sandbox_->start());
+  EXPECT_GT(ask("EnumerateInstanceNames", classParameter("Orvane_Processor")).count("INSTANCENAME"),
+            0U);
+  EXPECT_EQ(ask("EnumerateInstanceNames", classParameter("CIM_IndicationFilter"), "root/interop")
+                .count("INSTANCENAME"),
+            0U);
+}
+
+TEST_F(RealRegistrationTest, RemovalTakesItBack) {
+  serve();
+  sandbox_->stop();
+  const Outcome removed = removePackage();
+  EXPECT_EQ(removed.status, 0) << removed.err;
+  EXPECT_THAT(fileText(sandbox_->registration() + "/providerRegister"), Not(HasSubstr("[Orvane_")));
+  ASSERT_TRUE(sandbox_->start());
+  EXPECT_GT(ask("EnumerateClassNames", "").count("CLASSNAME"), 0U);
+  EXPECT_GT(ask("EnumerateClassNames", "", "root/interop").count("CLASSNAME"), 0U);
+}
+
+TEST_F(RealRegistrationTest, RemovalWithSubscriptionsLeavesABrokerThatKnowsItsClasses) {
+  serve();
+  ASSERT_EQ(subscribe("beats", "Orvane_CIMHeartbeat", kDeadListener), "");
+  sandbox_->stop();
+  const Outcome removed = removePackage();
+  EXPECT_EQ(removed.status, 0);
+  EXPECT_THAT(removed.err, HasSubstr("taking the registration alone"));
+  EXPECT_THAT(fileText(sandbox_->registration() + "/providerRegister"), Not(HasSubstr("[Orvane_")));
+  ASSERT_TRUE(sandbox_->start());
+  EXPECT_EQ(ask("GetClass", classParameter("CIM_Processor")).code(), 0);
+  EXPECT_EQ(ask("EnumerateInstanceNames", classParameter("Orvane_Processor")).count("INSTANCENAME"),
+            0U);
+  EXPECT_EQ(ask("EnumerateInstanceNames", classParameter("CIM_IndicationFilter"), "root/interop")
+                .count("INSTANCENAME"),
+            1U);
+}
+
+}  // namespace
+}  // namespace orv::test

@@ -87,11 +87,7 @@ CmpiInstance endpointInstance(const endpointDetails& record, const ScopingKeys& 
       {"CreationClassName", className},
       {"Name", record.name},
   };
-  // The keys are in the path from the start: an object manager that has no definition of the class
-  // knows no others.
-  CmpiObjectPath path(nameSpace.c_str(), className);
-  for (const auto& [name, value] : keys) path.setKey(name, value);
-  CmpiInstance instance(path);
+  CmpiInstance instance(CmpiObjectPath(nameSpace.c_str(), className));
   const char* keyNames[] = {keys[0].first, keys[1].first, keys[2].first, keys[3].first, nullptr};
   instance.setPropertyFilter(properties, keyNames);
   for (const auto& [name, value] : keys) instance.setProperty(name, value);

@@ -195,7 +195,7 @@ TEST_F(EndpointProviderTest, PathHasTheFourKeys) {
   EXPECT_EQ("root/cimv2", path.nameSpace);
 }
 
-/// What newInstance is given while it lives.
+/// The keys that newInstance is given while it lives.
 class InstancePaths {
  public:
   InstancePaths() : real_(*CmpiProviderBase::getBroker()), factories_(*real_.eft) {
@@ -229,11 +229,11 @@ class InstancePaths {
   CMPIBrokerEncFT factories_;
 };
 
-TEST_F(EndpointProviderTest, InstancesAreMadeOnAPathThatHasItsKeys) {
+TEST_F(EndpointProviderTest, InstancesAreMadeOnNamespaceAndClassAlone) {
   const InstancePaths paths;
-  enumerate(kIpv4Class);
-  EXPECT_THAT(InstancePaths::keyNames,
-              ElementsAre("SystemCreationClassName", "SystemName", "CreationClassName", "Name"));
+  EXPECT_EQ(1U, enumerate(kIpv4Class).instances.size());
+  EXPECT_EQ(1U, get(named(kIpv4Class, "hk0")).instances.size());
+  EXPECT_THAT(InstancePaths::keyNames, IsEmpty());
 }
 
 TEST_F(EndpointProviderTest, TheSystemsNameIsAskedForOnceInARequest) {

@@ -57,7 +57,7 @@ std::string dateText(std::string_view month, int day, int year) {
   return std::string(month) + " " + std::to_string(day) + " " + std::to_string(year);
 }
 
-/// "(2024-02-01)", parentheses aside.
+/// "(2024-02-01)", or with a time of day "(2025-01-24T12:32Z)"; parentheses aside.
 std::string isoDate(std::string_view word) {
   constexpr std::string_view kParentheses = "()";
   while (!word.empty() && kParentheses.find(word.front()) != std::string_view::npos) {
@@ -66,6 +66,7 @@ std::string isoDate(std::string_view word) {
   while (!word.empty() && kParentheses.find(word.back()) != std::string_view::npos) {
     word.remove_suffix(1);
   }
+  word = word.substr(0, word.find('T'));
   if (word.size() != 10 || word[4] != '-' || word[7] != '-') return {};
   const auto year = yearOf(word.substr(0, 4));
   const auto month = numberIn(word.substr(5, 2), 1, 12);
@@ -84,6 +85,16 @@ std::string calendarDate(const std::vector<std::string_view>& words, std::size_t
     if (const auto year = yearOf(words[i])) return dateText(*month, *day, *year);
   }
   return {};
+}
+
+/// Day, month and year at `position`: "Fri, 17 Jan 2025 15:26:31 +0000" after its first word.
+std::string mailDate(const std::vector<std::string_view>& words, std::size_t position) {
+  if (position + 2 >= words.size()) return {};
+  const auto day = dayOf(words[position]);
+  const auto* month = std::find(kMonths.begin(), kMonths.end(), words[position + 1]);
+  const auto year = yearOf(words[position + 2]);
+  if (!day || month == kMonths.end() || !year) return {};
+  return dateText(*month, *day, *year);
 }
 
 }  // namespace
@@ -120,6 +131,7 @@ std::string releaseDateOf(std::string_view kernelVersion) {
   for (std::size_t i = 0; i < words.size(); ++i) {
     std::string date = isoDate(words[i]);
     if (date.empty()) date = calendarDate(words, i);
+    if (date.empty()) date = mailDate(words, i);
     if (!date.empty()) return date;
   }
   return {};

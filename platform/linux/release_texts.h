@@ -25,8 +25,9 @@ std::string dottedVersion(std::string_view kernelRelease);
 /// when there is none.
 std::int32_t buildNumberOf(std::string_view kernelVersion);
 
-/// The date in a kernel version text in the form "Feb 1 2024", empty without one. Two forms are in
-/// use: "... Debian 6.1.76-1 (2024-02-01)" and "... Thu Feb  1 14:00:00 UTC 2024".
+/// The date in a kernel version text in the form "Feb 1 2024", empty without one. Four forms are in
+/// use: "... Debian 6.1.76-1 (2024-02-01)", "... (2025-01-24T12:32Z)", "... Thu Feb  1 14:00:00 UTC
+/// 2024" and "... Fri, 17 Jan 2025 15:26:31 +0000".
 std::string releaseDateOf(std::string_view kernelVersion);
 
 /// The beginning of a UTF-8 text that fits `size` bytes and ends with a whole character.

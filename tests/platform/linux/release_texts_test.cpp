@@ -49,16 +49,19 @@ TEST(BuildNumber, IsTheKernelsBuildCounter) {
   EXPECT_EQ(buildNumberOf("#99999999999"), 0) << "too large to be one";
 }
 
-TEST(ReleaseDate, IsFoundInBothForms) {
+TEST(ReleaseDate, IsFoundInEveryForm) {
   EXPECT_EQ(releaseDateOf("#1 SMP PREEMPT_DYNAMIC Debian 6.1.76-1 (2024-02-01)"), "Feb 1 2024");
   EXPECT_EQ(releaseDateOf("#1 SMP Thu Sep 21 14:00:00 UTC 2023"), "Sep 21 2023");
   EXPECT_EQ(releaseDateOf("#1 SMP Sat Oct  4 14:00:00 2014"), "Oct 4 2014");
+  EXPECT_EQ(releaseDateOf("#1 SMP PREEMPT_DYNAMIC Fri, 17 Jan 2025 15:26:31 +0000"), "Jan 17 2025");
+  EXPECT_EQ(releaseDateOf("#1 SMP PREEMPT Fedora 6.12 (2025-01-24T12:32Z)"), "Jan 24 2025");
 }
 
 TEST(ReleaseDate, IsEmptyWithoutADate) {
-  for (const char* text :
-       {"#1 SMP PREEMPT_DYNAMIC @0", "", "#1 SMP", "#1 Thu Sep", "#1 Thu Sep 21", "#1 Sep 32 2023",
-        "#1 (2024-13-01)", "#1 (2024-02-00)", "#1 (20240201)", "#1 Sep 21 a b c 2023"}) {
+  for (const char* text : {"#1 SMP PREEMPT_DYNAMIC @0", "", "#1 SMP", "#1 Thu Sep", "#1 Thu Sep 21",
+                           "#1 Sep 32 2023", "#1 (2024-13-01)", "#1 (2024-02-00)", "#1 (20240201)",
+                           "#1 Sep 21 a b c 2023", "#1 Fri, 17 Jan", "#1 Fri, 32 Jan 2025",
+                           "#1 17 Jan 15:26:31 +0000", "#1 (2025-01-2T12:32Z)"}) {
     EXPECT_EQ(releaseDateOf(text), "") << text;
   }
 }

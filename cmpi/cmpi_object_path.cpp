@@ -1,9 +1,8 @@
 #include "cmpi/cmpi_object_path.h"
 
-#include <strings.h>
-
 #include <cstring>
 
+#include "cmpi/ascii.h"
 #include "cmpi/cmpi_provider_base.h"
 #include "cmpi/cmpi_reference.h"
 #include "cmpi/cmpi_status.h"
@@ -23,6 +22,10 @@ CmpiString getText(const CMPIObjectPath* path, Getter getter) {
 const char* textOrEmpty(const CmpiString& text) {
   const char* chars = text.charPtr();
   return chars == nullptr ? "" : chars;
+}
+
+bool sameText(const CmpiString& a, const CmpiString& b) {
+  return equalIgnoringCase(textOrEmpty(a), textOrEmpty(b));
 }
 
 /// Empty also when the broker cannot read it.
@@ -144,9 +147,9 @@ void CmpiObjectPath::setKey(const char* name, const CmpiData& value) {
 bool operator==(const CmpiObjectPath& a, const CmpiObjectPath& b) {
   if (a.isNull() || b.isNull()) return a.isNull() && b.isNull();
   if (a.getEnc() == b.getEnc()) return true;
-  if (strcasecmp(textOrEmpty(a.getClassName()), textOrEmpty(b.getClassName())) != 0 ||
-      strcasecmp(textOrEmpty(a.getNameSpace()), textOrEmpty(b.getNameSpace())) != 0 ||
-      strcasecmp(textOrEmpty(readableHost(a)), textOrEmpty(readableHost(b))) != 0) {
+  if (!sameText(a.getClassName(), b.getClassName()) ||
+      !sameText(a.getNameSpace(), b.getNameSpace()) ||
+      !sameText(readableHost(a), readableHost(b))) {
     return false;
   }
   const CMPICount count = a.getKeyCount();

@@ -1,9 +1,8 @@
 #include "cmpi/cmpi_string.h"
 
-#include <strings.h>
-
 #include <cstring>
 
+#include "cmpi/ascii.h"
 #include "cmpi/cmpi_provider_base.h"
 #include "cmpi/cmpi_status.h"
 
@@ -29,5 +28,5 @@ bool CmpiString::equals(const char* other) const {
 
 bool CmpiString::equalsIgnoreCase(const char* other) const {
   const char* text = charPtr();
-  return text != nullptr && other != nullptr && strcasecmp(text, other) == 0;
+  return text != nullptr && other != nullptr && equalIgnoringCase(text, other);
 }

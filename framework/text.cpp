@@ -1,11 +1,11 @@
 #include "framework/text.h"
 
-#include <strings.h>
+#include "cmpi/ascii.h"
 
 namespace ORV {
 
 bool sameName(const char* a, const char* b) {
-  return a != nullptr && b != nullptr && strcasecmp(a, b) == 0;
+  return a != nullptr && b != nullptr && equalIgnoringCase(a, b);
 }
 
 bool isGiven(const char* filter) { return filter != nullptr && *filter != '\0'; }

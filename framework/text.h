@@ -9,7 +9,8 @@
 
 namespace ORV {
 
-/// CIM names: compared without regard to the case of ASCII letters. Null equals nothing.
+/// CIM names: compared without regard to the case of ASCII letters, whatever the locale. Null
+/// equals nothing.
 bool sameName(const char* a, const char* b);
 
 /// An optional filter of a request is given unless it is null or empty: brokers send either.

@@ -1,9 +1,9 @@
 #include "processor/processor_decode.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cstdio>
+
+#include "cmpi/ascii.h"
 
 namespace {
 
@@ -64,7 +64,7 @@ std::uint32_t bitField(std::uint32_t word, unsigned lowBit, unsigned highBit) {
 std::string_view upToNul(std::string_view field) { return field.substr(0, field.find('\0')); }
 
 bool beginsWith(std::string_view text, std::string_view word) {
-  return text.size() >= word.size() && strncasecmp(text.data(), word.data(), word.size()) == 0;
+  return text.size() >= word.size() && equalIgnoringCase(text.substr(0, word.size()), word);
 }
 
 bool isPrintable(char c) { return c >= ' ' && c <= '~'; }

@@ -1,9 +1,12 @@
 #include "framework/text.h"
 
 #include <gtest/gtest.h>
+#include <strings.h>
 
 #include "cmpi/cmpi_status.h"
+#include "framework/object_identity.h"
 #include "tests/support/provider_scope.h"
+#include "tests/support/turkish_locale.h"
 
 namespace ORV {
 namespace {
@@ -12,6 +15,22 @@ TEST(Names, CountWithoutRegardToCase) {
   EXPECT_TRUE(sameName("Orvane_EthernetPort", "oRVANE_ethernetport"));
   EXPECT_TRUE(sameName("", ""));
   EXPECT_FALSE(sameName("Orvane_EthernetPort", "Orvane_EthernetPor"));
+}
+
+TEST(Names, CountWithoutRegardToCaseInEveryLocale) {
+  const orv::test::TurkishLocale locale;
+  if (!locale.isThere()) GTEST_SKIP() << "localedef makes no Turkish locale here";
+  ASSERT_NE(strcasecmp("i", "I"), 0) << "the C library folds as in English";
+  EXPECT_TRUE(sameName("Orvane_EPStatistics", "ORVANE_EPSTATISTICS"));
+  EXPECT_TRUE(sameName("ORVANE_EPSTATISTICS", "orvane_epstatistics"));
+  EXPECT_FALSE(sameName("\xfd", "I")) << "a dotless i is another letter";
+
+  orv::test::ProviderScope scope;
+  const CmpiObjectPath upper("ROOT/CIMV2", "ORVANE_EPSTATISTICS");
+  const CmpiObjectPath lower("root/cimv2", "orvane_epstatistics");
+  EXPECT_TRUE(upper == lower);
+  EXPECT_EQ(objectIdentity(upper, ""), objectIdentity(lower, ""));
+  EXPECT_TRUE(CmpiString("i").equalsIgnoreCase("I"));
 }
 
 TEST(Names, NullEqualsNothing) {

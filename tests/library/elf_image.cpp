@@ -62,8 +62,9 @@ class File {
 void readSymbols(const File& file, const Elf64_Shdr& section, ElfImage& image) {
   for (const auto& symbol : file.table<Elf64_Sym>(section)) {
     const bool local = ELF64_ST_BIND(symbol.st_info) == STB_LOCAL;
-    if (symbol.st_shndx == SHN_UNDEF || local) continue;
-    image.exported.insert(file.name(section, symbol.st_name));
+    if (local) continue;
+    const bool isDefined = symbol.st_shndx != SHN_UNDEF;
+    (isDefined ? image.exported : image.imported).insert(file.name(section, symbol.st_name));
   }
 }
 

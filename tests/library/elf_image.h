@@ -10,6 +10,7 @@ namespace orv::test {
 /// What a shared library's dynamic section says.
 struct ElfImage {
   std::set<std::string> exported;        ///< defined dynamic symbols
+  std::set<std::string> imported;        ///< undefined dynamic symbols
   std::vector<std::string> neededFiles;  ///< DT_NEEDED, in order
   bool noDelete = false;                 ///< stays loaded after dlclose
   bool textRelocations = false;

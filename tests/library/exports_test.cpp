@@ -49,6 +49,12 @@ TEST_P(Library, NeedsWhatEveryHostHasAndTheNetlinkLibraryAtMost) {
   }
 }
 
+TEST_P(Library, AsksNoLocaleForTheCaseOfALetter) {
+  for (const char* name : {"strcasecmp", "strncasecmp", "tolower", "toupper"}) {
+    EXPECT_EQ(image_.imported.count(name), 0u) << name;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Real, Library, testing::Values(ORV_REAL_LIBRARY));
 INSTANTIATE_TEST_SUITE_P(Simulated, Library, testing::Values(ORV_SIMULATED_LIBRARY));
 

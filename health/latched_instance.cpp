@@ -11,8 +11,6 @@ namespace OrvLatchedHealth {
 
 namespace {
 
-constexpr CMPIUint64 kMicrosecondsPerSecond = 1'000'000;
-
 bool isText(const CmpiData& data) {
   return data.getType() == CMPI_string || data.getType() == CMPI_chars;
 }
@@ -45,7 +43,7 @@ void fillLatchedInstance(const CmpiObjectPath& reference, const char** propertie
   instance.setProperty("LatchedNamespace", CmpiData(record.nameSpace));
   instance.setProperty("EventId", CmpiData(EventIdText(record.eventId).text));
   instance.setProperty("HealthState", CmpiData(CMPIUint16{record.healthState}));
-  instance.setProperty("Timestamp", CmpiDateTime(record.timestamp * kMicrosecondsPerSecond, false));
+  instance.setProperty("Timestamp", CmpiDateTime::ofSeconds(record.timestamp));
   result.returnData(instance);
 }
 

@@ -53,10 +53,7 @@ std::string hostName() {
   return name;
 }
 
-CmpiDateTime now() {
-  constexpr CMPIUint64 kMicrosecondsPerSecond = 1'000'000;
-  return {static_cast<CMPIUint64>(std::time(nullptr)) * kMicrosecondsPerSecond, false};
-}
+CmpiDateTime now() { return CmpiDateTime::ofSeconds(static_cast<CMPIUint64>(std::time(nullptr))); }
 
 /// One heartbeat. The instance is built anew each time, in memory of its own: a filter that selects
 /// properties cuts the delivered instance for good, and a thread that lives for a year must not

@@ -55,10 +55,7 @@ boost::shared_ptr<IAddress> makeAddress(const ifaddrs* entry) {
   }
 }
 
-CmpiDateTime now() {
-  constexpr CMPIUint64 kMicrosecondsPerSecond = 1'000'000;
-  return {static_cast<CMPIUint64>(std::time(nullptr)) * kMicrosecondsPerSecond, false};
-}
+CmpiDateTime now() { return CmpiDateTime::ofSeconds(static_cast<CMPIUint64>(std::time(nullptr))); }
 
 /// Path of the endpoint in its new form. Deliberate: the values are not escaped.
 std::string modelPath(const CmpiContext& context, CmpiBroker* broker, const std::string& name,

@@ -259,6 +259,10 @@ CmpiStatus EthernetPortProvider::getInstance(const CmpiContext& context, CmpiRes
   return enumInstancesInt(context, result, path, properties, deviceName);
 }
 
+CmpiInstanceMI* EthernetPortProvider::instancesOf(const CmpiObjectPath& path) {
+  return findServedClass(path) ? this : nullptr;
+}
+
 CmpiStatus EthernetPortProvider::enumInstancesInt(const CmpiContext& context, CmpiResult& result,
                                                   const CmpiObjectPath& path,
                                                   const char** properties,

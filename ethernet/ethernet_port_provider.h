@@ -35,6 +35,8 @@ class EthernetPortProvider : public CmpiInstanceMI, private OMC::SimpleAssociati
                           const CmpiObjectPath& path, const char* assocClass,
                           const char* resultClass, const char* role,
                           const char* resultRole) override;
+  /// This provider, for ports and satellites.
+  CmpiInstanceMI* instancesOf(const CmpiObjectPath& path) override;
 
   // Properties other than keys, in the order in which they are listed for each class. Where the
   // host library's first answer fails with its exception the instance stays as it was.

@@ -1,12 +1,12 @@
 #include "framework/object_identity.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "cmpi/ascii.h"
 #include "framework/text.h"
 
 namespace ORV {
@@ -17,8 +17,7 @@ namespace {
 constexpr char kSeparator = '\0';
 
 std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  std::transform(text.begin(), text.end(), text.begin(), lowerAscii);
   return text;
 }
 
@@ -64,6 +63,20 @@ std::string objectIdentity(const CmpiObjectPath& path, const std::string& defaul
       lowerCase(plainNameSpace(path, defaultNameSpace)) + kSeparator + lowerCase(classNameOf(path));
   for (const auto& [name, text] : keys) identity += kSeparator + name + kSeparator + text;
   return identity;
+}
+
+bool hasKeysOf(const CmpiInstance& instance, const CmpiObjectPath& path,
+               const std::string& defaultNameSpace) {
+  const CMPICount count = path.getKeyCount();
+  for (CMPICount i = 0; i < count; ++i) {
+    CmpiString name;
+    const auto wanted = keyText(path.getKey(i, &name), defaultNameSpace);
+    if (!wanted) continue;
+    if (keyText(instance.getProperty(textOf(name).c_str()), defaultNameSpace) != wanted) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace ORV

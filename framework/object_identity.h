@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "cmpi/cmpi_instance.h"
 #include "cmpi/cmpi_object_path.h"
 
 namespace ORV {
@@ -16,6 +17,14 @@ namespace ORV {
 ///
 /// Fails: CmpiStatus of the broker.
 std::string objectIdentity(const CmpiObjectPath& path, const std::string& defaultNameSpace);
+
+/// Whether the keys that objectIdentity reads from `path` are the values of the instance's
+/// properties of those names. An object manager without the definition of a class gives an instance
+/// the path that its provider made it on, which may lack keys.
+///
+/// Fails: CmpiStatus of the broker.
+bool hasKeysOf(const CmpiInstance& instance, const CmpiObjectPath& path,
+               const std::string& defaultNameSpace);
 
 /// The path's namespace without a leading "/"; `defaultNameSpace` when it has none.
 std::string plainNameSpace(const CmpiObjectPath& path, const std::string& defaultNameSpace);

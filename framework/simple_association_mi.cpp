@@ -182,24 +182,58 @@ class OtherEndCollector : public CmpiResultFilter {
   bool done_ = false;
 };
 
-/// Objects of the broker by their paths, each class enumerated once in a request.
+/// Whether a look-up failed because the object is not there.
+bool isAbsence(const CmpiStatus& status) {
+  return status.rc() == CMPI_RC_ERR_NOT_FOUND || status.rc() == CMPI_RC_ERR_INVALID_CLASS ||
+         status.rc() == CMPI_RC_ERR_INVALID_NAMESPACE;
+}
+
+/// Keeps the instance that a provider returns.
+class CapturedInstance : public CmpiResultFilter {
+ public:
+  explicit CapturedInstance(const CmpiResult& inner) : CmpiResultFilter(inner) {}
+
+  const std::optional<CmpiInstance>& instance() const { return instance_; }
+
+ private:
+  CMPIStatus onInstance(const CMPIInstance* instance) override {
+    if (!instance_) instance_.emplace(instance);
+    return {CMPI_RC_OK, nullptr};
+  }
+  CMPIStatus onObjectPath(const CMPIObjectPath*) override { return {CMPI_RC_OK, nullptr}; }
+  CMPIStatus onDone() override { return {CMPI_RC_OK, nullptr}; }
+
+  std::optional<CmpiInstance> instance_;
+};
+
+/// Objects by their paths, for one request. Every look-up is absent when there is no such object.
+///
+/// Fails: CmpiStatus for any other failure.
 class ObjectFinder {
  public:
-  ObjectFinder(const CmpiContext& context, const CmpiBroker& broker, std::string defaultNameSpace)
-      : context_(context), broker_(broker), defaultNameSpace_(std::move(defaultNameSpace)) {}
+  ObjectFinder(const CmpiContext& context, const CmpiBroker& broker, const CmpiResult& result,
+               std::string defaultNameSpace)
+      : context_(context),
+        broker_(broker),
+        result_(result),
+        defaultNameSpace_(std::move(defaultNameSpace)) {}
 
-  /// Absent when the broker does not have it, or fails.
+  /// Asks the provider that serves the object's class.
+  std::optional<CmpiInstance> find(CmpiInstanceMI& provider, const CmpiObjectPath& path) {
+    CapturedInstance captured(result_);
+    const CmpiStatus status = provider.getInstance(context_, captured, path, nullptr);
+    throwUnlessOk(status.status());
+    const auto& found = captured.instance();
+    // What a provider takes for the object may be another, where it reads the path leniently.
+    return found && ORV::hasKeysOf(*found, path, defaultNameSpace_) ? found : std::nullopt;
+  }
+
+  /// Asks the broker: each class is enumerated once.
   std::optional<CmpiInstance> find(const CmpiObjectPath& path) {
-    try {
-      const std::string nameSpace = ORV::plainNameSpace(path, defaultNameSpace_);
-      const Objects& objects = objectsOf(nameSpace, ORV::classNameOf(path));
-      const std::string wanted = ORV::objectIdentity(path, defaultNameSpace_);
-      const auto found = objects.find(wanted);
-      if (found != objects.end()) return found->second;
-      return findByProperties(objects, path, wanted);
-    } catch (const CmpiStatus&) {
-      return std::nullopt;  // also for a path that the broker cannot take apart
-    }
+    const std::string nameSpace = ORV::plainNameSpace(path, defaultNameSpace_);
+    const Objects& objects = objectsOf(nameSpace, ORV::classNameOf(path));
+    const auto found = objects.find(ORV::objectIdentity(path, defaultNameSpace_));
+    return found != objects.end() ? found->second : findByProperties(objects, path);
   }
 
  private:
@@ -218,8 +252,8 @@ class ObjectFinder {
       const CmpiObjectPath classPath(nameSpace.c_str(), className.c_str());
       const CmpiEnumeration all = broker_.enumInstances(context_, classPath, nullptr);
       while (all.hasNext()) add(all.getNext(), objects);
-    } catch (const CmpiStatus&) {
-      // What the broker cannot give is left out of the answer.
+    } catch (const CmpiStatus& status) {
+      if (!isAbsence(status)) throw;
     }
   }
 
@@ -234,33 +268,23 @@ class ObjectFinder {
     }
   }
 
-  /// A broker without the class's definition gives an instance the path that its provider made it
-  /// on, which may lack keys. Their values are properties.
-  std::optional<CmpiInstance> findByProperties(const Objects& objects, const CmpiObjectPath& path,
-                                               const std::string& wanted) const {
+  /// An instance of the path's class whose own path lacks keys.
+  std::optional<CmpiInstance> findByProperties(const Objects& objects,
+                                               const CmpiObjectPath& path) const {
+    const std::string className = ORV::classNameOf(path);
     for (const auto& entry : objects) {
-      const CmpiObjectPath own = pathWithKeysOf(path, entry.second);
-      if (ORV::objectIdentity(own, defaultNameSpace_) == wanted) return entry.second;
+      const CmpiInstance& instance = entry.second;
+      if (ORV::sameName(ORV::classNameOf(instance.getObjectPath()).c_str(), className.c_str()) &&
+          ORV::hasKeysOf(instance, path, defaultNameSpace_)) {
+        return instance;
+      }
     }
     return std::nullopt;
   }
 
-  /// The instance's class with the keys of `path`, as far as it has properties of those names.
-  static CmpiObjectPath pathWithKeysOf(const CmpiObjectPath& path, const CmpiInstance& instance) {
-    const CmpiObjectPath given = instance.getObjectPath();
-    CmpiObjectPath own(ORV::nameSpaceOf(given).c_str(), ORV::classNameOf(given).c_str());
-    const CMPICount count = path.getKeyCount();
-    for (CMPICount i = 0; i < count; ++i) {
-      CmpiString name;
-      path.getKey(i, &name);
-      const CmpiData property = instance.getProperty(name.charPtr());
-      if (!property.isNotFound() && !property.isNullValue()) own.setKey(name.charPtr(), property);
-    }
-    return own;
-  }
-
   const CmpiContext& context_;
   const CmpiBroker& broker_;
+  const CmpiResult& result_;
   std::string defaultNameSpace_;
   std::map<std::pair<std::string, std::string>, Objects> classes_;
 };
@@ -269,6 +293,8 @@ class ObjectFinder {
 
 SimpleAssociationMI::SimpleAssociationMI(const CmpiBroker& mbp, const CmpiContext& context)
     : CmpiBaseMI(mbp, context), CmpiAssociationMI(mbp, context) {}
+
+CmpiInstanceMI* SimpleAssociationMI::instancesOf(const CmpiObjectPath& /*path*/) { return nullptr; }
 
 CmpiStatus SimpleAssociationMI::references(const CmpiContext& context, CmpiResult& result,
                                            const CmpiObjectPath& path, const char* resultClass,
@@ -302,9 +328,18 @@ CmpiStatus SimpleAssociationMI::associators(const CmpiContext& context, CmpiResu
   const CmpiStatus status =
       doReferences(context, collector, path, assocClass, resultClass, role, resultRole);
 
-  ObjectFinder finder(context, *broker, source.nameSpace());
+  ObjectFinder finder(context, *broker, result, source.nameSpace());
+  const auto find = [&](const CmpiObjectPath& end) -> std::optional<CmpiInstance> {
+    try {
+      CmpiInstanceMI* own = instancesOf(end);
+      return own == nullptr ? finder.find(end) : finder.find(*own, end);
+    } catch (const CmpiStatus& lookUp) {
+      if (!isAbsence(lookUp)) throw;
+      return std::nullopt;
+    }
+  };
   for (const CmpiObjectPath& end : collector.ends()) {
-    std::optional<CmpiInstance> found = finder.find(end);
+    std::optional<CmpiInstance> found = find(end);
     if (!found) continue;
     found->setPropertyFilter(properties);
     result.returnData(*found);

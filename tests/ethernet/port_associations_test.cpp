@@ -113,6 +113,16 @@ const PortFilter kPortAssocClasses[] = {
 
 class PortAssociations : public EthernetTest {
  protected:
+  /// The operation of the association interface, as an object manager calls it.
+  Answer associators(const ObjectPath& path) {
+    return scope_.run([&](const CmpiContext& context, CmpiResult& result) {
+      CMPIAssociationMIFT table = CmpiAssociationMI::functionTable("test");
+      CMPIAssociationMI record{static_cast<CmpiBaseMI*>(provider_.get()), &table};
+      return CmpiStatus(table.associators(&record, context.getEnc(), result.getEnc(),
+                                          scope_.path(path).getEnc(), nullptr, nullptr, nullptr,
+                                          nullptr, nullptr));
+    });
+  }
   static std::vector<std::string> classNames(const Answer& answer) {
     std::vector<std::string> names;
     for (const Instance& instance : answer.instances) names.push_back(instance.path.className);
@@ -435,6 +445,42 @@ TEST_F(PortAssociations, PortsThatCannotBeCarriedAreLeftOutOfTheAssociationClass
   }
   EXPECT_EQ(enumNames(objectPath("Orvane_EthernetPort")).paths.size(), 4u);
   EXPECT_EQ(enumInstances(objectPath("Orvane_EPStatisticalInformation")).instances.size(), 4u);
+}
+
+TEST_F(PortAssociations, AssociatorsAskTheHostForTheOnePortOnly) {
+  network_.ports = {orv::test::portNamed("nic0"), orv::test::portNamed("nic1")};
+  EXPECT_EQ(associators(portPathOf("nic0")).instances.size(), 4u);
+  EXPECT_THAT(network_.namesAsked, testing::Each("nic0"));
+  EXPECT_EQ(network_.lists, 0);
+}
+
+TEST_F(PortAssociations, AnotherPortThatFailsHidesNothing) {
+  network_.ports = {orv::test::portNamed("nic0"), orv::test::portNamed("nic1")};
+  network_.ports[1].faults["GetMtu"] = orv::test::HostFault::kNodemgr;
+  const Answer answer = associators(satellitePathOf("Orvane_EPStatisticalInformation", "nic0"));
+  EXPECT_EQ(answer.rc, CMPI_RC_OK);
+  ASSERT_EQ(answer.instances.size(), 1u);
+  EXPECT_EQ(*answer.instances[0].property("DeviceID"), Value::ofString("nic0"));
+  EXPECT_EQ(answer.doneCount, 1);
+}
+
+TEST_F(PortAssociations, AssociatedPortThatFailsIsTheAnswer) {
+  network_.ports = {orv::test::portNamed("nic1")};
+  network_.ports[0].faults["GetMtu"] = orv::test::HostFault::kNodemgr;
+  EXPECT_EQ(associators(satellitePathOf("Orvane_EPStatisticalInformation", "nic1")).rc,
+            CMPI_RC_ERR_FAILED);
+  network_.byNameFault = orv::test::HostFault::kNodemgr;
+  const Answer answer = associators(portPathOf("nic1"));
+  EXPECT_EQ(answer.rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(answer.message, "Failed to get pnics information");
+}
+
+TEST_F(PortAssociations, AssociatedObjectsOfAPortThatIsGoneAreLeftOut) {
+  network_.ports = {orv::test::portNamed("nic1")};
+  const Answer answer = associators(portPathOf("nic0"));
+  EXPECT_EQ(answer.rc, CMPI_RC_OK);
+  EXPECT_THAT(answer.instances, IsEmpty());
+  EXPECT_EQ(answer.doneCount, 1);
 }
 
 TEST_F(PortAssociations, TheHostIsNotAskedForPorts) {

@@ -81,7 +81,10 @@ class ObjectProvider : public CmpiInstanceMI {
     ++objects.fetched;
     const std::string id = CmpiString(path.getKey("Id")).charPtr();
     if (id == "gone") return CMPI_RC_ERR_NOT_FOUND;
+    if (id == "failing") throw CmpiStatus(CMPI_RC_ERR_ACCESS_DENIED);
+    if (id == "without an instance") return CMPI_RC_OK;
     CmpiInstance instance(path);
+    instance.setProperty("Id", id == "another" ? "one" : id.c_str());
     instance.setProperty("Note", "found");
     result.returnData(instance);
     result.returnDone();
@@ -99,8 +102,9 @@ class LinkProvider : public OMC::SimpleAssociationMI {
 
   Body body;
   std::vector<std::string>
-      filters;          ///< of the last call: assocClass, resultClass, role, resultRole
-  bool inside = false;  ///< doReferences is running
+      filters;                    ///< of the last call: assocClass, resultClass, role, resultRole
+  bool inside = false;            ///< doReferences is running
+  CmpiInstanceMI* own = nullptr;  ///< what instancesOf answers for leaves
 
  private:
   CmpiStatus doReferences(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
@@ -114,6 +118,9 @@ class LinkProvider : public OMC::SimpleAssociationMI {
     const CmpiStatus status = body(result);
     inside = false;
     return status;
+  }
+  CmpiInstanceMI* instancesOf(const CmpiObjectPath& path) override {
+    return path.getClassName().equals("T_Leaf") ? own : nullptr;
   }
 };
 
@@ -196,6 +203,14 @@ class SimpleAssociation : public testing::Test {
       return provider_->associatorNames(context, result, scope_.path(source), "T_Link", "T_Leaf",
                                         "Hub", "Leaf");
     });
+  }
+  /// What associators throws or answers.
+  CMPIrc statusOf(const ObjectPath& source) {
+    try {
+      return associators(source).rc;
+    } catch (const CmpiStatus& status) {
+      return status.rc();
+    }
   }
   std::vector<Answer> allFour(const ObjectPath& source) {
     return {references(source), referenceNames(source), associators(source),
@@ -411,10 +426,9 @@ TEST_F(SimpleAssociation, ObjectsThatAreGoneAreLeftOut) {
   EXPECT_EQ(answer.doneCount, 1);
 }
 
-TEST_F(SimpleAssociation, ObjectsThatTheBrokerCannotFetchAreLeftOut) {
+TEST_F(SimpleAssociation, ObjectsThatAreNowhereAreLeftOut) {
   objects.paths = {leaf("a")};
-  linkHubTo({objectPath("T_Failing", {{"Id", "x"}}), objectPath("T_Unserved", {{"Id", "x"}}),
-             objectPath("T_UnknownClass", {{"Id", "x"}}),
+  linkHubTo({objectPath("T_Unserved", {{"Id", "x"}}), objectPath("T_UnknownClass", {{"Id", "x"}}),
              objectPath("T_Leaf", {{"Id", "a"}}, "root/unknown"), leaf("a")});
   const Answer answer = associators(hub("h", 3));
   EXPECT_EQ(answer.rc, CMPI_RC_OK);
@@ -423,19 +437,52 @@ TEST_F(SimpleAssociation, ObjectsThatTheBrokerCannotFetchAreLeftOut) {
   EXPECT_EQ(answer.doneCount, 1);
 }
 
-TEST_F(SimpleAssociation, ObjectsOfAProviderThatFailsAreNotAskedFor) {
-  linkHubTo({objectPath("T_Failing", {{"Id", "x"}})});
-  EXPECT_THAT(associators(hub("h", 3)).instances, IsEmpty());
-  EXPECT_EQ(objects.fetched, 0);
+TEST_F(SimpleAssociation, FailureToLookForAnObjectIsTheAnswer) {
+  objects.paths = {leaf("a")};
+  linkHubTo({leaf("a"), objectPath("T_Failing", {{"Id", "x"}})});
+  EXPECT_EQ(statusOf(hub("h", 3)), CMPI_RC_ERR_FAILED);
+  linkHubTo({objectPath("T_Single", {{"Id", "a"}})});
+  EXPECT_EQ(statusOf(hub("h", 3)), CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(objects.fetched, 0) << "never one by one";
 }
 
-TEST_F(SimpleAssociation, ObjectsOfAClassThatCannotBeEnumeratedAreNeverAskedForOneByOne) {
-  linkHubTo({objectPath("T_Single", {{"Id", "a"}})});
-  const Answer answer = associators(hub("h", 3));
+TEST_F(SimpleAssociation, ObjectsOfAClassThatIsServedHereAreAskedOfTheProviderItself) {
+  ObjectProvider own(scope_.broker(), scope_.context());
+  provider_->own = &own;
+  linkHubTo({leaf("a"), leaf("gone"), leaf("without an instance"), leaf("b")});
+  const char* properties[] = {"Id", nullptr};
+  const Answer answer = associators(hub("h", 3), properties);
   EXPECT_EQ(answer.rc, CMPI_RC_OK);
-  EXPECT_THAT(answer.instances, IsEmpty());
-  EXPECT_EQ(objects.fetched, 0);
+  ASSERT_EQ(answer.instances.size(), 2u);
+  EXPECT_EQ(answer.instances[0].path, leaf("a"));
+  EXPECT_EQ(answer.instances[1].path, leaf("b"));
+  EXPECT_EQ(answer.instances[0].property("Note"), nullptr) << "the property list is applied";
   EXPECT_EQ(answer.doneCount, 1);
+  EXPECT_EQ(objects.fetched, 4);
+  EXPECT_THAT(objects.enumerated, IsEmpty());
+}
+
+TEST_F(SimpleAssociation, AnotherObjectThanTheOneAskedForIsNotIt) {
+  ObjectProvider own(scope_.broker(), scope_.context());
+  provider_->own = &own;
+  linkHubTo({leaf("another")});
+  EXPECT_THAT(associators(hub("h", 3)).instances, IsEmpty());
+}
+
+TEST_F(SimpleAssociation, FailureOfTheProviderItselfIsTheAnswer) {
+  ObjectProvider own(scope_.broker(), scope_.context());
+  provider_->own = &own;
+  linkHubTo({leaf("a"), leaf("failing")});
+  EXPECT_EQ(statusOf(hub("h", 3)), CMPI_RC_ERR_ACCESS_DENIED);
+}
+
+/// A path that gives a key twice, for example: an object manager crashes when its keys are read.
+TEST_F(SimpleAssociation, KeysOfASourceThatIsNotServedAreNotRead) {
+  orv::broker::Fault fault;
+  fault.slot = "path.getKeyAt";
+  fault.rc = CMPI_RC_ERR_FAILED;
+  scope_.embeddedBroker().inject(fault);
+  for (const Answer& answer : allFour(hub("h", 3))) EXPECT_EQ(answer.rc, CMPI_RC_OK);
 }
 
 /// While it lives the broker knows but the key "Name" of any class.

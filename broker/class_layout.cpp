@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
 
 #include "broker/date_times.h"
 
@@ -22,10 +21,8 @@ std::optional<Number> parseNumber(const std::string& text) {
 }
 
 Value realValue(CMPIType type, const std::string& literal) {
-  char* end = nullptr;
-  const double number = std::strtod(literal.c_str(), &end);
-  if (end == literal.c_str() || *end != '\0') return Value::ofNull(type);
-  return Value::ofReal(type, number);
+  const auto number = parseNumber<double>(literal);
+  return number ? Value::ofReal(type, *number) : Value::ofNull(type);
 }
 
 Value numberValue(CMPIType type, const std::string& literal) {

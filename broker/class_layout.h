@@ -15,8 +15,8 @@ namespace orv::broker {
 struct ClassLayout {
   struct Slot {
     const PropertyDefinition* definition;
-    Value
-        initial;  ///< default of the class or null, with the declared type; embedded: CMPI_instance
+    /// Default of the class, or null with the declared type (CMPI_instance for embedded objects).
+    Value initial;
   };
 
   ClassLayout(std::shared_ptr<const ClassRepository> classes, const ClassDefinition& definition);
@@ -25,8 +25,8 @@ struct ClassLayout {
   std::optional<std::size_t> find(std::string_view name) const;
 
   const ClassDefinition& definition;
-  std::vector<Slot>
-      slots;  ///< in the reverse of the order of declaration, as instances report them
+  /// In the reverse of the order of declaration, as instances report them.
+  std::vector<Slot> slots;
   std::vector<std::size_t> keys;  ///< slots of the keys, in the order of declaration
 
  private:

@@ -12,8 +12,8 @@
 namespace orv::broker {
 namespace {
 
-constexpr std::size_t kLongestReference =
-    4095;  // characters; the object manager's buffer less its end
+// In characters: the object manager's buffer less its end.
+constexpr std::size_t kLongestReference = 4095;
 
 ReadValue fine(Value value) { return {std::move(value), CMPI_RC_OK, ""}; }
 

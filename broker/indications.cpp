@@ -173,6 +173,10 @@ SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFi
 CMPIStatus IndicationHub::activate(BrokerState& broker, const FilterPointer& filter) {
   const auto classes = broker.classes(filter->text.sourceNamespace);
   if (!classes) return status(CMPI_RC_ERR_INVALID_NAMESPACE, "Invalid namespace");
+  for (const char* root : {"CIM_Indication", "CIM_InstIndication"}) {
+    if (!sameName(filter->query->className, root)) continue;
+    return status(CMPI_RC_ERR_NOT_SUPPORTED, std::string("A filter on ") + root + " itself.");
+  }
   for (Section& section : broker.providers.sections()) {
     const RegistrationSection& registration = section.registration;
     if (!registration.indication || !servesNamespace(registration, filter->text.sourceNamespace) ||

@@ -58,7 +58,7 @@ void MofLexer::skipBlockComment() {
   at_ += 2;
 }
 
-void MofLexer::skipBlanks() {
+void MofLexer::skipSpaces() {
   while (!atEnd()) {
     const char c = peek();
     if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v') {
@@ -74,7 +74,7 @@ void MofLexer::skipBlanks() {
 }
 
 MofToken MofLexer::next() {
-  skipBlanks();
+  skipSpaces();
   if (atEnd()) return {Kind::end, "", line_};
   const char c = peek();
   if (isWordStart(c)) return word();
@@ -186,7 +186,7 @@ MofToken MofLexer::string() {
   MofToken token{Kind::string, "", line_};
   do {
     stringPart(token.text, line_);
-    skipBlanks();
+    skipSpaces();
   } while (peek() == '"');
   return token;
 }

@@ -54,7 +54,7 @@ class MofLexer {
   }
   bool atEnd() const { return at_ >= source_.size(); }
   char take();
-  void skipBlanks();
+  void skipSpaces();
   void skipBlockComment();
   MofToken word();
   MofToken number();

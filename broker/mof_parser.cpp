@@ -1,49 +1,46 @@
+// clang-format off
 // The subset of MOF that class schemas are written in. Words in quotes are compared without regard
 // to case; { x } is any number of x, [ x ] at most one; comments are // to the end of the line and
 // /* to */.
 //
 //   mof           = { pragma | qualifierDecl | class }
-//   pragma        = "#pragma" name "(" string ")"                  include, locale, namespace,
-//   others qualifierDecl = "Qualifier" name ":" type [ array ] [ "=" value ] { "," scope | ","
-//   flavor } ";" scope         = "Scope" "(" name { "," name } ")" flavor        = "Flavor" "("
-//   name { "," name } ")" class         = [ qualifiers ] "class" name [ ":" name ] "{" { feature }
-//   "}" ";" feature       = [ qualifiers ] ( property | reference | method ) property      = type
-//   name [ array ] [ "=" value ] ";" reference     = name "REF" name [ "=" value ] ";" method =
-//   type name "(" [ parameter { "," parameter } ] ")" ";" parameter     = [ qualifiers ] ( type |
-//   name "REF" ) name [ array ] qualifiers    = "[" qualifier { "," qualifier } "]" qualifier     =
-//   name [ "(" value ")" | "{" values "}" ] [ ":" name { name } ] array         = "[" [ integer ]
-//   "]" value         = literal | "{" [ literal { "," literal } ] "}" | "null" literal       =
-//   string { string } | character | integer | real | "true" | "false"
+//   pragma        = "#pragma" name "(" string ")"                  include, locale, namespace, others
+//   qualifierDecl = "Qualifier" name ":" type [ array ] [ "=" value ]
+//                   { "," scope | "," flavor } ";"
+//   scope         = "Scope" "(" name { "," name } ")"
+//   flavor        = "Flavor" "(" name { "," name } ")"
+//   class         = [ qualifiers ] "class" name [ ":" name ] "{" { feature } "}" ";"
+//   feature       = [ qualifiers ] ( property | reference | method )
+//   property      = type name [ array ] [ "=" value ] ";"
+//   reference     = name "REF" name [ "=" value ] ";"
+//   method        = type name "(" [ parameter { "," parameter } ] ")" ";"
+//   parameter     = [ qualifiers ] ( type | name "REF" ) name [ array ]
+//   qualifiers    = "[" qualifier { "," qualifier } "]"
+//   qualifier     = name [ "(" value ")" | "{" values "}" ] [ ":" name { name } ]
+//   values        = literal { "," literal }
+//   array         = "[" [ integer ] "]"
+//   value         = literal | "{" [ values ] "}" | "null"
+//   literal       = string { string } | character | integer | real | "true" | "false"
+// clang-format on
 #include "broker/mof_parser.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <utility>
+
+#include "broker/values.h"
 
 namespace orv::broker {
 namespace {
 
 using Kind = MofToken::Kind;
 
-struct TypeName {
-  std::string_view name;
-  CMPIType type;
-};
-
-constexpr TypeName kTypeNames[] = {
-    {"boolean", CMPI_boolean}, {"string", CMPI_string}, {"datetime", CMPI_dateTime},
-    {"char16", CMPI_char16},   {"uint8", CMPI_uint8},   {"uint16", CMPI_uint16},
-    {"uint32", CMPI_uint32},   {"uint64", CMPI_uint64}, {"sint8", CMPI_sint8},
-    {"sint16", CMPI_sint16},   {"sint32", CMPI_sint32}, {"sint64", CMPI_sint64},
-    {"real32", CMPI_real32},   {"real64", CMPI_real64}};
-
-const TypeName* findType(std::string_view name) {
-  const auto* it = std::find_if(std::begin(kTypeNames), std::end(kTypeNames),
-                                [&](const TypeName& t) { return sameName(t.name, name); });
-  return it == std::end(kTypeNames) ? nullptr : it;
+std::optional<CMPIType> dataTypeOf(const MofToken& token) {
+  return token.kind == Kind::identifier ? dataTypeNamed(token.text) : std::nullopt;
 }
 
 struct IntegerRange {
@@ -238,14 +235,13 @@ void MofParser::classDeclaration(Qualifiers qualifiers) {
 
 void MofParser::feature(ClassDefinition& owner) {
   Qualifiers qualifiers = qualifierList();
-  const TypeName* known = token_.kind == Kind::identifier ? findType(token_.text) : nullptr;
-  if (known != nullptr) {
+  if (const auto type = dataTypeOf(token_)) {
     advance();
-    property(owner, known->type, "", std::move(qualifiers));
+    property(owner, *type, "", std::move(qualifiers));
     return;
   }
   const std::string name = expectIdentifier("a property, a reference, a method or \"}\"");
-  if (!acceptWord("ref")) fail("\"" + name + "\" is no type; expected REF after a class name");
+  if (!acceptWord("ref")) fail("\"" + name + "\" is not a type; expected REF after a class name");
   property(owner, CMPI_ref, name, std::move(qualifiers));
 }
 
@@ -292,7 +288,7 @@ void MofParser::method() {
 
 void MofParser::parameter() {
   qualifierList();
-  if (token_.kind == Kind::identifier && findType(token_.text) != nullptr) {
+  if (dataTypeOf(token_)) {
     advance();
   } else {
     expectIdentifier("the parameter's type");
@@ -310,10 +306,10 @@ bool MofParser::arraySuffix() {
 }
 
 CMPIType MofParser::dataType() {
-  const TypeName* known = token_.kind == Kind::identifier ? findType(token_.text) : nullptr;
-  if (known == nullptr) fail("expected a data type, not " + tokenText());
+  const auto type = dataTypeOf(token_);
+  if (!type) fail("expected a data type, not " + tokenText());
   advance();
-  return known->type;
+  return *type;
 }
 
 // ---- Qualifiers in use ----

@@ -1,8 +1,10 @@
 #include "broker/mof_reader.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -71,6 +73,20 @@ std::vector<std::string> mofFiles(const fs::path& directory) {
   return files;
 }
 
+/// The bytes of a regular file, at most one more than `limit`. Absent: it cannot be read.
+std::optional<std::string> contentOf(const fs::path& path, std::size_t limit) {
+  std::error_code error;
+  if (!fs::is_regular_file(path, error)) return std::nullopt;
+  const std::uintmax_t size = fs::file_size(path, error);
+  std::ifstream in(path, std::ios::binary);
+  if (error || !in) return std::nullopt;
+  std::string text(static_cast<std::size_t>(std::min<std::uintmax_t>(size, limit + 1)), '\0');
+  in.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (in.bad()) return std::nullopt;
+  text.resize(static_cast<std::size_t>(in.gcount()));
+  return text;
+}
+
 }  // namespace
 
 MofReader::MofReader(ClassRepository& classes, MofLimits limits)
@@ -88,14 +104,11 @@ bool MofReader::isReadable(const std::string& path) {
 void MofReader::readFile(const std::string& path) {
   std::error_code error;
   const fs::path canonical = fs::canonical(path, error);
-  if (error || !isReadable(path)) throw MofError(path, 0, "file cannot be read");
-  if (!filesRead_.insert(canonical.string()).second) return;
-  std::ifstream in(canonical, std::ios::binary);
-  std::string text(limits_.fileBytes + 1, '\0');
-  in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  if (in.bad()) throw MofError(path, 0, "file cannot be read");
-  text.resize(static_cast<std::size_t>(in.gcount()));
-  readText(text, path);
+  if (!error && filesRead_.count(canonical.string()) != 0) return;
+  const auto text = error ? std::nullopt : contentOf(canonical, limits_.fileBytes);
+  if (!text) throw MofError(path, 0, "file cannot be read");
+  filesRead_.insert(canonical.string());
+  readText(*text, path);
 }
 
 void MofReader::readText(std::string_view text, const std::string& name) {

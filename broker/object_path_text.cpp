@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMaxLength = 64 * 1024;
 constexpr std::size_t kMaxKeys = 256;
-constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kSpaces = " \t\r\n";
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -39,11 +39,11 @@ class Parser {
   ObjectPathText parse() {
     if (text_.size() > kMaxLength) fail("path is longer than 65536 characters");
     ObjectPathText path;
-    skipBlanks();
+    skipSpaces();
     host(path);
     nameSpace(path);
     path.className = name("a class name");
-    skipBlanks();
+    skipSpaces();
     if (accept('.')) keys(path);
     if (!atEnd()) fail("expected the end of the path or \".\" and keys");
     return path;
@@ -64,8 +64,8 @@ class Parser {
     return true;
   }
 
-  void skipBlanks() {
-    while (!atEnd() && kBlanks.find(peek()) != std::string_view::npos) ++at_;
+  void skipSpaces() {
+    while (!atEnd() && kSpaces.find(peek()) != std::string_view::npos) ++at_;
   }
 
   void host(ObjectPathText& path) {
@@ -98,7 +98,7 @@ class Parser {
   }
 
   std::string name(const char* what) {
-    skipBlanks();
+    skipSpaces();
     const std::size_t begin = at_;
     if (!isNameStart(peek())) fail(std::string("expected ") + what);
     while (isNameStart(peek()) || isDigit(peek())) ++at_;
@@ -107,7 +107,7 @@ class Parser {
 
   void keys(ObjectPathText& path) {
     do {
-      skipBlanks();
+      skipSpaces();
       const std::size_t begin = at_;
       KeyText key = this->key();
       const bool isNew = std::none_of(path.keys.begin(), path.keys.end(),
@@ -115,16 +115,16 @@ class Parser {
       if (!isNew) failAt(begin, "key " + key.name + " is given twice");
       if (path.keys.size() >= kMaxKeys) failAt(begin, "too many keys");
       path.keys.push_back(std::move(key));
-      skipBlanks();
+      skipSpaces();
     } while (accept(','));
   }
 
   KeyText key() {
     KeyText key;
     key.name = name("a key name");
-    skipBlanks();
+    skipSpaces();
     if (!accept('=')) fail("expected \"=\" after key " + key.name);
-    skipBlanks();
+    skipSpaces();
     if (peek() == '"') {
       key.value = quoted();
     } else if (isDigit(peek()) || peek() == '-' || peek() == '+') {

@@ -43,7 +43,7 @@ struct ObjectPathText {
 ///   key       = name "=" value
 ///   value     = '"' { character | '\"' | '\\' } '"' | [ sign ] digits | "true" | "false"
 ///
-/// for example root/cimv2:Orvane_EthernetPort.DeviceID="eth0",SystemName="host". Blanks may stand
+/// for example root/cimv2:Orvane_EthernetPort.DeviceID="eth0",SystemName="host". Spaces may stand
 /// around names and values. At most 64 KiB and 256 keys.
 ///
 /// Fails: ObjectPathError at the first character that does not fit.

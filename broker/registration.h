@@ -35,8 +35,8 @@ struct RegistrationSection {
 ///     namespace: root/cimv2     group: name             unload: never
 ///     parameters: any text      user: name
 ///
-/// one key a line; blank lines and lines that start with "#" are skipped. The type words property,
-/// class and qualifier are accepted and mean nothing to us, and so does the key user.
+/// one key per line; empty lines and lines that start with "#" are skipped. The type words
+/// property, class and qualifier are accepted and mean nothing to us, and so does the key user.
 ///
 /// Fails: RegistrationError for an unknown key, type or unload value, a key given twice or outside
 /// a section, a section without provider, location or type, and two sections of one class and

@@ -1,6 +1,8 @@
 #include "broker/requests.h"
 
 #include <exception>
+#include <set>
+#include <string_view>
 #include <thread>
 
 #include "broker/broker_state.h"
@@ -15,6 +17,15 @@ namespace {
 
 const char* pointerTo(const std::optional<std::string>& text) {
   return text ? text->c_str() : nullptr;
+}
+
+/// Name of a key that comes twice; null when every key comes once.
+const std::string* doubledKey(const std::vector<Key>& keys) {
+  std::set<std::string_view, NameLess> names;
+  for (const Key& key : keys) {
+    if (!names.insert(key.name).second) return &key.name;
+  }
+  return nullptr;
 }
 
 void fail(Response& response, CMPIrc rc, std::optional<std::string> message) {
@@ -80,6 +91,10 @@ ClientQuestion::ClientQuestion(const Request& request) {
 }
 
 Answers askForClient(BrokerState& broker, const Request& request, const ClientQuestion& question) {
+  if (const std::string* name = doubledKey(question.path.keys)) {
+    report(request.path.className, *name, "a key given twice in a path: a crash when it is read");
+    return {CMPI_RC_ERR_INVALID_PARAMETER, "Key " + *name + " is given twice", {}};
+  }
   Question asked = question;
   // Deliberate: a client's empty property list reaches providers as none at all.
   if (request.properties && request.properties->empty()) asked.arguments.properties = nullptr;

@@ -29,15 +29,13 @@ struct RouteQuery {
   std::string assocClass;  ///< of association operations; empty: all
 };
 
-// clang-format off
 /// Who is asked, in order:
 ///
 /// - enumerations: the section of the class, else that of the nearest registered superclass; then
 ///   the sections of its subclasses, each under its own registered name;
 /// - single instances: the section of the class, else that of the nearest registered superclass;
-/// - associations: with an association class as for enumerations, but under the name of the source's
-///   class; else every association provider of the namespace. A provider name is asked once.
-// clang-format on
+/// - associations: with an association class as for enumerations, but under the name of the
+///   source; else every association provider of the namespace. A provider name is asked once.
 Route route(const RouteQuery& query, const ClassRepository* classes, std::deque<Section>& sections);
 
 }  // namespace orv::broker

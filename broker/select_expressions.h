@@ -17,8 +17,8 @@ struct SelectExpressionObject : CMPISelectExp, HeapEntry {
 
 CMPISelectExp* makeSelectExpression(std::shared_ptr<const WqlQuery> query);
 
-/// As the newSelectExp slot: 14 for another language than WQL and CQL, 15 for what is no query. The
-/// projection is an array of names, or null for *.
+/// As the newSelectExp slot: 14 for another language than WQL and CQL, 15 for a text that is not a
+/// query. The projection is an array of names, or null for *.
 CMPISelectExp* newSelectExpression(const char* query, const char* language, CMPIArray** projection,
                                    CMPIStatus* out);
 

@@ -1,19 +1,21 @@
 #include "broker/values.h"
 
 #include <algorithm>
-#include <sstream>
+#include <array>
+#include <charconv>
+#include <iterator>
 
 #include "broker/class_repository.h"
 
 namespace orv::broker {
 namespace {
 
-struct NamedCode {
-  int code;
+struct TypeRow {
+  CMPIType type;
   const char* name;
 };
 
-constexpr NamedCode kTypeNames[] = {
+constexpr TypeRow kTypes[] = {
     {CMPI_null, "null"},         {CMPI_boolean, "boolean"},   {CMPI_char16, "char16"},
     {CMPI_real32, "real32"},     {CMPI_real64, "real64"},     {CMPI_uint8, "uint8"},
     {CMPI_uint16, "uint16"},     {CMPI_uint32, "uint32"},     {CMPI_uint64, "uint64"},
@@ -23,32 +25,47 @@ constexpr NamedCode kTypeNames[] = {
     {CMPI_dateTime, "datetime"},
 };
 
-constexpr NamedCode kStatusNames[] = {
-    {0, "CMPI_RC_OK"},
-    {1, "CMPI_RC_ERR_FAILED"},
-    {2, "CMPI_RC_ERR_ACCESS_DENIED"},
-    {3, "CMPI_RC_ERR_INVALID_NAMESPACE"},
-    {4, "CMPI_RC_ERR_INVALID_PARAMETER"},
-    {5, "CMPI_RC_ERR_INVALID_CLASS"},
-    {6, "CMPI_RC_ERR_NOT_FOUND"},
-    {7, "CMPI_RC_ERR_NOT_SUPPORTED"},
-    {8, "CMPI_RC_ERR_CLASS_HAS_CHILDREN"},
-    {9, "CMPI_RC_ERR_CLASS_HAS_INSTANCES"},
-    {10, "CMPI_RC_ERR_INVALID_SUPERCLASS"},
-    {11, "CMPI_RC_ERR_ALREADY_EXISTS"},
-    {12, "CMPI_RC_ERR_NO_SUCH_PROPERTY"},
-    {13, "CMPI_RC_ERR_TYPE_MISMATCH"},
-    {14, "CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED"},
-    {15, "CMPI_RC_ERR_INVALID_QUERY"},
-    {16, "CMPI_RC_ERR_METHOD_NOT_AVAILABLE"},
-    {17, "CMPI_RC_ERR_METHOD_NOT_FOUND"},
-    {50, "CMPI_RC_DO_NOT_UNLOAD"},
-    {51, "CMPI_RC_NEVER_UNLOAD"},
-    {60, "CMPI_RC_ERR_INVALID_HANDLE"},
-    {61, "CMPI_RC_ERR_INVALID_DATA_TYPE"},
-    {100, "CMPI_RC_ERROR_SYSTEM"},
-    {200, "CMPI_RC_ERROR"},
+struct StatusRow {
+  CMPIrc rc;
+  const char* name;
+  const char* text = nullptr;  // after the descriptions in DSP0200
 };
+
+constexpr StatusRow kStatuses[] = {
+    {CMPI_RC_OK, "CMPI_RC_OK"},
+    {CMPI_RC_ERR_FAILED, "CMPI_RC_ERR_FAILED", "A general error occurred"},
+    {CMPI_RC_ERR_ACCESS_DENIED, "CMPI_RC_ERR_ACCESS_DENIED",
+     "Access to a CIM resource was not available to the client"},
+    {CMPI_RC_ERR_INVALID_NAMESPACE, "CMPI_RC_ERR_INVALID_NAMESPACE", "Invalid namespace"},
+    {CMPI_RC_ERR_INVALID_PARAMETER, "CMPI_RC_ERR_INVALID_PARAMETER",
+     "One or more parameter values passed to the method were invalid"},
+    {CMPI_RC_ERR_INVALID_CLASS, "CMPI_RC_ERR_INVALID_CLASS", "Class not found"},
+    {CMPI_RC_ERR_NOT_FOUND, "CMPI_RC_ERR_NOT_FOUND", "The requested object could not be found"},
+    {CMPI_RC_ERR_NOT_SUPPORTED, "CMPI_RC_ERR_NOT_SUPPORTED",
+     "The requested operation is not supported"},
+    {CMPI_RC_ERR_CLASS_HAS_CHILDREN, "CMPI_RC_ERR_CLASS_HAS_CHILDREN"},
+    {CMPI_RC_ERR_CLASS_HAS_INSTANCES, "CMPI_RC_ERR_CLASS_HAS_INSTANCES"},
+    {CMPI_RC_ERR_INVALID_SUPERCLASS, "CMPI_RC_ERR_INVALID_SUPERCLASS"},
+    {CMPI_RC_ERR_ALREADY_EXISTS, "CMPI_RC_ERR_ALREADY_EXISTS"},
+    {CMPI_RC_ERR_NO_SUCH_PROPERTY, "CMPI_RC_ERR_NO_SUCH_PROPERTY"},
+    {CMPI_RC_ERR_TYPE_MISMATCH, "CMPI_RC_ERR_TYPE_MISMATCH"},
+    {CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED, "CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED"},
+    {CMPI_RC_ERR_INVALID_QUERY, "CMPI_RC_ERR_INVALID_QUERY"},
+    {CMPI_RC_ERR_METHOD_NOT_AVAILABLE, "CMPI_RC_ERR_METHOD_NOT_AVAILABLE"},
+    {CMPI_RC_ERR_METHOD_NOT_FOUND, "CMPI_RC_ERR_METHOD_NOT_FOUND"},
+    {CMPI_RC_DO_NOT_UNLOAD, "CMPI_RC_DO_NOT_UNLOAD"},
+    {CMPI_RC_NEVER_UNLOAD, "CMPI_RC_NEVER_UNLOAD"},
+    {CMPI_RC_ERR_INVALID_HANDLE, "CMPI_RC_ERR_INVALID_HANDLE"},
+    {CMPI_RC_ERR_INVALID_DATA_TYPE, "CMPI_RC_ERR_INVALID_DATA_TYPE"},
+    {CMPI_RC_ERROR_SYSTEM, "CMPI_RC_ERROR_SYSTEM"},
+    {CMPI_RC_ERROR, "CMPI_RC_ERROR"},
+};
+
+const StatusRow* findStatus(CMPIrc rc) {
+  const auto* row = std::find_if(std::begin(kStatuses), std::end(kStatuses),
+                                 [rc](const StatusRow& candidate) { return candidate.rc == rc; });
+  return row != std::end(kStatuses) ? row : nullptr;
+}
 
 Value withContent(CMPIType type, Value::Content content) {
   Value value;
@@ -72,10 +89,10 @@ std::string quoted(const std::string& text) {
 }
 
 std::string realText(double value) {
-  std::ostringstream out;
-  out.precision(17);
-  out << value;
-  return out.str();
+  std::array<char, 32> text{};
+  const auto end =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, 17);
+  return {text.data(), end.ptr};
 }
 
 struct ContentText {
@@ -208,20 +225,32 @@ std::string Instance::toText() const {
 }
 
 std::string typeName(CMPIType type) {
-  for (const NamedCode& row : kTypeNames) {
-    if (row.code == (type & ~CMPI_ARRAY)) {
+  for (const TypeRow& row : kTypes) {
+    if (row.type == (type & ~CMPI_ARRAY)) {
       return (type & CMPI_ARRAY) != 0 ? std::string(row.name) + "[]" : row.name;
     }
   }
   return "type " + std::to_string(type);
 }
 
-std::string statusName(CMPIrc rc) {
-  const int code = static_cast<int>(rc);
-  for (const NamedCode& row : kStatusNames) {
-    if (row.code == code) return std::string(row.name) + " (" + std::to_string(code) + ")";
+std::optional<CMPIType> dataTypeNamed(std::string_view name) {
+  for (const TypeRow& row : kTypes) {
+    const bool isData = (row.type != CMPI_null && row.type < CMPI_ENC) || row.type == CMPI_string ||
+                        row.type == CMPI_dateTime;
+    if (isData && sameName(row.name, name)) return row.type;
   }
-  return std::to_string(code);
+  return std::nullopt;
+}
+
+std::string statusName(CMPIrc rc) {
+  const std::string number = std::to_string(static_cast<int>(rc));
+  const StatusRow* row = findStatus(rc);
+  return row != nullptr ? std::string(row->name) + " (" + number + ")" : number;
+}
+
+const char* statusText(CMPIrc rc) {
+  const StatusRow* row = findStatus(rc);
+  return row != nullptr && row->text != nullptr ? row->text : "The provider gave no reason";
 }
 
 std::ostream& operator<<(std::ostream& out, const Value& value) { return out << value.toText(); }

@@ -109,7 +109,7 @@ struct Property {
 struct Instance {
   ObjectPath path;  ///< as its getObjectPath answers; without keys for an unknown class
   std::vector<Property> properties;  ///< in the order in which the instance reports them
-  /// Names in the order of the provider's setProperty calls, one entry a call; without the calls
+  /// Names in the order of the provider's setProperty calls, one entry per call; without the calls
   /// that failed or that a property filter dropped. Takes no part in comparisons.
   std::vector<std::string> setOrder;
 
@@ -120,15 +120,22 @@ struct Instance {
   bool operator==(const Instance& other) const;
   bool operator!=(const Instance& other) const { return !(*this == other); }
 
-  /// As in MOF, one property a line.
+  /// As in MOF, one property per line.
   std::string toText() const;
 };
 
 /// "uint16", "string[]", "datetime", "reference", "instance", ...; a number for what has no name.
 std::string typeName(CMPIType type);
 
+/// The data type that MOF and CIM-XML know by that name, without regard to case: boolean, string,
+/// datetime, char16 and the numbers. Absent for another name.
+std::optional<CMPIType> dataTypeNamed(std::string_view name);
+
 /// "CMPI_RC_ERR_NOT_FOUND (6)"; the number alone for codes without a name.
 std::string statusName(CMPIrc rc);
+
+/// What a status means, for one that comes without a text of its own. Never null.
+const char* statusText(CMPIrc rc);
 
 std::ostream& operator<<(std::ostream& out, const Value& value);
 std::ostream& operator<<(std::ostream& out, const ObjectPath& path);

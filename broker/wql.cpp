@@ -1,8 +1,6 @@
 #include "broker/wql.h"
 
-#include <cctype>
 #include <charconv>
-#include <cstdlib>
 
 #include "broker/class_repository.h"
 
@@ -17,8 +15,11 @@ struct Token {
   std::string text;
 };
 
+// ASCII, whatever the locale of the process.
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool isWordCharacter(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '.';
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_' || c == '.';
 }
 
 class Lexer {
@@ -28,7 +29,7 @@ class Lexer {
   const Token& token() const { return token_; }
 
   void advance() {
-    while (at_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[at_])) != 0) ++at_;
+    while (at_ < text_.size() && isSpace(text_[at_])) ++at_;
     start_ = at_;
     token_ = next();
   }
@@ -43,7 +44,7 @@ class Lexer {
     const char c = text_[at_];
     if (c == '\'' || c == '"') return quoted(c);
     const bool sign = (c == '-' || c == '+') && at_ + 1 < text_.size();
-    if (std::isdigit(static_cast<unsigned char>(c)) != 0 || sign) return word(Token::Kind::kNumber);
+    if (isDigit(c) || sign) return word(Token::Kind::kNumber);
     if (isWordCharacter(c)) return word(Token::Kind::kWord);
     return symbol();
   }
@@ -260,12 +261,12 @@ class Parser {
     std::uint64_t positive = 0;
     std::int64_t negative = 0;
     Value value;
-    char* rest = nullptr;
+    double real = 0;
     if (auto [p, e] = std::from_chars(begin, end, positive); e == std::errc() && p == end) {
       value = Value::ofUnsigned(CMPI_uint64, positive);
     } else if (auto [q, f] = std::from_chars(begin, end, negative); f == std::errc() && q == end) {
       value = Value::ofSigned(CMPI_sint64, negative);
-    } else if (const double real = std::strtod(text.c_str(), &rest); *rest == '\0') {
+    } else if (auto [r, g] = std::from_chars(begin, end, real); g == std::errc() && r == end) {
       value = Value::ofReal(CMPI_real64, real);
     } else {
       lexer_.fail("a number");

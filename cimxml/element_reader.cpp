@@ -71,16 +71,9 @@ Value readKeyValue(const pugi::xml_node& node) {
 }
 
 CMPIType typeOf(const pugi::xml_node& node) {
-  static constexpr std::pair<const char*, CMPIType> kTypes[] = {
-      {"boolean", CMPI_boolean}, {"string", CMPI_string}, {"char16", CMPI_char16},
-      {"uint8", CMPI_uint8},     {"uint16", CMPI_uint16}, {"uint32", CMPI_uint32},
-      {"uint64", CMPI_uint64},   {"sint8", CMPI_sint8},   {"sint16", CMPI_sint16},
-      {"sint32", CMPI_sint32},   {"sint64", CMPI_sint64}, {"datetime", CMPI_dateTime},
-      {"real32", CMPI_real32},   {"real64", CMPI_real64}};
   const string_view name = node.attribute("TYPE").as_string("string");
-  for (const auto& [known, type] : kTypes) {
-    if (name == known) return type;
-  }
+  const auto type = broker::dataTypeNamed(name);
+  if (type && broker::typeName(*type) == name) return *type;  // in XML the case of letters matters
   badParameter("unknown TYPE \"" + std::string(name) + "\"");
 }
 

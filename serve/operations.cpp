@@ -22,31 +22,9 @@ using cimxml::ClassOptions;
 using cimxml::Parameter;
 using cimxml::ResponseWriter;
 
-/// What DSP0200 says for a status that comes without a text.
-const char* defaultText(CMPIrc rc) {
-  switch (rc) {
-    case CMPI_RC_ERR_FAILED:
-      return "A general error occurred";
-    case CMPI_RC_ERR_ACCESS_DENIED:
-      return "Access to a CIM resource was not available to the client";
-    case CMPI_RC_ERR_INVALID_NAMESPACE:
-      return "Invalid namespace";
-    case CMPI_RC_ERR_INVALID_PARAMETER:
-      return "One or more parameter values passed to the method were invalid";
-    case CMPI_RC_ERR_INVALID_CLASS:
-      return "Class not found";
-    case CMPI_RC_ERR_NOT_FOUND:
-      return "The requested object could not be found";
-    case CMPI_RC_ERR_NOT_SUPPORTED:
-      return "The requested operation is not supported";
-    default:
-      return "The provider reported an error";
-  }
-}
-
 void throwUnlessOk(const Response& response) {
   if (response.ok()) return;
-  throw CimError(response.rc, response.message.value_or(defaultText(response.rc)));
+  throw CimError(response.rc, response.message.value_or(broker::statusText(response.rc)));
 }
 
 }  // namespace
@@ -295,7 +273,7 @@ void Operations::getInstance(Context& context) {
     const Response response = broker_.getInstance(path, context.properties());
     throwUnlessOk(response);
     if (response.instances.empty()) {
-      throw CimError(CMPI_RC_ERR_NOT_FOUND, defaultText(CMPI_RC_ERR_NOT_FOUND));
+      throw CimError(CMPI_RC_ERR_NOT_FOUND, broker::statusText(CMPI_RC_ERR_NOT_FOUND));
     }
     instance = response.instances.front();
   }

@@ -63,6 +63,16 @@ TEST_F(Indications, EnableIsCalledOnceAndFirstAndLastAreAlwaysTrue) {
   EXPECT_EQ(broker_->unsubscribe(one.id).rc, CMPI_RC_ERR_NOT_FOUND);
 }
 
+TEST_F(Indications, AFilterOnTheRootOfIndicationsIsNotSupported) {
+  start({makeSection("Test_Alarm", "Sample", "n")});
+  for (const char* root : {"CIM_Indication", "cim_instindication"}) {
+    const SubscribeResult result = subscribe(std::string("SELECT * FROM ") + root);
+    EXPECT_EQ(result.rc, CMPI_RC_ERR_NOT_SUPPORTED) << root;
+    EXPECT_EQ(result.id, 0U);
+  }
+  EXPECT_EQ(library_.takeLog(), "");
+}
+
 TEST_F(Indications, TheOwnerIsThePrincipal) {
   Broker::Options options = makeOptions({makeSection("Test_Alarm", "Sample", "n")});
   options.principal = "someone";

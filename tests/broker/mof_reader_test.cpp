@@ -228,7 +228,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadMof{"class A { string X = 5; };", "1: expected a string, not \"5\""},
         BadMof{"class A { uint8 X[] = 5; };", "1: expected \"{\", not \"5\""},
         BadMof{"class A { uint8 X = {5}; };", "1: expected a number, not \"{\""},
-        BadMof{"class A { float X; };", "1: \"float\" is no type; expected REF after a class name"},
+        BadMof{"class A { float X; };",
+               "1: \"float\" is not a type; expected REF after a class name"},
         BadMof{"class A { string X }", "1: expected \";\", not \"}\""},
         BadMof{"class A {\n string X;\n",
                "3: expected a property, a reference, a method or \"}\", not the end of the file"},
@@ -276,6 +277,16 @@ TEST(MofReader, ReadsIncludesRelativeToTheirFileAndEachFileOnce) {
   ClassRepository classes;
   MofReader(classes).readFile(dir.file("main.mof"));
   EXPECT_TRUE(classes.isA("C", "A"));
+}
+
+TEST(MofReader, TakesNoMoreMemoryThanAFileHolds) {
+  const TemporaryDirectory dir;
+  dir.write("small.mof", "class A { string X; };");
+  MofLimits limits;
+  limits.fileBytes = std::size_t{1} << 60;  // nobody has that much
+  ClassRepository classes;
+  EXPECT_NO_THROW(MofReader(classes, limits).readFile(dir.file("small.mof")));
+  EXPECT_NE(classes.find("A"), nullptr);
 }
 
 TEST(MofReader, RefusesAFileAboveItsLimit) {

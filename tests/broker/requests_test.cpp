@@ -335,6 +335,19 @@ TEST_F(Requests, WhatIsNoLibraryCannotBeLoaded) {
   }
 }
 
+TEST_F(Requests, AKeyGivenTwiceIsRefusedBeforeAnyProviderIsAsked) {
+  start({makeSection("Test_Disk", "Sample", "ia"), makeSection("Test_Link", "Sample", "a")});
+  ObjectPath doubled = disk("7");
+  doubled.keys.push_back({"iD", Value::ofUnsigned(CMPI_uint64, 7)});
+  for (const TestResponse& response :
+       {broker_->getInstance(doubled), broker_->associators(doubled)}) {
+    EXPECT_EQ(response.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(response.message, "Key iD is given twice");
+    EXPECT_THAT(response.reports, ElementsAre(Says("a crash when it is read")));
+  }
+  EXPECT_EQ(library_.takeLog(), "");
+}
+
 TEST_F(Requests, AnUpCallOfAFactoryToItsOwnClassIsReportedInsteadOfADeadlock) {
   start({makeSection("Test_Looping", "Looping", "i")});
   const TestResponse response = broker_->enumerateInstanceNames("root/test", "Test_Looping");

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <locale>
 #include <map>
 
 #include "broker/class_repository.h"
@@ -35,6 +36,13 @@ WqlSubject subject() {
   };
   return out;
 }
+
+/// Numbers as a German writes them.
+struct Commas : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
 
 bool evaluate(const std::string& condition) {
   return holds(*parseWql("SELECT * FROM C WHERE " + condition).condition, subject());
@@ -137,6 +145,34 @@ TEST(Wql, NegationMovesIntoTheComparisonsOfANormalForm) {
   EXPECT_EQ(form[0][0].op, CMPI_PredOp_NotEquals);
   EXPECT_EQ(form[0][1].op, CMPI_PredOp_GreaterThanOrEquals);
   EXPECT_EQ(form[1][1].op, CMPI_PredOp_NotLike);
+}
+
+TEST(Wql, NumbersAreReadAndPrintedAlikeInEveryLocale) {
+  const std::locale before = std::locale::global(std::locale(std::locale(), new Commas));
+  EXPECT_TRUE(evaluate("Ratio = 2.5 AND Ratio > -1e3"));
+  EXPECT_EQ(Value::ofReal(CMPI_real64, 12345.5).toText(), "12345.5");
+  EXPECT_EQ(Value::ofReal(CMPI_real64, 0.1).toText(), "0.10000000000000001");
+  std::locale::global(before);
+}
+
+TEST(Wql, ANumberIsReadToItsEnd) {
+  for (const char* text : {"Ratio = 2.5x", "Ratio = 1e", "Ratio = -", "Ratio = 0x10"}) {
+    EXPECT_THROW(evaluate(text), WqlError) << text;
+  }
+}
+
+TEST(DataTypes, AreKnownByTheirNames) {
+  EXPECT_EQ(dataTypeNamed("uint16"), CMPI_uint16);
+  EXPECT_EQ(dataTypeNamed("DateTime"), CMPI_dateTime);
+  for (const char* other : {"null", "instance", "chars", "uint16[]", ""}) {
+    EXPECT_EQ(dataTypeNamed(other), std::nullopt) << other;
+  }
+}
+
+TEST(Statuses, HaveANameAndAText) {
+  EXPECT_EQ(statusName(CMPI_RC_ERR_NOT_FOUND), "CMPI_RC_ERR_NOT_FOUND (6)");
+  EXPECT_STREQ(statusText(CMPI_RC_ERR_INVALID_CLASS), "Class not found");
+  EXPECT_STREQ(statusText(static_cast<CMPIrc>(77)), "The provider gave no reason");
 }
 
 }  // namespace

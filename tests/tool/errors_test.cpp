@@ -12,10 +12,10 @@ TEST(StatusLine, HasNameNumberAndTextOnOneLine) {
 
 TEST(StatusLine, TellsSomethingWhenTheProviderSaidNothing) {
   EXPECT_EQ(statusLine(CMPI_RC_ERR_INVALID_CLASS, std::nullopt),
-            "CMPI_RC_ERR_INVALID_CLASS (5): no such class");
+            "CMPI_RC_ERR_INVALID_CLASS (5): Class not found");
   EXPECT_EQ(statusLine(CMPI_RC_ERR_NOT_SUPPORTED, ""),
-            "CMPI_RC_ERR_NOT_SUPPORTED (7): the class does not support this operation");
-  EXPECT_EQ(statusLine(static_cast<CMPIrc>(77), std::nullopt), "77: the provider gave no reason");
+            "CMPI_RC_ERR_NOT_SUPPORTED (7): The requested operation is not supported");
+  EXPECT_EQ(statusLine(static_cast<CMPIrc>(77), std::nullopt), "77: The provider gave no reason");
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ std::optional<ServedClass> findServedClass(const CmpiObjectPath& path) {
   const std::string name = ORV::classNameOf(path);
   const auto is = [&](const char* served) { return ORV::sameName(served, name.c_str()); };
   if (is(kPortClass)) return ServedClass{kPortClass, nullptr, nullptr};
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     if (is(row.satelliteClass)) return ServedClass{row.satelliteClass, row.fillSatellite, nullptr};
     if (is(row.className)) return ServedClass{row.className, nullptr, &row};
   }
@@ -146,8 +146,7 @@ CmpiInstance portInstance(Scope& scope, Pnic& port) {
   return instance;
 }
 
-// Deliberate: satellites and associations always carry all their properties, whatever list the
-// request brings.
+// Deliberate (contract.md#whole-satellites): no property list narrows what follows.
 
 CmpiInstance satelliteInstance(const ServedClass& served, const Scope& scope, Pnic& port) {
   const std::string deviceName = port.GetName();
@@ -178,8 +177,8 @@ CmpiInstance fullInstance(const ServedClass& served, Scope& scope, Pnic& port) {
 
 /// Fetches the ports and returns what `make` builds of the requested class for each.
 ///
-/// Deliberate: a list without ports is answered before the class is looked at, so it succeeds for
-/// a class that is not served, too.
+/// Deliberate (contract.md#no-ports-any-class): a list without ports is answered before the class
+/// is looked at.
 template <typename Make>
 CmpiStatus returnForEachPort(CmpiResult& result, const CmpiObjectPath& path,
                              const std::optional<std::string>& deviceName, Make make) {
@@ -242,12 +241,12 @@ CmpiStatus EthernetPortProvider::getInstance(const CmpiContext& context, CmpiRes
                                              const CmpiObjectPath& path, const char** properties) {
   const auto served = findServedClass(path);
   if (!served) {
-    // Deliberate: a host without ports answers every class, as in the enumerations.
+    // Deliberate (contract.md#no-ports-any-class).
     if (hasNoPorts()) {
       result.returnDone();
       return CMPI_RC_OK;
     }
-    // Deliberate: this text, although the status says "not found".
+    // Deliberate (contract.md#unserved-class-text).
     return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, kInvalidDeviceId);
   }
   std::string deviceName;

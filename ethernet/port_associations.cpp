@@ -1,10 +1,11 @@
 #include "ethernet/port_associations.h"
 
 #include <algorithm>
-#include <iterator>
 #include <vector>
 
+#include "ethernet/ethernet_port_provider.h"
 #include "framework/text.h"
+#include "platform/computer_system.h"
 
 namespace EthernetProvider {
 
@@ -37,7 +38,7 @@ bool isA(const CmpiString& nameSpace, const char* className, const char* wanted)
 /// A role that no association knows ends the request: it does not apply here.
 bool isRole(const char* PortAssociation::*role, const char* wanted) {
   return std::any_of(
-      std::begin(kPortAssociations), std::end(kPortAssociations),
+      portAssociations().begin(), portAssociations().end(),
       [&](const PortAssociation& association) { return sameName(association.*role, wanted); });
 }
 
@@ -50,7 +51,7 @@ bool rolesApply(const Filters& filters) {
 /// The associations of a port that pass all four filters.
 Selection selectAssociations(const CmpiString& nameSpace, const Filters& filters) {
   Selection selection;
-  for (const PortAssociation& association : kPortAssociations) selection.push_back(&association);
+  for (const PortAssociation& association : portAssociations()) selection.push_back(&association);
   if (isGiven(filters.role)) {
     drop(selection, [&](auto* row) { return !sameName(row->portRole, filters.role); });
   }
@@ -86,7 +87,7 @@ CmpiStatus referencesOfPort(CmpiResult& result, const CmpiObjectPath& port,
   return CMPI_RC_OK;
 }
 
-/// Deliberate: from a satellite the association class is not consulted.
+/// Deliberate (contract.md#satellite-association-class): the association class is not consulted.
 bool satelliteFiltersApply(const PortAssociation& association, const CmpiString& nameSpace,
                            const Filters& filters) {
   return (!isGiven(filters.role) || sameName(association.satelliteRole, filters.role)) &&
@@ -127,7 +128,7 @@ CmpiStatus EthernetPortProvider::doReferences(const CmpiContext& context, CmpiRe
   const Filters filters{assocClass, resultClass, role, resultRole};
   const std::string source = ORV::classNameOf(path);
   if (sameName(source.c_str(), kPortClass)) return referencesOfPort(result, path, filters);
-  for (const PortAssociation& association : kPortAssociations) {
+  for (const PortAssociation& association : portAssociations()) {
     if (sameName(source.c_str(), association.satelliteClass)) {
       return referencesOfSatellite(context, broker, result, path, association, filters);
     }

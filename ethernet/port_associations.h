@@ -3,10 +3,8 @@
 #include <string>
 
 #include "cmpi/cmpi_instance.h"
-#include "ethernet/ethernet_port_provider.h"
 #include "ethernet/port_paths.h"
-#include "framework/scoping_keys.h"
-#include "platform/computer_system.h"
+#include "platform/pnic.h"
 
 namespace EthernetProvider {
 
@@ -23,18 +21,17 @@ struct PortAssociation {
   std::string (*systemCreationClassName)();
 };
 
-/// In the order in which a port's associations are returned.
-// Deliberate: the driver's row asks the host itself, the others the provider's scoping keys.
-inline constexpr PortAssociation kPortAssociations[] = {
-    {"Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent", kDriverClass,
-     &EthernetPortProvider::fillEPDriverInstance, true, &OMC::getComputerSystemClassName},
-    {"Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent", kFirmwareClass,
-     &EthernetPortProvider::fillEPFirmwareInstance, true, &ORV::getSystemCreationClassName},
-    {"Orvane_EPStatistics", "Element", "Stats", kStatisticsClass,
-     &EthernetPortProvider::fillEPStatsInstance, false, &ORV::getSystemCreationClassName},
-    {"Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData", kCoalesceClass,
-     &EthernetPortProvider::fillEPCoalesceInstance, false, &ORV::getSystemCreationClassName},
+/// The table of them, in the order in which a port's associations are returned.
+struct PortAssociations {
+  const PortAssociation* first;
+  const PortAssociation* last;
+
+  const PortAssociation* begin() const { return first; }
+  const PortAssociation* end() const { return last; }
 };
+
+/// The rows stand beside the fill operations, in port_satellites.cpp.
+PortAssociations portAssociations();
 
 /// A fresh association instance on a path without keys of its own: the port's role first, then the
 /// satellite's.

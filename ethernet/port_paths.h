@@ -13,10 +13,6 @@
 namespace EthernetProvider {
 
 inline constexpr char kPortClass[] = "Orvane_EthernetPort";
-inline constexpr char kDriverClass[] = "Orvane_EPDriverSoftwareIdentity";
-inline constexpr char kFirmwareClass[] = "Orvane_EPFirmwareSoftwareIdentity";
-inline constexpr char kStatisticsClass[] = "Orvane_EPStatisticalInformation";
-inline constexpr char kCoalesceClass[] = "Orvane_EPCoalesceSettingData";
 
 /// Key values that all ports of the host share.
 struct ScopingKeys {

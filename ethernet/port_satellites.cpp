@@ -1,6 +1,10 @@
+#include <iterator>
 #include <string>
 
 #include "ethernet/ethernet_port_provider.h"
+#include "ethernet/port_associations.h"
+#include "framework/scoping_keys.h"
+#include "platform/computer_system.h"
 #include "platform/nodemgr_exception.h"
 
 namespace EthernetProvider {
@@ -47,6 +51,21 @@ void fillAsFarAsKnown(Fill fill) {
   }
 }
 
+// Deliberate (contract.md#driver-system-class): the driver's row asks the host itself.
+constexpr PortAssociation kRows[] = {
+    {"Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent",
+     "Orvane_EPDriverSoftwareIdentity", &EthernetPortProvider::fillEPDriverInstance, true,
+     &OMC::getComputerSystemClassName},
+    {"Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent",
+     "Orvane_EPFirmwareSoftwareIdentity", &EthernetPortProvider::fillEPFirmwareInstance, true,
+     &ORV::getSystemCreationClassName},
+    {"Orvane_EPStatistics", "Element", "Stats", "Orvane_EPStatisticalInformation",
+     &EthernetPortProvider::fillEPStatsInstance, false, &ORV::getSystemCreationClassName},
+    {"Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData",
+     "Orvane_EPCoalesceSettingData", &EthernetPortProvider::fillEPCoalesceInstance, false,
+     &ORV::getSystemCreationClassName},
+};
+
 }  // namespace
 
 void EthernetPortProvider::fillEPStatsInstance(CmpiInstance& instance, Pnic* pnic) {
@@ -82,5 +101,7 @@ void EthernetPortProvider::fillEPFirmwareInstance(CmpiInstance& instance, Pnic* 
     setSoftwareIdentity(instance, *pnic, " device firmware ", &PnicDriverInfo::firmwareVersion);
   });
 }
+
+PortAssociations portAssociations() { return {std::begin(kRows), std::end(kRows)}; }
 
 }  // namespace EthernetProvider

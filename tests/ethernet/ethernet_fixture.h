@@ -17,8 +17,8 @@ namespace EthernetProvider {
 /// once more, in full.
 inline std::vector<std::string> allClasses() {
   std::vector<std::string> classes = {kPortClass};
-  for (const PortAssociation& row : kPortAssociations) classes.push_back(row.satelliteClass);
-  for (const PortAssociation& row : kPortAssociations) classes.push_back(row.className);
+  for (const PortAssociation& row : portAssociations()) classes.push_back(row.satelliteClass);
+  for (const PortAssociation& row : portAssociations()) classes.push_back(row.className);
   return classes;
 }
 

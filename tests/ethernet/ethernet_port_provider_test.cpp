@@ -30,7 +30,7 @@ class EthernetProviderTest : public EthernetTest {
 
   /// A path that names the device for a request of one instance of the class.
   ObjectPath pathOf(const std::string& className, const std::string& deviceName) {
-    for (const PortAssociation& row : kPortAssociations) {
+    for (const PortAssociation& row : portAssociations()) {
       if (className == row.className) return associationPathOf(row, deviceName);
     }
     return className == "Orvane_EthernetPort" ? portPathOf(deviceName)
@@ -52,7 +52,7 @@ TEST_F(EthernetProviderTest, NamesOfPortsCarryFourKeys) {
 }
 
 TEST_F(EthernetProviderTest, NamesOfSatellitesCarryTheirInstanceId) {
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     const char* const className = row.satelliteClass;
     const Answer answer = enumNames(objectPath(className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
@@ -63,7 +63,7 @@ TEST_F(EthernetProviderTest, NamesOfSatellitesCarryTheirInstanceId) {
 }
 
 TEST_F(EthernetProviderTest, NamesOfAssociationsCarryBothReferences) {
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     const Answer answer = enumNames(objectPath(row.className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_THAT(answer.paths,
@@ -164,7 +164,7 @@ TEST_F(EthernetProviderTest, PortWhoseSettingsCannotBeReadKeepsItsKeysOnly) {
 }
 
 TEST_F(EthernetProviderTest, SatelliteInstancesHaveTheirInstanceIdFirst) {
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     const char* const className = row.satelliteClass;
     const Answer answer = enumInstances(objectPath(className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
@@ -196,7 +196,7 @@ TEST_F(EthernetProviderTest, SatelliteWhoseQueryFailsKeepsItsKeyOnly) {
   for (const char* accessor : {"GetStatistics", "GetCoalesceParams", "GetDriverInfo"}) {
     network_.ports[0].faults[accessor] = HostFault::kNodemgr;
   }
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     const char* const className = row.satelliteClass;
     const Answer answer = enumInstances(objectPath(className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
@@ -208,7 +208,7 @@ TEST_F(EthernetProviderTest, SatelliteWhoseQueryFailsKeepsItsKeyOnly) {
 
 TEST_F(EthernetProviderTest, AssociationInstancesHaveTwoReferencesAndForSoftwareAStatus) {
   const Value current = Value::ofArray(CMPI_uint16, {Value::ofUnsigned(CMPI_uint16, 2)});
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     const Answer answer = enumInstances(objectPath(row.className));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_EQ(answer.doneCount, 1);
@@ -281,7 +281,7 @@ TEST_F(EthernetProviderTest, PortWithoutDeviceIdIsNotFound) {
 }
 
 TEST_F(EthernetProviderTest, SatelliteWithoutUsableInstanceIdIsAnInvalidParameter) {
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     const char* const className = row.satelliteClass;
     for (const ObjectPath& path :
          {objectPath(className), objectPath(className, {{"InstanceID", ""}}),
@@ -338,7 +338,7 @@ TEST_F(EthernetProviderTest, InstanceIdThatEndsInAColonAsksForTheEmptyName) {
 }
 
 TEST_F(EthernetProviderTest, AssociationWithoutThePortsDeviceIdIsAnInvalidParameter) {
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     ObjectPath onlySatellite = objectPath(row.className);
     onlySatellite.keys.push_back(
         {row.satelliteRole, Value::ofReference(satellitePathOf(row.satelliteClass, "nic0"))});
@@ -357,7 +357,7 @@ TEST_F(EthernetProviderTest, AssociationWithoutThePortsDeviceIdIsAnInvalidParame
 }
 
 TEST_F(EthernetProviderTest, AssociationsSatelliteReferenceIsNotRead) {
-  for (const PortAssociation& row : kPortAssociations) {
+  for (const PortAssociation& row : portAssociations()) {
     ObjectPath path = objectPath(row.className);
     path.keys.push_back({row.portRole, Value::ofReference(portPathOf("nic0"))});
     path.keys.push_back(

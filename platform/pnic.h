@@ -76,11 +76,9 @@ struct PnicLinkSettings {
     return std::tuple{
         Fact{"supportedPorts", &PnicLinkSettings::supportedPorts,
              "port modes: 0 twisted pair to 4 fibre"},
-        Fact{"supportedLinkModes", &PnicLinkSettings::supportedLinkModes,
-             "pairs `[speed, duplex]`"},
+        Fact{"supportedLinkModes", &PnicLinkSettings::supportedLinkModes},
         Fact{"autoNegotiation", &PnicLinkSettings::autoNegotiation, "0 or 1"},
-        Fact{"advertisedLinkModes", &PnicLinkSettings::advertisedLinkModes,
-             "pairs `[speed, duplex]`"},
+        Fact{"advertisedLinkModes", &PnicLinkSettings::advertisedLinkModes},
         Fact{"advertisedAutoNegotiation", &PnicLinkSettings::advertisedAutoNegotiation},
         Fact{"linkMode", &PnicLinkSettings::linkMode, "in force"},
         Fact{"portMode", &PnicLinkSettings::portMode, "in force"},

@@ -34,6 +34,8 @@ TEST(PublishedTypes, AreTheDeclaredOnes) {
         EXPECT_EQ(broker::typeName(instance.property(name)->type), broker::typeName(property->type))
             << place;
         EXPECT_EQ(name, property->name) << place << " is declared in another spelling";
+        EXPECT_EQ(property->declaringClass, section.className)
+            << place << " is set, so that the class itself says what it means and where it is from";
         ++checked;
       }
     }

@@ -95,6 +95,21 @@ TEST(Schema, EveryClassOfOursIsDescribedAndSoIsEveryPropertyItAdds) {
   }
 }
 
+// Where a number comes from is told with it; fixed values have no source.
+TEST(Schema, EveryNumberOfOursWithAUnitNamesItsSource) {
+  const ClassRepository schema = ourSchema();
+  int numbers = 0;
+  for (const ClassDefinition* c : ourClasses(schema)) {
+    for (const PropertyDefinition& p : c->properties) {
+      if (p.declaringClass != c->name) continue;
+      if (!hasQualifier(p, "PUnit") && !hasQualifier(p, "Counter")) continue;
+      EXPECT_TRUE(hasQualifier(p, "MappingStrings")) << c->name << "." << p.name;
+      ++numbers;
+    }
+  }
+  EXPECT_GT(numbers, 0);
+}
+
 TEST(Schema, ValueMapsAndValuesHaveOneLength) {
   const ClassRepository schema = ourSchema();
   for (const ClassDefinition* c : schema.all()) {

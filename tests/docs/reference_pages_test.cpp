@@ -1,0 +1,93 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "broker/mof_reader.h"
+#include "tests/docs/class_tables.h"
+#include "tests/docs/member_tables.h"
+
+// The parts of docs/ that are written from the schema and from the tables of members, between the
+// lines <!-- generated --> and <!-- end -->. After a change,
+// `cmake --build build --target renew_docs` writes them anew.
+namespace orv::test {
+namespace {
+
+const std::string kRoot = ORV_SOURCE_DIR;
+const std::string kBegin =
+    "<!-- generated; renew with: cmake --build build --target renew_docs -->\n";
+const std::string kEnd = "<!-- end -->\n";
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_TRUE(in.good()) << path;
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// The page with `generated` in its place.
+std::string withGenerated(const std::string& page, const std::string& generated) {
+  const std::size_t begin = page.find(kBegin);
+  const std::size_t end = page.find(kEnd, begin);
+  if (begin == std::string::npos || end == std::string::npos) return "no place for what is written";
+  return page.substr(0, begin + kBegin.size()) + generated + page.substr(end);
+}
+
+void expectFresh(const std::string& name, const std::string& generated) {
+  const std::string path = kRoot + "/docs/" + name;
+  const std::string page = readFile(path);
+  const std::string renewed = withGenerated(page, generated);
+  if (std::getenv("ORV_RENEW_DOCS") != nullptr) {
+    std::ofstream(path, std::ios::binary) << renewed;
+    return;
+  }
+  EXPECT_EQ(page, renewed) << "renew with: cmake --build build --target renew_docs";
+}
+
+std::string ourClassTables() {
+  return classTables(broker::loadSchema(kRoot + "/schema"),
+                     broker::readRegistrationFile(kRoot + "/schema/orvprovider.reg"));
+}
+
+TEST(ReferencePages, ClassesAreThoseOfTheSchema) { expectFresh("classes.md", ourClassTables()); }
+
+TEST(ReferencePages, MembersOfHostFilesAreThoseOfTheRecords) {
+  expectFresh("simulated-host.md", memberTables());
+}
+
+// What the two tests above compare with is not empty, and holds each kind of thing.
+
+TEST(ReferencePages, AClassHasItsTypesKeysUnitsMeaningsAndSources) {
+  const std::string tables = ourClassTables();
+  for (const char* row :
+       {"| [Orvane_CIMHeartbeat](#orvane_cimheartbeat) | indication | Orvane_CIMHeartbeat |",
+        "| SystemName | string | yes |  | Name of the host's computer system. | `uname \\| "
+        "nodename` |",
+        "| Stats | Orvane_EPStatisticalInformation REF | yes |  | The counters. |  |",
+        "| rxUsecsIrq | uint32 |  | second * 10^-6 | As rxUsecs, while an interrupt is being "
+        "serviced. | `ethtool GCOALESCE \\| rx_coalesce_usecs_irq` |",
+        "| bytesRx | uint64 |  | byte | Bytes received. | `netlink IFLA_STATS64 \\| rx_bytes` |"}) {
+    EXPECT_THAT(tables, testing::HasSubstr(std::string("\n") + row + "\n"));
+  }
+}
+
+TEST(ReferencePages, AMemberHasItsTypeDefaultAndMeaning) {
+  const std::string tables = memberTables();
+  for (const char* row :
+       {"| `ports` | array: object, or fault | `[]` | physical ports, in this order; `GetPnics` "
+        "and "
+        "`GetPnicByName` throw the fault |",
+        "### `ports[].linkSettings`", "| `RxCRCErrors` | integer, 64 bits | `0` |  |",
+        "| `netmask` | dotted quad, or `null` | `\"0.0.0.0\"` | with `null` reading it (node 240) "
+        "fails |",
+        "### `processors.packages[].cores[]`",
+        "| `vendor` | string | `\"GenuineIntel\"` | twelve characters |",
+        "| `errno` | integer, 32 bits with sign | `5` | what the status stands for |"}) {
+    EXPECT_THAT(tables, testing::HasSubstr(std::string("\n") + row + "\n"));
+  }
+}
+
+}  // namespace
+}  // namespace orv::test

@@ -36,7 +36,7 @@ CMPIData elementAt(const CMPIArray* self, CMPICount index, CMPIStatus* out) {
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   if (own != nullptr && index < own->elements.size()) return toData(own->elements[index]);
   CMPIData data{};
-  data.state = CMPI_badValue;  // Deliberate: beyond the end the status stays OK.
+  data.state = CMPI_badValue;  // Deliberate (contract.md#array-end).
   return data;
 }
 

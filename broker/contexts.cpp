@@ -42,7 +42,7 @@ CMPIContext* cloneContext(const CMPIContext* /*self*/, CMPIStatus* out) {
   return nullptr;
 }
 
-/// Deliberate: the state is null and the value is rubbish, as the object manager leaves it.
+/// Deliberate (contract.md#missing-entry): null, with a rubbish value.
 CMPIData missingEntry(CMPIStatus* out) {
   answer(out, CMPI_RC_ERR_NO_SUCH_PROPERTY);
   CMPIData data{};

@@ -98,7 +98,7 @@ CMPIUint64 binaryFormat(const CMPIDateTime* self, CMPIStatus* out) {
   answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
   if (own == nullptr) return 0;
   if (own->value.interval) return own->value.microseconds;
-  // Deliberate: the object manager takes the offset off twice, so the number is right only in UTC.
+  // Deliberate (contract.md#offset-twice): the number is right only in UTC.
   const std::int64_t twice = offsetMinutes(own->value.text) * kMinute;
   return own->value.microseconds - static_cast<std::uint64_t>(twice);
 }

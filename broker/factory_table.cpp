@@ -61,7 +61,7 @@ CMPISelectExp* newSelectExp(Mb /*broker*/, const char* query, const char* langua
   return newSelectExpression(query, language, projection, out);
 }
 
-/// Deliberate: the status is always OK, whatever is wrong.
+/// Deliberate (contract.md#class-path-is-a): the status is OK, whatever is wrong.
 CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char* ancestor,
                          CMPIStatus* out) {
   answer(out, CMPI_RC_OK);
@@ -96,7 +96,7 @@ CMPIString* getType(Mb /*broker*/, const void* /*object*/, CMPIStatus* out) {
   return nullptr;
 }
 
-/// Deliberate: the default text comes with a status of 7.
+/// Deliberate (contract.md#get-message): the default text comes with a status of 7.
 CMPIString* getMessage(Mb /*broker*/, const char* /*id*/, const char* defaultText, CMPIStatus* out,
                        CMPICount /*count*/, ...) {
   answer(out, CMPI_RC_ERR_NOT_SUPPORTED);

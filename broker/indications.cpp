@@ -159,7 +159,7 @@ SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFi
   }
   SubscribeResult result;
   result.id = subscription->id;
-  if (!isNew) return result;  // Deliberate: the provider hears of the first subscription only.
+  if (!isNew) return result;  // Deliberate (contract.md#first-subscription).
   registerFilter(filter);
   const CMPIStatus activated = activate(broker, filter);
   if (activated.rc == CMPI_RC_OK) return result;
@@ -207,13 +207,13 @@ CMPIStatus IndicationHub::activateOn(BrokerState& broker, const FilterPointer& f
                                  owner);
   });
   if (authorized.rc != CMPI_RC_OK) return authorized;
-  // Deliberate: the answer does not matter.
+  // Deliberate (contract.md#filter-calls).
   callSlot(table.mustPoll != nullptr, "mustPoll", [&] {
     return table.mustPoll(call.mi, call.context, call.expression, call.className, call.path);
   });
   const CMPIStatus activated = callSlot(table.activateFilter != nullptr, "activateFilter", [&] {
     return table.activateFilter(call.mi, call.context, call.expression, call.className, call.path,
-                                1);  // Deliberate: always the first.
+                                1);  // Deliberate (contract.md#filter-calls).
   });
   if (activated.rc != CMPI_RC_OK) return activated;
   filter->sections.push_back(&section);
@@ -232,7 +232,7 @@ CMPIStatus IndicationHub::deactivate(BrokerState& broker, const Filter& filter) 
     const auto slot = call.mi->ft->deActivateFilter;
     const CMPIStatus answered = callSlot(slot != nullptr, "deActivateFilter", [&] {
       return slot(call.mi, call.context, call.expression, call.className, call.path,
-                  1);  // Deliberate: always the last.
+                  1);  // Deliberate (contract.md#filter-calls).
     });
     if (outcome.rc == CMPI_RC_OK) outcome = answered;
   }
@@ -293,7 +293,7 @@ void IndicationHub::deliver(InstanceData& instance) {
   }
   for (const FilterPointer& filter : filters) {
     if (!selects(*filter->query, instance)) continue;
-    // Deliberate: the caller's instance is narrowed, for later filters and later deliveries too.
+    // Deliberate (contract.md#projection): the caller's own instance, for later deliveries too.
     if (filter->query->projection) instance.applyFilter(*filter->query->projection);
     std::vector<std::shared_ptr<Subscription>> subscriptions;
     {

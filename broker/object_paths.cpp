@@ -196,7 +196,7 @@ CMPIStatus addKey(PathData& path, const std::string& name, const CMPIValue* valu
       existing->value = std::move(read.value);
       return status(CMPI_RC_OK);
     case TypeCheck::kMismatch:
-      return status(CMPI_RC_OK);  // Deliberate: answered OK and ignored.
+      return status(CMPI_RC_OK);  // Deliberate (contract.md#key-over-string).
     case TypeCheck::kCrash:
       break;
   }

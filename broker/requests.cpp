@@ -96,7 +96,7 @@ Answers askForClient(BrokerState& broker, const Request& request, const ClientQu
     return {CMPI_RC_ERR_INVALID_PARAMETER, "Key " + *name + " is given twice", {}};
   }
   Question asked = question;
-  // Deliberate: a client's empty property list reaches providers as none at all.
+  // Deliberate (contract.md#empty-property-list).
   if (request.properties && request.properties->empty()) asked.arguments.properties = nullptr;
   return ask(broker, asked);
 }

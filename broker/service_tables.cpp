@@ -67,7 +67,7 @@ int timedCondWait(void* condition, void* mutex, struct timespec* deadline) {
                                 static_cast<pthread_mutex_t*>(mutex), deadline);
 }
 
-/// Deliberate: the status argument is left untouched.
+/// Deliberate (contract.md#mark-status): the status argument is left untouched.
 CMPIGcStat* mark(const CMPIBroker* /*broker*/, CMPIStatus* /*out*/) {
   return ThreadHeap::ofThisThread().mark();
 }

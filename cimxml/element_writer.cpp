@@ -125,7 +125,7 @@ void appendArray(xml_node property, const Value& value) {
   if (value.null) return;
   xml_node values = property.append_child("VALUE.ARRAY");
   for (const Value& element : value.array()) {
-    // Deliberate: left out, as the object manager does. Clients in use stop at a VALUE.NULL.
+    // Deliberate (contract.md#null-elements): clients in use stop at a VALUE.NULL.
     if (element.null) continue;
     if (const auto* embedded = std::get_if<std::shared_ptr<const Instance>>(&element.content)) {
       appendText(values, "VALUE", instanceText(**embedded));

@@ -37,7 +37,7 @@ constexpr CMPIUint16 kOtherPortMode = 0;
 constexpr std::array<CMPIUint16, 3> kTransceivers = {1, 2, 0};
 constexpr CMPIUint16 kOtherTransceiver = 0;
 
-// Deliberate: mode 7 is 0, and what is no mode at all is 1.
+// Deliberate (contract.md#wake-on-modes): mode 7 is 0, and what is not a mode is 1.
 constexpr std::array<CMPIUint16, 7> kWakeOnModes = {2, 3, 4, 5, 6, 7, 0};
 constexpr CMPIUint16 kOtherWakeOnMode = 1;
 

@@ -121,7 +121,7 @@ void EthernetPortProvider::fillEPInstance(CmpiInstance& instance, Pnic* port) {
   instance.setProperty("Name", port->GetName().c_str());
   instance.setProperty("ElementName", port->GetName().c_str());
   instance.setProperty("PortType", getPortType(settings.portMode, settings.linkMode.first));
-  // Deliberate: a number, not a boolean.
+  // Deliberate (contract.md#autosense-number).
   instance.setProperty("AutoSense", static_cast<CMPIUint16>(settings.autoNegotiation));
   instance.setProperty("Caption", port->GetName().c_str());
   instance.setProperty("Speed", port->GetLinkSpeed() * kBitsPerMegabit);
@@ -147,7 +147,7 @@ void EthernetPortProvider::fillEPInstance(CmpiInstance& instance, Pnic* port) {
                        textArray(linkModeTexts(settings.advertisedLinkModes)));
   instance.setProperty("AdvertisedAutoNegotiation",
                        CmpiBooleanData(settings.advertisedAutoNegotiation));
-  // Deliberate: the PHY's address on its bus, not a MAC address.
+  // Deliberate (contract.md#physical-address).
   instance.setProperty("PhysicalAddress", settings.phyAddress);
   instance.setProperty("Transceiver", convertTransceiver(settings.transceiver));
   instance.setProperty("WOLSupported",

@@ -6,8 +6,7 @@ void initializeProvider(CmpiBaseMI& provider, const CmpiContext& context) {
   try {
     provider.initialize(context);
   } catch (...) {
-    // Deliberate: an object that failed to initialise is kept and serves; it has logged why. An
-    // exception that left the factory would end the object manager's process.
+    // Deliberate (contract.md#failed-initialize): the object is kept and serves; it has logged why.
   }
 }
 

@@ -41,7 +41,7 @@ CmpiStatus OrvLatchedHealthAssociation::doReferences(const CmpiContext& /*contex
                                                      const char* /*resultClass*/,
                                                      const char* /*role*/,
                                                      const char* /*resultRole*/) {
-  // Deliberate: asked from the element's side, or any other, the answer is empty and says nothing.
+  // Deliberate (contract.md#from-the-element).
   if (!ORV::sameName(ORV::classNameOf(path).c_str(), kLatchedHealthStateClass)) return CMPI_RC_OK;
   std::uint32_t eventId = 0;
   if (!findEventIdKey(path, eventId)) return CmpiStatus(CMPI_RC_ERR_FAILED, "Invalid event id");

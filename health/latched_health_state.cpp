@@ -50,7 +50,7 @@ CmpiStatus returnRollupName(CmpiResult& result, const CmpiObjectPath& request) {
   return CMPI_RC_OK;
 }
 
-/// Calls `returnRecord` for each record. Deliberate: an empty store gives no returnDone.
+/// Calls `returnRecord` for each record. Deliberate (contract.md#empty-store).
 template <typename ReturnRecord>
 CmpiStatus returnRecords(CmpiResult& result, ReturnRecord&& returnRecord) {
   MonitorState& state = monitorState();
@@ -87,7 +87,7 @@ CmpiStatus OrvLatchedHealthState::enumInstances(const CmpiContext& /*context*/, 
 CmpiStatus OrvLatchedHealthState::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
                                               const CmpiObjectPath& path, const char** properties) {
   if (isRollup(path)) return returnRollup(result, path, properties);
-  // Deliberate: not found here, failed in the enumerations.
+  // Deliberate (contract.md#health-other-class).
   if (!isLatched(path)) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, kInvalidClass);
   std::uint32_t eventId = 0;
   if (!findEventIdKey(path, eventId)) return CmpiStatus(CMPI_RC_ERR_FAILED, kFailedToGet);

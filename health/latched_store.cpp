@@ -18,7 +18,7 @@ namespace {
 constexpr char kNoHost[] = "NULL";
 constexpr char kDropped[] = "Failed to copy object, dropping health state %u for %s\n";
 constexpr char kNoKeyMemory[] = "Latched health state failed to allocate memory for object keys\n";
-// Deliberate: "in not".
+// Deliberate (contract.md#in-not).
 constexpr char kNonStringKey[] = "%s has a non string key, this in not supported\n";
 
 bool hasHost(const HealthInfo& record) {
@@ -51,7 +51,7 @@ void copyHost(const CmpiObjectPath& element, HealthInfo& record) {
 /// A broken invariant of the object manager.
 [[noreturn]] void endForMissingKey() {
   syslog(LOG_ERR, kNoKeyMemory);
-  // Deliberate: fatal, and with the words of another failure.
+  // Deliberate (contract.md#key-without-value): fatal.
   std::terminate();
 }
 
@@ -140,7 +140,7 @@ void LatchedStore::latch(const CmpiObjectPath& element, std::uint16_t healthStat
 HealthInfo* LatchedStore::find(const CmpiObjectPath& element) const {
   const std::string className = ORV::classNameOf(element);
   for (const auto& record : healthList_) {
-    // The cheap comparison first. Deliberate: with regard to case, unlike the one of paths.
+    // The cheap comparison first. Deliberate (contract.md#class-name-case).
     const bool sameClass =
         std::strncmp(record->className, className.c_str(), sizeof record->className) == 0;
     if (sameClass && givesBack(*record, element)) return record.get();
@@ -160,7 +160,7 @@ void LatchedStore::add(const CmpiObjectPath& element, std::uint16_t healthState,
   auto record = std::make_unique<HealthInfo>();  // all bytes zero
   copyText(record->className, ORV::classNameOf(element).c_str());
   copyText(record->nameSpace, ORV::nameSpaceOf(element).c_str());
-  record->eventId = nextEventId_++;  // Deliberate: not handed back when the record is dropped.
+  record->eventId = nextEventId_++;  // Deliberate (contract.md#event-number-gap).
   record->healthState = healthState;
   record->timestamp = now;
   copyHost(element, *record);

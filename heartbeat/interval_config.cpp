@@ -56,7 +56,7 @@ class ValueScanner {
       finish();
     } else if (isDigit(c)) {
       state_ = State::kInNumber;
-      // Deliberate: a number at the very start of the line is passed over, and with it the line.
+      // Deliberate (contract.md#number-first): a number at the very start ends the line.
       hasNumber_ = !atLineStart_;
       add(c);
     }

@@ -16,8 +16,8 @@ namespace {
 constexpr char kNameSpace[] = "root/cimv2";
 constexpr char kConversionFailed[] = "Address conversion failed";
 
-/// Deliberate: the size of an IPv6 socket address, though counted from its 16 address bytes. The
-/// twelve bytes behind a mask's address must be zero too, or the prefix length is 0: the mask's
+/// Deliberate (contract.md#mask-size): a whole socket address, counted from its 16 address bytes.
+/// The twelve bytes behind a mask's address must be zero too, or the prefix length is 0: the mask's
 /// scope identifier, and the eight bytes behind the mask. getifaddrs gives each socket address of
 /// an entry the room of the largest that it lists (36 bytes, for link-layer addresses of any
 /// length), so that these eight are the zeroed rest of the mask's own room.
@@ -105,7 +105,7 @@ IPv6Address::IPv6Address(const ifaddrs* entry) : IAddress(entry) {
 CmpiInstance IPv6Address::buildInterfaceObject(const CmpiContext& context, CmpiBroker* broker,
                                                const std::string& interfaceName) const {
   CmpiInstance instance = commonInterfaceObject(context, broker, interfaceName, kProtocolIpv6);
-  // Deliberate: one letter short of the class's property. Consumers of the indications read it.
+  // Deliberate (contract.md#ipv6ddress): consumers of the indications read this name.
   instance.setProperty("IPv6ddress", address_);
   instance.setProperty("PrefixLength", static_cast<CMPIUint8>(prefixLength_));
   return instance;

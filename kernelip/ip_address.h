@@ -83,7 +83,7 @@ class IPv6Address : public IAddress {
 
   CmpiInstance buildInterfaceObject(const CmpiContext& context, CmpiBroker* broker,
                                     const std::string& interfaceName) const override;
-  /// Same address. Deliberate: the prefix length is not compared.
+  /// Same address, whatever the prefix. Deliberate (contract.md#ipv6-prefix).
   bool isEqual(const IAddress* other) const override;
   std::string getAddress() const override;
   std::string getCreationClassName() const override;

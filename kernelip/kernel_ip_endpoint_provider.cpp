@@ -139,8 +139,7 @@ CmpiStatus KernelIPProtocolEndpointProvider::enumInstances(const CmpiContext& co
   const std::string className = ORV::classNameOf(path);
   const std::string nameSpace = ORV::nameSpaceOf(path);
   Records records;
-  // Deliberate: a host that cannot be read looks like one without addresses, and neither signals
-  // the end of the result.
+  // Deliberate (contract.md#endpoints-not-done).
   if (getendpointDetails(records) != 0 || records.empty()) return CMPI_RC_OK;
   const std::optional<std::uint16_t> mode = enumerationMode(className);
   if (!mode) return CMPI_RC_OK;
@@ -165,8 +164,7 @@ CmpiStatus KernelIPProtocolEndpointProvider::getInstance(const CmpiContext& cont
   if (getendpointDetails(records) != 0 || records.empty()) return CMPI_RC_OK;
   if (!isEndpointClass(className)) return CMPI_RC_OK;
 
-  // Deliberate: the first record of the interface, whatever its family. Asked for the IPv6 class,
-  // an interface with an IPv4 address answers with that, under the IPv6 class's name.
+  // Deliberate (contract.md#first-record): whatever its family.
   const auto found = std::find_if(
       records.begin(), records.end(),
       [&](const endpointDetails& record) { return name && ORV::hasName(record, name->c_str()); });

@@ -37,7 +37,7 @@ bool readInterfaceAddresses(InterfaceAddresses& list) {
     list.reset(entries);
     return true;
   }
-  // Deliberate: the text that gai_strerror has for the returned code, not errno's.
+  // Deliberate (contract.md#gai-text).
   syslog(LOG_ERR, "Unable to refresh network interface information of the system, Error: %s\n",
          gai_strerror(code));
   return false;
@@ -57,7 +57,7 @@ boost::shared_ptr<IAddress> makeAddress(const ifaddrs* entry) {
 
 CmpiDateTime now() { return CmpiDateTime::ofSeconds(static_cast<CMPIUint64>(std::time(nullptr))); }
 
-/// Path of the endpoint in its new form. Deliberate: the values are not escaped.
+/// Path of the endpoint in its new form, not escaped. Deliberate (contract.md#model-path).
 std::string modelPath(const CmpiContext& context, CmpiBroker* broker, const std::string& name,
                       const IAddress& current) {
   const std::string className = current.getCreationClassName();
@@ -163,7 +163,7 @@ void KernelIpIndication::formatIndication(const CmpiContext& context, CmpiInstan
   indication.setProperty("PreviousInstance", previous->buildInterfaceObject(context, broker, name));
   indication.setProperty("SourceInstanceModelPath",
                          modelPath(context, broker, name, *current).c_str());
-  // Deliberate: the new address, not a host name.
+  // Deliberate (contract.md#source-host).
   indication.setProperty("SourceInstanceHost", current->getAddress().c_str());
 }
 

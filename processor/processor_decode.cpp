@@ -114,7 +114,7 @@ void decodePowerPolicy(std::string_view policy, ProcessorRecord& record) {
 
 std::string brandText(std::uint8_t brandId) {
   char text[16];
-  // Deliberate: padded with blanks, not zeros.
+  // Deliberate (contract.md#brand-spaces).
   std::snprintf(text, sizeof text, "0x%4x", static_cast<unsigned>(brandId));
   return text;
 }

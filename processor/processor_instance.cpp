@@ -80,7 +80,7 @@ CmpiInstance processorInstance(const std::string& nameSpace, const ScopingSystem
   CmpiObjectPath path(nameSpace.c_str(), kProcessorClass);
   forEachKey(system, record,
              [&](const char* name, const char* value) { path.setKey(name, value); });
-  // Deliberate: a fifth key besides the four that the class declares.
+  // Deliberate (contract.md#processor-fifth-key).
   path.setKey("ElementName", record.name.c_str());
   CmpiInstance instance(path);
   const char* keys[] = {"SystemCreationClassName", "SystemName", "CreationClassName", "DeviceID",

@@ -32,7 +32,7 @@ HykuserVersion_SystemVersion fallbackVersion() {
   setField(image.productName, HostType_OSIsHYK() ? kHypervisorProductName : kHostedProductName);
   setField(image.version, "5.1.0");
   setField(image.edition, "unknown");  // not empty: that would mark it as the alternate image
-  // Deliberate: the decimal value of "build-2323236", a text that starts with letters.
+  // Deliberate (contract.md#fallback-build-number).
   image.buildNumber = 0;
   return image;
 }

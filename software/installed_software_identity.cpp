@@ -22,8 +22,8 @@ constexpr const char* kSystemClass = "OMC_UnitaryComputerSystem";
 constexpr const char* kSystemRole = "System";
 constexpr const char* kSoftwareRole = "InstalledSoftware";
 
-/// Deliberate: names and single instances carry the system's path in this namespace, with the
-/// leading slash; references carry the request's.
+/// Deliberate (contract.md#system-namespace): names and single instances carry the system's path in
+/// this namespace; references carry the request's.
 constexpr const char* kSystemNameSpace = "/root/cimv2";
 
 /// One end of the association as a request's filters see it.

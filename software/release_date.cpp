@@ -35,8 +35,9 @@ int yearsSince1900(int year) { return year >= 1901 ? year - 1900 : year; }
 constexpr std::time_t kConversionFailed = -1;
 constexpr int kLastYear = 9999 - 1900;  // four digits in a CIM date-time
 
-/// Deliberate: the day starts with daylight saving off, and going through local calendar time once
-/// more only lets the zone's rules name that moment. In summer it is one o'clock by the clocks.
+/// Deliberate (contract.md#release-date-summer): the day starts with daylight saving off. Going
+/// through local calendar time once more only lets the zone's rules name that moment. In summer it
+/// is one o'clock by the clocks.
 std::time_t startOfDay(int years, int month, int day) {
   std::tm date{};
   date.tm_year = years;

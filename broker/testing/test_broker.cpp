@@ -96,6 +96,7 @@ void addAnswers(const Answers& answers, TestResponse& response) {
 }
 
 /// A provider is forgotten when everything that it has was cleaned, in whatever section.
+/// Deliberate (contract.md#cleanup-kinds).
 bool allCleaned(const std::set<std::pair<const ProviderLibrary*, ProviderKind>>& cleaned,
                 const Section& section) {
   const auto gone = [&](const void* mi, ProviderKind kind) {

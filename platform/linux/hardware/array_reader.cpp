@@ -1,0 +1,134 @@
+#include <algorithm>
+
+#include "platform/linux/hardware/kernel_texts.h"
+#include "platform/linux/hardware/readers.h"
+#include "platform/linux/sysfs.h"
+
+namespace LinuxHost {
+namespace {
+
+using Hardware::Extent;
+using Hardware::Pool;
+using Hardware::Volume;
+
+constexpr std::uint64_t kSector = 512;  // of sysfs, whatever the device's is
+
+template <typename Visit>
+void forEachArray(const BlockDevices& devices, Visit visit) {
+  for (const BlockDevice& device : devices.all()) {
+    if (!device.parent.empty()) continue;
+    const std::string md = device.path + "/md";
+    if (!textIn(md + "/array_state").empty()) visit(device, md);
+  }
+}
+
+/// Sets size in blocks of the device or of the disk that it is a part of.
+template <typename Facts>
+void readBlocks(const BlockDevice& device, Facts& facts) {
+  const std::string owner =
+      device.parent.empty() ? device.path : device.path.substr(0, device.path.rfind('/'));
+  const auto sectors = numberIn<std::uint64_t>(device.path + "/size");
+  facts.blockSize = numberIn<std::uint64_t>(owner + "/queue/logical_block_size");
+  if (!sectors || !facts.blockSize || *facts.blockSize < kSector) {
+    facts.blockSize.reset();
+    return;
+  }
+  facts.blocks = *sectors / (*facts.blockSize / kSector);
+}
+
+// ---- Volumes ----
+
+bool isLogicalVolume(const BlockDevice& device) { return device.id.rfind("LVM-", 0) == 0; }
+
+std::string volumeId(const BlockDevice& device) {
+  const std::string uuid = keyText(device.note("ID_FS_UUID"));
+  if (isLogicalVolume(device) || uuid.empty()) return device.id;
+  return "fs-" + uuid;
+}
+
+std::string volumeName(const BlockDevice& device) {
+  const std::string mapped = textIn(device.path + "/dm/name");
+  return mapped.empty() ? device.name : mapped;
+}
+
+Volume readVolume(const BlockDevice& device, const BlockDevices& devices) {
+  Volume volume;
+  volume.id = volumeId(device);
+  volume.name = volumeName(device);
+  volume.disk = devices.diskOf(device);
+  volume.suspended = textIn(device.path + "/dm/suspended") == "1";
+  readBlocks(device, volume);
+  return volume;
+}
+
+/// A file system that cannot be written although it was mounted for writing, on a device that can.
+bool becameReadOnly(const Mount& mount, const BlockDevice& device) {
+  return mount.writable && !mount.fileSystemWritable && textIn(device.path + "/ro") != "1";
+}
+
+}  // namespace
+
+std::vector<Pool> readPools(const BlockDevices& devices) {
+  std::vector<Pool> pools;
+  forEachArray(devices, [&](const BlockDevice& device, const std::string& md) {
+    Pool pool;
+    pool.id = device.id;
+    pool.name = device.name;
+    pool.level = textIn(md + "/level");
+    pool.state = textIn(md + "/array_state");
+    pool.syncAction = textIn(md + "/sync_action");
+    pool.disks = numberIn<std::uint32_t>(md + "/raid_disks");
+    pool.missing = numberIn<std::uint32_t>(md + "/degraded");
+    const auto sectors = numberIn<std::uint64_t>(device.path + "/size");
+    if (sectors) pool.size = *sectors * kSector;
+    pools.push_back(std::move(pool));
+  });
+  return pools;
+}
+
+std::vector<Extent> readExtents(const BlockDevices& devices) {
+  std::vector<Extent> extents;
+  forEachArray(devices, [&](const BlockDevice& array, const std::string& md) {
+    for (const std::string& entry : namesIn(md)) {
+      if (entry.rfind("dev-", 0) != 0) continue;
+      const std::string path = md + "/" + entry;
+      Extent extent;
+      extent.name = entry.substr(4);
+      extent.pool = array.id;
+      extent.state = textIn(path + "/state");
+      extent.errors = numberIn<std::uint64_t>(path + "/errors");
+      const BlockDevice* const member = devices.byName(extent.name);
+      if (member != nullptr) {
+        extent.disk = devices.diskOf(*member);
+        readBlocks(*member, extent);
+      }
+      extent.id = array.id + "/" + (member != nullptr ? member->id : keyText(extent.name));
+      extents.push_back(std::move(extent));
+    }
+  });
+  return extents;
+}
+
+std::vector<Volume> readVolumes(const HostPaths& paths, const BlockDevices& devices) {
+  int error = 0;
+  const auto text = bytesIn(paths.mountInfo, error);
+  std::vector<Volume> volumes;
+  const std::vector<Mount> mounts = parseMountInfo(text ? *text : "");
+  for (const BlockDevice& device : devices.all()) {
+    const auto mount = std::find_if(mounts.begin(), mounts.end(),
+                                    [&](const Mount& m) { return m.device == device.number; });
+    if (mount == mounts.end() && !isLogicalVolume(device)) continue;
+    Volume volume = readVolume(device, devices);
+    if (mount != mounts.end()) {
+      volume.fileSystem = mount->type;
+      volume.mountPoint = mount->place;
+      volume.readOnlyRemount = becameReadOnly(*mount, device);
+      volume.errors = numberIn<std::uint64_t>(paths.sys + "/fs/ext4/" + device.name +
+                                              "/errors_count");
+    }
+    volumes.push_back(std::move(volume));
+  }
+  return volumes;
+}
+
+}  // namespace LinuxHost

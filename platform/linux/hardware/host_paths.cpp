@@ -1,0 +1,65 @@
+#include "platform/linux/hardware/host_paths.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+#include "platform/linux/file_descriptor.h"
+#include "platform/linux/hardware/kernel_texts.h"
+#include "platform/linux/sysfs.h"
+
+namespace LinuxHost {
+namespace {
+
+struct Free {
+  void operator()(char* text) const { std::free(text); }
+};
+
+}  // namespace
+
+std::string resolved(const std::string& path) {
+  const std::unique_ptr<char, Free> target(realpath(path.c_str(), nullptr));
+  return target == nullptr ? "" : target.get();
+}
+
+std::string textIn(const std::string& path) {
+  const auto text = readText(path);
+  return text ? cleanText(*text) : "";
+}
+
+template <typename Number>
+std::optional<Number> numberIn(const std::string& path) {
+  const auto text = readText(path);
+  const auto number = text ? unsignedNumber(*text) : std::nullopt;
+  if (!number || *number > std::numeric_limits<Number>::max()) return std::nullopt;
+  return static_cast<Number>(*number);
+}
+
+template std::optional<std::uint16_t> numberIn(const std::string&);
+template std::optional<std::uint32_t> numberIn(const std::string&);
+template std::optional<std::uint64_t> numberIn(const std::string&);
+
+std::optional<std::string> bytesIn(const std::string& path, int& error) {
+  constexpr std::size_t kMost = 1024 * 1024;
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  error = errno;
+  if (!file.isOpen()) return std::nullopt;
+  std::string bytes;
+  char piece[4096];
+  while (bytes.size() < kMost) {
+    const ssize_t size = read(file.number(), piece, sizeof piece);
+    error = errno;
+    if (size < 0 && error == EINTR) continue;
+    if (size < 0) return std::nullopt;
+    if (size == 0) break;
+    bytes.append(piece, static_cast<std::size_t>(size));
+  }
+  return bytes;
+}
+
+}  // namespace LinuxHost

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Texts of the kernel and of devices, as values: functions of their arguments. Whatever stands in a
+/// text, and however long it is, they answer; a text of another form is an absent value.
+namespace LinuxHost {
+
+/// A text for people: at most 256 characters, spaces at both ends and repeated ones taken away,
+/// characters that do not print replaced by "?".
+std::string cleanText(std::string_view text);
+
+/// A text that can stand in a key: as cleanText, at most 200 characters, and everything but
+/// letters, digits and `.:_-/+@` replaced by "_".
+std::string keyText(std::string_view text);
+
+/// A decimal number that fills the text, spaces around it aside.
+std::optional<std::uint64_t> unsignedNumber(std::string_view text);
+std::optional<std::int64_t> signedNumber(std::string_view text);
+
+/// A hexadecimal number that fills the text, with or without "0x".
+std::optional<std::uint64_t> hexNumber(std::string_view text);
+
+/// The total in a PCI error counter file:
+///
+///     file = (name ' ' count '\n')*      the last line's name begins with TOTAL_
+std::optional<std::uint64_t> aerTotal(std::string_view text);
+
+/// Bits per second of a SATA or SAS link: "6.0 Gbps", "12.0 Gbit". Absent while the link is down
+/// ("<unknown>", "Unknown", "Phy disabled").
+std::optional<std::uint64_t> linkSpeed(std::string_view text);
+
+/// One line of /proc/self/mountinfo:
+///
+///     line = id parent device root place options field* '-' type source superOptions
+struct Mount {
+  std::string device;  ///< major:minor
+  std::string place;   ///< with the octal escapes resolved
+  bool writable = false;            ///< by the options of the mount
+  bool fileSystemWritable = false;  ///< by the options of the file system
+  std::string type;
+};
+
+/// The lines that have that form; others are passed over.
+std::vector<Mount> parseMountInfo(std::string_view text);
+
+}  // namespace LinuxHost

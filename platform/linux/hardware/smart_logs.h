@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/hardware.h"
+
+/// What disks tell of their health, from the bytes that they answer with: functions of their
+/// arguments. Bytes that are too short, or of another form, change nothing.
+namespace LinuxHost {
+
+/// The SMART / Health Information log page of an NVMe controller, 512 bytes.
+///
+/// Sets critical warning, spare, threshold, part of life used, temperature, media errors and hours.
+/// Counters of 128 bits that do not fit are the largest that does.
+void decodeNvmeSmart(std::string_view log, Hardware::Disk& disk);
+
+/// An ATA disk's identity, SMART status and SMART data, in libatasmart's form of them.
+///
+/// Sets overall status, temperature, pending and bad sectors, hours.
+void decodeAtaSmart(std::string_view blob, Hardware::Disk& disk);
+
+/// Log page 2Fh (informational exceptions) of a SCSI disk. Sets prediction and temperature.
+void decodeScsiExceptions(std::string_view page, Hardware::Disk& disk);
+
+/// Sense data of a SCSI command: fixed or descriptor form.
+struct Sense {
+  std::uint8_t key = 0;
+  std::uint8_t code = 0;       ///< additional sense code
+  std::uint8_t qualifier = 0;  ///< additional sense code qualifier
+};
+std::optional<Sense> parseSense(std::string_view bytes);
+
+/// Whether sense data says that the disk is in a low power condition or stopped.
+bool tellsStandby(const Sense& sense);
+
+/// The count register of a finished ATA command, from its sense data in descriptor form.
+std::optional<std::uint8_t> ataCount(std::string_view sense);
+
+}  // namespace LinuxHost

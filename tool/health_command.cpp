@@ -8,6 +8,7 @@
 #include "tool/errors.h"
 #include "tool/json_output.h"
 #include "tool/object_paths.h"
+#include "tool/readable_text.h"
 #include "tool/table_output.h"
 #include "tool/text_table.h"
 
@@ -43,12 +44,43 @@ std::string textOf(const Session& session, const Instance& instance, const char*
   return cellText(definition != nullptr ? definition->property(property) : nullptr, *value);
 }
 
-// Path of the element that the record is about; empty when it cannot be told.
-std::string elementOf(Session& session, const Instance& record) {
+/// The element that a record is about, as it is now.
+struct AffectedElement {
+  std::string path;        ///< empty when it cannot be told
+  std::string name = "-";  ///< ElementName
+  std::string now = "-";   ///< health; "-" for an element that is gone
+  std::vector<std::string> wrong;
+};
+
+std::vector<std::string> textsOf(const Instance& instance, const char* property) {
+  std::vector<std::string> texts;
+  const Value* value = instance.property(property);
+  if (value == nullptr || value->null || !value->isArray()) return texts;
+  for (const Value& element : value->array()) {
+    if (!element.null) texts.push_back(oneLine(element.text()));
+  }
+  return texts;
+}
+
+AffectedElement elementOf(Session& session, const Instance& record) {
   broker::AssociationFilter filter;
   filter.assocClass = kAssociationClass;
-  const broker::Response response = session.broker().associatorNames(record.path, filter);
-  return response.ok() && !response.paths.empty() ? objectPathText(response.paths.front()) : "";
+  AffectedElement element;
+  const broker::Response paths = session.broker().associatorNames(record.path, filter);
+  if (paths.ok() && !paths.paths.empty()) element.path = objectPathText(paths.paths.front());
+  const broker::Response found = session.broker().associators(record.path, filter);
+  if (!found.ok() || found.instances.empty()) return element;
+  const Instance& instance = found.instances.front();
+  element.name = textOf(session, instance, "ElementName");
+  element.now = textOf(session, instance, "HealthState");
+  element.wrong = textsOf(instance, "StatusDescriptions");
+  return element;
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+  std::string all;
+  for (const std::string& text : texts) all += (all.empty() ? "" : "; ") + text;
+  return all.empty() ? "-" : all;
 }
 
 void printTable(Session& session, const Instance& rollup, const std::vector<Instance>& records) {
@@ -57,11 +89,12 @@ void printTable(Session& session, const Instance& rollup, const std::vector<Inst
     std::cout << "No element has been seen in another health than OK.\n";
     return;
   }
-  TextTable table({"EVENT", "WORST HEALTH", "SINCE", "CLASS", "NAMESPACE", "ELEMENT"});
+  TextTable table({"EVENT", "WORST HEALTH", "SINCE", "NOW", "ELEMENT", "WHAT IS WRONG", "OBJECT"});
   for (const Instance& record : records) {
+    const AffectedElement element = elementOf(session, record);
     table.add({textOf(session, record, "EventId"), textOf(session, record, "HealthState"),
-               textOf(session, record, "Timestamp"), textOf(session, record, "LatchedClassName"),
-               textOf(session, record, "LatchedNamespace"), elementOf(session, record)});
+               textOf(session, record, "Timestamp"), element.now, element.name,
+               joined(element.wrong), element.path});
   }
   table.print(std::cout);
 }
@@ -69,9 +102,13 @@ void printTable(Session& session, const Instance& rollup, const std::vector<Inst
 void printJson(Session& session, const Instance& rollup, const std::vector<Instance>& records) {
   Json array = Json::array();
   for (const Instance& record : records) {
+    const AffectedElement element = elementOf(session, record);
     Json one = toJson(record, session.classes(), false);
     one["healthText"] = textOf(session, record, "HealthState");
-    one["element"] = elementOf(session, record);
+    one["element"] = element.path;
+    one["elementName"] = element.name;
+    one["now"] = element.now;
+    one["wrong"] = element.wrong;
     array.push_back(std::move(one));
   }
   Json top = {{"rollup", toJson(rollup, session.classes(), false)}, {"records", std::move(array)}};

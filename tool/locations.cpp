@@ -17,26 +17,46 @@ fs::path executableDirectory() {
   return error ? fs::path(".") : executable.parent_path();
 }
 
-std::string firstThatExists(const char* what, const char* option,
-                            const std::vector<std::string>& places) {
+/// Empty when none exists; `tried` then lists them.
+std::string firstOf(const std::vector<std::string>& places, std::string& tried) {
   const fs::path base = executableDirectory();
-  std::string tried;
   for (const std::string& place : places) {
     const fs::path path = (base / place).lexically_normal();
     std::error_code error;
     if (fs::exists(path, error)) return path.string();
     tried += (tried.empty() ? "" : ", ") + path.string();
   }
+  return "";
+}
+
+std::string firstThatExists(const char* what, const char* option,
+                            const std::vector<std::string>& places) {
+  std::string tried;
+  std::string found = firstOf(places, tried);
+  if (!found.empty()) return found;
   throw BadInput(std::string(what) + " is not there; give it with " + option + " (looked for " +
                  tried + ")");
 }
 
 }  // namespace
 
+namespace {
+
+std::vector<std::string> libraryPlaces(const std::string& file, bool simulated) {
+  const std::string name = (simulated ? "simulated/" : "") + file;
+  return {"../" ORV_INSTALL_PROVIDER_DIR "/" + name, "../lib/" + name};
+}
+
+}  // namespace
+
 std::string defaultLibrary(bool simulated) {
-  const std::string name = simulated ? "simulated/liborvprovider.so" : "liborvprovider.so";
   return firstThatExists(simulated ? "simulated provider library" : "provider library", "--library",
-                         {"../" ORV_INSTALL_PROVIDER_DIR "/" + name, "../lib/" + name});
+                         libraryPlaces("liborvprovider.so", simulated));
+}
+
+std::string defaultHostLibrary(bool simulated) {
+  std::string tried;
+  return firstOf(libraryPlaces("liborvhost.so", simulated), tried);
 }
 
 std::string defaultSchema() {

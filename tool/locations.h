@@ -11,4 +11,8 @@ namespace orv::tool {
 std::string defaultLibrary(bool simulated);
 std::string defaultSchema();
 
+/// The second library, of the computer system and hardware, beside the first; empty where it is not
+/// installed.
+std::string defaultHostLibrary(bool simulated);
+
 }  // namespace orv::tool

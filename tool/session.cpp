@@ -103,6 +103,40 @@ std::map<std::string, std::string> librariesOf(const std::vector<RegistrationSec
   return libraries;
 }
 
+constexpr const char* kHostLocation = "orvhost";
+
+// Whether the library of computer system and hardware is to be used: it is given, or none is given
+// and it is installed.
+bool usesHostLibrary(const Options& options) {
+  if (options.libraries.empty()) return !defaultHostLibrary(!options.simulate.empty()).empty();
+  return std::any_of(options.libraries.begin(), options.libraries.end(), [](const auto& file) {
+    return fs::path(file).filename() == "lib" + std::string(kHostLocation) + ".so";
+  });
+}
+
+std::vector<std::string> schemasOf(const Options& options) {
+  if (!options.schemas.empty()) return options.schemas;
+  std::vector<std::string> schemas = {defaultSchema()};
+  const fs::path host = fs::path(schemas.front()) / "host";
+  std::error_code error;
+  if (usesHostLibrary(options) && fs::is_directory(host, error)) schemas.push_back(host.string());
+  return schemas;
+}
+
+// Without libraries on the command line: ours, the second one where its classes are registered.
+std::vector<std::string> librariesFor(const Options& options,
+                                      const std::vector<RegistrationSection>& sections) {
+  if (!options.libraries.empty()) return options.libraries;
+  const bool simulated = !options.simulate.empty();
+  std::vector<std::string> libraries = {defaultLibrary(simulated)};
+  const bool registered = std::any_of(sections.begin(), sections.end(), [](const auto& section) {
+    return section.location == kHostLocation;
+  });
+  const std::string host = defaultHostLibrary(simulated);
+  if (registered && !host.empty()) libraries.push_back(host);
+  return libraries;
+}
+
 void warn(const broker::Report& report) {
   std::cerr << "orvcim: warning: " + oneLine(report.toText()) + "\n";
 }
@@ -127,12 +161,10 @@ std::string interopSchema(const std::vector<std::string>& schemas) {
 Session::Session(const Options& options) {
   const bool simulated = !options.simulate.empty();
   if (simulated) useHostFile(options.simulate);
-  std::vector<std::string> schemas = options.schemas;
-  if (schemas.empty()) schemas.push_back(defaultSchema());
+  const std::vector<std::string> schemas = schemasOf(options);
   classes_ = readClasses(schemas);
   registration_ = readRegistrations(schemas);
-  std::vector<std::string> libraries = options.libraries;
-  if (libraries.empty()) libraries.push_back(defaultLibrary(simulated));
+  const std::vector<std::string> libraries = librariesFor(options, registration_);
   for (const std::string& library : libraries) checkLibrary(library, registration_);
 
   broker::Broker::Options setup;

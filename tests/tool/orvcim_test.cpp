@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/simulated_host_file.h"
 #include "tests/tool/program.h"
 
 namespace orv::test {
@@ -431,6 +432,56 @@ TEST_F(OrvcimHealthOfHardware, ShowsThemAsJson) {
   EXPECT_EQ(health["records"][0]["properties"]["LatchedClassName"], "CIM_Sensor");
   EXPECT_EQ(health["records"][0]["properties"]["LatchedNamespace"], "root/cimv2");
   EXPECT_EQ(health["records"][1]["properties"]["HealthState"], 10);
+}
+
+// ---- Both libraries ----
+
+constexpr const char* kWornDisk = R"({"systemName": "host-7", "hardware": {"disks": [
+    {"id": "nvme-1", "name": "nvme0n1", "CriticalWarning": 1, "AvailableSpare": 3}]}})";
+
+TEST(OrvcimHealthOfHost, NamesTheElementAndWhatIsWrongInWordsAndNumbers) {
+  const SimulatedHostFile host(kWornDisk);
+  const Outcome outcome = orvcimAsGiven({"--simulate", host.path(), "health"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, StartsWith("Health of the host: 20 (Major failure)\n"));
+  EXPECT_THAT(outcome.out,
+              HasSubstr("nvme0n1  critical warning: spare below threshold (3 %)  root/cimv2:"));
+}
+
+TEST(OrvcimHealthOfHost, TellsItAsJson) {
+  const SimulatedHostFile host(kWornDisk);
+  const Outcome outcome = orvcimAsGiven({"--simulate", host.path(), "health", "--format", "json"});
+  const json health = json::parse(outcome.out, nullptr, false);
+  ASSERT_TRUE(health.is_object()) << outcome.out;
+  ASSERT_EQ(health["records"].size(), 1u);
+  EXPECT_EQ(health["records"][0]["elementName"], "nvme0n1");
+  EXPECT_EQ(health["records"][0]["now"], "20 (Major failure)");
+  EXPECT_EQ(health["records"][0]["wrong"][0], "critical warning: spare below threshold (3 %)");
+}
+
+TEST(Orvcim, ServesTheClassesOfBothLibrariesWhereBothAreInstalled) {
+  const Outcome outcome = orvcimAsGiven({"--simulate", kExampleHost, "list"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("Orvane_EthernetPort"));
+  EXPECT_THAT(outcome.out, HasSubstr("OMC_UnitaryComputerSystem"));
+}
+
+TEST(Orvcim, LeadsFromTheSystemToPortsAndProcessorsAndBack) {
+  const std::string system =
+      R"(OMC_UnitaryComputerSystem.CreationClassName="OMC_UnitaryComputerSystem",Name="host-7")";
+  const Outcome parts = orvcimAsGiven({"--simulate", kExampleHost, "associator-names", system});
+  EXPECT_EQ(parts.status, 0) << parts.err;
+  for (const char* part :
+       {"Orvane_EthernetPort", "Orvane_Processor", "Orvane_HypervisorSoftwareIdentity"}) {
+    EXPECT_THAT(parts.out, HasSubstr(part));
+  }
+  const std::string port =
+      "Orvane_EthernetPort.SystemCreationClassName=\"OMC_UnitaryComputerSystem\","
+      "SystemName=\"host-7\",CreationClassName=\"Orvane_EthernetPort\",DeviceID=\"nic0\"";
+  const Outcome back = orvcimAsGiven(
+      {"--simulate", kExampleHost, "associators", port, "--assoc-class", "Orvane_SystemDevice"});
+  EXPECT_EQ(back.status, 0) << back.err;
+  EXPECT_THAT(back.out, HasSubstr("instance of OMC_UnitaryComputerSystem"));
 }
 
 }  // namespace

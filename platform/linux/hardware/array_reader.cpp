@@ -123,8 +123,8 @@ std::vector<Volume> readVolumes(const HostPaths& paths, const BlockDevices& devi
       volume.fileSystem = mount->type;
       volume.mountPoint = mount->place;
       volume.readOnlyRemount = becameReadOnly(*mount, device);
-      volume.errors = numberIn<std::uint64_t>(paths.sys + "/fs/ext4/" + device.name +
-                                              "/errors_count");
+      volume.errors =
+          numberIn<std::uint64_t>(paths.sys + "/fs/ext4/" + device.name + "/errors_count");
     }
     volumes.push_back(std::move(volume));
   }

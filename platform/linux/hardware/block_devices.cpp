@@ -50,20 +50,20 @@ std::string diskId(const BlockDevice& device) {
   const std::string serial =
       firstGiven({textIn(device.path + "/device/serial"), textIn(device.path + "/serial")});
   const std::string model = textIn(device.path + "/device/model");
+  const std::string named = model.empty() ? serial : model + "_" + serial;
   return firstGiven({prefixed("", textIn(device.path + "/wwid")),
                      prefixed("", textIn(device.path + "/device/wwid")),
                      prefixed("wwn-", device.note("ID_WWN_WITH_EXTENSION")),
                      prefixed("wwn-", device.note("ID_WWN")),
-                     serial.empty() ? "" : prefixed("serial-", model + "_" + serial),
+                     serial.empty() ? "" : prefixed("serial-", named),
                      prefixed("serial-", device.note("ID_SERIAL")),
                      prefixed("path-", device.note("ID_PATH")), keyText(device.name)});
 }
 
 std::string otherId(const BlockDevice& device) {
-  return firstGiven({prefixed("md-", device.note("MD_UUID")),
-                     prefixed("", textIn(device.path + "/dm/uuid")),
-                     prefixed("partuuid-", device.note("ID_PART_ENTRY_UUID")),
-                     keyText(device.name)});
+  return firstGiven(
+      {prefixed("md-", device.note("MD_UUID")), prefixed("", textIn(device.path + "/dm/uuid")),
+       prefixed("partuuid-", device.note("ID_PART_ENTRY_UUID")), keyText(device.name)});
 }
 
 /// Absent for what is no device of ours.
@@ -90,14 +90,13 @@ std::optional<BlockDevice> readDevice(const std::string& directory, const std::s
 UdevProperties udevProperties(const std::string& number) {
   const std::size_t colon = number.find(':');
   const auto major = unsignedNumber(std::string_view(number).substr(0, colon));
-  const auto minor = unsignedNumber(
-      colon == std::string::npos ? "" : std::string_view(number).substr(colon + 1));
+  const auto minor =
+      unsignedNumber(colon == std::string::npos ? "" : std::string_view(number).substr(colon + 1));
   if (!major || !minor) return {};
   const std::unique_ptr<udev, Unref> context(udev_new());
   if (context == nullptr) return {};
   const auto device = std::unique_ptr<udev_device, Unref>(udev_device_new_from_devnum(
-      context.get(), 'b',
-      makedev(static_cast<unsigned>(*major), static_cast<unsigned>(*minor))));
+      context.get(), 'b', makedev(static_cast<unsigned>(*major), static_cast<unsigned>(*minor))));
   UdevProperties properties;
   if (device == nullptr) return properties;
   udev_list_entry* entry = udev_device_get_properties_list_entry(device.get());
@@ -124,9 +123,8 @@ const BlockDevice* BlockDevices::byName(const std::string& name) const {
 }
 
 const BlockDevice* BlockDevices::byNumber(const std::string& number) const {
-  const auto found = std::find_if(all_.begin(), all_.end(), [&](const BlockDevice& device) {
-    return device.number == number;
-  });
+  const auto found = std::find_if(
+      all_.begin(), all_.end(), [&](const BlockDevice& device) { return device.number == number; });
   return found == all_.end() ? nullptr : &*found;
 }
 

@@ -136,8 +136,7 @@ void DeviceWorkers::State::giveUp(const JobPointer& job) {
   busy.erase(job->device);
 }
 
-DeviceWorkers::DeviceWorkers(unsigned mostThreads)
-    : state_(std::make_shared<State>(mostThreads)) {}
+DeviceWorkers::DeviceWorkers(unsigned mostThreads) : state_(std::make_shared<State>(mostThreads)) {}
 
 unsigned DeviceWorkers::threads() const {
   const std::lock_guard lock(state_->mutex);
@@ -166,10 +165,10 @@ std::vector<DeviceWorkers::RawOutcome> DeviceWorkers::askRaw(std::vector<RawQues
       if (job->answer == nullptr) outcomes[i].refused = "asking it failed";
       continue;
     }
-    outcomes[i].refused = job->progress == Progress::kAsked
-                              ? "no answer within " + seconds(limit)
-                              : "not asked: " + std::to_string(state_->threads) +
-                                    " devices do not answer";
+    outcomes[i].refused =
+        job->progress == Progress::kAsked
+            ? "no answer within " + seconds(limit)
+            : "not asked: " + std::to_string(state_->threads) + " devices do not answer";
     state_->giveUp(job);
   }
   return outcomes;

@@ -20,8 +20,8 @@ class DeviceWorkers {
 
   template <typename Answer>
   struct Question {
-    std::string device;            ///< identifies the device among all questions
-    std::function<Answer()> ask;   ///< owns all that it uses; an exception is no answer
+    std::string device;           ///< identifies the device among all questions
+    std::function<Answer()> ask;  ///< owns all that it uses; an exception is no answer
   };
 
   template <typename Answer>
@@ -41,8 +41,7 @@ class DeviceWorkers {
     raw.reserve(questions.size());
     for (Question<Answer>& question : questions) {
       raw.push_back({std::move(question.device), [asked = std::move(question.ask)] {
-                       return std::shared_ptr<const void>(
-                           std::make_shared<const Answer>(asked()));
+                       return std::shared_ptr<const void>(std::make_shared<const Answer>(asked()));
                      }});
     }
     std::vector<Outcome<Answer>> outcomes;

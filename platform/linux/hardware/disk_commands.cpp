@@ -78,10 +78,10 @@ ScsiAnswer scsiCommand(const FileDescriptor& file, std::array<unsigned char, siz
 /// CHECK POWER MODE through the SCSI layer, its registers asked back.
 ScsiAnswer checkPowerMode(const FileDescriptor& file) {
   std::array<unsigned char, 16> command{};
-  command[0] = 0x85;      // ATA PASS-THROUGH (16)
-  command[1] = 3 << 1;    // no data
-  command[2] = 1 << 5;    // registers asked back
-  command[14] = 0xE5;     // CHECK POWER MODE
+  command[0] = 0x85;    // ATA PASS-THROUGH (16)
+  command[1] = 3 << 1;  // no data
+  command[2] = 1 << 5;  // registers asked back
+  command[14] = 0xE5;   // CHECK POWER MODE
   return scsiCommand(file, command, 0);
 }
 
@@ -95,10 +95,11 @@ ScsiAnswer requestSense(const FileDescriptor& file) {
 ScsiAnswer logSense(const FileDescriptor& file, unsigned char page) {
   constexpr unsigned char kSize = 64;
   const unsigned char current = 1 << 6;
-  return scsiCommand(file,
-                     std::array<unsigned char, 10>{0x4D, 0, static_cast<unsigned char>(current | page),
-                                                   0, 0, 0, 0, 0, kSize, 0},
-                     kSize);
+  return scsiCommand(
+      file,
+      std::array<unsigned char, 10>{0x4D, 0, static_cast<unsigned char>(current | page), 0, 0, 0, 0,
+                                    0, kSize, 0},
+      kSize);
 }
 
 // ---- ATA ----

@@ -59,11 +59,12 @@ Disk identityOf(const BlockDevice& device) {
   disk.id = device.id;
   disk.name = device.name;
   disk.model = firstGiven(textIn(source + "/model"), cleanText(device.note("ID_MODEL")));
-  disk.serialNumber = firstGiven(textIn(source + "/serial"), cleanText(device.note("ID_SERIAL_SHORT")));
+  disk.serialNumber =
+      firstGiven(textIn(source + "/serial"), cleanText(device.note("ID_SERIAL_SHORT")));
   if (disk.serialNumber.empty()) disk.serialNumber = textIn(device.path + "/serial");
   disk.firmware = firstGiven(textIn(source + "/firmware_rev"), textIn(source + "/rev"));
-  disk.state = isVirtio(hardware) ? virtioState(textIn(hardware + "/status"))
-                                  : textIn(source + "/state");
+  disk.state =
+      isVirtio(hardware) ? virtioState(textIn(hardware + "/status")) : textIn(source + "/state");
   const auto sectors = numberIn<std::uint64_t>(device.path + "/size");
   if (sectors) disk.size = *sectors * 512 / 1000;
   return disk;

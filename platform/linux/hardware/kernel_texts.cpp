@@ -100,7 +100,8 @@ std::string cleanText(std::string_view text) {
 
 std::string keyText(std::string_view text) {
   std::string key = cleanText(text).substr(0, kLongestKey);
-  std::replace_if(key.begin(), key.end(), [](char c) { return !isKeyCharacter(c); }, '_');
+  std::replace_if(
+      key.begin(), key.end(), [](char c) { return !isKeyCharacter(c); }, '_');
   return key;
 }
 
@@ -132,8 +133,7 @@ std::optional<std::uint64_t> linkSpeed(std::string_view text) {
   text = trimmed(text);
   double gigabits = 0;
   const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), gigabits);
-  const std::string_view unit =
-      trimmed(text.substr(static_cast<std::size_t>(stop - text.data())));
+  const std::string_view unit = trimmed(text.substr(static_cast<std::size_t>(stop - text.data())));
   constexpr double kMost = 1e6;
   if (error != std::errc{} || (unit != "Gbps" && unit != "Gbit")) return std::nullopt;
   if (!(gigabits > 0) || gigabits > kMost) return std::nullopt;

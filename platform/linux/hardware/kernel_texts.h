@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-/// Texts of the kernel and of devices, as values: functions of their arguments. Whatever stands in a
-/// text, and however long it is, they answer; a text of another form is an absent value.
+/// Texts of the kernel and of devices, as values: functions of their arguments. Whatever stands in
+/// a text, and however long it is, they answer; a text of another form is an absent value.
 namespace LinuxHost {
 
 /// A text for people: at most 256 characters, spaces at both ends and repeated ones taken away,
@@ -38,8 +38,8 @@ std::optional<std::uint64_t> linkSpeed(std::string_view text);
 ///
 ///     line = id parent device root place options field* '-' type source superOptions
 struct Mount {
-  std::string device;  ///< major:minor
-  std::string place;   ///< with the octal escapes resolved
+  std::string device;               ///< major:minor
+  std::string place;                ///< with the octal escapes resolved
   bool writable = false;            ///< by the options of the mount
   bool fileSystemWritable = false;  ///< by the options of the file system
   std::string type;

@@ -53,8 +53,7 @@ Battery readBattery(const std::string& name, const std::string& path) {
   battery.cycles = numberIn<std::uint32_t>(path + "/cycle_count");
   const auto microvolts = numberIn<std::uint64_t>(path + "/voltage_min_design");
   if (microvolts) battery.designVoltage = *microvolts / 1000;
-  battery.designCapacity =
-      capacity(path, "/energy_full_design", "/charge_full_design", microvolts);
+  battery.designCapacity = capacity(path, "/energy_full_design", "/charge_full_design", microvolts);
   battery.fullCapacity = capacity(path, "/energy_full", "/charge_full", microvolts);
   const bool hasSerial = battery.serialNumber.find_first_not_of("0 ") != std::string::npos;
   battery.id = keyText(hasSerial ? "serial-" + battery.model + "_" + battery.serialNumber : name);

@@ -352,11 +352,10 @@ std::vector<Sensor> readSensors(const HostPaths& paths, const Hardware::Query& q
     for (Sensor& sensor : chip.sensors) sensor.monitored = monitoredBy(device, disk);
     if (!isWanted(chip, query)) continue;
     positions.push_back(i);
-    questions.push_back({"chip " + chip.text,
-                         [held, chip, paths, path = disk != nullptr ? disk->path : "",
-                          name = disk != nullptr ? disk->name : ""] {
-                           return askChip(chip, paths, path, name);
-                         }});
+    questions.push_back(
+        {"chip " + chip.text,
+         [held, chip, paths, path = disk != nullptr ? disk->path : "",
+          name = disk != nullptr ? disk->name : ""] { return askChip(chip, paths, path, name); }});
   }
   const auto outcomes = workers.ask(std::move(questions),
                                     std::chrono::milliseconds(Hardware::kAnswerLimitMilliseconds));

@@ -54,9 +54,8 @@ bool isWellFormed(std::string_view blob) {
     if (blob.size() < 8) return false;
     std::size_t size = 0;
     for (std::size_t i = 4; i < 8; ++i) size = size << 8 | byteAt(blob, i);
-    const auto piece = std::find_if(std::begin(pieces), std::end(pieces), [&](const Piece& p) {
-      return p.tag == blob.substr(0, 4);
-    });
+    const auto piece = std::find_if(std::begin(pieces), std::end(pieces),
+                                    [&](const Piece& p) { return p.tag == blob.substr(0, 4); });
     if (piece == std::end(pieces) || piece->seen || piece->size != size) return false;
     if (blob.size() - 8 < size) return false;
     piece->seen = true;

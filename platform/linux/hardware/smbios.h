@@ -17,9 +17,9 @@ struct SmbiosMemoryDevice {
   std::string manufacturer;
   std::string serialNumber;
   std::string partNumber;
-  std::optional<std::uint64_t> capacity;  ///< bytes; 0: the slot is empty; absent: unknown
-  std::uint8_t type = 0;                  ///< as SMBIOS counts
-  std::uint8_t formFactor = 0;            ///< as SMBIOS counts
+  std::optional<std::uint64_t> capacity;      ///< bytes; 0: the slot is empty; absent: unknown
+  std::uint8_t type = 0;                      ///< as SMBIOS counts
+  std::uint8_t formFactor = 0;                ///< as SMBIOS counts
   std::optional<std::uint16_t> totalWidth;    ///< bits
   std::optional<std::uint16_t> dataWidth;     ///< bits
   std::optional<std::uint32_t> transferRate;  ///< megatransfers per second

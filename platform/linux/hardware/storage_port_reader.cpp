@@ -49,8 +49,8 @@ StoragePort readAtaPort(const std::string& name, const std::string& classPath) {
 StoragePort sasPhyIdentity(const std::string& name, const std::string& path) {
   StoragePort port;
   port.name = cleanText(name);
-  port.id = keyText("sas-" + textIn(path + "/sas_address") + "/phy" +
-                    textIn(path + "/phy_identifier"));
+  port.id =
+      keyText("sas-" + textIn(path + "/sas_address") + "/phy" + textIn(path + "/phy_identifier"));
   return port;
 }
 

@@ -37,8 +37,8 @@ Hardware::System readSystem(const HostPaths& paths) {
   system.version = textIn(dmi + "product_version");
   system.serialNumber = textIn(dmi + "product_serial");
   system.uuid = textIn(dmi + "product_uuid");
-  system.firmware =
-      joined({textIn(dmi + "bios_vendor"), textIn(dmi + "bios_version"), textIn(dmi + "bios_date")});
+  system.firmware = joined(
+      {textIn(dmi + "bios_vendor"), textIn(dmi + "bios_version"), textIn(dmi + "bios_date")});
   utsname names{};
   if (uname(&names) == 0) system.kernelRelease = cleanText(names.release);
   system.operatingSystem = operatingSystem();

@@ -63,7 +63,9 @@ CmpiStatus returnRecords(CmpiResult& result, ReturnRecord&& returnRecord) {
 }  // namespace
 
 OrvLatchedHealthState::OrvLatchedHealthState(const CmpiBroker& mbp, const CmpiContext& context)
-    : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context), CmpiIndicationMI(mbp, context) {}
+    : CmpiBaseMI(mbp, context),
+      CmpiInstanceMI(mbp, context),
+      ORV::UnfilteredIndicationMI(mbp, context) {}
 
 CmpiStatus OrvLatchedHealthState::enumInstanceNames(const CmpiContext& /*context*/,
                                                     CmpiResult& result,
@@ -113,37 +115,6 @@ CmpiStatus OrvLatchedHealthState::cleanup(const CmpiContext& /*context*/, bool t
 }
 
 bool OrvLatchedHealthState::isUnloadable() const { return false; }
-
-CmpiStatus OrvLatchedHealthState::authorizeFilter(const CmpiContext& /*context*/,
-                                                  const CmpiSelectExp& /*filter*/,
-                                                  const char* /*className*/,
-                                                  const CmpiObjectPath& /*path*/,
-                                                  const char* /*owner*/) {
-  return CMPI_RC_OK;
-}
-
-CmpiStatus OrvLatchedHealthState::mustPoll(const CmpiContext& /*context*/,
-                                           const CmpiSelectExp& /*filter*/,
-                                           const char* /*className*/,
-                                           const CmpiObjectPath& /*path*/) {
-  return CMPI_RC_OK;
-}
-
-CmpiStatus OrvLatchedHealthState::activateFilter(const CmpiContext& /*context*/,
-                                                 const CmpiSelectExp& /*filter*/,
-                                                 const char* /*className*/,
-                                                 const CmpiObjectPath& /*path*/,
-                                                 CmpiBoolean /*firstActivation*/) {
-  return CMPI_RC_OK;
-}
-
-CmpiStatus OrvLatchedHealthState::deActivateFilter(const CmpiContext& /*context*/,
-                                                   const CmpiSelectExp& /*filter*/,
-                                                   const char* /*className*/,
-                                                   const CmpiObjectPath& /*path*/,
-                                                   CmpiBoolean /*lastActivation*/) {
-  return CMPI_RC_OK;
-}
 
 CmpiStatus OrvLatchedHealthState::enableIndications() {
   monitorState().kernelIpIndication.enableIndication();

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cmpi/cmpi_indication_mi.h"
 #include "cmpi/cmpi_instance_mi.h"
+#include "framework/unfiltered_indication_mi.h"
 
 namespace OrvLatchedHealth {
 
@@ -11,7 +11,7 @@ namespace OrvLatchedHealth {
 ///
 /// An object of each role shares the module's state (monitor_state.h), and has none of its own.
 /// Requests for latched records wait while a monitor cycle runs.
-class OrvLatchedHealthState : public CmpiInstanceMI, private CmpiIndicationMI {
+class OrvLatchedHealthState : public CmpiInstanceMI, private ORV::UnfilteredIndicationMI {
  public:
   OrvLatchedHealthState(const CmpiBroker& mbp, const CmpiContext& context);
 
@@ -28,17 +28,10 @@ class OrvLatchedHealthState : public CmpiInstanceMI, private CmpiIndicationMI {
   CmpiStatus cleanup(const CmpiContext& context, bool terminating) override;
   bool isUnloadable() const override;
 
-  CmpiStatus authorizeFilter(const CmpiContext& context, const CmpiSelectExp& filter,
-                             const char* className, const CmpiObjectPath& path,
-                             const char* owner) override;
-  CmpiStatus mustPoll(const CmpiContext& context, const CmpiSelectExp& filter,
-                      const char* className, const CmpiObjectPath& path) override;
-  CmpiStatus activateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
-                            const char* className, const CmpiObjectPath& path,
-                            CmpiBoolean firstActivation) override;
-  CmpiStatus deActivateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
-                              const char* className, const CmpiObjectPath& path,
-                              CmpiBoolean lastActivation) override;
+  using ORV::UnfilteredIndicationMI::activateFilter;
+  using ORV::UnfilteredIndicationMI::authorizeFilter;
+  using ORV::UnfilteredIndicationMI::deActivateFilter;
+  using ORV::UnfilteredIndicationMI::mustPoll;
   CmpiStatus enableIndications() override;
   CmpiStatus disableIndications() override;
 };

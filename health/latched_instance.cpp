@@ -30,8 +30,9 @@ bool findEventIdKey(const CmpiObjectPath& path, std::uint32_t& id) {
   const CmpiData key = path.getKey("EventId");
   if (key.isNullValue() || key.isNotFound() || !isText(key)) return false;
   const CmpiString value(key);
-  if (value.charPtr() == nullptr) return false;
-  id = leadingNumber(value.charPtr());
+  const char* const text = value.charPtr();
+  if (text == nullptr) return false;
+  id = leadingNumber(text);
   return true;
 }
 

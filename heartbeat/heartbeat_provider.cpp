@@ -5,9 +5,10 @@
 
 #include <atomic>
 #include <ctime>
-#include <fstream>
 #include <mutex>
+#include <new>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include "cmpi/cmpi_date_time.h"
@@ -15,6 +16,7 @@
 #include "framework/background_thread.h"
 #include "framework/factories.h"
 #include "framework/locks.h"
+#include "framework/text_file.h"
 #include "heartbeat/interval_config.h"
 
 namespace Heartbeat {
@@ -24,6 +26,7 @@ constexpr char kConfigurationFile[] = "/etc/sfcb/sfcb.cfg";
 constexpr char kNameSpace[] = "root/cimv2";
 constexpr char kClassName[] = "Orvane_CIMHeartbeat";
 constexpr char kStartFailed[] = "Failed to start heartbeat indication thread";
+constexpr char kDeliveryFailed[] = "Failed to deliver indication\n";
 constexpr char kStillDelivering[] =
     "The broker does not return from the delivery of a heartbeat; not waiting for it any longer\n";
 constexpr std::int32_t kDefaultIntervalSeconds = 300;
@@ -67,7 +70,9 @@ void beat(const ORV::ThreadTools& thread, const std::string& host, CMPIUint32 st
     heartbeat.setProperty("IndicationTime", now());
     thread.broker.deliverIndication(thread.context, kNameSpace, heartbeat);
   } catch (const CmpiStatus&) {
-    syslog(LOG_ERR, "Failed to deliver indication\n");
+    syslog(LOG_ERR, kDeliveryFailed);
+  } catch (const std::bad_alloc&) {
+    syslog(LOG_ERR, kDeliveryFailed);
   }
 }
 
@@ -85,7 +90,7 @@ ORV::ThreadWork sending() {
 }  // namespace
 
 HeartbeatProvider::HeartbeatProvider(const CmpiBroker& mbp, const CmpiContext& context)
-    : CmpiBaseMI(mbp, context), CmpiIndicationMI(mbp, context) {}
+    : CmpiBaseMI(mbp, context), ORV::UnfilteredIndicationMI(mbp, context) {}
 
 CmpiStatus HeartbeatProvider::initialize(const CmpiContext& context) {
   readInterval(kConfigurationFile);
@@ -101,37 +106,18 @@ CmpiStatus HeartbeatProvider::cleanup(const CmpiContext&, bool terminating) {
   return CMPI_RC_OK;
 }
 
-CmpiStatus HeartbeatProvider::authorizeFilter(const CmpiContext&, const CmpiSelectExp&, const char*,
-                                              const CmpiObjectPath&, const char*) {
-  return CMPI_RC_OK;
-}
-
-CmpiStatus HeartbeatProvider::mustPoll(const CmpiContext&, const CmpiSelectExp&, const char*,
-                                       const CmpiObjectPath&) {
-  return CMPI_RC_OK;
-}
-
-CmpiStatus HeartbeatProvider::activateFilter(const CmpiContext&, const CmpiSelectExp&, const char*,
-                                             const CmpiObjectPath&, CmpiBoolean) {
-  return CMPI_RC_OK;
-}
-
-CmpiStatus HeartbeatProvider::deActivateFilter(const CmpiContext&, const CmpiSelectExp&,
-                                               const char*, const CmpiObjectPath&, CmpiBoolean) {
-  return CMPI_RC_OK;
-}
-
 CmpiStatus HeartbeatProvider::enableIndications() { return CMPI_RC_OK; }
 
 CmpiStatus HeartbeatProvider::disableIndications() { return CMPI_RC_OK; }
 
 void readInterval(const char* path) {
-  std::ifstream file(path);
-  if (!file.is_open()) {
+  const std::optional<std::string> text = ORV::readTextFile(path);
+  if (!text) {
     syslog(LOG_ERR, "Open file to read: %s failed, using default: %d seconds", path,
            intervalSeconds());
     return;
   }
+  std::istringstream file(*text);
   const std::optional<std::int32_t> seconds = scanInterval(file);
   if (!seconds) return;
   if (*seconds >= kMinimumIntervalSeconds) {

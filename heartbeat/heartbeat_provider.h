@@ -2,18 +2,17 @@
 
 #include <cstdint>
 
-#include "cmpi/cmpi_indication_mi.h"
+#include "framework/unfiltered_indication_mi.h"
 
 namespace Heartbeat {
 
 /// Tells subscribers at a fixed interval that the object manager and the host are alive: a thread
 /// delivers an Orvane_CIMHeartbeat at once (with sfcb, once its daemon is 10 seconds old) and then
-/// each time the interval has passed since the last delivery ended, whether or not anyone listens.
-/// Filters are the object manager's business.
+/// each time the interval has passed since the last delivery ended.
 ///
 /// All state is the module's, shared by every object of the class, and is never destroyed: a
 /// process may end while the thread runs.
-class HeartbeatProvider : public CmpiIndicationMI {
+class HeartbeatProvider : public ORV::UnfilteredIndicationMI {
  public:
   HeartbeatProvider(const CmpiBroker& mbp, const CmpiContext& context);
 
@@ -27,24 +26,13 @@ class HeartbeatProvider : public CmpiIndicationMI {
   /// return for 5 seconds, logs that and returns without the thread's end. Otherwise: never unload.
   CmpiStatus cleanup(const CmpiContext& context, bool terminating) override;
 
-  CmpiStatus authorizeFilter(const CmpiContext& context, const CmpiSelectExp& filter,
-                             const char* className, const CmpiObjectPath& path,
-                             const char* owner) override;
-  CmpiStatus mustPoll(const CmpiContext& context, const CmpiSelectExp& filter,
-                      const char* className, const CmpiObjectPath& path) override;
-  CmpiStatus activateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
-                            const char* className, const CmpiObjectPath& path,
-                            CmpiBoolean firstActivation) override;
-  CmpiStatus deActivateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
-                              const char* className, const CmpiObjectPath& path,
-                              CmpiBoolean lastActivation) override;
   CmpiStatus enableIndications() override;
   CmpiStatus disableIndications() override;
 };
 
 /// Takes the interval from the configuration file at `path` when that has one of at least 30
-/// seconds. Logs a file that cannot be opened and a value that is too small. What opens but cannot
-/// be read, a directory for instance, counts as an empty file.
+/// seconds. Logs a value that is too small, and a file that cannot be opened and read or is not a
+/// regular file.
 void readInterval(const char* path);
 
 /// Seconds between two heartbeats; 300 until a file sets another.

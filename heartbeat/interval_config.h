@@ -25,9 +25,8 @@ namespace Heartbeat {
 /// Value of a run of digits that is no signed 32-bit number.
 constexpr std::int32_t kUnreadableInterval = -1;
 
-/// The value in seconds, unchecked; absent when the file has none. Reads in constant memory, no
-/// further than the deciding line (and what was read ahead with it). A stream that fails, for
-/// instance because it is a directory, ends there.
+/// The value in seconds, unchecked; absent when the file has none. Reads no further than the
+/// deciding line, and of each line the first 64 KiB. A stream that fails ends there.
 std::optional<std::int32_t> scanInterval(std::istream& in);
 
 }  // namespace Heartbeat

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <string>
 
+#include "framework/text_file.h"
 #include "software/version_identity.h"
 
 namespace {
@@ -24,12 +25,12 @@ std::optional<std::int32_t> canonicalNumber(std::string_view text) {
   return number;
 }
 
-/// What stands behind "build=" in the first line that begins so; absent at the end of the text.
+/// What stands after "build=" in the first line that begins so; absent at the end of the text.
 std::optional<std::string> findBuildLine(std::istream& text) {
-  std::string line;
-  while (std::getline(text, line)) {
-    if (std::string_view(line).substr(0, kBuildPrefix.size()) != kBuildPrefix) continue;
-    return std::string(withoutTrailingWhiteSpace(line).substr(kBuildPrefix.size()));
+  ORV::LineReader lines(text);
+  while (const auto line = lines.next()) {
+    if (line->substr(0, kBuildPrefix.size()) != kBuildPrefix) continue;
+    return std::string(withoutTrailingWhiteSpace(*line).substr(kBuildPrefix.size()));
   }
   return std::nullopt;
 }

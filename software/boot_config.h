@@ -9,8 +9,8 @@
 
 /// The alternate image as the boot configuration of the alternate boot bank describes it.
 ///
-/// The file is lines of text. The first line that begins with "build=" counts, trailing white space
-/// removed:
+/// The file is lines of text, of each of which the first 64 KiB are read. The first line that
+/// begins with "build=" counts, trailing white space removed:
 ///
 ///     build=<version>-<build>          the version ends at the first "-"
 ///     <build> = <n> | <a>.<b>.<c>      canonical decimal numbers; the build number is n or c
@@ -24,6 +24,6 @@
 std::optional<HykuserVersion_SystemVersion> readAlternateImage(std::istream& bootConfig);
 
 /// The build number in what follows the first "-"; -1 unless it reads exactly like one number or
-/// like three numbers with dots as they would be printed: no blanks, plus signs or leading zeros,
-/// nothing behind them, all within 32 bits.
+/// like three numbers with dots as they would be printed: no spaces, plus signs or leading zeros,
+/// nothing after them, all within 32 bits.
 std::int32_t parseBuildNumber(std::string_view text);

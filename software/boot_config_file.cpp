@@ -1,9 +1,11 @@
 #include "software/boot_config_file.h"
 
-#include <fstream>
+#include <sstream>
+
+#include "framework/text_file.h"
 
 std::unique_ptr<std::istream> openBootConfig() {
-  auto file = std::make_unique<std::ifstream>("/altbootbank/boot.cfg");
-  if (!file->is_open()) return nullptr;
-  return file;
+  auto text = ORV::readTextFile("/altbootbank/boot.cfg");
+  if (!text) return nullptr;
+  return std::make_unique<std::istringstream>(std::move(*text));
 }

@@ -3,6 +3,7 @@
 #include <istream>
 #include <memory>
 
-/// Opens the boot configuration of the alternate boot bank, "/altbootbank/boot.cfg". Null when it
-/// cannot be opened. Stands in a source file of its own, which tests replace at link time.
+/// The boot configuration of the alternate boot bank, "/altbootbank/boot.cfg"; its first mebibyte
+/// when it is longer. Null when it cannot be opened and read or is not a regular file. Stands in a
+/// source file of its own, which tests replace at link time.
 std::unique_ptr<std::istream> openBootConfig();

@@ -175,6 +175,19 @@ TEST_F(LatchedHealthState, GetInstanceServesTheClassInAnyCase) {
   EXPECT_EQ(get(makePath("ORVANE_latchedHealthState", {{"EventId", "0"}})).rc, CMPI_RC_OK);
 }
 
+/// What the broker answers to reading the key's text depends on which time it is read.
+TEST_F(LatchedHealthState, TextOfTheKeyMayFailAtAnyCall) {
+  for (int passing = 0; passing < 4; ++passing) {
+    const CmpiObjectPath path = makePath(kLatched, {{"EventId", "7"}});
+    broker_.inject({"string.getCharPtr", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED, passing});
+    std::uint32_t id = 0;
+    const bool found = OrvLatchedHealth::findEventIdKey(path, id);
+    broker_.clearFaults();
+    EXPECT_EQ(found, passing > 0) << passing;
+    EXPECT_EQ(id, found ? 7U : 0U) << passing;
+  }
+}
+
 struct EventIdCase {
   const char* text;
   std::uint32_t event;

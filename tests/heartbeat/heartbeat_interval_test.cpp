@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -95,20 +96,22 @@ TEST_F(HeartbeatIntervalTest, WithoutAFileIsLoggedAndKept) {
   expectOneLine(LOG_ERR, "Open file to read: " + missing + " failed, using default: 45 seconds");
 }
 
-TEST_F(HeartbeatIntervalTest, OfADirectoryIsKeptAsOfAnEmptyFile) {
-  readInterval(directory_.c_str());
-  EXPECT_EQ(300, intervalSeconds());
-  EXPECT_THAT(syslogLines(), IsEmpty());
+TEST_F(HeartbeatIntervalTest, OfWhatIsNotARegularFileIsLoggedAndKept) {
+  const std::string pipe = directory_ / "pipe";
+  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+  for (const std::string& path : {directory_.string(), pipe, std::string("/dev/zero")}) {
+    orv::test::clearSyslog();
+    readInterval(path.c_str());
+    EXPECT_EQ(300, intervalSeconds());
+    expectOneLine(LOG_ERR, "Open file to read: " + path + " failed, using default: 300 seconds");
+  }
 }
 
-TEST_F(HeartbeatIntervalTest, IsReadBehindAHundredMegabytes) {
-  {
-    std::ofstream out(file(), std::ios::binary | std::ios::trunc);
-    const std::string megabyte((1 << 20) - 1, 'x');
-    for (int count = 0; count < 100; ++count) out << megabyte << (count % 2 == 0 ? '\n' : ' ');
-    out << "\nheartbeatInterval: 77";
-  }
-  readInterval(file().c_str());
+TEST_F(HeartbeatIntervalTest, IsReadInTheFirstMebibyte) {
+  const std::string lines(1024 * 1024 - 60, '\n');
+  read(lines + "heartbeatInterval: 77\n" + lines);
+  EXPECT_EQ(77, intervalSeconds());
+  read(lines + std::string(60, '\n') + "heartbeatInterval: 88\n");
   EXPECT_EQ(77, intervalSeconds());
 }
 

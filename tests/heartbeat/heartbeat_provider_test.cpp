@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <new>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -170,6 +171,23 @@ TEST(HeartbeatProvider, LogsAFailedDeliveryAndGoesOn) {
     ASSERT_EQ(2U, syslogLines().size());  // the first is about the configuration file
     EXPECT_EQ(LOG_ERR, syslogLines()[1].priority);
     EXPECT_EQ("Failed to deliver indication\n", syslogLines()[1].text);
+  });
+}
+
+TEST(HeartbeatProvider, LogsAFailedAllocationAndGoesOn) {
+  inProcessOfItsOwn([] {
+    Fixture fixture;
+    std::atomic<bool> thrown{false};
+    fixture.broker.onDelivery = [&](std::size_t) {
+      if (!thrown.exchange(true)) throw std::bad_alloc();
+      return CMPI_RC_OK;
+    };
+    heartbeatSeams().periodsToPass = 1;
+    fixture.initialize();
+    ASSERT_TRUE(fixture.broker.waitForDeliveries(1));
+    fixture.cleanup();
+    EXPECT_EQ(1U, fixture.stampOf(0));
+    EXPECT_THAT(syslogTexts(), Contains("Failed to deliver indication\n"));
   });
 }
 

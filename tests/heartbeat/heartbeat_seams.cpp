@@ -1,10 +1,9 @@
 #include "tests/heartbeat/heartbeat_seams.h"
 
-#include <dlfcn.h>
 #include <pthread.h>
+#include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <mutex>
 
@@ -23,15 +22,16 @@ Periods& periods() {
   return *all;
 }
 
-using Opener = FILE* (*)(const char*, const char*);
-
-FILE* openRedirected(const char* path, const char* mode) {
-  static const auto next = reinterpret_cast<Opener>(dlsym(RTLD_NEXT, "fopen64"));
-  if (std::strcmp(path, "/etc/sfcb/sfcb.cfg") != 0) return next(path, mode);
+/// Where `path` leads in this program; null: nowhere.
+const char* redirected(const char* path) {
+  if (std::strcmp(path, "/etc/sfcb/sfcb.cfg") != 0) return path;
   const std::string& file = heartbeatSeams().configurationFile;
-  if (!file.empty()) return next(file.c_str(), mode);
+  return file.empty() ? nullptr : file.c_str();
+}
+
+int missing() {
   errno = ENOENT;
-  return nullptr;
+  return -1;
 }
 
 }  // namespace
@@ -49,6 +49,8 @@ HeartbeatSeams& heartbeatSeams() {
 }  // namespace orv::test
 
 using orv::test::heartbeatSeams;
+using orv::test::missing;
+using orv::test::redirected;
 
 namespace ORV {
 
@@ -93,9 +95,19 @@ int __wrap_gethostname(char* name, std::size_t size) {
   return host.size() < size ? 0 : -1;
 }
 
-/// With which the C++ library's file streams open their files.
-__attribute__((visibility("default"))) FILE* fopen64(const char* path, const char* mode) {
-  return orv::test::openRedirected(path, mode);
+int __real_stat(const char* path, struct stat* status);
+
+int __wrap_stat(const char* path, struct stat* status) {
+  const char* const file = redirected(path);
+  return file == nullptr ? missing() : __real_stat(file, status);
+}
+
+int __real_open(const char* path, int flags, ...);
+
+/// Without a mode: nothing here makes a file that way.
+int __wrap_open(const char* path, int flags, ...) {
+  const char* const file = redirected(path);
+  return file == nullptr ? missing() : __real_open(file, flags);
 }
 
 }  // extern "C"

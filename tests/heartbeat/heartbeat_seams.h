@@ -7,8 +7,8 @@
 #include <vector>
 
 /// What a program that links heartbeat_seams.cpp has instead of the heartbeat's surroundings: the
-/// times of its waits, the configuration file, and with --wrap also time, gethostname and
-/// pthread_create.
+/// times of its waits, and with --wrap also the configuration file (open, stat), time, gethostname
+/// and pthread_create.
 namespace orv::test {
 
 struct HeartbeatSeams {

@@ -1,6 +1,7 @@
 #include "software/boot_config_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,11 +60,28 @@ TEST_F(BootConfigFile, MissingFileCannotBeOpened) {
   EXPECT_TRUE(holds([] { return openBootConfig() == nullptr; }));
 }
 
-TEST_F(BootConfigFile, DirectoryInItsPlaceGivesNoImage) {
+TEST_F(BootConfigFile, DirectoryInItsPlaceIsNotOpened) {
   std::filesystem::create_directory(file());
+  EXPECT_TRUE(holds([] { return openBootConfig() == nullptr; }));
+}
+
+TEST_F(BootConfigFile, NamedPipeInItsPlaceIsNotOpened) {
+  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
   EXPECT_TRUE(holds([] {
+    alarm(10);
+    return openBootConfig() == nullptr;
+  }));
+}
+
+TEST_F(BootConfigFile, SparseGigabyteIsReadWithinAMebibyte) {
+  std::ofstream(file()) << "build=5.1.0-7\n";
+  std::filesystem::resize_file(file(), 1 << 30);
+  EXPECT_TRUE(holds([] {
+    const rlimit memory{256 << 20, 256 << 20};
+    setrlimit(RLIMIT_DATA, &memory);
     const auto stream = openBootConfig();
-    return stream == nullptr || !readAlternateImage(*stream).has_value();
+    const auto image = readAlternateImage(*stream);
+    return image.has_value() && image->buildNumber == 7;
   }));
 }
 

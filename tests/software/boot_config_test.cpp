@@ -104,12 +104,13 @@ TEST(BootConfig, LongVersionIsCutToItsField) {
   EXPECT_EQ(image.buildNumber, 7);
 }
 
-TEST(BootConfig, LineOfTenMegabytesIsRead) {
+TEST(BootConfig, LinesAreReadUpTo64Kibibytes) {
   const std::string filler(10'000'000, 'x');
   EXPECT_EQ(read(filler + "\nbuild=5.1.0-7\n").buildNumber, 7);
-  const auto image = read("build=" + filler + "-7\n");
+  const auto image = read("build=" + filler.substr(0, 65'000) + "-7\n");
   EXPECT_EQ(std::string(image.version), std::string(31, 'x'));
   EXPECT_EQ(image.buildNumber, 7);
+  expectEmpty(read("build=" + filler + "-7\nbuild=5.1.0-8\n"));
 }
 
 TEST(BootConfig, DirectoryIsUnreadable) {

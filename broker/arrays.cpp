@@ -8,33 +8,14 @@ namespace {
 
 constexpr CMPICount kLargestArray = 1U << 20;  // elements
 
-CMPIStatus releaseArray(CMPIArray* self) {
-  return releaseObject(const_cast<ArrayObject*>(ownArray(self)), "array");
+CMPICount arraySize(const ArrayObject& self, CMPIStatus* /*out*/) {
+  return static_cast<CMPICount>(self.elements.size());
 }
 
-CMPIArray* cloneArray(const CMPIArray* self, CMPIStatus* out) {
-  const ArrayObject* own = ownArray(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (own == nullptr) return nullptr;
-  return new ArrayObject(own->elementType, own->elements, own->grows);  // the caller releases it
-}
+CMPIType simpleType(const ArrayObject& self, CMPIStatus* /*out*/) { return self.elementType; }
 
-CMPICount arraySize(const CMPIArray* self, CMPIStatus* out) {
-  const ArrayObject* own = ownArray(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return own != nullptr ? static_cast<CMPICount>(own->elements.size()) : 0;
-}
-
-CMPIType simpleType(const CMPIArray* self, CMPIStatus* out) {
-  const ArrayObject* own = ownArray(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return own != nullptr ? own->elementType : static_cast<CMPIType>(CMPI_null);
-}
-
-CMPIData elementAt(const CMPIArray* self, CMPICount index, CMPIStatus* out) {
-  const ArrayObject* own = ownArray(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (own != nullptr && index < own->elements.size()) return toData(own->elements[index]);
+CMPIData elementAt(const ArrayObject& self, CMPICount index, CMPIStatus* /*out*/) {
+  if (index < self.elements.size()) return toData(self.elements[index]);
   CMPIData data{};
   data.state = CMPI_badValue;  // Deliberate (contract.md#array-end).
   return data;
@@ -47,21 +28,24 @@ ReadValue readElement(const ArrayObject& array, const CMPIValue* value, CMPIType
   return readValue(value, type);
 }
 
-CMPIStatus setElementAt(CMPIArray* self, CMPICount index, const CMPIValue* value, CMPIType type) {
-  auto* own = const_cast<ArrayObject*>(ownArray(self));
-  if (own == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  const bool appends = own->grows && index == own->elements.size() && index < kLargestArray;
-  if (index >= own->elements.size() && !appends) return status(CMPI_RC_ERR_FAILED);
-  ReadValue read = readElement(*own, value, type);
+CMPIStatus setElementAt(ArrayObject& self, CMPICount index, const CMPIValue* value, CMPIType type) {
+  const bool appends = self.grows && index == self.elements.size() && index < kLargestArray;
+  if (index >= self.elements.size() && !appends) return status(CMPI_RC_ERR_FAILED);
+  ReadValue read = readElement(self, value, type);
   if (!read.complaint.empty()) report("", "", "sets an array element: " + read.complaint);
   if (read.rc != CMPI_RC_OK) return status(read.rc);
-  if (appends) own->elements.emplace_back();
-  own->elements[index] = std::move(read.value);
+  if (appends) self.elements.emplace_back();
+  self.elements[index] = std::move(read.value);
   return status(CMPI_RC_OK);
 }
 
-CMPIArrayFT arrayTable = {1,          releaseArray, cloneArray,  arraySize,
-                          simpleType, elementAt,    setElementAt};
+CMPIArrayFT arrayTable = {1,
+                          slot<releaseObject<ArrayObject>>,
+                          slot<cloneObject<ArrayObject>>,
+                          slot<arraySize>,
+                          slot<simpleType>,
+                          slot<elementAt>,
+                          slot<setElementAt>};
 
 }  // namespace
 
@@ -85,8 +69,8 @@ CMPIArray* makeArrayOfSize(CMPICount size, CMPIType type, CMPIStatus* out) {
                                  size == 0);
 }
 
-const ArrayObject* ownArray(const CMPIArray* record) {
-  return ownObject<ArrayObject>(record, &arrayTable, "array");
+ArrayObject* ArrayObject::own(const CMPIArray* record) {
+  return ownObject<ArrayObject>(record, &arrayTable, kKind);
 }
 
 }  // namespace orv::broker

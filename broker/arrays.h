@@ -8,7 +8,14 @@ namespace orv::broker {
 
 /// An array of one element type; elements are plain values, null until set.
 struct ArrayObject : CMPIArray, HeapEntry {
+  using Record = CMPIArray;
+  static constexpr const char* kKind = "array";
+
   ArrayObject(CMPIType type, Value::Array content, bool growing);
+  ArrayObject* clone() const { return new ArrayObject(elementType, elements, grows); }
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static ArrayObject* own(const Record* record);
+
   CMPIType elementType;  ///< without the array bit; never chars
   Value::Array elements;
   bool grows;  ///< made with size 0: setting the element after the last appends
@@ -18,8 +25,5 @@ CMPIArray* makeArray(CMPIType elementType, Value::Array elements);
 
 /// `size` null elements; size 0 makes a growing array. Null and status 1 beyond any sensible size.
 CMPIArray* makeArrayOfSize(CMPICount size, CMPIType elementType, CMPIStatus* out);
-
-/// Null for a null pointer and, with a report, for a foreign record.
-const ArrayObject* ownArray(const CMPIArray* record);
 
 }  // namespace orv::broker

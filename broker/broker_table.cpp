@@ -136,16 +136,16 @@ CMPIData getProperty(Mb /*broker*/, Ctx /*context*/, Path /*path*/, const char* 
 }  // namespace
 
 CMPIBrokerFT* brokerTable() {
-  static CMPIBrokerFT table = {kCapabilities,    0,
-                               "RequestHandler", prepareAttachThread,
-                               attachThread,     detachThread,
-                               deliver,          enumerateInstanceNames,
-                               getInstance,      createInstance,
-                               modifyInstance,   deleteInstance,
-                               execQuery,        enumerateInstances,
-                               associators,      associatorNames,
-                               references,       referenceNames,
-                               invokeMethod,     setProperty,
+  static CMPIBrokerFT table = {kCapabilities,        0,
+                               "RequestHandler",     slot<prepareAttachThread>,
+                               slot<attachThread>,   slot<detachThread>,
+                               slot<deliver>,        slot<enumerateInstanceNames>,
+                               slot<getInstance>,    slot<createInstance>,
+                               slot<modifyInstance>, slot<deleteInstance>,
+                               slot<execQuery>,      slot<enumerateInstances>,
+                               slot<associators>,    slot<associatorNames>,
+                               slot<references>,     slot<referenceNames>,
+                               invokeMethod,         setProperty,
                                getProperty};
   return &table;
 }

@@ -95,8 +95,8 @@ CMPIStatus freeThreadObjects(CMPIContext* self) {
 }
 
 EightSlotTable contextTable = {
-    {1, releaseContext, cloneContext, getEntry, getEntryAt, getEntryCount, addEntry},
-    freeThreadObjects};
+    {1, releaseContext, cloneContext, getEntry, getEntryAt, slot<getEntryCount>, slot<addEntry>},
+    slot<freeThreadObjects>};
 
 /// Contexts that died last. Never destroyed: threads may outlive main.
 struct DeadContexts {
@@ -162,11 +162,11 @@ void setContextEntry(ContextObject& context, const std::string& name, Value valu
 CMPIContext* prepareContext(const CMPIContext* source) {
   const ContextObject* context = liveContext(source, "prepareAttachThread");
   if (context == nullptr) return nullptr;
-  auto* copy =
-      new ContextObject(ContextObject::Purpose::kPrepared, context->broker, context->provider);
+  auto copy = std::make_unique<ContextObject>(ContextObject::Purpose::kPrepared, context->broker,
+                                              context->provider);
   copy->ft = context->ft;
   copy->entries = context->entries;
-  return copy;
+  return copy.release();
 }
 
 ContextObject* liveContext(const CMPIContext* record, const char* use) {

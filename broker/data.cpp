@@ -77,28 +77,28 @@ Value readNumber(const CMPIValue& value, CMPIType type) {
 
 ReadValue readString(const CMPIString* record) {
   if (record == nullptr) return fine(Value::ofNull(CMPI_string));
-  const StringObject* own = ownString(record);
+  const StringObject* own = StringObject::own(record);
   if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};  // reported already
   return fine(own->text ? Value::ofString(*own->text) : Value::ofNull(CMPI_string));
 }
 
 ReadValue readDateTime(const CMPIDateTime* record) {
   if (record == nullptr) return fine(Value::ofNull(CMPI_dateTime));
-  const DateTimeObject* own = ownDateTime(record);
+  const DateTimeObject* own = DateTimeObject::own(record);
   if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
   return fine(Value::ofDateTime(own->value));
 }
 
 ReadValue readInstance(const CMPIInstance* record) {
   if (record == nullptr) return fine(Value::ofNull(CMPI_instance));
-  const InstanceObject* own = ownInstance(record);
+  const InstanceObject* own = InstanceObject::own(record);
   if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
   return fine(Value::ofInstance(own->data.toPlain()));
 }
 
 ReadValue readReference(const CMPIObjectPath* record) {
   if (record == nullptr) return fine(Value::ofNull(CMPI_ref));
-  const PathObject* own = ownPath(record);
+  const PathObject* own = PathObject::own(record);
   if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
   return storedReference(own->data.toPlain());
 }
@@ -106,7 +106,7 @@ ReadValue readReference(const CMPIObjectPath* record) {
 ReadValue readArray(const CMPIArray* record, CMPIType type) {
   const auto elementType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
   if (record == nullptr) return fine(Value::ofNull(type));
-  const ArrayObject* own = ownArray(record);
+  const ArrayObject* own = ArrayObject::own(record);
   if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
   if (isPointerType(own->elementType) != isPointerType(elementType)) {
     return refused(CMPI_RC_ERR_TYPE_MISMATCH, "an array of " + typeName(own->elementType) +

@@ -83,40 +83,27 @@ std::string localText(std::int64_t microseconds) {
                    static_cast<long long>(fraction), offset < 0 ? '-' : '+', std::labs(offset));
 }
 
-CMPIStatus releaseDateTime(CMPIDateTime* self) {
-  return releaseObject(const_cast<DateTimeObject*>(ownDateTime(self)), "date-time");
-}
-
-CMPIDateTime* cloneDateTime(const CMPIDateTime* self, CMPIStatus* out) {
-  const DateTimeObject* own = ownDateTime(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return own != nullptr ? new DateTimeObject(own->value) : nullptr;  // the caller releases it
-}
-
-CMPIUint64 binaryFormat(const CMPIDateTime* self, CMPIStatus* out) {
-  const DateTimeObject* own = ownDateTime(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (own == nullptr) return 0;
-  if (own->value.interval) return own->value.microseconds;
+CMPIUint64 binaryFormat(const DateTimeObject& self, CMPIStatus* /*out*/) {
+  if (self.value.interval) return self.value.microseconds;
   // Deliberate (contract.md#offset-twice): the number is right only in UTC.
-  const std::int64_t twice = offsetMinutes(own->value.text) * kMinute;
-  return own->value.microseconds - static_cast<std::uint64_t>(twice);
+  const std::int64_t twice = offsetMinutes(self.value.text) * kMinute;
+  return self.value.microseconds - static_cast<std::uint64_t>(twice);
 }
 
-CMPIString* stringFormat(const CMPIDateTime* self, CMPIStatus* out) {
-  const DateTimeObject* own = ownDateTime(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return own != nullptr ? makeString(own->value.text) : nullptr;
+CMPIString* stringFormat(const DateTimeObject& self, CMPIStatus* /*out*/) {
+  return makeString(self.value.text);
 }
 
-CMPIBoolean isIntervalSlot(const CMPIDateTime* self, CMPIStatus* out) {
-  const DateTimeObject* own = ownDateTime(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return own != nullptr && own->value.interval ? 1 : 0;
+CMPIBoolean isInterval(const DateTimeObject& self, CMPIStatus* /*out*/) {
+  return self.value.interval ? 1 : 0;
 }
 
-CMPIDateTimeFT dateTimeTable = {
-    1, releaseDateTime, cloneDateTime, binaryFormat, stringFormat, isIntervalSlot};
+CMPIDateTimeFT dateTimeTable = {1,
+                                slot<releaseObject<DateTimeObject>>,
+                                slot<cloneObject<DateTimeObject>>,
+                                slot<binaryFormat>,
+                                slot<stringFormat>,
+                                slot<isInterval>};
 
 }  // namespace
 
@@ -127,8 +114,8 @@ DateTimeObject::DateTimeObject(DateTime content)
 
 CMPIDateTime* makeDateTime(DateTime value) { return makeObject<DateTimeObject>(std::move(value)); }
 
-const DateTimeObject* ownDateTime(const CMPIDateTime* record) {
-  return ownObject<DateTimeObject>(record, &dateTimeTable, "date-time");
+DateTimeObject* DateTimeObject::own(const CMPIDateTime* record) {
+  return ownObject<DateTimeObject>(record, &dateTimeTable, kKind);
 }
 
 std::optional<DateTime> parseDateTime(std::string_view text) {

@@ -11,14 +11,18 @@
 namespace orv::broker {
 
 struct DateTimeObject : CMPIDateTime, HeapEntry {
+  using Record = CMPIDateTime;
+  static constexpr const char* kKind = "date-time";
+
   explicit DateTimeObject(DateTime content);
+  DateTimeObject* clone() const { return new DateTimeObject(value); }
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static DateTimeObject* own(const Record* record);
+
   DateTime value;
 };
 
 CMPIDateTime* makeDateTime(DateTime value);
-
-/// Null for a null pointer and, with a report, for a foreign record.
-const DateTimeObject* ownDateTime(const CMPIDateTime* record);
 
 /// The 25-character form, read: yyyymmddhhmmss.mmmmmmsutc (s is + or -, utc minutes) or
 /// ddddddddhhmmss.mmmmmm:000. Absent when it is malformed.

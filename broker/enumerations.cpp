@@ -8,13 +8,6 @@
 namespace orv::broker {
 namespace {
 
-extern CMPIEnumerationFT enumerationTable;
-
-EnumerationObject* own(const CMPIEnumeration* self) {
-  return const_cast<EnumerationObject*>(ownObject<EnumerationObject>(
-      self, static_cast<const CMPIEnumerationFT*>(&enumerationTable), "enumeration"));
-}
-
 CMPIData itemData(const EnumerationObject::Item& item) {
   CMPIData data{};
   if (const auto* instance = std::get_if<InstanceData>(&item)) {
@@ -34,51 +27,39 @@ Value itemValue(const EnumerationObject::Item& item) {
   return Value::ofReference(std::get<PathData>(item).toPlain());
 }
 
-CMPIStatus releaseEnumeration(CMPIEnumeration* self) {
-  return releaseObject(own(self), "enumeration");
+CMPIData getNext(EnumerationObject& self, CMPIStatus* out) {
+  if (self.next < self.items.size()) return itemData(self.items[self.next++]);
+  answer(out, CMPI_RC_ERR_NOT_FOUND);
+  return notFoundData();
 }
 
-CMPIEnumeration* cloneEnumeration(const CMPIEnumeration* self, CMPIStatus* out) {
-  const EnumerationObject* enumeration = own(self);
-  answer(out, enumeration != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (enumeration == nullptr) return nullptr;
-  return new EnumerationObject(enumeration->items);  // the caller releases it
+CMPIBoolean hasNext(const EnumerationObject& self, CMPIStatus* /*out*/) {
+  return self.next < self.items.size() ? 1 : 0;
 }
 
-CMPIData getNext(const CMPIEnumeration* self, CMPIStatus* out) {
-  EnumerationObject* enumeration = own(self);
-  if (enumeration == nullptr || enumeration->next >= enumeration->items.size()) {
-    answer(out, enumeration != nullptr ? CMPI_RC_ERR_NOT_FOUND : CMPI_RC_ERR_INVALID_HANDLE);
-    return notFoundData();
-  }
-  answer(out, CMPI_RC_OK);
-  return itemData(enumeration->items[enumeration->next++]);
-}
-
-CMPIBoolean hasNext(const CMPIEnumeration* self, CMPIStatus* out) {
-  const EnumerationObject* enumeration = own(self);
-  answer(out, enumeration != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return enumeration != nullptr && enumeration->next < enumeration->items.size() ? 1 : 0;
-}
-
-CMPIArray* toArray(const CMPIEnumeration* self, CMPIStatus* out) {
-  const EnumerationObject* enumeration = own(self);
-  answer(out, enumeration != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (enumeration == nullptr) return nullptr;
+CMPIArray* toArray(const EnumerationObject& self, CMPIStatus* /*out*/) {
   Value::Array elements;
-  for (const auto& item : enumeration->items) elements.push_back(itemValue(item));
+  for (const auto& item : self.items) elements.push_back(itemValue(item));
   const CMPIType type = elements.empty() ? static_cast<CMPIType>(CMPI_instance) : elements[0].type;
   return makeArray(type, std::move(elements));
 }
 
-CMPIEnumerationFT enumerationTable = {
-    1, releaseEnumeration, cloneEnumeration, getNext, hasNext, toArray};
+CMPIEnumerationFT enumerationTable = {1,
+                                      slot<releaseObject<EnumerationObject>>,
+                                      slot<cloneObject<EnumerationObject>>,
+                                      slot<getNext>,
+                                      slot<hasNext>,
+                                      slot<toArray>};
 
 }  // namespace
 
 EnumerationObject::EnumerationObject(std::vector<Item> content)
     : CMPIEnumeration{nullptr, &enumerationTable}, items(std::move(content)) {
   hdl = &items;
+}
+
+EnumerationObject* EnumerationObject::own(const CMPIEnumeration* record) {
+  return ownObject<EnumerationObject>(record, &enumerationTable, kKind);
 }
 
 CMPIEnumeration* makeEnumeration(std::vector<EnumerationObject::Item> items) {

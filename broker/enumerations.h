@@ -13,7 +13,14 @@ namespace orv::broker {
 /// Result of an up-call: instances or paths, taken one by one.
 struct EnumerationObject : CMPIEnumeration, HeapEntry {
   using Item = std::variant<InstanceData, PathData>;
+  using Record = CMPIEnumeration;
+  static constexpr const char* kKind = "enumeration";
+
   explicit EnumerationObject(std::vector<Item> content);
+  EnumerationObject* clone() const { return new EnumerationObject(items); }
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static EnumerationObject* own(const Record* record);
+
   std::vector<Item> items;
   std::size_t next = 0;
 };

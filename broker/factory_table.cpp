@@ -65,7 +65,7 @@ CMPISelectExp* newSelectExp(Mb /*broker*/, const char* query, const char* langua
 CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char* ancestor,
                          CMPIStatus* out) {
   answer(out, CMPI_RC_OK);
-  const PathObject* path = ownPath(record);
+  const PathObject* path = PathObject::own(record);
   if (path == nullptr || ancestor == nullptr || !path->data.className) return 0;
   if (sameName(*path->data.className, ancestor)) return 1;
   const auto broker = currentBroker();
@@ -83,7 +83,7 @@ CMPIString* toString(Mb /*broker*/, const void* object, CMPIStatus* out) {
   const auto* instance = static_cast<const CMPIInstance*>(object);
   if (!isInstanceTable(instance->ft)) return nullptr;
   answer(out, CMPI_RC_OK);
-  return makeString(ownInstance(instance)->data.toPlain().toText());
+  return makeString(InstanceObject::own(instance)->data.toPlain().toText());
 }
 
 CMPIBoolean isOfType(Mb /*broker*/, const void* /*object*/, const char* /*type*/, CMPIStatus* out) {
@@ -117,17 +117,17 @@ CMPIStatus trace(Mb /*broker*/, int /*level*/, const char* /*component*/, const 
 
 CMPIBrokerEncFT* factoryTable() {
   static CMPIBrokerEncFT table = {1,
-                                  newInstanceSlot,
-                                  newObjectPath,
-                                  newArgs,
-                                  newString,
-                                  newArray,
-                                  newDateTime,
-                                  newDateTimeFromBinary,
-                                  newDateTimeFromChars,
-                                  newSelectExp,
-                                  classPathIsA,
-                                  toString,
+                                  slot<newInstanceSlot>,
+                                  slot<newObjectPath>,
+                                  slot<newArgs>,
+                                  slot<newString>,
+                                  slot<newArray>,
+                                  slot<newDateTime>,
+                                  slot<newDateTimeFromBinary>,
+                                  slot<newDateTimeFromChars>,
+                                  slot<newSelectExp>,
+                                  slot<classPathIsA>,
+                                  slot<toString>,
                                   isOfType,
                                   getType,
                                   getMessage,

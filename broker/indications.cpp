@@ -330,7 +330,7 @@ CMPIStatus deliverIndication(const CMPIContext* context, const CMPIInstance* ind
     report("", "", "deliverIndication without an instance: a crash");
     return status(CMPI_RC_ERR_INVALID_PARAMETER);
   }
-  auto* instance = const_cast<InstanceObject*>(ownInstance(indication));
+  auto* instance = InstanceObject::own(indication);
   if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   auto broker = own->broker.lock();
   if (!broker) broker = currentBroker();

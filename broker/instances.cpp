@@ -8,86 +8,69 @@
 namespace orv::broker {
 namespace {
 
-InstanceObject* own(CMPIInstance* self) { return const_cast<InstanceObject*>(ownInstance(self)); }
-
 std::shared_ptr<const ClassLayout> layoutOf(const std::string& nameSpace,
                                             const std::string& className) {
   const auto broker = currentBroker();
   return broker ? broker->layout(nameSpace, className) : nullptr;
 }
 
-CMPIStatus releaseInstance(CMPIInstance* self) { return releaseObject(own(self), "instance"); }
-
-CMPIInstance* cloneInstance(const CMPIInstance* self, CMPIStatus* out) {
-  const InstanceObject* instance = ownInstance(self);
-  answer(out, instance != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return instance != nullptr ? new InstanceObject(instance->data) : nullptr;  // caller releases it
+CMPIData getProperty(const InstanceObject& self, const char* name, CMPIStatus* out) {
+  const Value* value = name != nullptr ? self.data.get(name) : nullptr;
+  if (value != nullptr) return toData(*value);
+  answer(out, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  return notFoundData();
 }
 
-CMPIData getProperty(const CMPIInstance* self, const char* name, CMPIStatus* out) {
-  const InstanceObject* instance = ownInstance(self);
-  const Value* value = instance != nullptr && name != nullptr ? instance->data.get(name) : nullptr;
-  answer(out, value != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_NO_SUCH_PROPERTY);
-  return value != nullptr ? toData(*value) : notFoundData();
-}
-
-CMPIData getPropertyAt(const CMPIInstance* self, CMPICount index, CMPIString** name,
+CMPIData getPropertyAt(const InstanceObject& self, CMPICount index, CMPIString** name,
                        CMPIStatus* out) {
-  const InstanceObject* instance = ownInstance(self);
-  std::pair<const std::string*, const Value*> found{nullptr, nullptr};
-  if (instance != nullptr) found = instance->data.at(index);
-  answer(out, found.second != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_NO_SUCH_PROPERTY);
-  if (found.second == nullptr) return notFoundData();
-  if (name != nullptr) *name = makeString(*found.first);
-  return toData(*found.second);
+  const auto [foundName, value] = self.data.at(index);
+  if (value == nullptr) {
+    answer(out, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    return notFoundData();
+  }
+  if (name != nullptr) *name = makeString(*foundName);
+  return toData(*value);
 }
 
-CMPICount getPropertyCount(const CMPIInstance* self, CMPIStatus* out) {
-  const InstanceObject* instance = ownInstance(self);
-  answer(out, instance != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return instance != nullptr ? static_cast<CMPICount>(instance->data.count()) : 0;
+CMPICount getPropertyCount(const InstanceObject& self, CMPIStatus* /*out*/) {
+  return static_cast<CMPICount>(self.data.count());
 }
 
-CMPIStatus setPropertySlot(const CMPIInstance* self, const char* name, const CMPIValue* value,
+CMPIStatus setPropertySlot(InstanceObject& self, const char* name, const CMPIValue* value,
                            CMPIType type) {
-  auto* instance = const_cast<InstanceObject*>(ownInstance(self));
-  if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  return setProperty(instance->data, name, value, type);
+  return setProperty(self.data, name, value, type);
 }
 
-CMPIObjectPath* getObjectPath(const CMPIInstance* self, CMPIStatus* out) {
-  const InstanceObject* instance = ownInstance(self);
-  const auto path = instance != nullptr ? instance->data.objectPath() : std::nullopt;
-  answer(out, path ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_CLASS);
-  return path ? makePath(PathData::of(*path)) : nullptr;
+CMPIObjectPath* getObjectPath(const InstanceObject& self, CMPIStatus* out) {
+  const auto path = self.data.objectPath();
+  if (path) return makePath(PathData::of(*path));
+  answer(out, CMPI_RC_ERR_INVALID_CLASS);
+  return nullptr;
 }
 
-CMPIStatus setPropertyFilter(CMPIInstance* self, const char** properties, const char** /*keys*/) {
-  InstanceObject* instance = own(self);
-  if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  if (const auto listed = textList(properties)) instance->data.applyFilter(*listed);
+CMPIStatus setPropertyFilter(InstanceObject& self, const char** properties, const char** /*keys*/) {
+  if (const auto listed = textList(properties)) self.data.applyFilter(*listed);
   return status(CMPI_RC_OK);
 }
 
-CMPIStatus setObjectPath(CMPIInstance* self, const CMPIObjectPath* source) {
-  InstanceObject* instance = own(self);
-  const PathObject* path = ownPath(source);
-  if (instance == nullptr || path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+CMPIStatus setObjectPath(InstanceObject& self, const CMPIObjectPath* source) {
+  const PathObject* path = PathObject::own(source);
+  if (path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   const ObjectPath plain = path->data.toPlain();
-  instance->data.setObjectPath(plain, layoutOf(plain.nameSpace, plain.className));
+  self.data.setObjectPath(plain, layoutOf(plain.nameSpace, plain.className));
   return status(CMPI_RC_OK);
 }
 
 CMPIInstanceFT instanceTable = {1,
-                                releaseInstance,
-                                cloneInstance,
-                                getProperty,
-                                getPropertyAt,
-                                getPropertyCount,
-                                setPropertySlot,
-                                getObjectPath,
-                                setPropertyFilter,
-                                setObjectPath,
+                                slot<releaseObject<InstanceObject>>,
+                                slot<cloneObject<InstanceObject>>,
+                                slot<getProperty>,
+                                slot<getPropertyAt>,
+                                slot<getPropertyCount>,
+                                slot<setPropertySlot>,
+                                slot<getObjectPath>,
+                                slot<setPropertyFilter>,
+                                slot<setObjectPath>,
                                 nullptr};
 
 std::string declaredTypeName(const InstanceData& instance, const char* name) {
@@ -111,7 +94,7 @@ CMPIInstance* makeInstance(const Instance& plain) {
 }
 
 CMPIInstance* newInstance(const CMPIObjectPath* path, CMPIStatus* out) {
-  const PathObject* own = ownPath(path);
+  const PathObject* own = PathObject::own(path);
   if (own == nullptr) {
     if (path == nullptr) report("", "", "newInstance without an object path: a crash");
     answer(out, CMPI_RC_ERR_INVALID_PARAMETER);
@@ -132,8 +115,8 @@ CMPIInstance* newInstance(const CMPIObjectPath* path, CMPIStatus* out) {
   return makeInstance(std::move(data));
 }
 
-const InstanceObject* ownInstance(const CMPIInstance* record) {
-  return ownObject<InstanceObject>(record, &instanceTable, "instance");
+InstanceObject* InstanceObject::own(const CMPIInstance* record) {
+  return ownObject<InstanceObject>(record, &instanceTable, kKind);
 }
 
 bool isInstanceTable(const CMPIInstanceFT* table) { return table == &instanceTable; }

@@ -7,7 +7,14 @@
 namespace orv::broker {
 
 struct InstanceObject : CMPIInstance, HeapEntry {
+  using Record = CMPIInstance;
+  static constexpr const char* kKind = "instance";
+
   explicit InstanceObject(InstanceData content);
+  InstanceObject* clone() const { return new InstanceObject(data); }
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static InstanceObject* own(const Record* record);
+
   InstanceData data;
 };
 
@@ -17,9 +24,6 @@ CMPIInstance* makeInstance(const Instance& plain);
 /// As the newInstance slot: declared properties with their defaults, and the path's keys as
 /// properties.
 CMPIInstance* newInstance(const CMPIObjectPath* path, CMPIStatus* out);
-
-/// Null for a null pointer and, with a report, for a foreign record.
-const InstanceObject* ownInstance(const CMPIInstance* record);
 
 /// Whether a record with that table is one of our instances.
 bool isInstanceTable(const CMPIInstanceFT* table);

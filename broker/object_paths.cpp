@@ -9,107 +9,76 @@
 namespace orv::broker {
 namespace {
 
-PathObject* own(CMPIObjectPath* self) { return const_cast<PathObject*>(ownPath(self)); }
-
-CMPIStatus releasePath(CMPIObjectPath* self) { return releaseObject(own(self), "object path"); }
-
-CMPIObjectPath* clonePath(const CMPIObjectPath* self, CMPIStatus* out) {
-  const PathObject* path = ownPath(self);
-  answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return path != nullptr ? new PathObject(path->data) : nullptr;  // the caller releases it
-}
-
 using TextMember = std::optional<std::string> PathData::*;
 
+template <TextMember member>
+CMPIString* getText(const PathObject& self, CMPIStatus* /*out*/) {
+  return makeString(self.data.*member);
+}
+
 /// Sets one of the texts of a path. A null over a text that is set would be a crash.
-CMPIStatus setText(CMPIObjectPath* self, TextMember member, const char* text, const char* slot) {
-  PathObject* path = own(self);
-  if (path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  if (text == nullptr && path->data.*member) {
-    report(path->data.className.value_or(""), "", std::string(slot) + " with a null text: a crash");
+CMPIStatus setText(PathData& path, TextMember member, const char* text, const char* slotName) {
+  if (text == nullptr && path.*member) {
+    report(path.className.value_or(""), "",
+           std::string("path.") + slotName + " with a null text: a crash");
     return status(CMPI_RC_ERR_INVALID_PARAMETER);
   }
-  path->data.*member = textOf(text);
+  path.*member = textOf(text);
   return status(CMPI_RC_OK);
 }
 
-CMPIString* getText(const CMPIObjectPath* self, TextMember member, CMPIStatus* out) {
-  const PathObject* path = ownPath(self);
-  answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return path != nullptr ? makeString(path->data.*member) : nullptr;
+CMPIStatus setNameSpace(PathObject& self, const char* text) {
+  return setText(self.data, &PathData::nameSpace, text, "setNameSpace");
+}
+CMPIStatus setHostname(PathObject& self, const char* text) {
+  return setText(self.data, &PathData::host, text, "setHostname");
+}
+CMPIStatus setClassName(PathObject& self, const char* text) {
+  return setText(self.data, &PathData::className, text, "setClassName");
 }
 
-CMPIStatus setNameSpace(CMPIObjectPath* self, const char* text) {
-  return setText(self, &PathData::nameSpace, text, "path.setNameSpace");
-}
-CMPIString* getNameSpace(const CMPIObjectPath* self, CMPIStatus* out) {
-  return getText(self, &PathData::nameSpace, out);
-}
-CMPIStatus setHostname(CMPIObjectPath* self, const char* text) {
-  return setText(self, &PathData::host, text, "path.setHostname");
-}
-CMPIString* getHostname(const CMPIObjectPath* self, CMPIStatus* out) {
-  return getText(self, &PathData::host, out);
-}
-CMPIStatus setClassName(CMPIObjectPath* self, const char* text) {
-  return setText(self, &PathData::className, text, "path.setClassName");
-}
-CMPIString* getClassName(const CMPIObjectPath* self, CMPIStatus* out) {
-  return getText(self, &PathData::className, out);
-}
-
-CMPIStatus addKeySlot(CMPIObjectPath* self, const char* name, const CMPIValue* value,
-                      CMPIType type) {
-  PathObject* path = own(self);
-  if (path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+CMPIStatus addKeySlot(PathObject& self, const char* name, const CMPIValue* value, CMPIType type) {
   if (name == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
-  return addKey(path->data, name, value, type);
+  return addKey(self.data, name, value, type);
 }
 
-CMPIData getKey(const CMPIObjectPath* self, const char* name, CMPIStatus* out) {
-  const PathObject* path = ownPath(self);
-  const Key* key = path != nullptr && name != nullptr ? path->data.key(name) : nullptr;
-  answer(out, key != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_NOT_FOUND);
-  return key != nullptr ? toData(key->value) : notFoundData();
+CMPIData getKey(const PathObject& self, const char* name, CMPIStatus* out) {
+  const Key* key = name != nullptr ? self.data.key(name) : nullptr;
+  if (key != nullptr) return toData(key->value);
+  answer(out, CMPI_RC_ERR_NOT_FOUND);
+  return notFoundData();
 }
 
-CMPIData getKeyAt(const CMPIObjectPath* self, CMPICount index, CMPIString** name, CMPIStatus* out) {
-  const PathObject* path = ownPath(self);
-  const std::size_t count = path != nullptr ? path->data.keys.size() : 0;
-  if (index >= count) {
-    if (path != nullptr && index == count) {
-      report(path->data.className.value_or(""), "",
-             "getKeyAt with the number of keys as its index: reads past the end");
-    }
-    answer(out, CMPI_RC_ERR_NOT_FOUND);
-    return notFoundData();
+CMPIData getKeyAt(const PathObject& self, CMPICount index, CMPIString** name, CMPIStatus* out) {
+  const std::vector<Key>& keys = self.data.keys;
+  if (index < keys.size()) {
+    if (name != nullptr) *name = makeString(keys[index].name);
+    return toData(keys[index].value);
   }
-  const Key& key = path->data.keys[index];
-  if (name != nullptr) *name = makeString(key.name);
-  answer(out, CMPI_RC_OK);
-  return toData(key.value);
+  if (index == keys.size()) {
+    report(self.data.className.value_or(""), "",
+           "getKeyAt with the number of keys as its index: reads past the end");
+  }
+  answer(out, CMPI_RC_ERR_NOT_FOUND);
+  return notFoundData();
 }
 
-CMPICount getKeyCount(const CMPIObjectPath* self, CMPIStatus* out) {
-  const PathObject* path = ownPath(self);
-  answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return path != nullptr ? static_cast<CMPICount>(path->data.keys.size()) : 0;
+CMPICount getKeyCount(const PathObject& self, CMPIStatus* /*out*/) {
+  return static_cast<CMPICount>(self.data.keys.size());
 }
 
-CMPIStatus setNameSpaceFrom(CMPIObjectPath* self, const CMPIObjectPath* source) {
-  PathObject* path = own(self);
-  const PathObject* from = ownPath(source);
-  if (path == nullptr || from == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  path->data.nameSpace = from->data.nameSpace;
+CMPIStatus setNameSpaceFrom(PathObject& self, const CMPIObjectPath* source) {
+  const PathObject* from = PathObject::own(source);
+  if (from == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  self.data.nameSpace = from->data.nameSpace;
   return status(CMPI_RC_OK);
 }
 
-CMPIStatus setHostAndNameSpaceFrom(CMPIObjectPath* self, const CMPIObjectPath* source) {
-  PathObject* path = own(self);
-  const PathObject* from = ownPath(source);
-  if (path == nullptr || from == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  path->data.nameSpace = from->data.nameSpace;
-  path->data.host = from->data.host;
+CMPIStatus setHostAndNameSpaceFrom(PathObject& self, const CMPIObjectPath* source) {
+  const PathObject* from = PathObject::own(source);
+  if (from == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  self.data.nameSpace = from->data.nameSpace;
+  self.data.host = from->data.host;
   return status(CMPI_RC_OK);
 }
 
@@ -120,49 +89,46 @@ const PropertyDefinition* declaredProperty(const PathData& path, const char* nam
   return layout && name != nullptr ? layout->definition.property(name) : nullptr;
 }
 
-CMPIData getPropertyQualifier(const CMPIObjectPath* self, const char* property,
-                              const char* qualifier, CMPIStatus* out) {
-  const PathObject* path = ownPath(self);
-  const PropertyDefinition* declared =
-      path != nullptr ? declaredProperty(path->data, property) : nullptr;
-  answer(out, CMPI_RC_ERR_NOT_FOUND);
-  if (declared == nullptr || qualifier == nullptr) return notFoundData();
-  for (const QualifierValue& candidate : declared->qualifiers) {
-    if (!sameName(candidate.name, qualifier)) continue;
-    answer(out, CMPI_RC_OK);
-    return toData(literalValues(candidate.type, candidate.values));
+CMPIData getPropertyQualifier(const PathObject& self, const char* property, const char* qualifier,
+                              CMPIStatus* out) {
+  const PropertyDefinition* declared = declaredProperty(self.data, property);
+  if (declared != nullptr && qualifier != nullptr) {
+    for (const QualifierValue& candidate : declared->qualifiers) {
+      if (sameName(candidate.name, qualifier)) {
+        return toData(literalValues(candidate.type, candidate.values));
+      }
+    }
+    const bool inherited = declared->key && sameName(qualifier, "key");
+    if (inherited) return toData(Value::ofBoolean(true));
   }
-  if (!sameName(qualifier, "key") || !declared->key) return notFoundData();
-  answer(out, CMPI_RC_OK);  // inherited
-  return toData(Value::ofBoolean(true));
+  answer(out, CMPI_RC_ERR_NOT_FOUND);
+  return notFoundData();
 }
 
-CMPIString* pathToString(const CMPIObjectPath* self, CMPIStatus* out) {
-  const PathObject* path = ownPath(self);
-  answer(out, path != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return path != nullptr ? makeString(referenceText(path->data.toPlain())) : nullptr;
+CMPIString* pathToString(const PathObject& self, CMPIStatus* /*out*/) {
+  return makeString(referenceText(self.data.toPlain()));
 }
 
 CMPIObjectPathFT pathTable = {1,
-                              releasePath,
-                              clonePath,
-                              setNameSpace,
-                              getNameSpace,
-                              setHostname,
-                              getHostname,
-                              setClassName,
-                              getClassName,
-                              addKeySlot,
-                              getKey,
-                              getKeyAt,
-                              getKeyCount,
-                              setNameSpaceFrom,
-                              setHostAndNameSpaceFrom,
+                              slot<releaseObject<PathObject>>,
+                              slot<cloneObject<PathObject>>,
+                              slot<setNameSpace>,
+                              slot<getText<&PathData::nameSpace>>,
+                              slot<setHostname>,
+                              slot<getText<&PathData::host>>,
+                              slot<setClassName>,
+                              slot<getText<&PathData::className>>,
+                              slot<addKeySlot>,
+                              slot<getKey>,
+                              slot<getKeyAt>,
+                              slot<getKeyCount>,
+                              slot<setNameSpaceFrom>,
+                              slot<setHostAndNameSpaceFrom>,
                               nullptr,
-                              getPropertyQualifier,
+                              slot<getPropertyQualifier>,
                               nullptr,
                               nullptr,
-                              pathToString};
+                              slot<pathToString>};
 
 }  // namespace
 
@@ -173,8 +139,8 @@ PathObject::PathObject(PathData content)
 
 CMPIObjectPath* makePath(PathData data) { return makeObject<PathObject>(std::move(data)); }
 
-const PathObject* ownPath(const CMPIObjectPath* record) {
-  return ownObject<PathObject>(record, &pathTable, "object path");
+PathObject* PathObject::own(const CMPIObjectPath* record) {
+  return ownObject<PathObject>(record, &pathTable, kKind);
 }
 
 bool isPathTable(const CMPIObjectPathFT* table) { return table == &pathTable; }

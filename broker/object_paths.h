@@ -7,14 +7,18 @@
 namespace orv::broker {
 
 struct PathObject : CMPIObjectPath, HeapEntry {
+  using Record = CMPIObjectPath;
+  static constexpr const char* kKind = "object path";
+
   explicit PathObject(PathData content);
+  PathObject* clone() const { return new PathObject(data); }
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static PathObject* own(const Record* record);
+
   PathData data;
 };
 
 CMPIObjectPath* makePath(PathData data);
-
-/// Null for a null pointer and, with a report, for a foreign record.
-const PathObject* ownPath(const CMPIObjectPath* record);
 
 /// Whether a record with that table is one of our object paths.
 bool isPathTable(const CMPIObjectPathFT* table);

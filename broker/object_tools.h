@@ -1,35 +1,24 @@
 #pragma once
 
+#include <exception>
 #include <string>
+#include <type_traits>
 
 #include "broker/heap.h"
 #include "broker/thread_state.h"
 
-/// What the slots of all object tables do alike.
+/// What the slots of all tables do alike.
 namespace orv::broker {
 
 /// The object behind a record that a provider passes. Null for a null pointer and, with a report,
 /// for a record that is not of this broker's making: the object manager would read its private
 /// parts all the same.
 template <class Object, class Record, class Table>
-const Object* ownObject(const Record* record, const Table* table, const char* kind) {
+Object* ownObject(const Record* record, const Table* table, const char* kind) {
   if (record == nullptr) return nullptr;
-  if (record->ft == table) return static_cast<const Object*>(record);
+  if (record->ft == table) return const_cast<Object*>(static_cast<const Object*>(record));
   report("", "", std::string("passes a ") + kind + " record that the broker did not make: a crash");
   return nullptr;
-}
-
-/// The release slot: an object of another thread or of an outer mark stays, with a report.
-template <class Object>
-CMPIStatus releaseObject(Object* object, const char* kind) {
-  if (object == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  const auto outcome = ThreadHeap::release(object);
-  if (outcome == ThreadHeap::ReleaseOutcome::kFreed) return status(CMPI_RC_OK);
-  const bool foreign = outcome == ThreadHeap::ReleaseOutcome::kOtherThread;
-  report("", "",
-         std::string("releases a ") + kind + " of another " + (foreign ? "thread" : "memory mark") +
-             ": corrupts the heap lists");
-  return status(CMPI_RC_ERR_FAILED);
 }
 
 /// Data of a lookup that found nothing.
@@ -38,6 +27,84 @@ inline CMPIData notFoundData() {
   data.type = CMPI_null;
   data.state = CMPI_notFound;
   return data;
+}
+
+/// What a slot returns that could not do its work.
+template <class Result>
+Result failedResult(CMPIrc rc) {
+  if constexpr (std::is_same_v<Result, CMPIStatus>) {
+    return status(rc);
+  } else if constexpr (std::is_same_v<Result, CMPIData>) {
+    return notFoundData();
+  } else {
+    return Result{};
+  }
+}
+
+/// A function of the broker's own as a slot: `slot<function>` stands in a table.
+///
+/// A function whose first parameter is an object becomes a slot that takes the object's record; a
+/// null or foreign record is answered with status 60 and an empty result. The status argument is OK
+/// when the function runs, which may set another. What it throws (there is no memory) does not
+/// reach the provider, which may be C: the status is 1, the result empty.
+template <auto Function>
+struct Slot;
+
+template <class Result, class First, class... Rest, Result (*Function)(First, Rest...)>
+struct Slot<Function> {
+  template <class Self>
+  using Pointer = Result (*)(Self, Rest...);
+
+  /// The slot, with the constness that the table wants.
+  template <class Self>
+  constexpr operator Pointer<Self>() const {  // NOLINT(google-explicit-constructor)
+    return call<Self>;
+  }
+
+ private:
+  template <class Self>
+  static Result call(Self self, Rest... rest) {
+    CMPIStatus* out = nullptr;
+    (findStatus(rest, out), ...);
+    CMPIrc problem = CMPI_RC_ERR_FAILED;
+    try {
+      answer(out, CMPI_RC_OK);
+      if constexpr (std::is_reference_v<First>) {
+        auto* object = std::remove_reference_t<First>::own(self);
+        if (object != nullptr) return Function(*object, rest...);
+        problem = CMPI_RC_ERR_INVALID_HANDLE;
+      } else {
+        return Function(self, rest...);
+      }
+    } catch (const std::exception&) {
+      problem = CMPI_RC_ERR_FAILED;
+    }
+    answer(out, problem);
+    return failedResult<Result>(problem);
+  }
+
+  static void findStatus(CMPIStatus* argument, CMPIStatus*& out) { out = argument; }
+  template <class Other>
+  static void findStatus(const Other& /*argument*/, CMPIStatus*& /*out*/) {}
+};
+
+template <auto Function>
+constexpr Slot<Function> slot{};
+
+/// Frees an object as its release slot does: one of another thread or of an outer mark stays, with
+/// a report.
+CMPIStatus releaseEntry(HeapEntry& entry, const char* kind);
+
+/// The release slot of a kind of object.
+template <class Object>
+CMPIStatus releaseObject(Object& object) {
+  return releaseEntry(object, Object::kKind);
+}
+
+/// The clone slot of a kind of object: a copy in no heap, which the caller releases.
+template <class Object>
+typename Object::Record* cloneObject(const Object& object, CMPIStatus* /*out*/) {
+  return object.clone();
 }
 
 }  // namespace orv::broker

@@ -7,13 +7,6 @@
 namespace orv::broker {
 namespace {
 
-extern CMPIResultFT resultTable;
-
-ResultObject* own(const CMPIResult* self) {
-  return const_cast<ResultObject*>(
-      ownObject<ResultObject>(self, static_cast<const CMPIResultFT*>(&resultTable), "result"));
-}
-
 CMPIStatus releaseResult(CMPIResult* /*self*/) {
   report("", "", "releases the broker's result: used by the broker afterwards");
   return status(CMPI_RC_ERR_FAILED);
@@ -63,29 +56,27 @@ CMPIStatus missing(const char* what) {
   return status(CMPI_RC_ERR_INVALID_PARAMETER);
 }
 
-CMPIStatus returnInstance(const CMPIResult* self, const CMPIInstance* record) {
-  ResultObject* result = own(self);
+CMPIStatus returnInstance(ResultObject& self, const CMPIInstance* record) {
   if (record == nullptr) return missing("instance");
-  const InstanceObject* instance = ownInstance(record);
-  if (result == nullptr || instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  return takeInstance(*result, instance->data);
+  const InstanceObject* instance = InstanceObject::own(record);
+  if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  return takeInstance(self, instance->data);
 }
 
-CMPIStatus returnObjectPath(const CMPIResult* self, const CMPIObjectPath* record) {
-  ResultObject* result = own(self);
+CMPIStatus returnObjectPath(ResultObject& self, const CMPIObjectPath* record) {
   if (record == nullptr) return missing("object path");
-  const PathObject* path = ownPath(record);
-  if (result == nullptr || path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  const PathObject* path = PathObject::own(record);
+  if (path == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   const std::string className = path->data.className.value_or("");
   if (refuseKeys(className, path->data.keys)) return status(CMPI_RC_ERR_FAILED);
-  if (refuseInsideMark(*result, className)) return status(CMPI_RC_ERR_FAILED);
-  result->sink.paths.push_back(path->data);
+  if (refuseInsideMark(self, className)) return status(CMPI_RC_ERR_FAILED);
+  self.sink.paths.push_back(path->data);
   return status(CMPI_RC_OK);
 }
 
 CMPIStatus returnInstanceAsData(ResultObject& result, const CMPIValue* value) {
   if (value == nullptr || value->inst == nullptr) return missing("instance");
-  const InstanceObject* instance = ownInstance(value->inst);
+  const InstanceObject* instance = InstanceObject::own(value->inst);
   if (instance == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
   const bool lost =
       result.use == ResultUse::kClientEnumeration || result.use == ResultUse::kUpCallEnumeration;
@@ -95,28 +86,24 @@ CMPIStatus returnInstanceAsData(ResultObject& result, const CMPIValue* value) {
   return status(CMPI_RC_OK);
 }
 
-CMPIStatus returnData(const CMPIResult* self, const CMPIValue* value, CMPIType type) {
-  ResultObject* result = own(self);
-  if (result == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+CMPIStatus returnData(ResultObject& self, const CMPIValue* value, CMPIType type) {
   if (type == CMPI_ref) {
     report("", "", "returnData with a reference: ends the process; use returnObjectPath");
     return status(CMPI_RC_ERR_FAILED);
   }
-  if (type == CMPI_instance) return returnInstanceAsData(*result, value);
+  if (type == CMPI_instance) return returnInstanceAsData(self, value);
   ReadValue read = readValue(value, type);
   report("", "",
          read.complaint.empty()
              ? "returnData with " + typeName(type) + ": no result of such an operation"
              : read.complaint);
   if (read.rc != CMPI_RC_OK) return status(read.rc);
-  result->sink.data.push_back(std::move(read.value));
+  self.sink.data.push_back(std::move(read.value));
   return status(CMPI_RC_OK);
 }
 
-CMPIStatus returnDone(const CMPIResult* self) {
-  ResultObject* result = own(self);
-  if (result == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  ++result->sink.doneCount;
+CMPIStatus returnDone(ResultObject& self) {
+  ++self.sink.doneCount;
   return status(CMPI_RC_OK);
 }
 
@@ -125,9 +112,14 @@ bool isForClient(ResultUse use) {
   return use == ResultUse::kClientEnumeration || use == ResultUse::kClientGet;
 }
 
-CMPIResultFT resultTable = {1,          releaseResult,  cloneResult,
-                            returnData, returnInstance, returnObjectPath,
-                            returnDone, nullptr};
+CMPIResultFT resultTable = {1,
+                            slot<releaseResult>,
+                            slot<cloneResult>,
+                            slot<returnData>,
+                            slot<returnInstance>,
+                            slot<returnObjectPath>,
+                            slot<returnDone>,
+                            nullptr};
 
 }  // namespace
 
@@ -135,6 +127,10 @@ ResultObject::ResultObject(ResultUse useOfResult)
     : CMPIResult{this, &resultTable},
       use(useOfResult),
       markDepth(ThreadHeap::ofThisThread().depth() + (isForClient(useOfResult) ? 1 : 0)) {}
+
+ResultObject* ResultObject::own(const CMPIResult* record) {
+  return ownObject<ResultObject>(record, &resultTable, "result");
+}
 
 ResultObject* makeResult(ResultUse use) { return makeObject<ResultObject>(use); }
 

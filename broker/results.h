@@ -27,6 +27,9 @@ enum class ResultUse {
 
 struct ResultObject : CMPIResult, HeapEntry {
   explicit ResultObject(ResultUse useOfResult);
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static ResultObject* own(const CMPIResult* record);
+
   ResultSink sink;
   ResultUse use;
   std::size_t markDepth;  ///< open marks when the operation began

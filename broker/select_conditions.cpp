@@ -8,106 +8,69 @@
 namespace orv::broker {
 namespace {
 
-extern CMPISelectCondFT conditionTable;
-extern CMPISubCondFT subConditionTable;
-extern CMPIPredicateFT predicateTable;
-
 struct ConditionObject : CMPISelectCond, HeapEntry {
-  ConditionObject(std::vector<std::vector<WqlComparison>> content, bool isDisjunctive)
-      : CMPISelectCond{this, &conditionTable},
-        parts(std::move(content)),
-        disjunctive(isDisjunctive) {}
+  using Record = CMPISelectCond;
+  static constexpr const char* kKind = "condition";
+
+  ConditionObject(std::vector<std::vector<WqlComparison>> content, bool isDisjunctive);
+  ConditionObject* clone() const { return new ConditionObject(parts, disjunctive); }
+  static ConditionObject* own(const Record* record);
+
   std::vector<std::vector<WqlComparison>> parts;
   bool disjunctive;
 };
 
 struct SubConditionObject : CMPISubCond, HeapEntry {
-  explicit SubConditionObject(std::vector<WqlComparison> content)
-      : CMPISubCond{this, &subConditionTable}, comparisons(std::move(content)) {}
+  using Record = CMPISubCond;
+  static constexpr const char* kKind = "sub-condition";
+
+  explicit SubConditionObject(std::vector<WqlComparison> content);
+  SubConditionObject* clone() const { return new SubConditionObject(comparisons); }
+  static SubConditionObject* own(const Record* record);
+
   std::vector<WqlComparison> comparisons;
 };
 
 struct PredicateObject : CMPIPredicate, HeapEntry {
-  explicit PredicateObject(WqlComparison content)
-      : CMPIPredicate{this, &predicateTable}, comparison(std::move(content)) {}
+  using Record = CMPIPredicate;
+  static constexpr const char* kKind = "predicate";
+
+  explicit PredicateObject(WqlComparison content);
+  PredicateObject* clone() const { return new PredicateObject(comparison); }
+  static PredicateObject* own(const Record* record);
+
   WqlComparison comparison;
 };
 
-ConditionObject* own(const CMPISelectCond* self) {
-  return const_cast<ConditionObject*>(ownObject<ConditionObject>(
-      self, static_cast<const CMPISelectCondFT*>(&conditionTable), "select condition"));
-}
-SubConditionObject* own(const CMPISubCond* self) {
-  return const_cast<SubConditionObject*>(ownObject<SubConditionObject>(
-      self, static_cast<const CMPISubCondFT*>(&subConditionTable), "sub-condition"));
-}
-PredicateObject* own(const CMPIPredicate* self) {
-  return const_cast<PredicateObject*>(ownObject<PredicateObject>(
-      self, static_cast<const CMPIPredicateFT*>(&predicateTable), "predicate"));
+CMPICount countAndType(const ConditionObject& self, int* type, CMPIStatus* /*out*/) {
+  if (type != nullptr) *type = self.disjunctive ? 0 : 1;
+  return static_cast<CMPICount>(self.parts.size());
 }
 
-template <class Record>
-CMPIStatus releaseRecord(Record* self) {
-  return releaseObject(own(self), "condition");
-}
-
-CMPISelectCond* cloneCondition(const CMPISelectCond* self, CMPIStatus* out) {
-  const ConditionObject* condition = own(self);
-  answer(out, condition != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (condition == nullptr) return nullptr;
-  return new ConditionObject(condition->parts, condition->disjunctive);  // caller releases it
-}
-
-CMPICount countAndType(const CMPISelectCond* self, int* type, CMPIStatus* out) {
-  const ConditionObject* condition = own(self);
-  answer(out, condition != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (condition == nullptr) return 0;
-  if (type != nullptr) *type = condition->disjunctive ? 0 : 1;
-  return static_cast<CMPICount>(condition->parts.size());
-}
-
-CMPISubCond* subConditionAt(const CMPISelectCond* self, CMPICount index, CMPIStatus* out) {
-  const ConditionObject* condition = own(self);
-  const bool found = condition != nullptr && index < condition->parts.size();
-  answer(out, found ? CMPI_RC_OK : CMPI_RC_ERR_NO_SUCH_PROPERTY);
-  return found ? makeObject<SubConditionObject>(condition->parts[index]) : nullptr;
-}
-
-CMPISubCond* cloneSubCondition(const CMPISubCond* self, CMPIStatus* out) {
-  const SubConditionObject* part = own(self);
-  answer(out, part != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return part != nullptr ? new SubConditionObject(part->comparisons) : nullptr;
-}
-
-CMPICount predicateCount(const CMPISubCond* self, CMPIStatus* out) {
-  const SubConditionObject* part = own(self);
-  answer(out, part != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return part != nullptr ? static_cast<CMPICount>(part->comparisons.size()) : 0;
-}
-
-CMPIPredicate* predicateAt(const CMPISubCond* self, CMPICount index, CMPIStatus* out) {
-  const SubConditionObject* part = own(self);
-  const bool found = part != nullptr && index < part->comparisons.size();
-  answer(out, found ? CMPI_RC_OK : CMPI_RC_ERR_NO_SUCH_PROPERTY);
-  return found ? makeObject<PredicateObject>(part->comparisons[index]) : nullptr;
-}
-
-CMPIPredicate* predicateNamed(const CMPISubCond* self, const char* name, CMPIStatus* out) {
-  const SubConditionObject* part = own(self);
-  answer(out, CMPI_RC_OK);
-  if (part != nullptr && name != nullptr) {
-    for (const WqlComparison& comparison : part->comparisons) {
-      if (sameName(comparison.property, name)) return makeObject<PredicateObject>(comparison);
-    }
-  }
+CMPISubCond* subConditionAt(const ConditionObject& self, CMPICount index, CMPIStatus* out) {
+  if (index < self.parts.size()) return makeObject<SubConditionObject>(self.parts[index]);
   answer(out, CMPI_RC_ERR_NO_SUCH_PROPERTY);
   return nullptr;
 }
 
-CMPIPredicate* clonePredicate(const CMPIPredicate* self, CMPIStatus* out) {
-  const PredicateObject* predicate = own(self);
-  answer(out, predicate != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return predicate != nullptr ? new PredicateObject(predicate->comparison) : nullptr;
+CMPICount predicateCount(const SubConditionObject& self, CMPIStatus* /*out*/) {
+  return static_cast<CMPICount>(self.comparisons.size());
+}
+
+CMPIPredicate* predicateAt(const SubConditionObject& self, CMPICount index, CMPIStatus* out) {
+  if (index < self.comparisons.size()) return makeObject<PredicateObject>(self.comparisons[index]);
+  answer(out, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  return nullptr;
+}
+
+CMPIPredicate* predicateNamed(const SubConditionObject& self, const char* name, CMPIStatus* out) {
+  for (const WqlComparison& comparison : self.comparisons) {
+    if (name != nullptr && sameName(comparison.property, name)) {
+      return makeObject<PredicateObject>(comparison);
+    }
+  }
+  answer(out, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  return nullptr;
 }
 
 std::string literalText(const Value& literal) {
@@ -115,11 +78,9 @@ std::string literalText(const Value& literal) {
   return text != nullptr ? *text : literal.toText();
 }
 
-CMPIStatus predicateData(const CMPIPredicate* self, CMPIType* type, CMPIPredOp* op,
+CMPIStatus predicateData(const PredicateObject& self, CMPIType* type, CMPIPredOp* op,
                          CMPIString** lhs, CMPIString** rhs) {
-  const PredicateObject* predicate = own(self);
-  if (predicate == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
-  const WqlComparison& comparison = predicate->comparison;
+  const WqlComparison& comparison = self.comparison;
   if (type != nullptr) *type = comparison.literal.type;
   if (op != nullptr) *op = comparison.op;
   if (lhs != nullptr) *lhs = makeString(comparison.property);
@@ -133,12 +94,39 @@ CMPIBoolean evaluatePredicate(const CMPIPredicate* /*self*/, CMPIAccessor /*acce
   return 0;
 }
 
-CMPISelectCondFT conditionTable = {1, releaseRecord<CMPISelectCond>, cloneCondition, countAndType,
-                                   subConditionAt};
-CMPISubCondFT subConditionTable = {
-    1, releaseRecord<CMPISubCond>, cloneSubCondition, predicateCount, predicateAt, predicateNamed};
-CMPIPredicateFT predicateTable = {1, releaseRecord<CMPIPredicate>, clonePredicate, predicateData,
+CMPISelectCondFT conditionTable = {1, slot<releaseObject<ConditionObject>>,
+                                   slot<cloneObject<ConditionObject>>, slot<countAndType>,
+                                   slot<subConditionAt>};
+CMPISubCondFT subConditionTable = {1,
+                                   slot<releaseObject<SubConditionObject>>,
+                                   slot<cloneObject<SubConditionObject>>,
+                                   slot<predicateCount>,
+                                   slot<predicateAt>,
+                                   slot<predicateNamed>};
+CMPIPredicateFT predicateTable = {1, slot<releaseObject<PredicateObject>>,
+                                  slot<cloneObject<PredicateObject>>, slot<predicateData>,
                                   evaluatePredicate};
+
+ConditionObject::ConditionObject(std::vector<std::vector<WqlComparison>> content,
+                                 bool isDisjunctive)
+    : CMPISelectCond{this, &conditionTable},
+      parts(std::move(content)),
+      disjunctive(isDisjunctive) {}
+ConditionObject* ConditionObject::own(const CMPISelectCond* record) {
+  return ownObject<ConditionObject>(record, &conditionTable, kKind);
+}
+
+SubConditionObject::SubConditionObject(std::vector<WqlComparison> content)
+    : CMPISubCond{this, &subConditionTable}, comparisons(std::move(content)) {}
+SubConditionObject* SubConditionObject::own(const CMPISubCond* record) {
+  return ownObject<SubConditionObject>(record, &subConditionTable, kKind);
+}
+
+PredicateObject::PredicateObject(WqlComparison content)
+    : CMPIPredicate{this, &predicateTable}, comparison(std::move(content)) {}
+PredicateObject* PredicateObject::own(const CMPIPredicate* record) {
+  return ownObject<PredicateObject>(record, &predicateTable, kKind);
+}
 
 }  // namespace
 

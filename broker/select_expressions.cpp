@@ -11,13 +11,6 @@
 namespace orv::broker {
 namespace {
 
-extern CMPISelectExpFT selectTable;
-
-SelectExpressionObject* own(const CMPISelectExp* self) {
-  return const_cast<SelectExpressionObject*>(ownObject<SelectExpressionObject>(
-      self, static_cast<const CMPISelectExpFT*>(&selectTable), "select expression"));
-}
-
 WqlSubject subjectOf(const InstanceData& instance) {
   WqlSubject subject;
   subject.property = [&instance](const std::string& name) {
@@ -32,44 +25,23 @@ WqlSubject subjectOf(const InstanceData& instance) {
   return subject;
 }
 
-CMPIStatus releaseSelect(CMPISelectExp* self) {
-  return releaseObject(own(self), "select expression");
+CMPIBoolean evaluate(const SelectExpressionObject& self, const CMPIInstance* record,
+                     CMPIStatus* out) {
+  const InstanceObject* instance = InstanceObject::own(record);
+  if (instance != nullptr) return selects(*self.query, instance->data) ? 1 : 0;
+  answer(out, CMPI_RC_ERR_INVALID_HANDLE);
+  return 0;
 }
 
-CMPISelectExp* cloneSelect(const CMPISelectExp* self, CMPIStatus* out) {
-  const SelectExpressionObject* expression = own(self);
-  answer(out, expression != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (expression == nullptr) return nullptr;
-  return new SelectExpressionObject(expression->query);  // the caller releases it
+CMPIString* getString(const SelectExpressionObject& self, CMPIStatus* /*out*/) {
+  return makeString(self.query->text);
 }
 
-CMPIBoolean evaluate(const CMPISelectExp* self, const CMPIInstance* record, CMPIStatus* out) {
-  const SelectExpressionObject* expression = own(self);
-  const InstanceObject* instance = ownInstance(record);
-  const bool usable = expression != nullptr && instance != nullptr;
-  answer(out, usable ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return usable && selects(*expression->query, instance->data) ? 1 : 0;
-}
-
-CMPIString* getString(const CMPISelectExp* self, CMPIStatus* out) {
-  const SelectExpressionObject* expression = own(self);
-  answer(out, expression != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return expression != nullptr ? makeString(expression->query->text) : nullptr;
-}
-
-CMPISelectCond* conditionOf(const CMPISelectExp* self, bool disjunctive, CMPIStatus* out) {
-  const SelectExpressionObject* expression = own(self);
-  answer(out, expression != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  if (expression == nullptr || !expression->query->condition) return nullptr;
-  return makeSelectCondition(normalForm(*expression->query->condition, disjunctive), disjunctive);
-}
-
-CMPISelectCond* getDoc(const CMPISelectExp* self, CMPIStatus* out) {
-  return conditionOf(self, true, out);
-}
-
-CMPISelectCond* getCod(const CMPISelectExp* self, CMPIStatus* out) {
-  return conditionOf(self, false, out);
+template <bool disjunctive>
+CMPISelectCond* getCondition(const SelectExpressionObject& self, CMPIStatus* /*out*/) {
+  const auto& condition = self.query->condition;
+  if (!condition) return nullptr;
+  return makeSelectCondition(normalForm(*condition, disjunctive), disjunctive);
 }
 
 CMPIBoolean evaluateUsingAccessor(const CMPISelectExp* /*self*/, CMPIAccessor /*accessor*/,
@@ -78,8 +50,14 @@ CMPIBoolean evaluateUsingAccessor(const CMPISelectExp* /*self*/, CMPIAccessor /*
   return 0;
 }
 
-CMPISelectExpFT selectTable = {1,         releaseSelect, cloneSelect, evaluate,
-                               getString, getDoc,        getCod,      evaluateUsingAccessor};
+CMPISelectExpFT selectTable = {1,
+                               slot<releaseObject<SelectExpressionObject>>,
+                               slot<cloneObject<SelectExpressionObject>>,
+                               slot<evaluate>,
+                               slot<getString>,
+                               slot<getCondition<true>>,
+                               slot<getCondition<false>>,
+                               evaluateUsingAccessor};
 
 CMPIArray* projectionArray(const WqlQuery& query) {
   if (!query.projection) return nullptr;
@@ -93,6 +71,10 @@ CMPIArray* projectionArray(const WqlQuery& query) {
 SelectExpressionObject::SelectExpressionObject(std::shared_ptr<const WqlQuery> content)
     : CMPISelectExp{nullptr, &selectTable}, query(std::move(content)) {
   hdl = this;
+}
+
+SelectExpressionObject* SelectExpressionObject::own(const CMPISelectExp* record) {
+  return ownObject<SelectExpressionObject>(record, &selectTable, kKind);
 }
 
 CMPISelectExp* makeSelectExpression(std::shared_ptr<const WqlQuery> query) {

@@ -11,7 +11,14 @@ namespace orv::broker {
 
 /// A filter as providers see it.
 struct SelectExpressionObject : CMPISelectExp, HeapEntry {
+  using Record = CMPISelectExp;
+  static constexpr const char* kKind = "select expression";
+
   explicit SelectExpressionObject(std::shared_ptr<const WqlQuery> content);
+  SelectExpressionObject* clone() const { return new SelectExpressionObject(query); }
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static SelectExpressionObject* own(const Record* record);
+
   std::shared_ptr<const WqlQuery> query;
 };
 

@@ -2,10 +2,12 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "broker/broker_tables.h"
 #include "broker/heap.h"
+#include "broker/object_tools.h"
 #include "broker/thread_state.h"
 
 /// Threads, mutexes and conditions, and the memory marks.
@@ -38,7 +40,8 @@ int setThreadSpecific(pthread_key_t key, void* value) { return pthread_setspecif
 
 // The C interface owns what these make: the provider calls the matching destroy slot.
 void* newMutex(int /*opt*/) {
-  auto* mutex = new pthread_mutex_t;
+  auto* mutex = new (std::nothrow) pthread_mutex_t;
+  if (mutex == nullptr) return nullptr;
   pthread_mutex_init(mutex, nullptr);
   return mutex;
 }
@@ -50,7 +53,8 @@ void lockMutex(void* mutex) { pthread_mutex_lock(static_cast<pthread_mutex_t*>(m
 void unlockMutex(void* mutex) { pthread_mutex_unlock(static_cast<pthread_mutex_t*>(mutex)); }
 
 void* newCondition(int /*opt*/) {
-  auto* condition = new pthread_cond_t;
+  auto* condition = new (std::nothrow) pthread_cond_t;
+  if (condition == nullptr) return nullptr;
   pthread_cond_init(condition, nullptr);
   return condition;
 }
@@ -68,8 +72,10 @@ int timedCondWait(void* condition, void* mutex, struct timespec* deadline) {
 }
 
 /// Deliberate (contract.md#mark-status): the status argument is left untouched.
-CMPIGcStat* mark(const CMPIBroker* /*broker*/, CMPIStatus* /*out*/) {
+CMPIGcStat* mark(const CMPIBroker* /*broker*/, CMPIStatus* /*out*/) try {
   return ThreadHeap::ofThisThread().mark();
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 CMPIStatus release(const CMPIBroker* /*broker*/, const CMPIGcStat* token) {
@@ -103,7 +109,7 @@ CMPIBrokerMemFT* memoryTable() {
     CMPIBrokerMemFT empty{};
     empty.ftVersion = CMPIVersion200;
     empty.mark = mark;
-    empty.release = release;
+    empty.release = slot<release>;
     return empty;
   }();
   return &table;

@@ -6,23 +6,12 @@
 namespace orv::broker {
 namespace {
 
-CMPIStatus releaseString(CMPIString* self) {
-  return releaseObject(const_cast<StringObject*>(ownString(self)), "string");
+char* textPointer(const StringObject& self, CMPIStatus* /*out*/) {
+  return static_cast<char*>(self.hdl);
 }
 
-CMPIString* cloneString(const CMPIString* self, CMPIStatus* out) {
-  const StringObject* own = ownString(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return own != nullptr ? new StringObject(own->text) : nullptr;  // the caller releases it
-}
-
-char* textPointer(const CMPIString* self, CMPIStatus* out) {
-  const StringObject* own = ownString(self);
-  answer(out, own != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
-  return own != nullptr ? static_cast<char*>(own->hdl) : nullptr;
-}
-
-CMPIStringFT stringTable = {1, releaseString, cloneString, textPointer};
+CMPIStringFT stringTable = {1, slot<releaseObject<StringObject>>, slot<cloneObject<StringObject>>,
+                            slot<textPointer>};
 
 }  // namespace
 
@@ -35,12 +24,12 @@ CMPIString* makeString(std::optional<std::string> text) {
   return makeObject<StringObject>(std::move(text));
 }
 
-const StringObject* ownString(const CMPIString* record) {
-  return ownObject<StringObject>(record, &stringTable, "string");
+StringObject* StringObject::own(const CMPIString* record) {
+  return ownObject<StringObject>(record, &stringTable, kKind);
 }
 
 std::optional<std::string> textOf(const CMPIString* record) {
-  const StringObject* own = ownString(record);
+  const StringObject* own = StringObject::own(record);
   return own != nullptr ? own->text : std::nullopt;
 }
 

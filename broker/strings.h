@@ -11,15 +11,19 @@ namespace orv::broker {
 /// A CMPIString: its text may be null, as that of a host name that was never set. As in the object
 /// manager, `hdl` is the text.
 struct StringObject : CMPIString, HeapEntry {
+  using Record = CMPIString;
+  static constexpr const char* kKind = "string";
+
   explicit StringObject(std::optional<std::string> content);
+  StringObject* clone() const { return new StringObject(text); }
+  /// Null for a null pointer and, with a report, for a foreign record.
+  static StringObject* own(const Record* record);
+
   std::optional<std::string> text;
 };
 
 /// In the calling thread's memory.
 CMPIString* makeString(std::optional<std::string> text);
-
-/// Null for a record that this broker did not make (which is reported) and for a null pointer.
-const StringObject* ownString(const CMPIString* record);
 
 /// Text of a string that may be null or foreign: then absent.
 std::optional<std::string> textOf(const CMPIString* record);

@@ -36,7 +36,7 @@ Answers askOthers(Operation operation, const CMPIContext* contextRecord,
     report("", "", "an up-call without an object path: a crash");
     return failed(CMPI_RC_ERR_INVALID_PARAMETER);
   }
-  const PathObject* path = ownPath(pathRecord);
+  const PathObject* path = PathObject::own(pathRecord);
   if (path == nullptr) return failed(CMPI_RC_ERR_INVALID_HANDLE);
   auto broker = context->broker.lock();
   if (!broker) broker = currentBroker();
@@ -98,7 +98,7 @@ CMPIInstance* upCallGetInstance(const CMPIContext* context, const CMPIObjectPath
   Answers answers = askOthers(Operation::kGetInstance, context, path, arguments);
   InstanceData* found = firstOf(answers, &ResultSink::instances);
   if (answers.rc == CMPI_RC_OK && found == nullptr) {
-    const PathObject* asked = ownPath(path);
+    const PathObject* asked = PathObject::own(path);
     report(asked->data.className.value_or(""), "",
            "an up-call getInstance that is answered OK without an instance: a crash");
     answers.rc = CMPI_RC_ERR_NOT_FOUND;

@@ -64,18 +64,18 @@ CMPIObjectPath* RequestScope::make(const ObjectPath& path) { return makePath(Pat
 
 CMPIInstance* RequestScope::make(const Instance& instance) {
   CMPIInstance* made = newInstance(make(instance.path), nullptr);
-  auto& data = const_cast<InstanceObject*>(ownInstance(made))->data;
+  auto& data = InstanceObject::own(made)->data;
   for (const Property& property : instance.properties) data.set(property.name, property.value);
   return made;
 }
 
 ObjectPath RequestScope::copy(const CMPIObjectPath* path) {
-  const PathObject* own = ownPath(path);
+  const PathObject* own = PathObject::own(path);
   return own != nullptr ? own->data.toPlain() : ObjectPath();
 }
 
 Instance RequestScope::copy(const CMPIInstance* instance) {
-  const InstanceObject* own = ownInstance(instance);
+  const InstanceObject* own = InstanceObject::own(instance);
   return own != nullptr ? own->data.toPlain() : Instance();
 }
 

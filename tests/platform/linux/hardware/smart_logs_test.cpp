@@ -1,0 +1,202 @@
+#include "platform/linux/hardware/smart_logs.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace LinuxHost {
+namespace {
+
+using Hardware::Disk;
+
+// ---- NVMe ----
+
+std::string nvmeLog() {
+  std::string log(512, '\0');
+  log[0] = 0x05;
+  log[1] = static_cast<char>(0x5F);  // 351 K
+  log[2] = 0x01;
+  log[3] = 3;
+  log[4] = 10;
+  log[5] = 101;
+  log[128] = static_cast<char>(0xE8);  // 1000 hours
+  log[129] = 0x03;
+  log[160] = 7;
+  return log;
+}
+
+TEST(NvmeSmart, IsDecoded) {
+  Disk disk;
+  decodeNvmeSmart(nvmeLog(), disk);
+  EXPECT_EQ(disk.criticalWarning, 5);
+  EXPECT_EQ(disk.temperature, 78);
+  EXPECT_EQ(disk.spare, 3);
+  EXPECT_EQ(disk.spareThreshold, 10);
+  EXPECT_EQ(disk.used, 101);
+  EXPECT_EQ(disk.powerOnHours, 1000u);
+  EXPECT_EQ(disk.mediaErrors, 7u);
+}
+
+TEST(NvmeSmart, CountersThatDoNotFitAreTheLargest) {
+  std::string log = nvmeLog();
+  log[168] = 1;
+  Disk disk;
+  decodeNvmeSmart(log, disk);
+  EXPECT_EQ(disk.mediaErrors, UINT64_MAX);
+}
+
+TEST(NvmeSmart, AShortLogChangesNothing) {
+  Disk disk;
+  decodeNvmeSmart(nvmeLog().substr(0, 511), disk);
+  decodeNvmeSmart("", disk);
+  EXPECT_EQ(disk.criticalWarning, std::nullopt);
+}
+
+// ---- ATA ----
+
+std::string piece(const std::string& tag, const std::string& bytes) {
+  std::string text = tag;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    text += static_cast<char>(bytes.size() >> shift & 0xFF);
+  }
+  return text + bytes;
+}
+
+/// A disk that has SMART and has it enabled.
+std::string identity() {
+  std::string bytes(512, '\0');
+  const auto word = [&](std::size_t number, unsigned value) {
+    bytes[2 * number] = static_cast<char>(value & 0xFF);
+    bytes[2 * number + 1] = static_cast<char>(value >> 8);
+  };
+  word(82, 1);
+  word(83, 0x4000);
+  word(84, 0x4000);
+  word(85, 1);
+  word(87, 0x4000);
+  return bytes;
+}
+
+std::string withChecksum(std::string page) {
+  unsigned char sum = 0;
+  for (std::size_t i = 0; i < 511; ++i) sum = static_cast<unsigned char>(sum + page[i]);
+  page[511] = static_cast<char>(-sum);
+  return page;
+}
+
+/// SMART data with attributes: number, raw value.
+std::string smartData(const std::vector<std::pair<int, unsigned>>& attributes) {
+  std::string page(512, '\0');
+  std::size_t at = 2;
+  for (const auto& [number, raw] : attributes) {
+    page[at] = static_cast<char>(number);
+    page[at + 3] = 100;
+    page[at + 4] = 100;
+    for (int i = 0; i < 4; ++i) page[at + 5 + i] = static_cast<char>(raw >> (8 * i) & 0xFF);
+    at += 12;
+  }
+  return withChecksum(page);
+}
+
+std::string ataBlob(bool good, const std::vector<std::pair<int, unsigned>>& attributes) {
+  return piece("IDFY", identity()) +
+         piece("SMST", std::string("\0\0\0", 3) + (good ? '\1' : '\0')) +
+         piece("SMDT", smartData(attributes));
+}
+
+TEST(AtaSmart, IsDecoded) {
+  Disk disk;
+  decodeAtaSmart(ataBlob(true, {{5, 2}, {9, 1000}, {194, 38}, {197, 8}}), disk);
+  EXPECT_EQ(disk.smartPassed, 1);
+  EXPECT_EQ(disk.pendingSectors, 8u);
+  EXPECT_EQ(disk.badSectors, 10u);
+  EXPECT_EQ(disk.powerOnHours, 1000u);
+  EXPECT_NEAR(disk.temperature.value_or(0), 38, 1);
+}
+
+TEST(AtaSmart, AFailedStatusIsTold) {
+  Disk disk;
+  decodeAtaSmart(ataBlob(false, {}), disk);
+  EXPECT_EQ(disk.smartPassed, 0);
+}
+
+TEST(AtaSmart, AMalformedBlobChangesNothing) {
+  const std::string good = ataBlob(true, {{197, 8}});
+  std::vector<std::string> malformed = {"",
+                                        "IDFY",
+                                        piece("IDFY", "short"),
+                                        piece("XXXX", "????"),
+                                        good.substr(520),
+                                        good + "IDFY",
+                                        good + good,
+                                        good.substr(0, good.size() - 1)};
+  std::string huge = good;
+  huge.replace(4, 4, "\xff\xff\xff\xff");
+  malformed.push_back(huge);
+  for (const std::string& blob : malformed) {
+    Disk disk;
+    decodeAtaSmart(blob, disk);
+    EXPECT_EQ(disk.smartPassed, std::nullopt) << blob.size();
+    EXPECT_EQ(disk.pendingSectors, std::nullopt) << blob.size();
+  }
+}
+
+TEST(AtaPowerMode, IsTheCountRegister) {
+  // Descriptor form; one descriptor: ATA status return, 12 bytes.
+  std::string sense("\x72\x01\x00\x1d\x00\x00\x00\x0e", 8);
+  sense += std::string("\x09\x0c\x00\x00\x00\xff\x00\x00\x00\x00\x00\x00\x00\x50", 14);
+  EXPECT_EQ(ataCount(sense), 0xFF);
+  sense[13] = 0;
+  EXPECT_EQ(ataCount(sense), 0x00);
+  for (std::size_t size = 0; size < sense.size(); ++size) {
+    EXPECT_EQ(ataCount(sense.substr(0, size)), std::nullopt) << size;
+  }
+}
+
+// ---- SCSI ----
+
+std::string exceptionsPage(unsigned code, unsigned qualifier, unsigned celsius) {
+  std::string page("\x2f\x00\x00\x08\x00\x00\x03\x04", 8);
+  page += static_cast<char>(code);
+  page += static_cast<char>(qualifier);
+  page += static_cast<char>(celsius);
+  return page + '\0';
+}
+
+TEST(ScsiExceptions, TellPredictionAndTemperature) {
+  Disk disk;
+  decodeScsiExceptions(exceptionsPage(0, 0, 34), disk);
+  EXPECT_EQ(disk.failurePrediction, "");
+  EXPECT_EQ(disk.temperature, 34);
+  decodeScsiExceptions(exceptionsPage(0x5D, 0x10, 34), disk);
+  EXPECT_EQ(disk.failurePrediction, "failure prediction threshold exceeded (5D/10)");
+  decodeScsiExceptions(exceptionsPage(0x0B, 0x01, 34), disk);
+  EXPECT_EQ(disk.failurePrediction, "temperature exceeded (0B/01)");
+}
+
+TEST(ScsiExceptions, AnotherPageOrAShortOneChangesNothing) {
+  const std::string page = exceptionsPage(0x5D, 0, 34);
+  for (std::size_t size = 0; size < 10; ++size) {
+    Disk disk;
+    decodeScsiExceptions(page.substr(0, size), disk);
+    EXPECT_EQ(disk.failurePrediction, "") << size;
+  }
+  Disk disk;
+  decodeScsiExceptions("\x0d" + page.substr(1), disk);
+  EXPECT_EQ(disk.failurePrediction, "");
+}
+
+TEST(ScsiSense, TellsStandby) {
+  const std::string fixed("\x70\x00\x02\x00\x00\x00\x00\x0a\x00\x00\x00\x00\x5e\x00", 14);
+  ASSERT_TRUE(parseSense(fixed));
+  EXPECT_TRUE(tellsStandby(*parseSense(fixed)));
+  const std::string stopped("\x72\x02\x04\x02\x00\x00\x00\x00", 8);
+  ASSERT_TRUE(parseSense(stopped));
+  EXPECT_TRUE(tellsStandby(*parseSense(stopped)));
+  const std::string awake("\x72\x00\x00\x00\x00\x00\x00\x00", 8);
+  EXPECT_FALSE(tellsStandby(*parseSense(awake)));
+  EXPECT_FALSE(parseSense(""));
+  EXPECT_FALSE(parseSense(fixed.substr(0, 13)));
+}
+
+}  // namespace
+}  // namespace LinuxHost

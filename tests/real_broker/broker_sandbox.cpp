@@ -183,7 +183,7 @@ void BrokerSandbox::configure(const std::string& key, const std::string& line) c
 std::vector<std::string> BrokerSandbox::environment() const {
   std::vector<std::string> command = {"/usr/bin/env", "PATH=" + kPath};
   if (library_ == Library::kSimulatedHost) {
-    command.push_back("ORV_HOST_FILE=" ORV_SOURCE_DIR "/tests/hosts/example.json");
+    command.push_back("ORV_HOST_FILE=" + hostFile_);
   }
   return command;
 }

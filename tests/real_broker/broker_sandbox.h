@@ -16,7 +16,7 @@ namespace orv::test {
 /// Which of the two libraries the broker finds.
 enum class Library {
   kThisHost,      ///< on the host as the sandbox shows it: loopback, and the cable left0 to right0
-  kSimulatedHost  ///< on tests/hosts/example.json
+  kSimulatedHost  ///< on tests/hosts/example.json, unless the test simulates another
 };
 
 /// The broker, its repository and our installation. The process that makes one stays in the
@@ -43,6 +43,9 @@ class BrokerSandbox {
   /// A line of the broker's configuration: the one that begins with this key is replaced.
   void configure(const std::string& key, const std::string& line) const;
 
+  /// The host of kSimulatedHost, when the daemon starts.
+  void simulate(const std::string& hostFile) { hostFile_ = hostFile; }
+
   /// Starts the daemon and waits until it listens at 127.0.0.1:5988. False when it does not.
   bool start();
   /// Ends the daemon with SIGTERM. Answers how long that took; more than the limit when it was
@@ -64,6 +67,7 @@ class BrokerSandbox {
   void end();
 
   Library library_;
+  std::string hostFile_ = ORV_SOURCE_DIR "/tests/hosts/example.json";
   pid_t holder_ = -1;  // of the broker's process namespace
 };
 

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "tests/real_broker/broker_fixture.h"
+#include "tests/support/simulated_host_file.h"
 
 namespace orv::test {
 namespace {
@@ -92,6 +93,27 @@ TEST_F(RealRobustnessTest, QuotesInKeysAreAnswered) {
                     text);
   }
   expectTheSameProcessStillServes(process);
+}
+
+// A reference to such a port cannot be read back, or is longer than the broker's buffer.
+TEST_F(RealRobustnessTest, PortsThatNoReferenceCarriesAreLeftOutOfTheAssociationClasses) {
+  sandbox_ = std::make_unique<BrokerSandbox>(Library::kSimulatedHost);
+  const SimulatedHostFile host(R"({"ports": [{"name": "nic0"}, {"name": "ni\"c"}, {"name": ")" +
+                               std::string(4200, 'n') + R"("}, {"name": "nic1"}]})");
+  sandbox_->simulate(host.path());
+  ASSERT_EQ(sandbox_->registerProviders().status, 0);
+  ASSERT_TRUE(sandbox_->start()) << sandbox_->log();
+  for (const char* name :
+       {"Orvane_EPDriverElementSoftwareIdentity", "Orvane_EPFirmwareElementSoftwareIdentity",
+        "Orvane_EPStatistics", "Orvane_EPCoalesceElementSettingData"}) {
+    const Reply names = ask("EnumerateInstanceNames", classParameter(name));
+    EXPECT_EQ(names.code(), 0) << name;
+    EXPECT_EQ(names.count("INSTANCENAME"), 2U * 3U) << name << ": with its two references";
+    const Reply instances = ask("EnumerateInstances", classParameter(name));
+    EXPECT_EQ(instances.code(), 0) << name;
+    EXPECT_EQ(instances.count("INSTANCE"), 2U) << name;
+  }
+  EXPECT_EQ(ask("EnumerateInstances", classParameter("Orvane_EthernetPort")).count("INSTANCE"), 4U);
 }
 
 TEST_F(RealRobustnessTest, DoubledAndForeignKeysAreAnswered) {

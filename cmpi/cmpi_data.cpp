@@ -63,9 +63,6 @@ CmpiBooleanData::CmpiBooleanData(bool value)
     : CmpiData(CMPI_boolean, valueOf(&CMPIValue::boolean, static_cast<CMPIBoolean>(value ? 1 : 0)),
                false) {}
 
-CmpiCharData::CmpiCharData(CMPIChar16 value)
-    : CmpiData(CMPI_char16, valueOf(&CMPIValue::char16, value), false) {}
-
 void CmpiData::require(CMPIType type) const {
   if (data_.type != type) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
 }

@@ -83,10 +83,5 @@ class CmpiBooleanData : public CmpiData {
   explicit CmpiBooleanData(bool value);
 };
 
-class CmpiCharData : public CmpiData {
- public:
-  explicit CmpiCharData(CMPIChar16 value);
-};
-
 /// Decimal digits of a value of an integer type, char16 among them; absent for any other type.
 std::optional<std::string> integerText(const CmpiData& data);

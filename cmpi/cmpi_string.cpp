@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "cmpi/ascii.h"
 #include "cmpi/cmpi_provider_base.h"
 #include "cmpi/cmpi_status.h"
 
@@ -24,9 +23,4 @@ const char* CmpiString::charPtr() const {
 bool CmpiString::equals(const char* other) const {
   const char* text = charPtr();
   return text != nullptr && other != nullptr && std::strcmp(text, other) == 0;
-}
-
-bool CmpiString::equalsIgnoreCase(const char* other) const {
-  const char* text = charPtr();
-  return text != nullptr && other != nullptr && equalIgnoringCase(text, other);
 }

@@ -20,7 +20,4 @@ class CmpiString : public CmpiObject {
   /// A null text equals nothing, not even another null.
   bool equals(const char* other) const;
   bool equals(const CmpiString& other) const { return equals(other.charPtr()); }
-  /// Compares ASCII letters without regard to case.
-  bool equalsIgnoreCase(const char* other) const;
-  bool equalsIgnoreCase(const CmpiString& other) const { return equalsIgnoreCase(other.charPtr()); }
 };

@@ -12,7 +12,6 @@
 #include "framework/factories.h"
 #include "framework/scoping_keys.h"
 #include "framework/text.h"
-#include "platform/computer_system.h"
 #include "platform/network_info.h"
 
 namespace EthernetProvider {
@@ -101,10 +100,7 @@ class Scope {
 
   /// Asked for once in a request, when first needed.
   const ScopingKeys& keys() {
-    if (!keys_) {
-      keys_ = ScopingKeys{ORV::getSystemCreationClassName(),
-                          OMC::getComputerSystemName(context_, broker_)};
-    }
+    if (!keys_) keys_ = ORV::scopingKeys(context_, broker_);
     return *keys_;
   }
 

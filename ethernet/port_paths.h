@@ -5,6 +5,7 @@
 
 #include "cmpi/cmpi_object_path.h"
 #include "cmpi/cmpi_string.h"
+#include "framework/scoping_keys.h"
 
 /// Keys of ports and satellites: built from a device name, and taken apart into one.
 ///
@@ -14,11 +15,7 @@ namespace EthernetProvider {
 
 inline constexpr char kPortClass[] = "Orvane_EthernetPort";
 
-/// Key values that all ports of the host share.
-struct ScopingKeys {
-  std::string systemCreationClassName;
-  std::string systemName;
-};
+using ORV::ScopingKeys;
 
 /// Path of a port with its four keys.
 CmpiObjectPath portPath(const CmpiString& nameSpace, const std::string& deviceName,

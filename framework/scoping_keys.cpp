@@ -6,4 +6,8 @@ namespace ORV {
 
 std::string getSystemCreationClassName() { return OMC::getComputerSystemClassName(); }
 
+ScopingKeys scopingKeys(const CmpiContext& context, CmpiBroker* broker) {
+  return {getSystemCreationClassName(), OMC::getComputerSystemName(context, broker)};
+}
+
 }  // namespace ORV

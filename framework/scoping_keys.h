@@ -2,10 +2,26 @@
 
 #include <string>
 
+#include "cmpi/cmpi_broker.h"
+#include "cmpi/cmpi_context.h"
+
+/// What everything that this library publishes shares.
 namespace ORV {
 
-/// Value of the SystemCreationClassName key of everything that this library publishes: the class
-/// name of the host's computer system, as OMC::getComputerSystemClassName gives it.
+/// Where the library works on its own account: its indications, and the classes that it polls.
+inline constexpr char kNameSpace[] = "root/cimv2";
+
+/// Value of every SystemCreationClassName key: the class name of the host's computer system, as
+/// OMC::getComputerSystemClassName gives it.
 std::string getSystemCreationClassName();
+
+/// The keys that tie an object to the host's computer system.
+struct ScopingKeys {
+  std::string systemCreationClassName;
+  std::string systemName;
+};
+
+/// Asks the host; once in a request is enough.
+ScopingKeys scopingKeys(const CmpiContext& context, CmpiBroker* broker);
 
 }  // namespace ORV

@@ -8,6 +8,8 @@
 #include "software/boot_config.h"
 #include "software/version_identity.h"
 
+using namespace OrvSoftware;
+
 namespace {
 
 void require(bool holds) {

@@ -6,6 +6,8 @@
 #include "software/release_date.h"
 #include "software/version_identity.h"
 
+using namespace OrvSoftware;
+
 // Any text is a release date within the years that a date-time holds, or none; and three version
 // numbers, or none.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

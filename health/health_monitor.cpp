@@ -7,14 +7,16 @@
 
 #include "cmpi/cmpi_instance.h"
 #include "cmpi/cmpi_memory_mark.h"
+#include "framework/scoping_keys.h"
 #include "health/monitor_state.h"
 
 namespace OrvLatchedHealth {
 
 namespace {
 
+using ORV::kNameSpace;
+
 constexpr std::chrono::seconds kPeriod(120);
-constexpr char kNameSpace[] = "root/cimv2";
 
 // In the order in which they are polled, hence in which new records and event numbers come.
 constexpr const char* kMonitoredClasses[] = {

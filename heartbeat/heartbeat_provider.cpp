@@ -16,14 +16,16 @@
 #include "framework/background_thread.h"
 #include "framework/factories.h"
 #include "framework/locks.h"
+#include "framework/scoping_keys.h"
 #include "framework/text_file.h"
 #include "heartbeat/interval_config.h"
 
 namespace Heartbeat {
 namespace {
 
+using ORV::kNameSpace;
+
 constexpr char kConfigurationFile[] = "/etc/sfcb/sfcb.cfg";
-constexpr char kNameSpace[] = "root/cimv2";
 constexpr char kClassName[] = "Orvane_CIMHeartbeat";
 constexpr char kStartFailed[] = "Failed to start heartbeat indication thread";
 constexpr char kDeliveryFailed[] = "Failed to deliver indication\n";

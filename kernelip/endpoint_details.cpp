@@ -1,17 +1,14 @@
 #include "kernelip/endpoint_details.h"
 
 #include <cstring>
-#include <memory>
 
+#include "framework/kernel_queries.h"
 #include "kernelip/endpoint_classes.h"
-#include "platform/system_info.h"
 
 namespace ORV {
 namespace {
 
-constexpr int kSignature = 21;
-constexpr HSI_Status kOk = 0;
-constexpr HSI_Status kFailed = 1;
+constexpr HSI_Status kOk = kKernelQueryOk;
 constexpr unsigned kGrowBy = 1;
 constexpr unsigned kMostParameters = 2;  // an interface and one of its IPv6 addresses
 constexpr std::size_t kIpv6TextLength = 48;
@@ -19,18 +16,6 @@ constexpr std::size_t kIpv6TextLength = 48;
 static_assert(sizeof(endpointDetails::name) > kEndpointNameLength);
 static_assert(sizeof(endpointDetails::ipv6Address) > kIpv6TextLength);
 static_assert(kHsiIpv6ValueSize >= kHsiIpv6PrefixOffset + sizeof(std::uint32_t));
-
-struct DestroyList {
-  void operator()(HSI_ParamList* list) const { HSI_ParamListDestroy(list); }
-};
-using ParamList = std::unique_ptr<HSI_ParamList, DestroyList>;
-
-HSI_Status listInstances(HSI_Node node, const HSI_ParamList* parameters, ParamList& list) {
-  HSI_ParamList* instances = nullptr;
-  const HSI_Status status = HSI_GetInstanceListAlloc(node, parameters, &instances);
-  if (status == kOk) list.reset(instances);
-  return status;
-}
 
 /// A text of a listed instance as one more parameter of a query, as long as the object lives.
 class TextParameter {
@@ -51,7 +36,7 @@ class TextParameter {
  private:
   HSI_ParamList* query_;
   const char* text_ = nullptr;
-  HSI_Status status_ = kFailed;
+  HSI_Status status_ = kKernelQueryFailed;
 };
 
 endpointDetails recordOf(const char* interfaceName, std::uint32_t protocolType) {
@@ -106,7 +91,7 @@ HSI_Status appendIpv6(HSI_ParamList* query, const char* interfaceName,
 }  // namespace
 
 int collectEndpointDetails(std::vector<endpointDetails>& out) {
-  if (HSI_CheckSig(kSignature) != kOk) return 1;
+  if (HSI_CheckSig(kKernelQuerySignature) != kOk) return 1;
   ParamList interfaces;
   if (listInstances(kHsiNetInterfaces, nullptr, interfaces) != kOk) return 1;
   const ParamList query(HSI_ParamListCreate(kGrowBy, kMostParameters));

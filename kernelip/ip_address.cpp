@@ -13,7 +13,6 @@
 namespace ORV {
 namespace {
 
-constexpr char kNameSpace[] = "root/cimv2";
 constexpr char kConversionFailed[] = "Address conversion failed";
 
 /// Deliberate (contract.md#mask-size): a whole socket address, counted from its 16 address bytes.

@@ -12,7 +12,6 @@
 #include "framework/text.h"
 #include "kernelip/endpoint_classes.h"
 #include "kernelip/endpoint_details.h"
-#include "platform/computer_system.h"
 
 /// Publishes an instance for each IP address of the kernel's network interfaces. Nothing is kept
 /// between requests.
@@ -72,13 +71,7 @@ void setIpv6Properties(CmpiInstance& instance, const endpointDetails& record) {
   instance.setProperty("PrefixLength", static_cast<CMPIUint8>(record.prefixLength));
 }
 
-/// Key values that all endpoints of a request share: asked of the host once.
-struct ScopingKeys {
-  std::string systemCreationClassName;
-  std::string systemName;
-};
-
-CmpiInstance endpointInstance(const endpointDetails& record, const ScopingKeys& scope,
+CmpiInstance endpointInstance(const endpointDetails& record, const ORV::ScopingKeys& scope,
                               const std::string& nameSpace, const char* className,
                               const char** properties) {
   const std::pair<const char*, const char*> keys[] = {
@@ -114,11 +107,6 @@ class KernelIPProtocolEndpointProvider : public CmpiInstanceMI {
 
   /// Appends one record for each address. Returns 0, or 1 on failure.
   int getendpointDetails(Records& out);
-
- private:
-  ScopingKeys scopingKeys(const CmpiContext& context) const {
-    return {ORV::getSystemCreationClassName(), OMC::getComputerSystemName(context, broker)};
-  }
 };
 
 int KernelIPProtocolEndpointProvider::getendpointDetails(Records& out) {
@@ -144,7 +132,7 @@ CmpiStatus KernelIPProtocolEndpointProvider::enumInstances(const CmpiContext& co
   const std::optional<std::uint16_t> mode = enumerationMode(className);
   if (!mode) return CMPI_RC_OK;
 
-  const ScopingKeys scope = scopingKeys(context);
+  const ORV::ScopingKeys scope = ORV::scopingKeys(context, broker);
   for (const endpointDetails& record : records) {
     if (*mode != ORV::kProtocolBoth && *mode != record.protocolType) continue;
     result.returnData(endpointInstance(record, scope, nameSpace, classOf(record), properties));
@@ -169,8 +157,8 @@ CmpiStatus KernelIPProtocolEndpointProvider::getInstance(const CmpiContext& cont
       records.begin(), records.end(),
       [&](const endpointDetails& record) { return name && ORV::hasName(record, name->c_str()); });
   if (found == records.end()) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(
-      endpointInstance(*found, scopingKeys(context), nameSpace, className.c_str(), properties));
+  result.returnData(endpointInstance(*found, ORV::scopingKeys(context, broker), nameSpace,
+                                     className.c_str(), properties));
   result.returnDone();
   return CMPI_RC_OK;
 }

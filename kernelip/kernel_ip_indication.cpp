@@ -20,7 +20,6 @@
 namespace ORV {
 namespace {
 
-constexpr char kNameSpace[] = "root/cimv2";
 constexpr char kIndicationClass[] = "Orvane_KernelIPChangedIndication";
 constexpr CMPIUint16 kSeverity = 3;
 

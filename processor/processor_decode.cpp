@@ -5,6 +5,8 @@
 
 #include "cmpi/ascii.h"
 
+namespace OrvProcessor {
+
 namespace {
 
 constexpr std::size_t kSteppingByte = 3;
@@ -118,3 +120,5 @@ std::string brandText(std::uint8_t brandId) {
   std::snprintf(text, sizeof text, "0x%4x", static_cast<unsigned>(brandId));
   return text;
 }
+
+}  // namespace OrvProcessor

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace OrvProcessor {
+
 /// One processor package as it is published.
 struct ProcessorRecord {
   std::string name;  ///< "cpu-0" for the first package of the kernel's list
@@ -57,3 +59,5 @@ void decodePowerPolicy(std::string_view policy, ProcessorRecord& record);
 
 /// A brand as it is published: hexadecimal, padded with blanks to four digits, "0x   5".
 std::string brandText(std::uint8_t brandId);
+
+}  // namespace OrvProcessor

@@ -4,6 +4,8 @@
 
 #include "cmpi/cmpi_array.h"
 
+namespace OrvProcessor {
+
 namespace {
 
 constexpr std::uint16_t kOperationalStatusOk = 2;
@@ -36,9 +38,9 @@ CmpiArray arrayOfOne(CMPIType type, Value value) {
 
 /// The keys, in the order of the path. Shared by path and instance.
 template <typename Set>
-void forEachKey(const ScopingSystem& system, const ProcessorRecord& record, Set set) {
-  set("SystemCreationClassName", system.className.c_str());
-  set("SystemName", system.name.c_str());
+void forEachKey(const ORV::ScopingKeys& scope, const ProcessorRecord& record, Set set) {
+  set("SystemCreationClassName", scope.systemCreationClassName.c_str());
+  set("SystemName", scope.systemName.c_str());
   set("CreationClassName", kProcessorClass);
   set("DeviceID", record.name.c_str());
 }
@@ -75,18 +77,17 @@ void fillProcessor(CmpiInstance& instance, const ProcessorRecord& record) {
 
 }  // namespace
 
-CmpiInstance processorInstance(const std::string& nameSpace, const ScopingSystem& system,
+CmpiInstance processorInstance(const std::string& nameSpace, const ORV::ScopingKeys& scope,
                                const ProcessorRecord& record, const char** properties) {
   CmpiObjectPath path(nameSpace.c_str(), kProcessorClass);
-  forEachKey(system, record,
-             [&](const char* name, const char* value) { path.setKey(name, value); });
+  forEachKey(scope, record, [&](const char* name, const char* value) { path.setKey(name, value); });
   // Deliberate (contract.md#processor-fifth-key).
   path.setKey("ElementName", record.name.c_str());
   CmpiInstance instance(path);
   const char* keys[] = {"SystemCreationClassName", "SystemName", "CreationClassName", "DeviceID",
                         nullptr};
   instance.setPropertyFilter(properties, keys);
-  forEachKey(system, record,
+  forEachKey(scope, record,
              [&](const char* name, const char* value) { instance.setProperty(name, value); });
   fillProcessor(instance, record);
   return instance;
@@ -102,3 +103,5 @@ std::optional<std::size_t> packagePosition(std::string_view deviceId) {
   if (error != std::errc() || end != last) return std::nullopt;
   return position;
 }
+
+}  // namespace OrvProcessor

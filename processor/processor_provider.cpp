@@ -3,9 +3,10 @@
 #include "cmpi/cmpi_result_filters.h"
 #include "framework/factories.h"
 #include "framework/text.h"
-#include "platform/computer_system.h"
 #include "processor/processor_instance.h"
 #include "processor/processor_query.h"
+
+namespace OrvProcessor {
 
 namespace {
 
@@ -20,11 +21,6 @@ class OrvaneProcessorProvider : public CmpiInstanceMI {
                            const CmpiObjectPath& path, const char** properties) override;
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
                          const char** properties) override;
-
- private:
-  ScopingSystem scopingSystem(const CmpiContext& context) const {
-    return {OMC::getComputerSystemClassName(), OMC::getComputerSystemName(context, broker)};
-  }
 };
 
 bool isServedClass(const CmpiObjectPath& path) {
@@ -61,9 +57,9 @@ CmpiStatus OrvaneProcessorProvider::enumInstances(const CmpiContext& context, Cm
   const std::vector<ProcessorRecord> records = processors();
   if (records.empty()) return CMPI_RC_OK;
   const std::string nameSpace = ORV::nameSpaceOf(path);
-  const ScopingSystem system = scopingSystem(context);
+  const ORV::ScopingKeys scope = ORV::scopingKeys(context, broker);
   for (const ProcessorRecord& record : records) {
-    result.returnData(processorInstance(nameSpace, system, record, properties));
+    result.returnData(processorInstance(nameSpace, scope, record, properties));
   }
   result.returnDone();
   return CMPI_RC_OK;
@@ -76,13 +72,15 @@ CmpiStatus OrvaneProcessorProvider::getInstance(const CmpiContext& context, Cmpi
   const std::vector<ProcessorRecord> records = processors();
   const ProcessorRecord* record = find(records, path);
   if (record == nullptr) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(
-      processorInstance(ORV::nameSpaceOf(path), scopingSystem(context), *record, properties));
+  result.returnData(processorInstance(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker),
+                                      *record, properties));
   result.returnDone();
   return CMPI_RC_OK;
 }
 
 }  // namespace
 
+}  // namespace OrvProcessor
+
 ORV_PROVIDER_BASE(OrvaneProcessorProvider);
-ORV_INSTANCE_FACTORY(OrvaneProcessorProvider, OrvaneProcessorProvider)
+ORV_INSTANCE_FACTORY(OrvaneProcessorProvider, OrvProcessor::OrvaneProcessorProvider)

@@ -2,18 +2,17 @@
 
 #include <array>
 #include <cstring>
-#include <memory>
+
+#include "framework/kernel_queries.h"
+
+namespace OrvProcessor {
 
 namespace {
 
-constexpr int kInterfaceSignature = 21;
-constexpr HSI_Status kOk = 0;
-constexpr HSI_Status kFailed = 1;
+using ORV::ParamList;
 
-struct DestroyList {
-  void operator()(HSI_ParamList* list) const { HSI_ParamListDestroy(list); }
-};
-using ParamList = std::unique_ptr<HSI_ParamList, DestroyList>;
+constexpr HSI_Status kOk = ORV::kKernelQueryOk;
+constexpr HSI_Status kFailed = ORV::kKernelQueryFailed;
 
 /// What the kernel tells about the host as a whole.
 struct HostFacts {
@@ -48,10 +47,8 @@ HSI_Status readHostFacts(HostFacts& facts) {
 class InstanceList {
  public:
   HSI_Status load(HSI_Node node) {
-    HSI_ParamList* instances = nullptr;
-    const HSI_Status status = HSI_GetInstanceListAlloc(node, nullptr, &instances);
+    const HSI_Status status = ORV::listInstances(node, nullptr, instances_);
     if (status != kOk) return status;
-    instances_.reset(instances);
     argument_.reset(HSI_ParamListCreate(1, 1));
     return argument_ == nullptr ? kFailed : kOk;
   }
@@ -131,7 +128,7 @@ HSI_Status queryProcessors(std::vector<ProcessorRecord>& records) {
   InstanceList packages;
   InstanceList cores;
   std::vector<ProcessorRecord> found;
-  HSI_Status status = HSI_CheckSig(kInterfaceSignature);
+  HSI_Status status = HSI_CheckSig(ORV::kKernelQuerySignature);
   if (status == kOk) status = readHostFacts(facts);
   if (status == kOk) status = packages.load(kHsiPackage);
   if (status != kOk) return status;
@@ -144,3 +141,5 @@ HSI_Status queryProcessors(std::vector<ProcessorRecord>& records) {
   records.swap(found);
   return kOk;
 }
+
+}  // namespace OrvProcessor

@@ -5,6 +5,8 @@
 #include "platform/system_info.h"
 #include "processor/processor_decode.h"
 
+namespace OrvProcessor {
+
 /// Asks the kernel for the processor packages of this host, afresh.
 ///
 /// On success the records replace what `records` holds, in the order of the kernel's list of
@@ -12,3 +14,5 @@
 /// query with that status and leaves `records` alone; so do packages that count more cores than the
 /// kernel lists. Safe to call from any thread.
 HSI_Status queryProcessors(std::vector<ProcessorRecord>& records);
+
+}  // namespace OrvProcessor

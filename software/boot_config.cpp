@@ -6,6 +6,8 @@
 #include "framework/text_file.h"
 #include "software/version_identity.h"
 
+namespace OrvSoftware {
+
 namespace {
 
 constexpr std::string_view kBuildPrefix = "build=";
@@ -60,3 +62,5 @@ std::optional<HykuserVersion_SystemVersion> readAlternateImage(std::istream& boo
   image.buildNumber = parseBuildNumber(std::string_view(*build).substr(dash + 1));
   return image;
 }
+
+}  // namespace OrvSoftware

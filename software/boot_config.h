@@ -7,6 +7,8 @@
 
 #include "platform/host_version.h"
 
+namespace OrvSoftware {
+
 /// The alternate image as the boot configuration of the alternate boot bank describes it.
 ///
 /// The file is lines of text, of each of which the first 64 KiB are read. The first line that
@@ -27,3 +29,5 @@ std::optional<HykuserVersion_SystemVersion> readAlternateImage(std::istream& boo
 /// like three numbers with dots as they would be printed: no spaces, plus signs or leading zeros,
 /// nothing after them, all within 32 bits.
 std::int32_t parseBuildNumber(std::string_view text);
+
+}  // namespace OrvSoftware

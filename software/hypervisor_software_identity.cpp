@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 
+#include "cmpi/cmpi_date_time.h"
 #include "framework/factories.h"
 #include "framework/locks.h"
 #include "framework/text.h"
@@ -17,10 +18,11 @@
 #include "software/identity_instance.h"
 #include "software/version_identity.h"
 
+namespace OrvSoftware {
+
 namespace {
 
 std::uint64_t lastStartMicroseconds() {
-  constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
   struct sysinfo host {};
   sysinfo(&host);
   return static_cast<std::uint64_t>(std::time(nullptr) - host.uptime) * kMicrosecondsPerSecond;
@@ -186,5 +188,7 @@ void HypervisorSoftwareIdentity::returnInstance(const CmpiResult& result,
 
 }  // namespace
 
+}  // namespace OrvSoftware
+
 ORV_PROVIDER_BASE(HypervisorSoftwareIdentity);
-ORV_INSTANCE_FACTORY(HypervisorSoftwareIdentity, HypervisorSoftwareIdentity)
+ORV_INSTANCE_FACTORY(HypervisorSoftwareIdentity, OrvSoftware::HypervisorSoftwareIdentity)

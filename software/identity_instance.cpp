@@ -5,6 +5,8 @@
 #include "software/release_date.h"
 #include "software/version_identity.h"
 
+namespace OrvSoftware {
+
 namespace {
 
 void setTime(CmpiInstance& instance, const char* name, std::uint64_t microseconds) {
@@ -47,3 +49,5 @@ void fillIdentity(CmpiInstance& instance, const HykuserVersion_SystemVersion& im
   instance.setProperty("Manufacturer", "Orvane, Inc.");
   instance.setProperty("IsEntity", CmpiBooleanData(true));
 }
+
+}  // namespace OrvSoftware

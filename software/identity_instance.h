@@ -7,6 +7,8 @@
 #include "cmpi/cmpi_object_path.h"
 #include "platform/host_version.h"
 
+namespace OrvSoftware {
+
 /// The class of hypervisor images, and its only key.
 constexpr const char* kHypervisorIdentityClass = "Orvane_HypervisorSoftwareIdentity";
 constexpr const char* kInstanceIdKey = "InstanceID";
@@ -20,3 +22,5 @@ std::string instanceIdOf(const CmpiObjectPath& path);
 /// broker's CmpiStatus.
 void fillIdentity(CmpiInstance& instance, const HykuserVersion_SystemVersion& image,
                   std::uint64_t lastStartMicroseconds);
+
+}  // namespace OrvSoftware

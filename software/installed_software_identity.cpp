@@ -13,6 +13,8 @@
 #include "software/identity_instance.h"
 #include "software/version_identity.h"
 
+namespace OrvSoftware {
+
 namespace {
 
 constexpr const char* kAssociationClass = "Orvane_InstalledSoftwareIdentity";
@@ -219,6 +221,9 @@ CmpiStatus OrvaneInstalledSoftwareIdentity::doReferences(
 
 }  // namespace
 
+}  // namespace OrvSoftware
+
 ORV_PROVIDER_BASE(OrvaneInstalledSoftwareIdentity);
-ORV_INSTANCE_FACTORY(OrvaneInstalledSoftwareIdentity, OrvaneInstalledSoftwareIdentity)
-ORV_ASSOCIATION_FACTORY(OrvaneInstalledSoftwareIdentity, OrvaneInstalledSoftwareIdentity)
+ORV_INSTANCE_FACTORY(OrvaneInstalledSoftwareIdentity, OrvSoftware::OrvaneInstalledSoftwareIdentity)
+ORV_ASSOCIATION_FACTORY(OrvaneInstalledSoftwareIdentity,
+                        OrvSoftware::OrvaneInstalledSoftwareIdentity)

@@ -4,6 +4,10 @@
 #include <locale>
 #include <sstream>
 
+#include "cmpi/cmpi_date_time.h"
+
+namespace OrvSoftware {
+
 namespace {
 
 struct MonthRule {
@@ -68,8 +72,9 @@ std::optional<std::uint64_t> releaseDateMicroseconds(const std::string& text) {
   int day = 0;
   int year = 0;
   if (!(fields >> month >> day >> year)) return std::nullopt;
-  constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
   const std::time_t seconds = startOfDay(yearsSince1900(year), monthOf(month), day);
   if (seconds < 0) return std::nullopt;
   return static_cast<std::uint64_t>(seconds) * kMicrosecondsPerSecond;
 }
+
+}  // namespace OrvSoftware

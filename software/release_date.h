@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace OrvSoftware {
+
 /// Month, from 0, that a word like "Oct" names. Its first letter counts as it is, further letters
 /// in either case, and only as many as are needed: "Ap" is April, "Jxn" June. Anything else is
 /// January.
@@ -19,3 +21,5 @@ int monthOf(std::string_view word);
 /// Absent when one of the three fields is missing or no number, and for a time that a date-time
 /// cannot hold: before 1970 or after 9999.
 std::optional<std::uint64_t> releaseDateMicroseconds(const std::string& text);
+
+}  // namespace OrvSoftware

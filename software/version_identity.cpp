@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+namespace OrvSoftware {
+
 namespace {
 
 /// Reads a number and moves `text` behind it; false, with nothing moved, when none is there.
@@ -51,3 +53,5 @@ std::optional<std::array<std::uint16_t, 3>> versionNumbers(const char* version) 
   if (!complete) return std::nullopt;
   return numbers;
 }
+
+}  // namespace OrvSoftware

@@ -9,6 +9,8 @@
 
 #include "platform/host_version.h"
 
+namespace OrvSoftware {
+
 /// Names and numbers of one hypervisor image, made from its version record.
 
 /// Product name of the hypervisor, and of a host that is none.
@@ -46,3 +48,5 @@ std::uint64_t largeBuildNumber(const HykuserVersion_SystemVersion& image);
 /// space and a sign may stand before a number, anything behind the third. A number outside 16 bits
 /// keeps its low 16 bits. Absent unless there are three.
 std::optional<std::array<std::uint16_t, 3>> versionNumbers(const char* version);
+
+}  // namespace OrvSoftware

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+namespace OrvProcessor {
 namespace {
 
 // Registers by the offset of their word.
@@ -203,3 +204,4 @@ TEST(Brand, IsPaddedWithBlanks) {
 }
 
 }  // namespace
+}  // namespace OrvProcessor

@@ -7,6 +7,7 @@
 
 #include "tests/support/fake_system_info.h"
 
+namespace OrvProcessor {
 namespace {
 
 using orv::test::FakeSystemInfo;
@@ -290,3 +291,4 @@ TEST_F(ProcessorQuery, FailsWhenNoParameterListCanBeMade) {
 }
 
 }  // namespace
+}  // namespace OrvProcessor

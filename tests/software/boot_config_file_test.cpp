@@ -51,7 +51,7 @@ TEST_F(BootConfigFile, IsReadWhereItStands) {
   EXPECT_TRUE(holds([] {
     const auto stream = openBootConfig();
     if (stream == nullptr) return false;
-    const auto image = readAlternateImage(*stream);
+    const auto image = OrvSoftware::readAlternateImage(*stream);
     return image.has_value() && image->buildNumber == 7;
   }));
 }
@@ -80,7 +80,7 @@ TEST_F(BootConfigFile, SparseGigabyteIsReadWithinAMebibyte) {
     const rlimit memory{256 << 20, 256 << 20};
     setrlimit(RLIMIT_DATA, &memory);
     const auto stream = openBootConfig();
-    const auto image = readAlternateImage(*stream);
+    const auto image = OrvSoftware::readAlternateImage(*stream);
     return image.has_value() && image->buildNumber == 7;
   }));
 }

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+namespace OrvSoftware {
 namespace {
 
 HykuserVersion_SystemVersion read(const std::string& text) {
@@ -178,3 +179,4 @@ constexpr BuildCase kBuildCases[] = {
 INSTANTIATE_TEST_SUITE_P(Texts, BuildNumber, testing::ValuesIn(kBuildCases));
 
 }  // namespace
+}  // namespace OrvSoftware

@@ -4,6 +4,7 @@
 
 #include "tests/support/scoped_environment.h"
 
+namespace OrvSoftware {
 namespace {
 
 constexpr std::uint64_t kSecond = 1'000'000;
@@ -144,3 +145,4 @@ TEST(ReleaseDate, IsAbsentWhereADateTimeCannotHoldIt) {
 }
 
 }  // namespace
+}  // namespace OrvSoftware

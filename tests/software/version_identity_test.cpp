@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+namespace OrvSoftware {
 namespace {
 
 using testing::ElementsAre;
@@ -91,3 +92,4 @@ TEST(SetField, CutsAndTerminates) {
 }
 
 }  // namespace
+}  // namespace OrvSoftware

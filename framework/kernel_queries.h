@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/system_info.h"
+
+/// What the users of the kernel information interface share. In this header alone: a program that
+/// asks the kernel nothing needs no such interface.
+namespace ORV {
+
+inline constexpr int kKernelQuerySignature = 21;
+inline constexpr HSI_Status kKernelQueryOk = 0;
+inline constexpr HSI_Status kKernelQueryFailed = 1;
+
+struct DestroyParamList {
+  void operator()(HSI_ParamList* list) const { HSI_ParamListDestroy(list); }
+};
+
+/// An owned list: the parameters of a query, or the instances of a node.
+using ParamList = std::unique_ptr<HSI_ParamList, DestroyParamList>;
+
+/// The instances of a node; `parameters` may be null. Leaves `list` alone unless it answers
+/// kKernelQueryOk.
+inline HSI_Status listInstances(HSI_Node node, const HSI_ParamList* parameters, ParamList& list) {
+  HSI_ParamList* instances = nullptr;
+  const HSI_Status status = HSI_GetInstanceListAlloc(node, parameters, &instances);
+  if (status == kKernelQueryOk) list.reset(instances);
+  return status;
+}
+
+}  // namespace ORV

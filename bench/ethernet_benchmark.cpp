@@ -2,36 +2,28 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <ctime>
-#include <memory>
-#include <stdexcept>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "broker/mof_reader.h"
-#include "broker/registration.h"
-#include "broker/testing/test_broker.h"
+#include "bench/measure.h"
+#include "bench/null_provider.h"
+#include "bench/port_requests.h"
 #include "platform/network_info.h"
 #include "tests/support/host_with_ports.h"
 #include "tests/support/simulated_host_file.h"
 
 // Does a request take time in proportion to the number of ports, and how much of it is ours? The
-// whole simulated library answers through the embedded broker; the counter "ratio" compares with a
-// floor that is measured in the same run: the host library's list fetched once, and the very
-// objects of the answer made and returned through the broker's tables with their values at hand.
+// whole simulated library answers through the embedded broker. "ratio" compares with the sum of two
+// floors of the same run: the null provider with the same values, and the host library's list
+// fetched as often as the request needs it.
 namespace {
 
-using orv::broker::Instance;
-using orv::broker::ObjectPath;
+using namespace orv::bench;
 using orv::broker::Operation;
-using orv::broker::RecordingResult;
 using orv::broker::Request;
-using orv::broker::RequestScope;
 using orv::broker::Response;
 using orv::broker::TestBroker;
 
-constexpr char kProvider[] = "EthernetPortProvider";
 constexpr int kPortCounts[] = {1, 16, 128, 1024};
 const char* const kClasses[] = {
     "Orvane_EthernetPort",
@@ -46,100 +38,46 @@ const char* const kClasses[] = {
 };
 
 TestBroker& broker() {
-  static const auto instance = [] {
-    const std::string schema = std::string(ORV_SOURCE_DIR) + "/schema";
-    TestBroker::Options options;
-    options.namespaces["root/cimv2"] =
-        std::make_shared<const orv::broker::ClassRepository>(orv::broker::loadSchema(schema));
-    for (auto& section : orv::broker::readRegistrationFile(schema + "/orvprovider.reg")) {
-      if (section.provider == kProvider) options.registration.push_back(std::move(section));
-    }
-    options.libraryFile = ORV_SIMULATED_LIBRARY;
-    return std::make_unique<TestBroker>(std::move(options));
-  }();
-  return *instance;
+  static TestBroker instance(portBroker(ORV_SIMULATED_LIBRARY));
+  return instance;
 }
 
-/// The answer's objects again, without a provider.
-void replay(const Response& answer) {
+void fetchList() {
   HykCtl::Network::NetworkInfoImpl network;
   benchmark::DoNotOptimize(network.GetPnics());
-  RequestScope scope(broker());
-  RecordingResult record(scope);
-  const CMPIResult* result = record.record();
-  for (const Instance& instance : answer.instances) {
-    result->ft->returnInstance(result, scope.make(instance));
-  }
-  for (const ObjectPath& path : answer.paths) {
-    result->ft->returnObjectPath(result, scope.make(path));
-  }
-  result->ft->returnDone(result);
 }
 
-/// Processor time of all threads: what else the machine does shows in it least.
-double cpuSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-/// Median of a few runs.
-double floorOf(const Response& answer) {
-  std::vector<double> seconds;
-  for (int i = 0; i < 9; ++i) {
-    const double start = cpuSeconds();
-    replay(answer);
-    seconds.push_back(cpuSeconds() - start);
-  }
-  std::nth_element(seconds.begin(), seconds.begin() + 4, seconds.end());
-  return seconds[4];
-}
-
-void measure(benchmark::State& state, const Request& request) {
-  const Response answer = broker().requestTo(kProvider, request);
+void measure(benchmark::State& state, const Request& request, bool needsList) {
+  const Response answer = broker().requestTo(kPortProvider, request);
   if (!answer.ok() || (answer.instances.empty() && answer.paths.empty())) {
     state.SkipWithError("the request failed");
     return;
   }
-  const double floor = floorOf(answer);
-  const double start = cpuSeconds();
-  for (auto _ : state) benchmark::DoNotOptimize(broker().requestTo(kProvider, request));
-  const double seconds = cpuSeconds() - start;
-  state.counters["floor_us"] = floor * 1e6;
-  state.counters["ratio"] = seconds / static_cast<double>(state.iterations()) / floor;
-  state.SetComplexityN(state.range(0));
-}
-
-Request requestOf(Operation operation, const std::string& className) {
-  Request request;
-  request.operation = operation;
-  request.path.nameSpace = "root/cimv2";
-  request.path.className = className;
-  return request;
+  replayAnswer(answer);
+  measureAgainst(
+      state, [&] { benchmark::DoNotOptimize(broker().requestTo(kPortProvider, request)); },
+      {{"null_us", [&] { benchmark::DoNotOptimize(broker().requestTo(kNullProvider, request)); }},
+       {"list_us", [&] {
+          if (needsList) fetchList();
+        }}});
 }
 
 void enumerate(benchmark::State& state, Operation operation, const std::string& className) {
   const SimulatedHostFile host(makeHostWithPorts(static_cast<std::size_t>(state.range(0))));
-  measure(state, requestOf(operation, className));
+  measure(state, requestOf(operation, className), true);
 }
 
 /// From the port in the middle of the list.
 void fromPort(benchmark::State& state, Operation operation) {
-  const auto count = static_cast<std::size_t>(state.range(0));
-  const SimulatedHostFile host(makeHostWithPorts(count));
-  Request request = requestOf(operation, "Orvane_EthernetPort");
-  request.path = broker()
-                     .requestTo(kProvider, requestOf(Operation::kEnumerateInstanceNames,
-                                                     "Orvane_EthernetPort"))
-                     .paths.at(count / 2);
-  measure(state, request);
+  const SimulatedHostFile host(makeHostWithPorts(static_cast<std::size_t>(state.range(0))));
+  measure(state, requestAboutMiddlePort(broker(), operation), false);
 }
 
 template <typename Body>
 void add(const std::string& name, Body body) {
   auto* registered = benchmark::RegisterBenchmark(name.c_str(), body);
   for (const int count : kPortCounts) registered->Arg(count);
-  registered->Unit(benchmark::kMicrosecond)->Complexity(benchmark::oN)->MeasureProcessCPUTime();
+  registered->Unit(benchmark::kMicrosecond)->UseManualTime();
 }
 
 void addAll() {
@@ -154,14 +92,15 @@ void addAll() {
       enumerate(state, Operation::kEnumerateInstanceNames, className);
     });
   }
-  const std::pair<const char*, Operation> associations[] = {
+  const std::pair<const char*, Operation> operations[] = {
+      {"Get", Operation::kGetInstance},
       {"References", Operation::kReferences},
       {"ReferenceNames", Operation::kReferenceNames},
       {"Associators", Operation::kAssociators},
       {"AssociatorNames", Operation::kAssociatorNames},
   };
-  for (const auto& [name, operation] : associations) {
-    add(std::string(name) + "OfPort",
+  for (const auto& [name, operation] : operations) {
+    add(std::string(name) + (operation == Operation::kGetInstance ? "Port" : "OfPort"),
         [operation = operation](benchmark::State& state) { fromPort(state, operation); });
   }
 }

@@ -1,6 +1,7 @@
 #include "platform/param_list.h"
 
 #include <exception>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -19,10 +20,10 @@ HSI_Status append(HSI_ParamList* list, HSI_Param parameter) {
 }  // namespace
 
 HSI_ParamList* HSI_ParamListCreate(unsigned growBy, unsigned limit) try {
-  auto* list = new HSI_ParamList;  // freed by HSI_ParamListDestroy
+  auto list = std::make_unique<HSI_ParamList>();
   list->limit = limit;
   list->parameters.reserve(growBy);
-  return list;
+  return list.release();  // freed by HSI_ParamListDestroy
 } catch (const std::exception&) {
   return nullptr;
 }

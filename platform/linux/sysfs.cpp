@@ -9,6 +9,7 @@
 #include <charconv>
 #include <climits>
 #include <memory>
+#include <new>
 #include <system_error>
 
 #include "platform/linux/file_descriptor.h"
@@ -65,6 +66,7 @@ std::optional<std::uint16_t> readHex16(const std::string& path) {
 std::vector<std::string> namesIn(const std::string& path) {
   const std::unique_ptr<DIR, DirectoryClose> directory(opendir(path.c_str()));
   std::vector<std::string> names;
+  if (!directory && errno == ENOMEM) throw std::bad_alloc();
   if (!directory) return names;
   while (const dirent* entry = readdir(directory.get())) {
     const std::string_view name = entry->d_name;

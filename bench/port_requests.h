@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "bench/null_provider.h"
+#include "broker/mof_reader.h"
+#include "broker/registration.h"
+#include "broker/testing/test_broker.h"
+
+/// The requests about Ethernet ports that the benchmarks ask.
+namespace orv::bench {
+
+inline constexpr char kPortProvider[] = "EthernetPortProvider";
+inline constexpr char kPortClass[] = "Orvane_EthernetPort";
+
+/// A broker with the port provider of a library, and the null provider.
+inline broker::Broker::Options portBroker(const std::string& library) {
+  const std::string schema = std::string(ORV_SOURCE_DIR) + "/schema";
+  broker::Broker::Options options;
+  options.namespaces["root/cimv2"] =
+      std::make_shared<const broker::ClassRepository>(broker::loadSchema(schema));
+  for (auto& section : broker::readRegistrationFile(schema + "/orvprovider.reg")) {
+    if (section.provider == kPortProvider) options.registration.push_back(std::move(section));
+  }
+  options.libraryFile = library;
+  addNullProvider(options);
+  return options;
+}
+
+inline broker::Request requestOf(broker::Operation operation, const std::string& className) {
+  broker::Request request;
+  request.operation = operation;
+  request.path.nameSpace = "root/cimv2";
+  request.path.className = className;
+  return request;
+}
+
+/// About the port in the middle of the list; empty keys when there is none.
+inline broker::Request requestAboutMiddlePort(broker::TestBroker& broker,
+                                              broker::Operation operation) {
+  broker::Request request = requestOf(operation, kPortClass);
+  const auto names = broker.requestTo(
+      kPortProvider, requestOf(broker::Operation::kEnumerateInstanceNames, kPortClass));
+  if (!names.paths.empty()) request.path = names.paths[names.paths.size() / 2];
+  return request;
+}
+
+}  // namespace orv::bench

@@ -41,8 +41,8 @@ using AskThreads = std::function<ThreadCounts(unsigned cpu)>;
 ///
 /// CPUs that no package has room for are packages that are offline as a whole, as far as that can
 /// be known: of the size that the processor tells, else one for each NUMA node if every running
-/// package is a node of its own. Otherwise they are left out, so that rather too few cores are told
-/// of than too many. `ask` is called only when a CPU does not tell where it belongs.
+/// package is a node of its own. Otherwise they are left out: too few cores are less wrong than
+/// too many. `ask` is called only when a CPU does not tell where it belongs.
 std::vector<CpuPackage> groupCpus(const std::vector<CpuEntry>& cpus, const AskThreads& ask);
 
 }  // namespace LinuxHost

@@ -29,7 +29,7 @@ struct CpuidLeaves {
 CpuidLeaves readCpuid();
 
 /// Of the given CPU: moves the calling thread there for the reading and restores its affinity.
-/// Where the thread may not move, the current CPU answers in its stead.
+/// Where the thread may not move, the CPU that it is on answers.
 CpuidLeaves readCpuidOn(unsigned cpu);
 
 constexpr std::size_t kIdentificationSize = 200;

@@ -37,7 +37,7 @@ bool isRefusal(int error) {
   throw Nodemgr::Lib::NodemgrException(port + ": " + std::generic_category().message(error));
 }
 
-/// True with an answer in `question`, false when there is none to be had.
+/// True with an answer in `question`, false when the driver or the kernel gives none.
 bool answered(EthtoolChannel& channel, const std::string& port, void* question) {
   const int error = channel.ask(port, question);
   if (isFailure(error)) fail(port, error);
@@ -73,7 +73,7 @@ ethtool_link_settings linkSettingsHeader(const LinkSettingsAnswer& answer) {
   return header;
 }
 
-/// The bitmap at `position` behind the header; each of them has `words` words.
+/// The bitmap at `position` after the header; each has `words` words.
 LinkModeBits bitmapAt(const LinkSettingsAnswer& answer, std::size_t position, std::size_t words) {
   LinkModeBits bits(words);
   const std::size_t size = words * sizeof bits[0];

@@ -25,7 +25,7 @@ struct HostNode {
   std::optional<Parameters> (*list)(HostView& view, const Parameters& parameters);
 };
 
-/// Null for a number that is no node of this host.
+/// Null for a number that is not a node of this host.
 const HostNode* findHostNode(std::uint32_t number);
 
 }  // namespace LinuxHost

@@ -19,7 +19,7 @@ struct PciLocation {
   std::uint16_t deviceId = 0;
 };
 
-/// Takes a PCI address such as "0000:03:00.1" apart; nothing when the text is none, or when its
+/// Takes a PCI address such as "0000:03:00.1" apart; nothing when the text is not one, or when its
 /// segment is larger than PCI's 16 bits (segments that the kernel makes up for bridges in
 /// software).
 std::optional<PciLocation> parsePciAddress(std::string_view text);

@@ -14,10 +14,10 @@ constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr"
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r";
-  const std::size_t begin = text.find_first_not_of(kBlanks);
+  constexpr std::string_view kSpaces = " \t\r";
+  const std::size_t begin = text.find_first_not_of(kSpaces);
   if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+  return text.substr(begin, text.find_last_not_of(kSpaces) + 1 - begin);
 }
 
 std::string unquoted(std::string_view value) {
@@ -75,7 +75,7 @@ std::string isoDate(std::string_view word) {
   return dateText(kMonths[static_cast<std::size_t>(*month - 1)], *day, *year);
 }
 
-/// Month and day at `position`, and the year behind a time of day and perhaps a time zone.
+/// Month and day at `position`, and the year after a time of day and perhaps a time zone.
 std::string calendarDate(const std::vector<std::string_view>& words, std::size_t position) {
   const auto* month = std::find(kMonths.begin(), kMonths.end(), words[position]);
   if (month == kMonths.end() || position + 1 >= words.size()) return {};

@@ -12,7 +12,7 @@ namespace LinuxHost {
 /// The assignments of an os-release file, quotes and escapes resolved.
 ///
 ///   file    = line*
-///   line    = blanks? ( '#' comment | name '=' value )? blanks?
+///   line    = spaces? ( '#' comment | name '=' value )? spaces?
 ///   value   = unquoted | '"' ( char | '\' char )* '"' | "'" char* "'"
 ///
 /// Lines of another form are passed over; of several assignments to a name the last one counts.

@@ -11,7 +11,7 @@
 namespace LinuxHost {
 namespace {
 
-// A host whose links change faster than that cannot be told consistently; the last dump is taken.
+// A host whose links change faster than that has no consistent list; the last dump is taken.
 constexpr int kAttempts = 8;
 
 // The kernel fills the pieces of a dump up to this size when there is room for them. Only a single

@@ -23,7 +23,7 @@ inline std::optional<std::string> toolOutput(const std::string& command) {
   return text;
 }
 
-/// The text behind "label:" in the first line that begins with it, blanks aside.
+/// The text after "label:" in the first line that begins with it, without spaces before it.
 inline std::optional<std::string> labelled(const std::string& text, const std::string& label) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {

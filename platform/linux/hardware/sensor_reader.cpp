@@ -138,12 +138,14 @@ CurrentChips& currentChips() {
   return *current;
 }
 
-/// Which chips there are: their names with where they lead.
+/// Which chips there are, and what each has: a number may be another chip's the next time.
 std::string chipDirectory(const HostPaths& paths) {
   const std::string directory = paths.sys + "/class/hwmon";
   std::string found;
-  for (const std::string& name : namesIn(directory)) {
-    found += name + " " + resolved(directory + "/" + name) + "\n";
+  for (const std::string& number : namesIn(directory)) {
+    const std::string chip = directory + "/" + number;
+    found += number + " " + resolved(chip) + " " + textIn(chip + "/name") + "\n";
+    for (const std::string& entry : namesIn(chip)) found += entry + "\n";
   }
   return found;
 }

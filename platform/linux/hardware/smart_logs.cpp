@@ -1,10 +1,8 @@
 #include "platform/linux/hardware/smart_logs.h"
 
-#include <atasmart.h>
-
 #include <algorithm>
+#include <iterator>
 #include <limits>
-#include <memory>
 
 #include "platform/linux/hardware/kernel_texts.h"
 
@@ -32,41 +30,93 @@ std::uint64_t littleEndian128(std::string_view bytes, std::size_t offset) {
 
 // ---- ATA ----
 
-struct FreeDisk {
-  void operator()(SkDisk* disk) const { sk_disk_free(disk); }
-};
-using AtaDisk = std::unique_ptr<SkDisk, FreeDisk>;
+constexpr std::size_t kAtaPageSize = 512;
 
-/// Whether a blob is a row of tagged pieces, each within the bytes:
+/// The pieces of a blob; empty where it has none.
+struct AtaPieces {
+  std::string_view identity;  ///< IDFY
+  std::string_view status;    ///< SMST
+  std::string_view data;      ///< SMDT
+  std::string_view limits;    ///< SMTH
+};
+
+struct AtaPiece {
+  std::string_view tag;
+  std::size_t size;
+  std::string_view AtaPieces::*piece;
+};
+constexpr AtaPiece kAtaPieces[] = {{"IDFY", kAtaPageSize, &AtaPieces::identity},
+                                   {"SMST", 4, &AtaPieces::status},
+                                   {"SMDT", kAtaPageSize, &AtaPieces::data},
+                                   {"SMTH", kAtaPageSize, &AtaPieces::limits}};
+
+/// The form in which libatasmart hands out what a disk has told:
 ///
 ///     blob = (tag[4] size[4, big-endian] piece[size])*
 ///
-/// with pieces of the sizes that libatasmart reads, each once. It looks no further itself.
-bool isWellFormed(std::string_view blob) {
-  struct Piece {
-    std::string_view tag;
-    std::size_t size;
-    bool seen;
-  };
-  Piece pieces[] = {
-      {"IDFY", 512, false}, {"SMST", 4, false}, {"SMDT", 512, false}, {"SMTH", 512, false}};
+/// Absent unless every piece is known, of its size and there once.
+std::optional<AtaPieces> ataPieces(std::string_view blob) {
+  AtaPieces pieces;
   while (!blob.empty()) {
-    if (blob.size() < 8) return false;
+    if (blob.size() < 8) return std::nullopt;
     std::size_t size = 0;
     for (std::size_t i = 4; i < 8; ++i) size = size << 8 | byteAt(blob, i);
-    const auto piece = std::find_if(std::begin(pieces), std::end(pieces),
-                                    [&](const Piece& p) { return p.tag == blob.substr(0, 4); });
-    if (piece == std::end(pieces) || piece->seen || piece->size != size) return false;
-    if (blob.size() - 8 < size) return false;
-    piece->seen = true;
+    const auto row = std::find_if(std::begin(kAtaPieces), std::end(kAtaPieces),
+                                  [&](const AtaPiece& p) { return p.tag == blob.substr(0, 4); });
+    if (row == std::end(kAtaPieces) || row->size != size || blob.size() - 8 < size) {
+      return std::nullopt;
+    }
+    std::string_view& piece = pieces.*row->piece;
+    if (!piece.empty()) return std::nullopt;
+    piece = blob.substr(8, size);
     blob.remove_prefix(8 + size);
   }
-  return pieces[0].seen;
+  return pieces;
 }
 
-void takeAttribute(SkDisk*, const SkSmartAttributeParsedData* attribute, void* disk) {
-  if (std::string_view(attribute->name) == "current-pending-sector") {
-    static_cast<Hardware::Disk*>(disk)->pendingSectors = attribute->pretty_value;
+/// A page of SMART data adds up to 0 when it is whole.
+bool addsUp(std::string_view page) {
+  unsigned sum = 0;
+  for (std::size_t i = 0; i < page.size(); ++i) sum += byteAt(page, i);
+  return page.size() == kAtaPageSize && sum % 256 == 0;
+}
+
+/// A raw count that is not known to be unset.
+std::optional<std::uint64_t> rawCount(std::string_view attribute) {
+  std::uint32_t raw = 0;
+  for (std::size_t i = 4; i-- > 0;) raw = raw << 8 | byteAt(attribute, 5 + i);
+  if (raw == 0xFFFFFFFF) return std::nullopt;
+  return raw;
+}
+
+/// 30 attributes of 12 bytes, from offset 2: number, flags (2), value, worst, raw (6), reserved.
+void decodeAttributes(std::string_view page, Hardware::Disk& disk) {
+  constexpr std::size_t kFirst = 2, kSize = 12, kCount = 30;
+  enum Number { kReallocated = 5, kHours = 9, kAirflow = 190, kCelsius = 194, kPending = 197 };
+  for (std::size_t i = 0; i < kCount; ++i) {
+    const std::string_view attribute = page.substr(kFirst + i * kSize, kSize);
+    const std::optional<std::uint64_t> count = rawCount(attribute);
+    if (!count) continue;
+    switch (byteAt(attribute, 0)) {
+      case kPending:
+        disk.pendingSectors = count;
+        disk.badSectors = disk.badSectors.value_or(0) + *count;
+        break;
+      case kReallocated:
+        disk.badSectors = disk.badSectors.value_or(0) + *count;
+        break;
+      case kHours:
+        disk.powerOnHours = *count & 0xFFFFFF;  // what stands above is not of hours
+        break;
+      case kCelsius:
+        disk.temperature = byteAt(attribute, 5);
+        break;
+      case kAirflow:
+        if (!disk.temperature) disk.temperature = byteAt(attribute, 5);
+        break;
+      default:
+        break;
+    }
   }
 }
 
@@ -107,23 +157,13 @@ void decodeNvmeSmart(std::string_view log, Hardware::Disk& disk) {
 }
 
 void decodeAtaSmart(std::string_view blob, Hardware::Disk& disk) {
-  if (!isWellFormed(blob)) return;
-  SkDisk* opened = nullptr;
-  if (sk_disk_open(nullptr, &opened) < 0) return;
-  const AtaDisk ata(opened);
-  if (sk_disk_set_blob(ata.get(), blob.data(), blob.size()) < 0) return;
-
-  SkBool good = FALSE;
-  if (sk_disk_smart_status(ata.get(), &good) >= 0) disk.smartPassed = good ? 1 : 0;
-  const SkSmartParsedData* parsed = nullptr;
-  if (sk_disk_smart_parse(ata.get(), &parsed) < 0) return;
-  std::uint64_t value = 0;
-  if (sk_disk_smart_get_temperature(ata.get(), &value) >= 0) {
-    disk.temperature = static_cast<std::int32_t>(value / 1000) - kZeroCelsius;
+  const std::optional<AtaPieces> pieces = ataPieces(blob);
+  if (!pieces) return;
+  if (!pieces->status.empty()) {
+    const bool good = pieces->status != std::string_view("\0\0\0\0", 4);
+    disk.smartPassed = good ? 1 : 0;
   }
-  if (sk_disk_smart_get_power_on(ata.get(), &value) >= 0) disk.powerOnHours = value / 3'600'000;
-  if (sk_disk_smart_get_bad(ata.get(), &value) >= 0) disk.badSectors = value;
-  sk_disk_smart_parse_attributes(ata.get(), takeAttribute, &disk);
+  if (addsUp(pieces->data)) decodeAttributes(pieces->data, disk);
 }
 
 void decodeScsiExceptions(std::string_view page, Hardware::Disk& disk) {

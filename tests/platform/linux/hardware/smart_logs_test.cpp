@@ -110,7 +110,7 @@ TEST(AtaSmart, IsDecoded) {
   EXPECT_EQ(disk.pendingSectors, 8u);
   EXPECT_EQ(disk.badSectors, 10u);
   EXPECT_EQ(disk.powerOnHours, 1000u);
-  EXPECT_NEAR(disk.temperature.value_or(0), 38, 1);
+  EXPECT_EQ(disk.temperature, 38);
 }
 
 TEST(AtaSmart, AFailedStatusIsTold) {
@@ -119,13 +119,29 @@ TEST(AtaSmart, AFailedStatusIsTold) {
   EXPECT_EQ(disk.smartPassed, 0);
 }
 
+TEST(AtaSmart, APageThatDoesNotAddUpTellsNothing) {
+  std::string blob = ataBlob(true, {{197, 8}});
+  blob.back() = static_cast<char>(blob.back() + 1);
+  Disk disk;
+  decodeAtaSmart(blob, disk);
+  EXPECT_EQ(disk.smartPassed, 1);
+  EXPECT_EQ(disk.pendingSectors, std::nullopt);
+}
+
+TEST(AtaSmart, ACountThatIsNotSetIsNone) {
+  Disk disk;
+  decodeAtaSmart(ataBlob(true, {{197, 0xFFFFFFFF}, {190, 41}}), disk);
+  EXPECT_EQ(disk.pendingSectors, std::nullopt);
+  EXPECT_EQ(disk.temperature, 41);
+}
+
 TEST(AtaSmart, AMalformedBlobChangesNothing) {
   const std::string good = ataBlob(true, {{197, 8}});
   std::vector<std::string> malformed = {"",
                                         "IDFY",
                                         piece("IDFY", "short"),
                                         piece("XXXX", "????"),
-                                        good.substr(520),
+                                        good.substr(521),
                                         good + "IDFY",
                                         good + good,
                                         good.substr(0, good.size() - 1)};

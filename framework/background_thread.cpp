@@ -31,11 +31,13 @@ class BlockedStopSignal {
   sigset_t before_;
 };
 
-bool attach(const CmpiBroker& broker, const CmpiContext& context) {
+/// Calls `step` in a thread that no exception may leave; false when it throws.
+template <typename Step>
+bool succeeds(Step&& step) {
   try {
-    broker.attachThread(context);
+    step();
     return true;
-  } catch (const CmpiStatus&) {
+  } catch (...) {
     return false;
   }
 }
@@ -110,16 +112,13 @@ void* BackgroundThread::main(void* job) noexcept {
   return nullptr;
 }
 
-void BackgroundThread::run(Job& job) {
-  const bool refused = job.work.attaches && !attach(job.broker, job.context);
+void BackgroundThread::run(Job& job) noexcept {
+  const bool ready = !job.work.attaches || succeeds([&] { job.broker.attachThread(job.context); });
   const AttachedThreadMemory memory =
       job.work.attaches ? AttachedThreadMemory(job.context) : AttachedThreadMemory();
   const std::lock_guard<OMC::Mutex> lock(group_.mutex_);
-  try {
-    if (!refused) workUntilStopped(job, {job.broker, job.context, memory});
-  } catch (...) {
-    // The thread is over, the process is not.
-  }
+  // After an exception the thread is over, the process is not.
+  if (ready) succeeds([&] { workUntilStopped(job, {job.broker, job.context, memory}); });
   running_ = false;
 }
 

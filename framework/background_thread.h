@@ -95,7 +95,7 @@ class BackgroundThread {
   struct Job;
 
   static void* main(void* job) noexcept;
-  void run(Job& job);
+  void run(Job& job) noexcept;
   void workUntilStopped(Job& job, const ThreadTools& tools);
   void waitForBroker();
   void wait(OMC::WallTime deadline);

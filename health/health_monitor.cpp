@@ -78,7 +78,7 @@ std::uint16_t pollMonitoredClasses(const ORV::ThreadTools& tools, LatchedStore& 
   return cycle.maxHealthState();
 }
 
-ORV::ThreadWork healthMonitoring() {
+ORV::ThreadWork HealthMonitorThread() {
   ORV::ThreadWork work;
   work.cycle = [](const ORV::ThreadTools& tools) {
     MonitorState& state = monitorState();

@@ -9,8 +9,8 @@
 
 namespace OrvLatchedHealth {
 
-/// What the health monitor thread does: polls every 120 seconds.
-ORV::ThreadWork healthMonitoring();
+/// The health monitor thread: polls every 120 seconds.
+ORV::ThreadWork HealthMonitorThread();
 
 /// One cycle: asks the broker for the instances of the twelve monitored classes, in order, and
 /// latches in `store` each that is not OK, at the time that `now` tells.

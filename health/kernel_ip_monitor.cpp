@@ -19,7 +19,7 @@ void testAndSend(const ORV::ThreadTools& tools) {
 
 }  // namespace
 
-ORV::ThreadWork kernelIpMonitoring() {
+ORV::ThreadWork KernelIpMonitorThread() {
   ORV::ThreadWork work;
   work.cycle = [](const ORV::ThreadTools& tools) {
     try {

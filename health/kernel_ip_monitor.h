@@ -4,8 +4,7 @@
 
 namespace OrvLatchedHealth {
 
-/// What the kernel IP monitor thread does: looks for changed kernel interface addresses every 30
-/// seconds.
-ORV::ThreadWork kernelIpMonitoring();
+/// The kernel IP monitor thread: looks for changed kernel interface addresses every 30 seconds.
+ORV::ThreadWork KernelIpMonitorThread();
 
 }  // namespace OrvLatchedHealth

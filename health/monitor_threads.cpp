@@ -20,15 +20,15 @@ constexpr char kStillWorking[] =
 
 struct Monitor {
   ORV::BackgroundThread MonitorState::*thread;
-  ORV::ThreadWork (*work)();
+  ORV::ThreadWork (*body)();
   const char* failure;  ///< log line, with a place for `starter`
   const char* starter;
 };
 
 constexpr Monitor kMonitors[] = {
-    {&MonitorState::healthMonitor, healthMonitoring,
+    {&MonitorState::healthMonitor, HealthMonitorThread,
      "%s failed to start health monitoring thread\n", "StartHealthMonitorThread"},
-    {&MonitorState::kernelIpMonitor, kernelIpMonitoring,
+    {&MonitorState::kernelIpMonitor, KernelIpMonitorThread,
      "%s failed to start Kernel Ip monitoring thread\n", "StartKernelIpMonitorThread"},
 };
 
@@ -40,7 +40,7 @@ void startMonitorThreads(const CmpiBroker& broker, const CmpiContext& context) {
   std::exception_ptr failure;
   for (const Monitor& monitor : kMonitors) {
     try {
-      if ((state.*monitor.thread).start(broker, context, monitor.work())) continue;
+      if ((state.*monitor.thread).start(broker, context, monitor.body())) continue;
     } catch (const CmpiStatus&) {
       failure = std::current_exception();
       continue;

@@ -78,8 +78,9 @@ void beat(const ORV::ThreadTools& thread, const std::string& host, CMPIUint32 st
   }
 }
 
-/// What a sender does: each one numbers its heartbeats from 0.
-ORV::ThreadWork sending() {
+}  // namespace
+
+ORV::ThreadWork heartBeatThread() {
   ORV::ThreadWork work;
   work.cycle = [host = hostName(), stamp = CMPIUint32{0}](const ORV::ThreadTools& thread) mutable {
     beat(thread, host, stamp++);
@@ -89,15 +90,13 @@ ORV::ThreadWork sending() {
   return work;
 }
 
-}  // namespace
-
 HeartbeatProvider::HeartbeatProvider(const CmpiBroker& mbp, const CmpiContext& context)
     : CmpiBaseMI(mbp, context), ORV::UnfilteredIndicationMI(mbp, context) {}
 
 CmpiStatus HeartbeatProvider::initialize(const CmpiContext& context) {
   readInterval(kConfigurationFile);
   const std::lock_guard<OMC::Mutex> lock(state().mutex);
-  if (state().sender.start(*broker, context, sending())) return CMPI_RC_OK;
+  if (state().sender.start(*broker, context, heartBeatThread())) return CMPI_RC_OK;
   syslog(LOG_ERR, kStartFailed);
   throw CmpiStatus(CMPI_RC_ERR_FAILED, kStartFailed);
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "framework/background_thread.h"
 #include "framework/unfiltered_indication_mi.h"
 
 namespace Heartbeat {
@@ -29,6 +30,9 @@ class HeartbeatProvider : public ORV::UnfilteredIndicationMI {
   CmpiStatus enableIndications() override;
   CmpiStatus disableIndications() override;
 };
+
+/// The thread that delivers the heartbeats; each one that is started numbers them from 0.
+ORV::ThreadWork heartBeatThread();
 
 /// Takes the interval from the configuration file at `path` when that has one of at least 30
 /// seconds. Logs a value that is too small, and a file that cannot be opened and read or is not a

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <future>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -177,13 +178,27 @@ TEST_F(BackgroundThreadTest, AttachesOnlyWhereTheWorkSaysSo) {
   while (broker_.attachedThreads() == 0) std::this_thread::yield();
 }
 
-TEST_F(BackgroundThreadTest, ThatIsRefusedByTheBrokerDoesNoWork) {
-  broker_.refusesThreads = true;
+TEST_F(BackgroundThreadTest, ThatCannotAttachDoesNoWork) {
+  const std::function<CMPIrc()> failures[] = {
+      [] { return CMPI_RC_ERR_FAILED; },
+      []() -> CMPIrc { throw std::bad_alloc(); },
+  };
+  for (const auto& failure : failures) {
+    broker_.onAttach = failure;
+    ThreadWork work = counting();
+    work.attaches = true;
+    EXPECT_TRUE(start(thread_, std::move(work)));
+    while (isRunning(thread_)) std::this_thread::yield();
+    EXPECT_EQ(cycles_, 0);
+  }
+}
+
+TEST_F(BackgroundThreadTest, EndsWhereItsPeriodCannotBeTold) {
   ThreadWork work = counting();
-  work.attaches = true;
+  work.period = []() -> std::chrono::seconds { throw std::bad_alloc(); };
   EXPECT_TRUE(start(thread_, std::move(work)));
   while (isRunning(thread_)) std::this_thread::yield();
-  EXPECT_EQ(cycles_, 0);
+  EXPECT_EQ(cycles_, 1);
 }
 
 TEST_F(BackgroundThreadTest, ThatCannotBeCreatedIsNotRunning) {

@@ -81,7 +81,8 @@ CMPIContext* RecordingBroker::prepareAttach(const CMPIBroker* broker, const CMPI
 }
 
 CMPIStatus RecordingBroker::attach(const CMPIBroker* broker, const CMPIContext* context) {
-  if (current->refusesThreads) return {CMPI_RC_ERR_FAILED, nullptr};
+  const CMPIrc answer = current->onAttach ? current->onAttach() : CMPI_RC_OK;
+  if (answer != CMPI_RC_OK) return {answer, nullptr};
   ++current->attachedThreads_;
   return broker::Broker::cmpi()->bft->attachThread(broker, context);
 }

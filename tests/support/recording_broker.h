@@ -37,9 +37,10 @@ class RecordingBroker {
   /// Called at each delivery, with its number from 0, before it is recorded; its status is the
   /// answer and it may throw. Set it before any thread delivers.
   std::function<CMPIrc(std::size_t)> onDelivery;
-  bool keepDeliveries = true;   ///< false: they are only counted
-  bool preparesNone = false;    ///< prepareAttachThread answers null
-  bool refusesThreads = false;  ///< attachThread answers 1
+  bool keepDeliveries = true;  ///< false: they are only counted
+  /// Called at each attachThread; a status other than 0 is the answer, and it may throw.
+  std::function<CMPIrc()> onAttach;
+  bool preparesNone = false;  ///< prepareAttachThread answers null
 
   std::vector<Delivery> deliveries() const;
   std::size_t deliveryCount() const;

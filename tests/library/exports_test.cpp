@@ -58,5 +58,39 @@ TEST_P(Library, AsksNoLocaleForTheCaseOfALetter) {
 INSTANTIATE_TEST_SUITE_P(Real, Library, testing::Values(ORV_REAL_LIBRARY));
 INSTANTIATE_TEST_SUITE_P(Simulated, Library, testing::Values(ORV_SIMULATED_LIBRARY));
 
+// ---- The second library ----
+
+const std::set<std::string> kHostFactories = {
+    "OrvaneHostSystem_Create_InstanceMI",
+    "OrvaneHostHardware_Create_InstanceMI",
+    "OrvaneHostAssociations_Create_InstanceMI",
+    "OrvaneHostAssociations_Create_AssociationMI",
+};
+
+class HostLibrary : public testing::TestWithParam<const char*> {
+ protected:
+  ElfImage image_ = readElfImage(GetParam());
+};
+
+TEST_P(HostLibrary, ExportsExactlyTheFactories) { EXPECT_EQ(image_.exported, kHostFactories); }
+
+TEST_P(HostLibrary, StaysLoaded) { EXPECT_TRUE(image_.noDelete); }
+
+TEST_P(HostLibrary, HasNoTextRelocations) { EXPECT_FALSE(image_.textRelocations); }
+
+TEST_P(HostLibrary, NeedsTheLibrariesOfItsSourcesAtMost) {
+  const bool real = std::string(GetParam()) == ORV_HOST_LIBRARY;
+  for (const std::string& file : image_.neededFiles) {
+    bool source = false;
+    for (const char* name : {"libsensors.so.", "libudev.so.", "libnvme.so.", "libatasmart.so."}) {
+      source |= file.rfind(name, 0) == 0;
+    }
+    EXPECT_TRUE(isOnEveryHost(file) || (real && source)) << file;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Real, HostLibrary, testing::Values(ORV_HOST_LIBRARY));
+INSTANTIATE_TEST_SUITE_P(Simulated, HostLibrary, testing::Values(ORV_SIMULATED_HOST_LIBRARY));
+
 }  // namespace
 }  // namespace orv::test

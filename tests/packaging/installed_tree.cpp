@@ -60,6 +60,8 @@ std::vector<std::string> installedFiles() {
       "share/man/man1/orvcim.1",
       "share/man/man7/liborvprovider.7",
       "share/man/man8/orvprovider-register.8",
+      "share/orvprovider/schema/host/broker/orvhost.mof",
+      "share/orvprovider/schema/host/broker/orvhost.reg",
       "share/orvprovider/schema/host/orvhost.mof",
       "share/orvprovider/schema/host/orvhost.reg",
       "share/orvprovider/schema/interop/interop.mof",

@@ -83,6 +83,12 @@ class RegisterTest : public testing::Test {
   /// `before` is a command that runs the program.
   Outcome registerWith(std::vector<std::string> options, const std::string& path = "",
                        const std::vector<std::string>& before = {}) const {
+    options.insert(options.begin(), {"--only", "provider"});
+    return registerAsGiven(options, path, before);
+  }
+
+  Outcome registerAsGiven(std::vector<std::string> options, const std::string& path = "",
+                          const std::vector<std::string>& before = {}) const {
     std::vector<std::string> command = {"/usr/bin/env"};
     command.insert(command.end(), before.begin(), before.end());
     const std::vector<std::string> program = {
@@ -125,6 +131,36 @@ class RegisterTest : public testing::Test {
   const std::string rebuild_ = "sfcbrepos -f -s " + stage_ + " -r " + registration_ +
                                "/orvprovider.next -c " + scratch_.path() + "/schema";
 };
+
+TEST_F(RegisterTest, RegistersBothLibrariesOneAfterTheOtherAndTakesThemBack) {
+  const Outcome outcome = registerAsGiven({});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("liborvprovider is registered for root/cimv2."));
+  EXPECT_THAT(outcome.out, HasSubstr("liborvhost is registered for root/cimv2."));
+  for (const char* name : {"[Orvane_EthernetPort]", "[OMC_UnitaryComputerSystem]"}) {
+    EXPECT_THAT(fileText(register_), HasSubstr(name));
+  }
+  // The computer system's class comes with the library: no CIM schema has it.
+  EXPECT_THAT(fileText(classes_), HasSubstr("class OMC_UnitaryComputerSystem"));
+  EXPECT_THAT(fileText(classes_), HasSubstr("class Orvane_DiskDrive"));
+
+  EXPECT_EQ(registerAsGiven({"--undo"}).status, 0);
+  EXPECT_THAT(fileText(register_), Not(HasSubstr("Orvane")));
+  EXPECT_THAT(fileText(classes_), Not(HasSubstr("Orvane_DiskDrive")));
+}
+
+TEST_F(RegisterTest, LeavesTheComputerSystemToAnotherProviderOfIt) {
+  scratch_.write("registration/providerRegister",
+                 "[OMC_UnitaryComputerSystem]\n   provider: SomebodyElse\n");
+  const Outcome outcome = registerAsGiven({"--only", "host"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, HasSubstr("another provider serves OMC_UnitaryComputerSystem"));
+  EXPECT_THAT(calls(), Not(HasSubstr("sfcbstage")));
+}
+
+TEST_F(RegisterTest, OnlyOneOfTheTwoCanBeNamed) {
+  EXPECT_EQ(registerAsGiven({"--only", "both"}).status, 2);
+}
 
 TEST_F(RegisterTest, StagesClassesAndRegistrationAndRebuildsTheRepository) {
   const Outcome outcome = registerWith({});

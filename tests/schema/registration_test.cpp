@@ -72,5 +72,32 @@ TEST(OurRegistration, AsksForExactlyTheLibrarysFactories) {
           "OrvaneInstalledSoftwareIdentity_Create_AssociationMI"));
 }
 
+// ---- The second library ----
+
+TEST(HostRegistration, EverySectionLoadsTheLibraryIntoAProcessOfItsOwnForGood) {
+  const ClassRepository schema = [] {
+    ClassRepository classes;
+    MofReader reader(classes);
+    reader.readDirectory(std::string(ORV_SOURCE_DIR) + "/schema");
+    reader.readFile(std::string(ORV_SOURCE_DIR) + "/schema/host/orvhost.mof");
+    return classes;
+  }();
+  const auto sections =
+      readRegistrationFile(std::string(ORV_SOURCE_DIR) + "/schema/host/orvhost.reg");
+  EXPECT_EQ(sections.size(), 18u);
+  std::set<std::string> seen;
+  for (const RegistrationSection& section : sections) {
+    EXPECT_TRUE(seen.insert(section.className).second) << section.className;
+    EXPECT_EQ(section.location, "orvhost") << section.className;
+    EXPECT_EQ(section.group, "orvhost") << section.className;
+    EXPECT_TRUE(section.unloadNever) << section.className;
+    EXPECT_TRUE(section.instance) << section.className;
+    const ClassDefinition* c = schema.find(section.className);
+    ASSERT_NE(c, nullptr) << section.className;
+    EXPECT_EQ(c->association, section.association) << section.className;
+    EXPECT_TRUE(schema.subclasses(section.className, true).empty()) << section.className;
+  }
+}
+
 }  // namespace
 }  // namespace orv::broker

@@ -50,6 +50,7 @@ std::vector<std::string> installedFiles() {
       "lib/cmpi/simulated/liborvhost.so",
       "lib/cmpi/simulated/liborvprovider.so",
       "sbin/orvprovider-register",
+      "share/bash-completion/completions/orvcim",
       "share/doc/orvprovider/LICENSE",
       "share/doc/orvprovider/README.md",
       "share/doc/orvprovider/classes.md",

@@ -351,4 +351,13 @@ void disarmFaults(const BrokerState& broker) {
   faults().any = !armed.empty();
 }
 
+std::size_t faultsToCome(const BrokerState& broker) {
+  const std::lock_guard<std::mutex> lock(faults().mutex);
+  const auto comes = [&broker](const ArmedFault& armed) {
+    return armed.broker == &broker && armed.fault.times > 0;
+  };
+  const auto& armed = faults().armed;
+  return static_cast<std::size_t>(std::count_if(armed.begin(), armed.end(), comes));
+}
+
 }  // namespace orv::broker

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,5 +41,7 @@ const std::vector<std::string>& faultSlots();
 /// that does not exist.
 void armFault(const BrokerState& broker, Fault fault);
 void disarmFaults(const BrokerState& broker);
+/// Armed faults that have a hit left: those with a limited number of `times` that did not come yet.
+std::size_t faultsToCome(const BrokerState& broker);
 
 }  // namespace orv::broker

@@ -291,6 +291,7 @@ void TestBroker::forgetProviders() {
 
 void TestBroker::inject(Fault fault) { armFault(*state(), std::move(fault)); }
 void TestBroker::clearFaults() { disarmFaults(*state()); }
+std::size_t TestBroker::faultsToCome() const { return broker::faultsToCome(*state()); }
 std::vector<Report> TestBroker::reports() const { return internals_->log.all(); }
 void TestBroker::clearReports() { internals_->log.clear(); }
 ContextTable TestBroker::contextTable() const { return internals_->contextTable; }

@@ -103,6 +103,8 @@ class TestBroker : public Broker {
   /// Makes a slot of the broker's tables answer otherwise, in threads that work for this broker.
   void inject(Fault fault);
   void clearFaults();
+  /// Faults with a limited number of `times` that have a hit left.
+  std::size_t faultsToCome() const;
   std::vector<Report> reports() const;  ///< the first 10,000 since the start, oldest first
   void clearReports();
   /// That of a RequestScope's context.

@@ -266,6 +266,14 @@ class GuestPorts : public testing::Test {
     return part;
   }
 
+  /// Waits until this file of every named port's sysfs directory says so, at most 30 s: link states
+  /// take a while.
+  void waitForCarrier(const std::string& ports, const std::string& carrier) const {
+    do_("for i in $(seq 30); do done=yes; for p in " + ports +
+        "; do [ \"$(cat /sys/class/net/$p/carrier)\" = " + carrier +
+        " ] || done=no; done; [ $done = yes ] && break; sleep 1; done; [ $done = yes ]");
+  }
+
   void expectAgreement(const std::string& state) const {
     SCOPED_TRACE(state);
     const std::vector<Link> before = links();
@@ -318,12 +326,14 @@ TEST_F(GuestPorts, AgreeAfterTheirSettingsWereChanged) {
   boot({"e1000e", "virtio-net-pci", "pcnet"});
   const std::string e1000e = portOf("e1000e");
   ASSERT_NE(e1000e, "");
-  do_("ip link set " + e1000e + " up; sleep 1");
-  do_("ethtool -s " + e1000e + " speed 100 duplex full autoneg on");
+  do_("ip link set " + e1000e + " up");
+  waitForCarrier(e1000e, "1");
+  do_("ethtool -s " + e1000e + " speed 100 duplex full autoneg on; sleep 5");
+  waitForCarrier(e1000e, "1");
   expectAgreement("speed");
   do_("ethtool -C " + e1000e + " rx-usecs 100");
   expectAgreement("coalescing");
-  do_("ip link set " + e1000e + " mtu 1400");
+  do_("ip link set " + e1000e + " mtu 1400; sleep 5");
   do_("ip link set " + e1000e + " down && ip link set " + e1000e + " address 02:00:00:00:00:77");
   expectAgreement("MTU and address");
   do_("ip link set " + e1000e + " name storage && ip link property add dev storage altname other");
@@ -333,13 +343,13 @@ TEST_F(GuestPorts, AgreeAfterTheirSettingsWereChanged) {
 
 TEST_F(GuestPorts, AgreeWhenTheCableIsPulled) {
   boot({"e1000e", "virtio-net-pci"});
-  do_("for p in /sys/class/net/eth*; do ip link set $(basename $p) up; done; sleep 2");
+  do_("ip link set eth0 up; ip link set eth1 up");
+  waitForCarrier("eth0 eth1", "1");
   expectAgreement("up");
   for (const char* port : {"nic0", "nic1"}) {
     guest_->command("set_link", {{"name", port}, {"up", false}});
   }
-  do_("sleep 2");
-  for (const Link& link : links()) EXPECT_FALSE(hasFlag(link, "LOWER_UP")) << name(link);
+  waitForCarrier("eth0 eth1", "0");
   expectAgreement("without a cable");
 }
 

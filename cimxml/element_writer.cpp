@@ -116,9 +116,7 @@ const ObjectPath* referenceOf(const Value& value) {
 std::string instanceText(const Instance& instance) {
   pugi::xml_document document;
   appendInstance(document, instance, nullptr);
-  std::ostringstream text;
-  document.print(text, "", kFormat | pugi::format_no_declaration);
-  return text.str();
+  return elementText(document);
 }
 
 void appendArray(xml_node property, const Value& value) {
@@ -313,10 +311,28 @@ xml_node appendMessage(pugi::xml_document& document, const std::string& id) {
   return message;
 }
 
+namespace {
+
+/// What pugixml prints, collected.
+struct Collector : pugi::xml_writer {
+  std::string text;
+  void write(const void* data, std::size_t size) override {
+    text.append(static_cast<const char*>(data), size);
+  }
+};
+
+}  // namespace
+
+std::string elementText(const pugi::xml_document& elements) {
+  Collector collector;
+  elements.print(collector, "", kFormat | pugi::format_no_declaration, pugi::encoding_utf8);
+  return std::move(collector.text);
+}
+
 std::string documentText(const pugi::xml_document& document) {
-  std::ostringstream text;
-  document.print(text, "", kFormat);
-  return text.str();
+  Collector collector;
+  document.print(collector, "", kFormat, pugi::encoding_utf8);
+  return std::move(collector.text);
 }
 
 }  // namespace orv::cimxml

@@ -43,6 +43,9 @@ void appendInstance(pugi::xml_node parent, const broker::Instance& instance,
 void appendClass(pugi::xml_node parent, const broker::ClassDefinition& definition,
                  const ClassOptions& options);
 
+/// Elements as they stand in a document.
+std::string elementText(const pugi::xml_document& elements);
+
 /// The document as it is sent.
 std::string documentText(const pugi::xml_document& document);
 

@@ -1,6 +1,7 @@
 #include "cimxml/response_writer.h"
 
 #include <pugixml.hpp>
+#include <string_view>
 #include <utility>
 
 namespace orv::cimxml {
@@ -10,15 +11,28 @@ using broker::ObjectPath;
 using pugi::xml_node;
 
 struct ResponseWriter::Impl {
-  pugi::xml_document document;
+  pugi::xml_document document;  // all but what is in the return value
   WriteOptions options;
   xml_node response;
-  xml_node value;
+  bool returnsValue = true;
+  std::string value;  // content of the return value
   const broker::ClassRepository* classes = nullptr;
 
   const broker::ClassDefinition* originsOf(const Instance& instance) const {
-    if (classes == nullptr || !options.includeClassOrigin) return nullptr;
-    return classes->find(instance.path.className);
+    return classes == nullptr ? nullptr : classes->find(instance.path.className);
+  }
+
+  /// Adds what `fill` appends to the document that it is given.
+  template <typename Fill>
+  void add(Fill&& fill) {
+    pugi::xml_document element;
+    fill(element);
+    value += elementText(element);
+    if (value.size() <= options.limit) return;
+    value = std::string();
+    throw CimError(CMPI_RC_ERR_FAILED, "The answer has more than " +
+                                           std::to_string(options.limit >> 20) +
+                                           " MiB; ask for fewer properties, or pull it in pieces");
   }
 };
 
@@ -29,57 +43,79 @@ ResponseWriter::ResponseWriter(const Call& call, WriteOptions options)
   xml_node simple = message.append_child("SIMPLERSP");
   impl_->response = simple.append_child(call.intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE");
   impl_->response.append_attribute("NAME") = cleanText(call.method).c_str();
-  impl_->value = impl_->response.append_child("IRETURNVALUE");
+  impl_->response.append_child("IRETURNVALUE");
 }
 
 ResponseWriter::~ResponseWriter() = default;
-
-WriteOptions& ResponseWriter::options() { return impl_->options; }
 
 void ResponseWriter::setOriginClasses(const broker::ClassRepository* classes) {
   impl_->classes = classes;
 }
 
 void ResponseWriter::className(const std::string& name) {
-  impl_->value.append_child("CLASSNAME").append_attribute("NAME") = cleanText(name).c_str();
+  impl_->add([&](xml_node parent) {
+    parent.append_child("CLASSNAME").append_attribute("NAME") = cleanText(name).c_str();
+  });
 }
 
 void ResponseWriter::classDefinition(const broker::ClassDefinition& definition,
                                      const ClassOptions& options) {
-  appendClass(impl_->value, definition, options);
+  impl_->add([&](xml_node parent) { appendClass(parent, definition, options); });
 }
 
 void ResponseWriter::instanceName(const ObjectPath& path) {
-  appendInstanceName(impl_->value, path);
+  impl_->add([&](xml_node parent) { appendInstanceName(parent, path); });
 }
 
 void ResponseWriter::namedInstance(const Instance& instance) {
-  xml_node node = impl_->value.append_child("VALUE.NAMEDINSTANCE");
-  appendInstanceName(node, instance.path);
-  appendInstance(node, instance, impl_->originsOf(instance));
+  impl_->add([&](xml_node parent) {
+    xml_node node = parent.append_child("VALUE.NAMEDINSTANCE");
+    appendInstanceName(node, instance.path);
+    appendInstance(node, instance, impl_->originsOf(instance));
+  });
 }
 
 void ResponseWriter::instance(const Instance& instance) {
-  appendInstance(impl_->value, instance, impl_->originsOf(instance));
+  impl_->add(
+      [&](xml_node parent) { appendInstance(parent, instance, impl_->originsOf(instance)); });
+}
+
+void ResponseWriter::instancePath(const ObjectPath& path) {
+  impl_->add([&](xml_node parent) { appendInstancePath(parent, path, impl_->options.host); });
+}
+
+void ResponseWriter::instanceWithPath(const Instance& instance) {
+  impl_->add([&](xml_node parent) {
+    xml_node node = parent.append_child("VALUE.INSTANCEWITHPATH");
+    appendInstancePath(node, instance.path, impl_->options.host);
+    appendInstance(node, instance, impl_->originsOf(instance));
+  });
 }
 
 void ResponseWriter::objectPath(const ObjectPath& path) {
-  appendInstancePath(impl_->value.append_child("OBJECTPATH"), path, impl_->options.host);
+  impl_->add([&](xml_node parent) {
+    appendInstancePath(parent.append_child("OBJECTPATH"), path, impl_->options.host);
+  });
 }
 
 void ResponseWriter::objectWithPath(const Instance& instance) {
-  xml_node node = impl_->value.append_child("VALUE.OBJECTWITHPATH");
-  appendInstancePath(node, instance.path, impl_->options.host);
-  appendInstance(node, instance, impl_->originsOf(instance));
+  impl_->add([&](xml_node parent) {
+    xml_node node = parent.append_child("VALUE.OBJECTWITHPATH");
+    appendInstancePath(node, instance.path, impl_->options.host);
+    appendInstance(node, instance, impl_->originsOf(instance));
+  });
 }
 
-void ResponseWriter::noReturnValue() { impl_->response.remove_child(impl_->value); }
+void ResponseWriter::noReturnValue() {
+  impl_->returnsValue = false;
+  impl_->response.remove_child("IRETURNVALUE");
+}
 
 void ResponseWriter::outParameter(const std::string& name, const char* type,
                                   const std::string& text) {
   xml_node parameter = impl_->response.append_child("PARAMVALUE");
   parameter.append_attribute("NAME") = name.c_str();
-  if (type != nullptr) parameter.append_attribute("PARAMTYPE") = type;
+  parameter.append_attribute("PARAMTYPE") = type;
   parameter.append_child("VALUE")
       .append_child(pugi::node_pcdata)
       .set_value(cleanText(text).c_str());
@@ -92,7 +128,12 @@ std::string ResponseWriter::finish(const std::optional<CimError>& failure) {
     error.append_attribute("CODE") = static_cast<int>(failure->rc());
     error.append_attribute("DESCRIPTION") = cleanText(failure->what()).c_str();
   }
-  return documentText(impl_->document);
+  std::string text = documentText(impl_->document);
+  if (failure || !impl_->returnsValue) return text;
+  // Texts of the client cannot hold the tag: they are escaped.
+  constexpr std::string_view kTag = "<IRETURNVALUE>";
+  text.insert(text.find(kTag) + kTag.size(), impl_->value);
+  return text;
 }
 
 }  // namespace orv::cimxml

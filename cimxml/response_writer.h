@@ -14,8 +14,8 @@ namespace orv::cimxml {
 
 /// What the objects of a response look like on the wire.
 struct WriteOptions {
-  bool includeClassOrigin = false;
   std::string host = "localhost";  ///< HOST of paths that have none
+  std::size_t limit = 32U << 20;   ///< bytes of the return value
 };
 
 /// A response message under construction; one simple response. The text is UTF-8; characters that
@@ -27,24 +27,25 @@ class ResponseWriter {
   ResponseWriter(const ResponseWriter&) = delete;
   ResponseWriter& operator=(const ResponseWriter&) = delete;
 
-  WriteOptions& options();
-
-  // Each adds one element to the return value.
+  // Each adds one element to the return value, as text: of a large answer only the text is kept.
+  // Fails: CimError when the return value becomes too large.
   void className(const std::string& name);  ///< CLASSNAME
   void classDefinition(const broker::ClassDefinition& definition,
-                       const ClassOptions& options);      ///< CLASS
-  void instanceName(const broker::ObjectPath& path);      ///< INSTANCENAME
-  void namedInstance(const broker::Instance& instance);   ///< VALUE.NAMEDINSTANCE
-  void instance(const broker::Instance& instance);        ///< INSTANCE
-  void objectPath(const broker::ObjectPath& path);        ///< OBJECTPATH
-  void objectWithPath(const broker::Instance& instance);  ///< VALUE.OBJECTWITHPATH
+                       const ClassOptions& options);        ///< CLASS
+  void instanceName(const broker::ObjectPath& path);        ///< INSTANCENAME
+  void namedInstance(const broker::Instance& instance);     ///< VALUE.NAMEDINSTANCE
+  void instance(const broker::Instance& instance);          ///< INSTANCE
+  void instancePath(const broker::ObjectPath& path);        ///< INSTANCEPATH
+  void instanceWithPath(const broker::Instance& instance);  ///< VALUE.INSTANCEWITHPATH
+  void objectPath(const broker::ObjectPath& path);          ///< OBJECTPATH
+  void objectWithPath(const broker::Instance& instance);    ///< VALUE.OBJECTWITHPATH
 
   /// For an operation that returns nothing: the response has no return value.
   void noReturnValue();
-  /// An output parameter beside the return value; without a type attribute when `type` is null.
+  /// An output parameter after the return value.
   void outParameter(const std::string& name, const char* type, const std::string& text);
 
-  /// Class that tells the origin of an instance's properties; null: none is written.
+  /// Classes that tell the origin of instances' properties; null: none is written.
   void setOriginClasses(const broker::ClassRepository* classes);
 
   /// The whole message; an ERROR in place of the return value when `failure` is given.

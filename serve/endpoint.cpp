@@ -1,20 +1,49 @@
 #include "serve/endpoint.h"
 
 #include "cimxml/messages.h"
+#include "serve/http_listener.h"
 
 namespace orv::serve {
+namespace {
+
+IndicationExport::MakeListener listenerMaker(const Endpoint::Settings& settings) {
+  HttpListenerSettings listener;
+  listener.timeout = settings.deliveryTime;
+  listener.authorities = settings.listenerAuthorities;
+  listener.rules = settings.subscriptions.rules;
+  return [listener](const Destination& destination) {
+    return makeHttpListener(destination, listener);
+  };
+}
+
+std::vector<std::string> namesOf(const Operations::Namespaces& namespaces) {
+  std::vector<std::string> names;
+  for (const auto& [name, classes] : namespaces) names.push_back(name);
+  return names;
+}
+
+}  // namespace
 
 Endpoint::Endpoint(broker::Broker& broker, const Operations::Namespaces& namespaces,
                    Settings settings)
-    : exporter_(settings.indications),
-      subscriptions_(broker, *namespaces.at(Operations::kInteropNamespace), exporter_,
-                     Operations::kInteropNamespace),
-      operations_(broker, namespaces, subscriptions_, settings.host),
-      server_(settings.http, [this](const std::string& body) { return answer(body); }) {}
+    : exporter_(settings.indications, listenerMaker(settings)),
+      subscriptions_(broker, *namespaces.at(Interop::kNamespace), exporter_, Interop::kNamespace,
+                     settings.subscriptions),
+      interop_(*namespaces.at(Interop::kNamespace), subscriptions_, settings.host,
+               namesOf(namespaces)),
+      operations_(broker, namespaces, interop_, settings.host, settings.operations),
+      server_(settings.http, [this](const Client& client, const std::string& body) {
+        return answer(client, body);
+      }) {}
 
-HttpAnswer Endpoint::answer(const std::string& body) {
+void Endpoint::start(ListenSocket socket) {
+  subscriptions_.restore();
+  server_.start(std::move(socket));
+}
+
+HttpAnswer Endpoint::answer(const Client& client, const std::string& body) {
   try {
-    return {200, operations_.answer(body), ""};
+    return {200, operations_.answer(body, client.address), ""};
   } catch (const cimxml::BadMessage& bad) {
     return {400, "", bad.cimError()};
   }

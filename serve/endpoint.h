@@ -1,10 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <string>
+#include <utility>
 
 #include "broker/broker.h"
 #include "serve/http_server.h"
 #include "serve/indication_export.h"
+#include "serve/interop.h"
 #include "serve/operations.h"
 #include "serve/subscriptions.h"
 
@@ -15,8 +18,12 @@ namespace orv::serve {
 class Endpoint {
  public:
   struct Settings {
-    HttpLimits http;
+    HttpSettings http;
     IndicationExport::Settings indications;
+    std::chrono::milliseconds deliveryTime{10'000};  ///< of one attempt to deliver an indication
+    std::string listenerAuthorities;                 ///< PEM file; see HttpListenerSettings
+    Subscriptions::Settings subscriptions;
+    Operations::Limits operations;
     std::string host;  ///< HOST of object paths that have none
   };
 
@@ -24,15 +31,20 @@ class Endpoint {
   /// them.
   Endpoint(broker::Broker& broker, const Operations::Namespaces& namespaces, Settings settings);
 
-  /// The port in use. Fails as HttpServer::start does.
-  int start(const ListenAddress& address) { return server_.start(address); }
+  /// Makes the subscriptions that were kept, then serves.
+  ///
+  /// Fails: std::runtime_error, as Subscriptions::restore and HttpServer::start do.
+  void start(ListenSocket socket);
   void stop() { server_.stop(); }
+  /// See WorkerPool::longestWait.
+  std::chrono::milliseconds longestWait() const { return server_.longestWait(); }
 
  private:
-  HttpAnswer answer(const std::string& body);
+  HttpAnswer answer(const Client& client, const std::string& body);
 
   IndicationExport exporter_;
   Subscriptions subscriptions_;
+  Interop interop_;
   Operations operations_;
   HttpServer server_;  // last: its threads use the others
 };

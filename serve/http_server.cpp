@@ -1,297 +1,469 @@
 #include "serve/http_server.h"
 
-#include <httplib.h>
-#include <poll.h>
+#include <microhttpd.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <condition_variable>
-#include <cstdio>
+#include <map>
 #include <mutex>
-#include <set>
+#include <new>
 #include <stdexcept>
-#include <thread>
+#include <system_error>
 #include <utility>
 
-#include "serve/deadline_stream.h"
+#include "serve/addresses.h"
+#include "serve/connection_table.h"
+#include "serve/log.h"
+#include "serve/request_head.h"
+#include "serve/worker_pool.h"
 
 namespace orv::serve {
 namespace {
 
 using std::chrono::milliseconds;
+using Clock = ConnectionTable::Clock;
 
-/// For which a client may go on sending what was refused.
-constexpr milliseconds kLingerTime{2000};
-constexpr std::size_t kRequestsPerConnection = 1000;
 constexpr const char* kXml = "application/xml; charset=\"utf-8\"";
+constexpr const char* kPriorities = "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2";
 
-const char* reasonOf(int status) {
-  switch (status) {
-    case 408:
-      return "Request Timeout";
-    case 431:
-      return "Request Header Fields Too Large";
-    case 501:
-      return "Not Implemented";
-    default:
-      return "Service Unavailable";
-  }
-}
+/// What a refused client may still send before it is told: closing on what it sends would destroy
+/// the answer on its way.
+constexpr std::size_t kPatienceBytes = 8U << 20;
 
-/// A whole response for a connection that ends with it, written without waiting.
-void sendFinal(int socket, int status) {
-  char text[160];
-  const int length = std::snprintf(
-      text, sizeof text, "HTTP/1.1 %d %s\r\nContent-Length: 0\r\nConnection: close\r\n\r\n", status,
-      reasonOf(status));
-  ::send(socket, text, static_cast<std::size_t>(length), MSG_NOSIGNAL | MSG_DONTWAIT);
-}
+/// A client that is over the limit is told so, or leaves, in this time.
+constexpr milliseconds kOverLimitTime{2000};
 
-/// Open connections: their number is limited, and stopping wakes those that wait for their client.
-class Connections {
+/// Bytes that are held by all requests together.
+class Budget {
  public:
-  explicit Connections(std::size_t limit) : limit_(limit) {}
-
-  /// False when there are too many, or no more are taken.
-  bool add(int socket) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (stopping_ || sockets_.size() >= limit_) return false;
-    sockets_.insert(socket);
-    return true;
+  explicit Budget(std::size_t limit) : limit_(limit) {}
+  bool take(std::size_t bytes) {
+    if (held_.fetch_add(bytes) + bytes <= limit_) return true;
+    held_ -= bytes;
+    return false;
   }
-
-  void remove(int socket) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    sockets_.erase(socket);
-  }
-
-  void stop() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    stopping_ = true;
-    for (const int socket : sockets_) ::shutdown(socket, SHUT_RD);
-  }
-
-  bool stopping() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return stopping_;
-  }
+  void give(std::size_t bytes) { held_ -= bytes; }
 
  private:
   const std::size_t limit_;
-  mutable std::mutex mutex_;  // guards what follows
-  std::set<int> sockets_;
-  bool stopping_ = false;
+  std::atomic<std::size_t> held_{0};
 };
 
-/// One thread a connection. A connection above the limit is refused by the handler at once, so
-/// threads stay few.
-class ThreadPerConnection : public httplib::TaskQueue {
- public:
-  ~ThreadPerConnection() override { waitForAll(); }
-
-  void enqueue(std::function<void()> task) override {
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      ++running_;
-    }
-    try {
-      std::thread([this, task = std::move(task)] {
-        task();
-        done();
-      }).detach();
-    } catch (const std::exception&) {
-      task();  // no thread to be had: serve it here rather than never
-      done();
-    }
+int statusOf(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::bad_alloc&) {
+    return 503;
+  } catch (const std::system_error&) {
+    return 503;  // no thread to be had
+  } catch (const std::length_error&) {
+    return 503;
+  } catch (const std::exception& e) {
+    log(LogLevel::kError, std::string("a request failed: ") + e.what());
+    return 500;
   }
+}
 
-  void shutdown() override { waitForAll(); }
+/// As many connections as descriptors allow, some kept for files and providers.
+std::size_t connectionsPossible(std::size_t wanted) {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return wanted;
+  constexpr std::size_t kKept = 64;
+  const std::size_t all = static_cast<std::size_t>(limit.rlim_cur);
+  const std::size_t possible = all > 2 * kKept ? all - kKept : all / 4;
+  return std::max<std::size_t>(1, std::min(wanted, possible));
+}
 
- private:
-  void done() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    --running_;
-    changed_.notify_all();
-  }
-
-  void waitForAll() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return running_ == 0; });
-  }
-
-  std::mutex mutex_;  // guards running_
-  std::condition_variable changed_;
-  std::size_t running_ = 0;
-};
+ConnectionTable::Limits tableLimits(const HttpLimits& limits) {
+  ConnectionTable::Limits result;
+  result.connections = connectionsPossible(limits.connections);
+  result.connectionsPerAddress = limits.connectionsPerAddress;
+  result.toBeRefused = std::min<std::size_t>(32, result.connections);
+  return result;
+}
 
 }  // namespace
 
-struct HttpServer::Impl : httplib::Server {
-  Impl(HttpLimits httpLimits, HttpServer::Handler httpHandler)
-      : limits(httpLimits), handler(std::move(httpHandler)), connections(httpLimits.connections) {
-    set_payload_max_length(limits.bodyBytes);
-    set_keep_alive_timeout(
-        std::chrono::duration_cast<std::chrono::seconds>(limits.idleTime).count());
-    set_keep_alive_max_count(kRequestsPerConnection);
-    // Not the library's default, which lets a second server share the port unnoticed.
-    set_socket_options([](socket_t socket) {
-      const int yes = 1;
-      ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    });
-    new_task_queue = [] { return new ThreadPerConnection; };  // owned by the library
-    set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-      return checkHead(request, response);
-    });
-    Post(".*", [this](const httplib::Request& request, httplib::Response& response) {
-      answer(request, response);
-    });
-    set_exception_handler([](const httplib::Request&, httplib::Response& response,
-                             const std::exception_ptr&) { response.status = 500; });
-  }
-
-  /// Refuses by the headers alone; what is refused is never read.
-  static int refusal(const httplib::Request& request, const HttpLimits& limits) {
-    if (request.method != "POST") return 405;
-    const std::string type = request.get_header_value("Content-Type");
-    if (!type.empty() && type.find("xml") == std::string::npos) return 415;
-    if (request.has_header("Content-Encoding")) return 415;  // what it unpacks to has no limit
-    const std::string length = request.get_header_value("Content-Length");
-    if (length.empty() || request.has_header("Transfer-Encoding")) return 411;
-    std::size_t bytes = 0;
-    const auto [end, error] = std::from_chars(length.data(), length.data() + length.size(), bytes);
-    if (error == std::errc::result_out_of_range) return 413;
-    if (error != std::errc() || end != length.data() + length.size()) return 400;
-    return bytes > limits.bodyBytes ? 413 : 0;
-  }
-
-  HandlerResponse checkHead(const httplib::Request& request, httplib::Response& response) const {
-    const int status = refusal(request, limits);
-    if (status == 0) return HandlerResponse::Unhandled;
-    response.status = status;
-    response.set_header("Connection", "close");
-    if (status == 405) response.set_header("Allow", "POST");
-    return HandlerResponse::Handled;
-  }
-
-  void answer(const httplib::Request& request, httplib::Response& response) const {
-    const HttpAnswer result = handler(request.body);
-    response.status = result.status;
-    if (!result.cimError.empty()) {
-      response.set_header("CIMError", result.cimError);
-    } else {
-      response.set_header("CIMOperation", "MethodResponse");
-      response.set_header("Cache-Control", "no-cache");
+struct HttpServer::Impl {
+  /// One request, from its first line to the end of its answer. Belongs to the library's thread but
+  /// while a worker has it.
+  struct Exchange {
+    explicit Exchange(Impl& owner) : server(owner) {}
+    ~Exchange() {
+      server.bodies.give(bodyHeld);
+      server.answers.give(answerHeld);
     }
-    response.set_content(result.body, kXml);
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+
+    Impl& server;
+    ConnectionTable::Connection* place = nullptr;
+    bool headRead = false;
+    int refusal = 0;  // status; the body is passed over
+    bool answered = false;
+    Client client;
+    BasicCredentials credentials;
+    std::string body;
+    std::size_t bodyHeld = 0;
+    std::size_t answerHeld = 0;
+    HttpAnswer answer;
+    milliseconds delay{0};
+    bool counted = false;  // among those under way
+  };
+
+  Impl(HttpSettings given, HttpServer::Handler httpHandler)
+      : settings(std::move(given)),
+        handler(std::move(httpHandler)),
+        rules{settings.limits.bodyBytes, settings.hostNames},
+        bodies(settings.limits.bodyBytesInAll),
+        answers(settings.limits.answerBytesInAll),
+        table(tableLimits(settings.limits)),
+        workers(std::make_unique<WorkerPool>(settings.limits.workers)) {}
+
+  // ---- The library's calls. Nothing may leave them: they return into C. ----
+
+  static Impl& of(void* self) { return *static_cast<Impl*>(self); }
+
+  static MHD_Result onAccept(void* self, const sockaddr* address, socklen_t) try {
+    return of(self).stopping || !of(self).table.hasRoomFor(addressText(address)) ? MHD_NO : MHD_YES;
+  } catch (const std::exception&) {
+    return MHD_NO;
   }
 
-  bool process_and_close_socket(socket_t socket) override {
-    if (connections.add(socket)) {
-      const bool clientMaySend = serveConnection(socket);
-      ::shutdown(socket, SHUT_WR);
-      drain(socket, clientMaySend ? kLingerTime : milliseconds(0));
-      connections.remove(socket);
-    } else {
-      sendFinal(socket, 503);
-      ::shutdown(socket, SHUT_WR);
-      drain(socket, milliseconds(0));
+  static void onConnection(void* self, MHD_Connection* connection, void** place,
+                           MHD_ConnectionNotificationCode code) try {
+    Impl& server = of(self);
+    if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+      if (*place != nullptr) {
+        server.table.remove(static_cast<ConnectionTable::Connection*>(*place));
+      }
+      *place = nullptr;
+      return;
     }
-    ::close(socket);
+    const MHD_ConnectionInfo* fd =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+    const MHD_ConnectionInfo* from =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+    ConnectionTable::Connection* added =
+        server.table.add(fd->connect_fd, addressText(from->client_addr));
+    *place = added;
+    server.table.endAt(added, Clock::now() + (added->overLimit ? kOverLimitTime
+                                                               : server.settings.limits.idleTime));
+  } catch (const std::exception&) {
+    *place = nullptr;  // refused by its first request
+  }
+
+  /// The first line of a request has come.
+  static void* onFirstLine(void* self, const char*, MHD_Connection* connection) try {
+    Impl& server = of(self);
+    auto exchange = std::make_unique<Exchange>(server);
+    exchange->place = placeOf(connection);
+    if (exchange->place != nullptr && !exchange->place->overLimit) {
+      server.table.endAt(exchange->place, Clock::now() + server.settings.limits.requestTime);
+    }
+    return exchange.release();
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+
+  static void onCompleted(void* self, MHD_Connection*, void** context, MHD_RequestTerminationCode) {
+    auto* exchange = static_cast<Exchange*>(*context);
+    *context = nullptr;
+    if (exchange == nullptr) return;
+    Impl& server = of(self);
+    if (exchange->place != nullptr) {
+      server.table.endAt(exchange->place, Clock::now() + server.settings.limits.idleTime);
+    }
+    const bool counted = exchange->counted;
+    delete exchange;
+    const std::lock_guard<std::mutex> lock(server.mutex);
+    if (counted) --server.underWay;
+    server.changed.notify_all();
+  }
+
+  static MHD_Result onRequest(void* self, MHD_Connection* connection, const char*,
+                              const char* method, const char*, const char* data, std::size_t* size,
+                              void** context) try {
+    auto* exchange = static_cast<Exchange*>(*context);
+    if (exchange == nullptr) return MHD_NO;
+    if (exchange->answered) return of(self).send(connection, *exchange);
+    if (!exchange->headRead) {
+      exchange->headRead = true;
+      return of(self).readHead(connection, method, *exchange);
+    }
+    if (*size > 0) {
+      of(self).readBody(*exchange, data, *size);
+      *size = 0;
+      return MHD_YES;
+    }
+    return of(self).bodyIsComplete(connection, *exchange);
+  } catch (const std::exception&) {
+    return MHD_NO;
+  }
+
+  // ---- One request. ----
+
+  static ConnectionTable::Connection* placeOf(MHD_Connection* connection) {
+    const MHD_ConnectionInfo* info =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
+    return info == nullptr ? nullptr
+                           : static_cast<ConnectionTable::Connection*>(info->socket_context);
+  }
+
+  static MHD_Result addHeader(void* head, MHD_ValueKind, const char* name, const char* value) try {
+    static_cast<RequestHead*>(head)->headers.emplace_back(name, value == nullptr ? "" : value);
+    return MHD_YES;
+  } catch (const std::exception&) {
+    return MHD_NO;
+  }
+
+  MHD_Result readHead(MHD_Connection* connection, const char* method, Exchange& exchange) {
+    RequestHead head;
+    head.method = method;
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &addHeader, &head);
+    exchange.refusal =
+        exchange.place == nullptr || exchange.place->overLimit ? 503 : refusalOf(head, rules);
+    if (exchange.refusal == 0) exchange.client.address = exchange.place->address;
+    if (exchange.refusal == 0 && !identify(connection, head, exchange)) {
+      exchange.refusal = settings.authenticator != nullptr ? 401 : 403;
+    }
+    if (exchange.refusal == 0) return MHD_YES;
+    // A body whose length is not clear is not waited for.
+    return exchange.refusal != 400 && mayFinish(head) ? MHD_YES : send(connection, exchange);
+  }
+
+  /// Whether a refused client's body is passed over before it is told, so that it reads the answer.
+  static bool mayFinish(const RequestHead& head) {
+    const bool asksFirst = head.header("Expect") != nullptr;
+    return !asksFirst && head.method == "POST" && head.header("Transfer-Encoding") == nullptr &&
+           contentLength(head) > 0 && contentLength(head) <= kPatienceBytes;
+  }
+
+  /// False when nobody who may ask shows himself. A password is looked at later, by a worker.
+  bool identify(MHD_Connection* connection, const RequestHead& head, Exchange& exchange) {
+    if (settings.tls != nullptr && !settings.tls->authorityText().empty()) {
+      const MHD_ConnectionInfo* info =
+          MHD_get_connection_info(connection, MHD_CONNECTION_INFO_GNUTLS_SESSION);
+      exchange.client.user = settings.tls->verifiedName(
+          static_cast<gnutls_session_int*>(info == nullptr ? nullptr : info->tls_session));
+      if (!exchange.client.user.empty()) return true;
+      if (settings.authenticator == nullptr) return false;
+    }
+    return settings.authenticator == nullptr || readCredentials(head, exchange.credentials);
+  }
+
+  void readBody(Exchange& exchange, const char* data, std::size_t size) {
+    if (exchange.refusal != 0) return;
+    if (!bodies.take(size)) {
+      exchange.refusal = 503;
+      return;
+    }
+    exchange.bodyHeld += size;
+    exchange.body.append(data, size);
+  }
+
+  MHD_Result bodyIsComplete(MHD_Connection* connection, Exchange& exchange) {
+    if (exchange.refusal != 0) return send(connection, exchange);
+    table.letGoOn(exchange.place);
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (stopping) return MHD_NO;
+    const auto [entry, isNew] = suspended.emplace(connection, &exchange);
+    try {
+      workers->add([this, connection, &exchange] { work(connection, exchange); });
+    } catch (const std::bad_alloc&) {
+      suspended.erase(entry);
+      exchange.refusal = 503;
+      return send(connection, exchange);
+    }
+    exchange.counted = true;
+    ++underWay;
+    MHD_suspend_connection(connection);  // the worker gives it back under the same lock
+    return MHD_YES;
+  }
+
+  // ---- In a worker. ----
+
+  void work(MHD_Connection* connection, Exchange& exchange) noexcept {
+    try {
+      if (isAllowed(exchange)) exchange.answer = handler(exchange.client, exchange.body);
+    } catch (...) {
+      exchange.refusal = statusOf(std::current_exception());
+    }
+    exchange.body = std::string();
+    bodies.give(std::exchange(exchange.bodyHeld, 0));
+    if (exchange.delay.count() == 0) return handBack(connection, exchange);
+    try {
+      table.runAt(exchange.place, Clock::now() + exchange.delay,
+                  [this, connection, &exchange] { handBack(connection, exchange); });
+    } catch (const std::bad_alloc&) {
+      handBack(connection, exchange);
+    }
+  }
+
+  bool isAllowed(Exchange& exchange) {
+    if (settings.authenticator == nullptr || !exchange.client.user.empty()) return true;
+    const Authenticator::Answer answer = settings.authenticator->authenticate(
+        exchange.client.address, exchange.credentials.user, exchange.credentials.password);
+    exchange.delay = answer.delay;
+    if (answer.verdict == Authenticator::Verdict::kTooMany) exchange.refusal = 429;
+    if (answer.verdict == Authenticator::Verdict::kWrong) exchange.refusal = 401;
+    if (exchange.refusal != 0) return false;
+    exchange.client.user = exchange.credentials.user;
     return true;
   }
 
-  /// The library's queue of connections not yet accepted is five long: a burst of clients would
-  /// wait for seconds.
-  void lengthenBacklog() { ::listen(svr_sock_, SOMAXCONN); }
-
-  /// Answers one request that nobody sees, so that the library makes its constants while there is
-  /// one thread only: a thread sanitizer cannot follow how a library without it guards them.
-  void makeConstants() {
-    int ends[2];
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return;
-    constexpr char kRefused[] = "POST / HTTP/1.1\r\n\r\n";  // without a length
-    ::send(ends[0], kRefused, sizeof kRefused - 1, MSG_NOSIGNAL);
-    DeadlineStream stream(ends[1], limits);
-    stream.beginRequest();
-    bool closed = false;
-    process_request(stream, true, closed, nullptr);
-    ::close(ends[0]);
-    ::close(ends[1]);
+  /// The exchange belongs to the library's thread again.
+  void handBack(MHD_Connection* connection, Exchange& exchange) noexcept {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (suspended.erase(connection) == 0) return;
+    exchange.answered = true;
+    MHD_resume_connection(connection);
   }
 
-  /// True when a request was answered before all of it was read.
-  bool serveConnection(socket_t socket) {
-    DeadlineStream stream(socket, limits);
-    bool closed = false;
-    for (std::size_t i = 1; !closed && i <= kRequestsPerConnection; ++i) {
-      if (connections.stopping() || !stream.waitForRequest()) return false;
-      stream.beginRequest();
-      if (stream.peek(7) == "M-POST ") {
-        sendFinal(socket, 501);
-        return true;
+  // ---- The answer. ----
+
+  static void release(void* text) { delete static_cast<std::string*>(text); }
+
+  MHD_Result send(MHD_Connection* connection, Exchange& exchange) {
+    if (exchange.refusal == 0 && !answers.take(exchange.answer.body.size())) exchange.refusal = 503;
+    if (exchange.refusal == 0) exchange.answerHeld = exchange.answer.body.size();
+    const int status = exchange.refusal != 0 ? exchange.refusal : exchange.answer.status;
+    auto body = std::make_unique<std::string>();
+    if (exchange.refusal == 0) *body = std::move(exchange.answer.body);
+    std::string* text = body.get();
+    MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
+        text->size(), text->data(), &release, text);
+    if (response == nullptr) return MHD_NO;
+    body.release();
+    addHeaders(response, exchange, status);
+    const auto inTime = milliseconds(1000 * text->size() / settings.limits.writeBytesPerSecond);
+    if (exchange.place != nullptr) {
+      table.abortAt(exchange.place, Clock::now() + settings.limits.writeTime + inTime);
+    }
+    const MHD_Result queued =
+        MHD_queue_response(connection, static_cast<unsigned>(status), response);
+    MHD_destroy_response(response);
+    return queued;
+  }
+
+  void addHeaders(MHD_Response* response, const Exchange& exchange, int status) const {
+    const auto add = [&](const char* name, const char* value) {
+      MHD_add_response_header(response, name, value);
+    };
+    if (exchange.refusal != 0) add("Connection", "close");
+    if (status == 405) add("Allow", "POST");
+    if (status == 401 && settings.authenticator != nullptr) {
+      add("WWW-Authenticate", "Basic realm=\"orvcim\"");
+    }
+    if (status == 429) add("Retry-After", "30");
+    if (exchange.refusal != 0) return;
+    add("Content-Type", kXml);
+    if (exchange.answer.cimError.empty()) {
+      add("CIMOperation", "MethodResponse");
+      add("Cache-Control", "no-cache");
+    } else {
+      add("CIMError", exchange.answer.cimError.c_str());
+    }
+  }
+
+  // ---- Life. ----
+
+  std::vector<MHD_OptionItem> options() {
+    const auto seconds = std::max<long>(
+        1, std::chrono::duration_cast<std::chrono::seconds>(settings.limits.writeTime).count());
+    const std::size_t room =
+        settings.limits.headerBytes + 4096;  // and what the library keeps there
+    std::vector<MHD_OptionItem> items = {
+        {MHD_OPTION_LISTEN_SOCKET, socket->descriptor(), nullptr},
+        {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<intptr_t>(room), nullptr},
+        {MHD_OPTION_CONNECTION_TIMEOUT, seconds, nullptr},
+        // The table's limits come first.
+        {MHD_OPTION_CONNECTION_LIMIT,
+         static_cast<intptr_t>(tableLimits(settings.limits).connections + 64), nullptr},
+        {MHD_OPTION_NOTIFY_COMPLETED, reinterpret_cast<intptr_t>(&onCompleted), this},
+        {MHD_OPTION_NOTIFY_CONNECTION, reinterpret_cast<intptr_t>(&onConnection), this},
+        {MHD_OPTION_URI_LOG_CALLBACK, reinterpret_cast<intptr_t>(&onFirstLine), this},
+        {MHD_OPTION_EXTERNAL_LOGGER, reinterpret_cast<intptr_t>(&passOver), nullptr},
+    };
+    if (settings.tls != nullptr) {
+      items.push_back({MHD_OPTION_HTTPS_CERT_CALLBACK2, 0, TlsCredentials::chooser()});
+      items.push_back({MHD_OPTION_HTTPS_PRIORITIES, 0, const_cast<char*>(kPriorities)});
+      if (!settings.tls->authorityText().empty()) {
+        items.push_back({MHD_OPTION_HTTPS_MEM_TRUST, 0,
+                         const_cast<char*>(settings.tls->authorityText().c_str())});
       }
-      bool refused = false;
-      const bool served = process_request(
-          stream, i == kRequestsPerConnection, closed,
-          [&](httplib::Request& request) { refused = refusal(request, limits) != 0; });
-      if (stream.timedOut()) sendFinal(socket, 408);
-      if (stream.headersTooLarge()) sendFinal(socket, 431);
-      if (!served || refused || stream.timedOut() || stream.headersTooLarge()) return true;
     }
-    return false;
+    items.push_back({MHD_OPTION_END, 0, nullptr});
+    return items;
   }
 
-  /// Takes what the client still sends: closing before that would destroy the response on its way.
-  static void drain(socket_t socket, milliseconds atMost) {
-    const auto end = std::chrono::steady_clock::now() + atMost;
-    char bytes[16 * 1024];
-    for (;;) {
-      const ssize_t got = ::recv(socket, bytes, sizeof bytes, MSG_DONTWAIT);
-      const auto left =
-          std::chrono::duration_cast<milliseconds>(end - std::chrono::steady_clock::now());
-      if (got == 0 || left.count() <= 0) return;
-      pollfd wanted{socket, POLLIN, 0};
-      if (got < 0 && ::poll(&wanted, 1, static_cast<int>(left.count())) <= 0) return;
-    }
+  /// What the library has to say is about single clients: broken connections and bad requests.
+  static void passOver(void*, const char*, va_list) {}
+
+  void start(ListenSocket listening) {
+    socket = std::make_unique<ListenSocket>(std::move(listening));
+    std::vector<MHD_OptionItem> items = options();
+    unsigned flags = MHD_USE_AUTO_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG;
+    if (settings.tls != nullptr) flags |= MHD_USE_TLS;
+    daemon = MHD_start_daemon(flags, 0, &onAccept, this, &onRequest, this, MHD_OPTION_ARRAY,
+                              items.data(), MHD_OPTION_END);
+    if (daemon == nullptr) throw std::runtime_error("the HTTP server cannot be started");
   }
 
-  const HttpLimits limits;
+  void stop() {
+    if (daemon == nullptr) return;
+    MHD_quiesce_daemon(daemon);  // the listening socket stays open until the end
+    {
+      std::unique_lock<std::mutex> lock(mutex);
+      stopping = true;
+      changed.wait_for(lock, settings.limits.stopTime, [this] { return underWay == 0; });
+    }
+    workers.reset();
+    handBackAll();
+    MHD_stop_daemon(daemon);
+    daemon = nullptr;
+    socket.reset();
+  }
+
+  /// What no worker began, or what waits to be told of a wrong password.
+  void handBackAll() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    for (const auto& [connection, exchange] : suspended) {
+      exchange->refusal = 503;
+      exchange->answered = true;
+      MHD_resume_connection(connection);
+    }
+    suspended.clear();
+  }
+
+  const HttpSettings settings;
   const HttpServer::Handler handler;
-  Connections connections;
-  std::thread listener;
+  const HeadRules rules;
+  Budget bodies;
+  Budget answers;
+  ConnectionTable table;
+  std::mutex mutex;  // guards suspended, underWay and the change of stopping
+  std::condition_variable changed;
+  std::map<MHD_Connection*, Exchange*> suspended;  // with a worker, or waiting for one
+  std::size_t underWay = 0;                        // exchanges from there to their answer's end
+  std::atomic<bool> stopping{false};
+  std::unique_ptr<WorkerPool> workers;
+  std::unique_ptr<ListenSocket> socket;
+  MHD_Daemon* daemon = nullptr;
 };
 
-HttpServer::HttpServer(HttpLimits limits, Handler handler)
-    : impl_(std::make_unique<Impl>(limits, std::move(handler))) {}
+HttpServer::HttpServer(HttpSettings settings, Handler handler)
+    : impl_(std::make_unique<Impl>(std::move(settings), std::move(handler))) {}
 
 HttpServer::~HttpServer() { stop(); }
 
-int HttpServer::start(const ListenAddress& address) {
-  int port = address.port;
-  if (port == 0) {
-    port = impl_->bind_to_any_port(address.host);
-  } else if (!impl_->bind_to_port(address.host, port)) {
-    port = -1;
-  }
-  if (port < 0) {
-    throw std::runtime_error("cannot listen on " + address.host + " port " +
-                             std::to_string(address.port) + ": the address is in use or not here");
-  }
-  impl_->lengthenBacklog();
-  impl_->makeConstants();
-  impl_->listener = std::thread([this] { impl_->listen_after_bind(); });
-  while (!impl_->is_running()) std::this_thread::yield();
-  return port;
-}
+void HttpServer::start(ListenSocket socket) { impl_->start(std::move(socket)); }
 
-void HttpServer::stop() {
-  if (!impl_->listener.joinable()) return;
-  impl_->connections.stop();
-  impl_->stop();
-  impl_->listener.join();
-}
+void HttpServer::stop() { impl_->stop(); }
+
+std::chrono::milliseconds HttpServer::longestWait() const { return impl_->workers->longestWait(); }
 
 }  // namespace orv::serve

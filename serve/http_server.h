@@ -5,19 +5,44 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "serve/authenticator.h"
 #include "serve/listen_address.h"
+#include "serve/tls_credentials.h"
 
 namespace orv::serve {
 
 /// Limits that keep one client from harming another.
 struct HttpLimits {
-  std::size_t bodyBytes = 1024U * 1024;  ///< a request of a client has a few kilobytes
-  std::size_t headerBytes = 32U * 1024;  ///< request line and headers of one request
-  std::size_t connections = 128;
-  std::chrono::milliseconds requestTime{30'000};  ///< from the first byte of a request to its last
-  std::chrono::milliseconds idleTime{15'000};     ///< of a kept-alive connection between requests
-  std::chrono::milliseconds writeTime{30'000};    ///< for a client to take a response
+  std::size_t bodyBytes = 1024U * 1024;       ///< a request of a client has a few kilobytes
+  std::size_t bodyBytesInAll = 64U << 20;     ///< of all requests that are arriving or waiting
+  std::size_t headerBytes = 32U * 1024;       ///< request line and headers of one request
+  std::size_t answerBytesInAll = 256U << 20;  ///< of all answers that their clients are taking
+  std::size_t connections = 512;
+  std::size_t connectionsPerAddress = 128;
+  std::size_t workers = 8;                        ///< requests that are worked on at a time
+  std::chrono::milliseconds requestTime{30'000};  ///< from a request's first line to its last byte
+  std::chrono::milliseconds idleTime{15'000};     ///< until the first line, TLS included
+  std::chrono::milliseconds writeTime{30'000};    ///< for a client to take a response, and beyond
+  std::size_t writeBytesPerSecond = 16U * 1024;   ///< that, at this rate
+  std::chrono::milliseconds stopTime{3'000};      ///< for requests under way, when the server stops
+};
+
+struct HttpSettings {
+  HttpLimits limits;
+  /// Names under which clients may ask, besides addresses and "localhost".
+  std::vector<std::string> hostNames;
+  /// Absent: plain HTTP. Must outlive the server.
+  TlsCredentials* tls = nullptr;
+  /// Absent: everybody may ask. Must outlive the server.
+  Authenticator* authenticator = nullptr;
+};
+
+/// Who asks.
+struct Client {
+  std::string address;
+  std::string user;  ///< empty without authentication
 };
 
 /// What a request message is answered with.
@@ -27,28 +52,33 @@ struct HttpAnswer {
   std::string cimError;  ///< value of a CIMError header; empty: none
 };
 
-/// HTTP for CIM-XML on a loopback address: POST on any path, one thread a connection.
+/// HTTP for CIM-XML: POST on any path. One thread speaks with all clients; a few workers make the
+/// answers.
 ///
-/// Answers by itself: 400 for what is no HTTP, 405 for other methods, 408 for a request that does
-/// not arrive in time, 411 without a length, 413 and 431 for what is too large, 415 for a body that
-/// is no XML, 501 for M-POST, 503 above the number of connections.
+/// Answers by itself what serve/request_head.h says, and 401 to a client that is not known, 413 and
+/// 431 for what is too large, 429 to an address that failed before, 503 when there are too many
+/// connections or not enough memory. Each of these ends the connection.
 class HttpServer {
  public:
-  /// Runs on the connection's thread; an exception becomes 500.
-  using Handler = std::function<HttpAnswer(const std::string& body)>;
+  /// Runs in a worker; std::bad_alloc and std::system_error become 503, other exceptions 500.
+  using Handler = std::function<HttpAnswer(const Client& client, const std::string& body)>;
 
-  HttpServer(HttpLimits limits, Handler handler);
+  HttpServer(HttpSettings settings, Handler handler);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
-  /// Binds and starts to listen; the port in use.
+  /// Starts to serve.
   ///
-  /// Fails: std::runtime_error with a message, when the address is taken.
-  int start(const ListenAddress& address);
+  /// Fails: std::runtime_error with a message.
+  void start(ListenSocket socket);
 
-  /// Takes no more connections, ends those that wait, lets requests under way finish. Idempotent.
+  /// Takes no more connections, lets requests under way finish for `stopTime`, ends all others.
+  /// Idempotent.
   void stop();
+
+  /// See WorkerPool::longestWait.
+  std::chrono::milliseconds longestWait() const;
 
  private:
   struct Impl;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "broker/values.h"
+#include "serve/destination.h"
 
 namespace orv::serve {
 
@@ -22,70 +23,66 @@ class Listener {
   virtual ~Listener() = default;
   /// Posts one message; true when the listener took it. Waits for it, at most a time-out.
   virtual bool post(const std::string& message) = 0;
-  /// Ends a post that is under way, or else has no effect; called from another thread.
+  /// Ends a post that is under way, and every later one at once; called from another thread.
   virtual void cancel() = 0;
 };
 
-/// Posts over HTTP to "http://host[:port][/path]".
-///
-/// Fails: std::invalid_argument for another text; see IndicationExport::isUsable.
-std::unique_ptr<Listener> makeHttpListener(const std::string& url,
-                                           std::chrono::milliseconds timeout);
-
-/// Delivers indications to listeners: one thread and one bounded queue a destination, so that a
+/// Delivers indications to listeners: one thread and one bounded queue per destination, so that a
 /// dead listener delays neither a provider nor another listener. A full queue loses its oldest
-/// indication, and says so on standard error.
+/// indications, and says so in the log.
 class IndicationExport {
  public:
   struct Settings {
+    std::size_t destinations = 128;  ///< each has a thread
     std::size_t queueLength = 256;
+    std::size_t queueBytes = 1U << 20;
     int attempts = 4;  ///< the first one and three more
     std::chrono::milliseconds retryInterval{20'000};
-    std::chrono::milliseconds timeout{10'000};  ///< of one attempt
   };
-  using MakeListener =
-      std::function<std::unique_ptr<Listener>(const std::string&, std::chrono::milliseconds)>;
+  using MakeListener = std::function<std::unique_ptr<Listener>(const Destination&)>;
 
-  explicit IndicationExport(Settings settings, MakeListener makeListener = makeHttpListener);
+  IndicationExport(Settings settings, MakeListener makeListener);
   /// Stops at once; what is queued is lost.
   ~IndicationExport();
   IndicationExport(const IndicationExport&) = delete;
   IndicationExport& operator=(const IndicationExport&) = delete;
 
-  /// Never waits for a listener.
+  /// Makes ready for indications to a destination; again is allowed.
   ///
-  /// Fails: std::system_error when a new destination's thread cannot be had.
-  void enqueue(const std::string& url, const broker::Instance& indication);
+  /// Fails: std::runtime_error when there are too many, or no thread is to be had.
+  void prepare(const Destination& destination);
+
+  /// Queues an indication for a destination that has been prepared; nothing for another one. Never
+  /// waits for a listener, never throws: what there is no memory for is lost, and said so.
+  void enqueue(const Destination& destination, const broker::Instance& indication) noexcept;
 
   /// Drops the queue of a destination that nobody subscribes for any more. Does not wait.
-  void forget(const std::string& url);
-
-  /// True for a destination that we can post to.
-  static bool isUsable(const std::string& url);
+  void forget(const Destination& destination);
 
  private:
-  struct Destination {
+  struct Queue {
     std::string url;
     std::unique_ptr<Listener> listener;
-    std::deque<std::string> messages;  // guarded by mutex_, as the next three
-    bool keepsUp = true;               // nothing was dropped since the queue was last empty
+    std::deque<std::string> messages;  // guarded by mutex_, as the next four
+    std::size_t bytes = 0;
+    bool keepsUp = true;  // nothing was dropped since the queue was last empty
     bool stop = false;
     bool finished = false;  // the thread has nothing more to do but end
     std::condition_variable changed;
     std::thread thread;
   };
 
-  std::unique_ptr<Destination> makeDestination(const std::string& url);
-  void run(Destination& destination);
-  bool deliver(Destination& destination, const std::string& message);
-  static void stop(Destination& destination);
+  void run(Queue& queue);
+  void push(Queue& queue, std::string message);
+  bool deliver(Queue& queue, const std::string& message);
+  static void stop(Queue& queue);
   void joinFinished();
 
   const Settings settings_;
   const MakeListener makeListener_;
   std::mutex mutex_;  // guards what follows and the queues
-  std::map<std::string, std::unique_ptr<Destination>> destinations_;
-  std::vector<std::unique_ptr<Destination>> retired_;  // stopped, to be joined
+  std::map<Destination, std::unique_ptr<Queue>> queues_;
+  std::vector<std::unique_ptr<Queue>> retired_;  // stopped, to be joined
   std::size_t nextMessageId_ = 1;
 };
 

@@ -1,23 +1,24 @@
 #include "serve/listen_address.h"
 
 #include <arpa/inet.h>
+#include <netdb.h>
 #include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <charconv>
+#include <cstring>
+#include <memory>
 #include <stdexcept>
+#include <utility>
+
+#include "serve/addresses.h"
 
 namespace orv::serve {
 namespace {
 
 constexpr int kMaximumPort = 65535;
-
-bool isLoopback(const std::string& host) {
-  in_addr v4{};
-  in6_addr v6{};
-  if (inet_pton(AF_INET, host.c_str(), &v4) == 1) return (ntohl(v4.s_addr) >> 24) == 127;
-  if (inet_pton(AF_INET6, host.c_str(), &v6) == 1) return IN6_IS_ADDR_LOOPBACK(&v6) != 0;
-  return host == "localhost";
-}
 
 int readPort(const std::string& text) {
   int port = -1;
@@ -26,6 +27,34 @@ int readPort(const std::string& text) {
     throw std::invalid_argument("\"" + text + "\" is not a port number (0 to 65535)");
   }
   return port;
+}
+
+[[noreturn]] void cannotListen(const ListenAddress& address, const char* why) {
+  throw std::runtime_error("cannot listen on " + address.host + " port " +
+                           std::to_string(address.port) + ": " + why);
+}
+
+struct Resolved {
+  sockaddr_storage storage{};
+  socklen_t size = 0;
+};
+
+Resolved resolve(const ListenAddress& address) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  hints.ai_flags = AI_NUMERICSERV | (address.host == "localhost" ? 0 : AI_NUMERICHOST);
+  addrinfo* found = nullptr;
+  const int error =
+      getaddrinfo(address.host.c_str(), std::to_string(address.port).c_str(), &hints, &found);
+  if (error != 0) cannotListen(address, gai_strerror(error));
+  const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, freeaddrinfo);
+  Resolved resolved;
+  std::memcpy(&resolved.storage, found->ai_addr, found->ai_addrlen);
+  resolved.size = found->ai_addrlen;
+  if (address.host == "localhost" && !isLoopback(resolved.storage)) {
+    cannotListen(address, "localhost is not a loopback address on this host");
+  }
+  return resolved;
 }
 
 }  // namespace
@@ -41,12 +70,68 @@ ListenAddress readListenAddress(const std::string& text) {
     address.host = address.host.substr(1, address.host.size() - 2);
   }
   address.port = readPort(text.substr(colon + 1));
-  if (!isLoopback(address.host)) {
-    throw std::invalid_argument(address.host +
-                                " is not a loopback address: this endpoint serves this machine "
-                                "only; for remote access load the library into sfcb");
+  in6_addr binary{};
+  if (address.host != "localhost" && inet_pton(AF_INET, address.host.c_str(), &binary) != 1 &&
+      inet_pton(AF_INET6, address.host.c_str(), &binary) != 1) {
+    throw std::invalid_argument("\"" + address.host +
+                                "\" is not an address of this host; write 127.0.0.1:5988, "
+                                "[::]:5989 or localhost:5988");
   }
   return address;
+}
+
+ListenSocket::ListenSocket(const ListenAddress& address) {
+  const Resolved resolved = resolve(address);
+  descriptor_ = ::socket(resolved.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (descriptor_ < 0) cannotListen(address, std::strerror(errno));
+  const int yes = 1;
+  const int no = 0;
+  ::setsockopt(descriptor_, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  // "[::]" serves both families, whatever the host's default is.
+  if (resolved.storage.ss_family == AF_INET6) {
+    ::setsockopt(descriptor_, IPPROTO_IPV6, IPV6_V6ONLY, &no, sizeof no);
+  }
+  if (::bind(descriptor_, reinterpret_cast<const sockaddr*>(&resolved.storage), resolved.size) !=
+          0 ||
+      ::listen(descriptor_, SOMAXCONN) != 0) {
+    const int error = errno;
+    ::close(descriptor_);
+    cannotListen(address, std::strerror(error));
+  }
+  readAddress();
+}
+
+ListenSocket::ListenSocket(int descriptor) : descriptor_(descriptor) {
+  int listening = 0;
+  socklen_t size = sizeof listening;
+  if (::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) != 0 ||
+      listening == 0) {
+    throw std::runtime_error("the descriptor that was handed over is not a listening socket");
+  }
+  readAddress();
+}
+
+ListenSocket::~ListenSocket() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+ListenSocket::ListenSocket(ListenSocket&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)),
+      port_(other.port_),
+      loopback_(other.loopback_),
+      authority_(std::move(other.authority_)) {}
+
+void ListenSocket::readAddress() {
+  sockaddr_storage bound{};
+  socklen_t size = sizeof bound;
+  ::getsockname(descriptor_, reinterpret_cast<sockaddr*>(&bound), &size);
+  loopback_ = serve::isLoopback(bound);
+  const std::string host = addressText(bound);
+  port_ = bound.ss_family == AF_INET6
+              ? ntohs(reinterpret_cast<const sockaddr_in6&>(bound).sin6_port)
+              : ntohs(reinterpret_cast<const sockaddr_in&>(bound).sin_port);
+  authority_ =
+      (host.find(':') == std::string::npos ? host : "[" + host + "]") + ":" + std::to_string(port_);
 }
 
 }  // namespace orv::serve

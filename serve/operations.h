@@ -3,59 +3,96 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "broker/broker.h"
 #include "broker/class_repository.h"
-#include "serve/subscriptions.h"
+#include "serve/interop.h"
+#include "serve/open_enumerations.h"
+#include "serve/request_context.h"
 
 namespace orv::serve {
 
 /// The CIM operations of the endpoint: from a request message to a response message.
 ///
-/// Reading operations go to the broker; those on the indication classes of the interop namespace to
-/// the subscriptions; those that write classes, qualifiers or provider instances answer "not
-/// supported", extrinsic methods "method not found". Any number of threads may ask at once.
+/// Reading operations go to the broker; those in the interop namespace to its objects; those that
+/// write classes, qualifiers or provider instances answer "not supported", extrinsic methods
+/// "method not found". Any number of threads may ask at once.
 class Operations {
  public:
   using Namespaces =
       std::map<std::string, std::shared_ptr<const broker::ClassRepository>, broker::NameLess>;
 
-  static constexpr const char* kInteropNamespace = "root/interop";
+  struct Limits {
+    std::size_t answerBytes = 32U << 20;  ///< of one response message
+    OpenEnumerations::Limits enumerations;
+  };
 
-  /// `broker` and `subscriptions` must outlive the object; `namespaces` holds the interop namespace
-  /// too.
-  Operations(broker::Broker& broker, Namespaces namespaces, Subscriptions& subscriptions,
-             std::string host);
+  /// `broker` and `interop` must outlive the object; `namespaces` holds the interop namespace too.
+  Operations(broker::Broker& broker, const Namespaces& namespaces, Interop& interop,
+             std::string host, Limits limits);
 
-  /// The response message.
+  /// The response message. `client` is the address of who asks.
   ///
-  /// Fails: BadMessage for a text that is no request; a CIM failure is an answer, not an exception.
-  std::string answer(const std::string& requestText);
+  /// Fails: BadMessage for a text that is not a request; a CIM failure is an answer, not an
+  /// exception.
+  std::string answer(const std::string& requestText, const std::string& client);
 
  private:
-  struct Context;
-  using Handler = void (Operations::*)(Context&);
+  using Handler = void (Operations::*)(RequestContext&);
   static const std::map<std::string, Handler, broker::NameLess>& handlers();
 
-  void dispatch(Context& context);
-  void enumerateInstanceNames(Context& context);
-  void enumerateInstances(Context& context);
-  void getInstance(Context& context);
-  void createInstance(Context& context);
-  void modifyInstance(Context& context);
-  void deleteInstance(Context& context);
-  void associators(Context& context);
-  void associatorNames(Context& context);
-  void references(Context& context);
-  void referenceNames(Context& context);
-  void getClass(Context& context);
-  void enumerateClasses(Context& context);
-  void enumerateClassNames(Context& context);
+  void dispatch(RequestContext& context);
+
+  // Instances.
+  void enumerateInstanceNames(RequestContext& context);
+  void enumerateInstances(RequestContext& context);
+  void getInstance(RequestContext& context);
+  void createInstance(RequestContext& context);
+  void modifyInstance(RequestContext& context);
+  void deleteInstance(RequestContext& context);
+  void execQuery(RequestContext& context);
+
+  // Associations.
+  void associators(RequestContext& context);
+  void associatorNames(RequestContext& context);
+  void references(RequestContext& context);
+  void referenceNames(RequestContext& context);
+
+  // Classes; class_operations.cpp.
+  void getClass(RequestContext& context);
+  void enumerateClasses(RequestContext& context);
+  void enumerateClassNames(RequestContext& context);
+
+  // Enumerations that are pulled; pull_operations.cpp.
+  void openEnumerateInstances(RequestContext& context);
+  void openEnumerateInstancePaths(RequestContext& context);
+  void openAssociatorInstances(RequestContext& context);
+  void openAssociatorInstancePaths(RequestContext& context);
+  void openReferenceInstances(RequestContext& context);
+  void openReferenceInstancePaths(RequestContext& context);
+  void openQueryInstances(RequestContext& context);
+  void pullInstancesWithPath(RequestContext& context);
+  void pullInstancePaths(RequestContext& context);
+  void pullInstances(RequestContext& context);
+  void closeEnumeration(RequestContext& context);
+  void open(RequestContext& context, PullKind kind, std::vector<broker::Instance> objects);
+  void pull(RequestContext& context, PullKind kind);
+
+  // What classic and pulled operations share. For names only the paths of the instances count.
+  std::vector<broker::Instance> instancesOf(RequestContext& context);
+  std::vector<broker::Instance> namesOf(RequestContext& context);
+  std::vector<broker::Instance> related(RequestContext& context, broker::Operation operation,
+                                        const char* objectParameter);
+  std::vector<broker::Instance> selected(RequestContext& context, const std::string& query,
+                                         const std::string& language);
 
   broker::Broker& broker_;
-  const Namespaces namespaces_;
-  Subscriptions& subscriptions_;
+  std::map<std::string, ServedNamespace, broker::NameLess> namespaces_;
+  Interop& interop_;
   const std::string host_;
+  const Limits limits_;
+  OpenEnumerations enumerations_;
 };
 
 }  // namespace orv::serve

@@ -1,12 +1,16 @@
 #include "serve/subscriptions.h"
 
 #include <algorithm>
+#include <exception>
 #include <optional>
 #include <utility>
 
 #include "broker/select_expressions.h"
 #include "broker/wql.h"
 #include "cimxml/messages.h"
+#include "serve/addresses.h"
+#include "serve/local_path.h"
+#include "serve/log.h"
 
 namespace orv::serve {
 namespace {
@@ -19,7 +23,6 @@ using cimxml::CimError;
 constexpr const char* kFilter = "CIM_IndicationFilter";
 constexpr const char* kSubscription = "CIM_IndicationSubscription";
 constexpr const char* kDestination = "CIM_ListenerDestination";
-constexpr std::size_t kMaximumEntries = 4096;
 constexpr std::uint64_t kDisabled = 4;
 
 std::string textOf(const Instance& instance, const char* property) {
@@ -51,19 +54,6 @@ const Value* numberOf(const Instance& instance, const char* property) {
                                                                                     : value;
 }
 
-/// A path whose reference keys may come without a namespace, which then is ours.
-ObjectPath normalised(ObjectPath path, const std::string& nameSpace) {
-  path.host.clear();
-  path.nameSpace = nameSpace;
-  for (broker::Key& key : path.keys) {
-    const auto* reference = std::get_if<std::shared_ptr<const ObjectPath>>(&key.value.content);
-    if (reference != nullptr && *reference != nullptr) {
-      key.value = Value::ofReference(normalised(**reference, nameSpace));
-    }
-  }
-  return path;
-}
-
 /// First of SourceNamespaces, or SourceNamespace.
 std::string sourceNamespace(const Instance& filter, const std::string& fallback) {
   const Value* list = filter.property("SourceNamespaces");
@@ -88,17 +78,69 @@ void checkQuery(const Instance& filter) {
   }
 }
 
+/// Whether a property holds a reference to the object.
+bool refersTo(const Instance& instance, const ObjectPath& path) {
+  return std::any_of(
+      instance.path.keys.begin(), instance.path.keys.end(), [&](const broker::Key& key) {
+        const auto* reference = std::get_if<std::shared_ptr<const ObjectPath>>(&key.value.content);
+        return reference != nullptr && *reference != nullptr && **reference == path;
+      });
+}
+
+std::size_t bytesOf(const StoredObject& object) { return storeText({object}).size(); }
+
+bool isListed(const broker::PropertyList& list, const std::string& name) {
+  return !list || std::any_of(list->begin(), list->end(), [&](const std::string& listed) {
+    return broker::sameName(listed, name);
+  });
+}
+
 }  // namespace
 
 Subscriptions::Subscriptions(broker::Broker& broker, const broker::ClassRepository& classes,
-                             IndicationExport& exporter, std::string nameSpace)
-    : broker_(broker), classes_(classes), exporter_(exporter), nameSpace_(std::move(nameSpace)) {}
+                             IndicationExport& exporter, std::string nameSpace, Settings settings)
+    : broker_(broker),
+      classes_(classes),
+      exporter_(exporter),
+      nameSpace_(std::move(nameSpace)),
+      settings_(std::move(settings)),
+      store_(settings_.file) {}
 
 Subscriptions::~Subscriptions() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  for (const Entry& entry : entries_) {
-    if (entry.subscription != 0) broker_.unsubscribe(entry.subscription);
+  for (const auto& entry : entries_) {
+    if (entry->subscription != 0) broker_.unsubscribe(entry->subscription);
   }
+}
+
+void Subscriptions::restore() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  for (const StoredObject& stored : store_.load(classes_)) {
+    auto entry = std::make_unique<Entry>();
+    try {
+      entry->instance = complete(stored.instance);
+    } catch (const CimError& error) {
+      log(LogLevel::kError,
+          "a stored " + stored.instance.path.className + " is left out: " + error.what());
+      continue;
+    }
+    entry->creator = stored.creator;
+    entry->bytes = bytesOf(stored);
+    bytes_ += entry->bytes;
+    entries_.push_back(std::move(entry));
+  }
+  for (const auto& entry : entries_) {
+    if (classes_.isA(entry->instance.path.className, kSubscription)) activateOrTell(*entry);
+  }
+}
+
+void Subscriptions::save() const try {
+  std::vector<StoredObject> objects;
+  for (const auto& entry : entries_) objects.push_back({entry->instance, entry->creator});
+  store_.save(objects);
+} catch (const std::runtime_error& error) {
+  log(LogLevel::kError, error.what());
+  throw CimError(CMPI_RC_ERR_FAILED, "the change cannot be stored");
 }
 
 /// Declared properties with their defaults, the given ones over them, and the path from the keys.
@@ -123,127 +165,221 @@ Instance Subscriptions::complete(const Instance& given) const {
     }
     instance.properties.push_back({property.name, std::move(result)});
   }
-  instance.path = normalised(instance.path, nameSpace_);
+  instance.path = localPath(instance.path, nameSpace_);
   return instance;
 }
 
-void Subscriptions::requireClass(const std::string& className) const {
-  if (classes_.find(className) == nullptr) {
+Subscriptions::Entry* Subscriptions::find(const ObjectPath& path) const {
+  const ObjectPath wanted = localPath(path, nameSpace_);
+  const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const auto& entry) {
+    return entry->instance.path == wanted;
+  });
+  return found == entries_.end() ? nullptr : found->get();
+}
+
+Subscriptions::Entry& Subscriptions::require(const ObjectPath& path) const {
+  if (classes_.find(path.className) == nullptr) {
     throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
   }
+  Entry* entry = find(path);
+  if (entry == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Instance not found");
+  return *entry;
 }
 
-const Subscriptions::Entry* Subscriptions::find(const ObjectPath& path) const {
-  const ObjectPath wanted = normalised(path, nameSpace_);
-  const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
-    return entry.instance.path == wanted;
-  });
-  return found == entries_.end() ? nullptr : &*found;
-}
-
-const Instance& Subscriptions::referenced(const Instance& subscription, const char* role,
-                                          const char* className) const {
+const Subscriptions::Entry& Subscriptions::referenced(const Instance& subscription,
+                                                      const char* role,
+                                                      const char* className) const {
   const Value* key = subscription.path.key(role);
   const auto* path =
       key == nullptr ? nullptr : std::get_if<std::shared_ptr<const ObjectPath>>(&key->content);
   const Entry* entry = path == nullptr || !*path ? nullptr : find(**path);
   if (entry == nullptr || !classes_.isA(entry->instance.path.className, className)) {
     throw CimError(CMPI_RC_ERR_INVALID_PARAMETER,
-                   std::string(role) + " is no " + className + " that is here");
+                   std::string(role) + " is not a " + className + " that is here");
   }
-  return entry->instance;
+  return *entry;
 }
 
-broker::SubscriptionId Subscriptions::subscribe(const Instance& subscription,
-                                                std::string& destination) {
-  const Instance& filter = referenced(subscription, "Filter", kFilter);
-  destination = textOf(referenced(subscription, "Handler", kDestination), "Destination");
-  const Value* state = numberOf(subscription, "SubscriptionState");
-  if (state != nullptr && state->number() == kDisabled) return 0;
+/// What is wrong with a filter or a handler by itself.
+void Subscriptions::check(const Entry& entry) const {
+  const std::string& className = entry.instance.path.className;
+  if (classes_.isA(className, kSubscription)) return;
+  if (classes_.isA(className, kFilter)) return checkQuery(entry.instance);
+  if (!classes_.isA(className, kDestination)) {
+    throw CimError(CMPI_RC_ERR_NOT_SUPPORTED, "Instances of " + className + " are not kept");
+  }
+  const std::string host = hostOf(textOf(entry.instance, "Destination"));
+  if (host.empty()) {
+    throw CimError(
+        CMPI_RC_ERR_INVALID_PARAMETER,
+        "Destination must have the form http://host:port/path or https://host:port/path");
+  }
+  // A name is looked up when an indication is sent, and each address is checked then.
+  if (isNetwork(host) && !settings_.rules.allow(host, entry.creator)) {
+    throw CimError(CMPI_RC_ERR_ACCESS_DENIED, "Indications may not be sent to " + host);
+  }
+}
+
+/// Makes the entry's subscription with the broker, unless it is disabled. Fails: CimError.
+void Subscriptions::activate(Entry& entry) {
+  const Instance& filter = referenced(entry.instance, "Filter", kFilter).instance;
+  const Entry& handler = referenced(entry.instance, "Handler", kDestination);
+  const Destination destination{textOf(handler.instance, "Destination"), handler.creator};
+  entry.destination = destination;
+  const Value* state = numberOf(entry.instance, "SubscriptionState");
+  if (state != nullptr && state->number() == kDisabled) return;
+  try {
+    exporter_.prepare(destination);
+  } catch (const std::runtime_error& error) {
+    throw CimError(CMPI_RC_ERR_FAILED, error.what());
+  }
   broker::IndicationFilter wanted;
   wanted.query = textOf(filter, "Query");
   wanted.language = textOf(filter, "QueryLanguage");
   wanted.sourceNamespace = sourceNamespace(filter, nameSpace_);
   wanted.name = filter.path.toText();
-  const auto deliver = [this, destination](const Instance& indication) {
-    exporter_.enqueue(destination, indication);
-  };
-  const broker::SubscribeResult result = broker_.subscribe(wanted, deliver);
-  if (!result.ok()) throw CimError(result.rc, result.message.value_or("the filter was refused"));
-  return result.id;
+  const broker::SubscribeResult result =
+      broker_.subscribe(wanted, [this, destination](const Instance& indication) {
+        exporter_.enqueue(destination, indication);
+      });
+  if (!result.ok()) {
+    deactivate(entry);
+    throw CimError(result.rc, result.message.value_or("the filter was refused"));
+  }
+  entry.subscription = result.id;
 }
 
-ObjectPath Subscriptions::create(const Instance& given) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  Entry entry;
-  entry.instance = complete(given);
-  const ObjectPath& path = entry.instance.path;
-  if (find(path) != nullptr) throw CimError(CMPI_RC_ERR_ALREADY_EXISTS, "Instance already exists");
-  if (entries_.size() >= kMaximumEntries) {
-    throw CimError(CMPI_RC_ERR_FAILED, "too many indication objects");
-  }
-  if (classes_.isA(path.className, kSubscription)) {
-    entry.subscription = subscribe(entry.instance, entry.destination);
-  } else if (classes_.isA(path.className, kFilter)) {
-    checkQuery(entry.instance);
-  } else if (!classes_.isA(path.className, kDestination)) {
-    throw CimError(CMPI_RC_ERR_NOT_SUPPORTED, "Instances of " + path.className + " are not kept");
-  } else if (!IndicationExport::isUsable(textOf(entry.instance, "Destination"))) {
-    throw CimError(CMPI_RC_ERR_INVALID_PARAMETER,
-                   "Destination must have the form http://host:port/path");
-  }
-  entries_.push_back(std::move(entry));
-  return entries_.back().instance.path;
-}
-
-bool Subscriptions::isUsed(const ObjectPath& path) const {
-  return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
-    return std::any_of(entry.instance.path.keys.begin(), entry.instance.path.keys.end(),
-                       [&](const broker::Key& key) {
-                         const auto* reference =
-                             std::get_if<std::shared_ptr<const ObjectPath>>(&key.value.content);
-                         return reference != nullptr && *reference != nullptr &&
-                                **reference == path;
-                       });
+/// Ends it with the broker; the destination's queue goes when nobody else uses it.
+void Subscriptions::deactivate(Entry& entry) {
+  if (entry.subscription != 0) broker_.unsubscribe(std::exchange(entry.subscription, 0));
+  const std::optional<Destination> destination = std::exchange(entry.destination, std::nullopt);
+  const bool stillUsed = std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) {
+    return other->destination == destination;
   });
+  if (destination && !stillUsed) exporter_.forget(*destination);
+}
+
+void Subscriptions::activateOrTell(Entry& entry) try {
+  activate(entry);
+} catch (const CimError& error) {
+  log(LogLevel::kError,
+      "subscription " + entry.instance.path.toText() + " cannot be made again: " + error.what());
+}
+
+ObjectPath Subscriptions::create(const Instance& given, const std::string& creator) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  auto entry = std::make_unique<Entry>();
+  entry->instance = complete(given);
+  entry->creator = creator;
+  const ObjectPath path = entry->instance.path;
+  if (find(path) != nullptr) throw CimError(CMPI_RC_ERR_ALREADY_EXISTS, "Instance already exists");
+  check(*entry);
+  entry->bytes = bytesOf({entry->instance, creator});
+  if (entries_.size() >= settings_.objects || bytes_ + entry->bytes > settings_.bytes) {
+    throw CimError(CMPI_RC_ERR_FAILED, "there are too many indication objects, or too large ones");
+  }
+  Entry& added = *entries_.emplace_back(std::move(entry));
+  try {
+    if (classes_.isA(path.className, kSubscription)) activate(added);
+    save();
+  } catch (...) {
+    deactivate(added);
+    entries_.pop_back();
+    throw;
+  }
+  bytes_ += added.bytes;
+  return path;
+}
+
+std::vector<Subscriptions::Entry*> Subscriptions::usersOf(Entry& entry) const {
+  if (classes_.isA(entry.instance.path.className, kSubscription)) return {&entry};
+  std::vector<Entry*> users;
+  for (const auto& other : entries_) {
+    if (refersTo(other->instance, entry.instance.path)) users.push_back(other.get());
+  }
+  return users;
+}
+
+void Subscriptions::modify(const Instance& given, const broker::PropertyList& properties) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Entry& entry = require(given.path);
+  Entry changed;
+  changed.instance = entry.instance;
+  changed.creator = entry.creator;
+  const broker::ClassDefinition& definition = *classes_.find(entry.instance.path.className);
+  for (broker::Property& property : changed.instance.properties) {
+    const broker::PropertyDefinition& declared = *definition.property(property.name);
+    const Value* value = given.property(property.name);
+    if (declared.key || value == nullptr || !isListed(properties, property.name)) continue;
+    checkType(declared, *value);
+    property.value = *value;
+  }
+  check(changed);
+  changed.bytes = bytesOf({changed.instance, changed.creator});
+  if (bytes_ - entry.bytes + changed.bytes > settings_.bytes) {
+    throw CimError(CMPI_RC_ERR_FAILED, "the indication objects are too large");
+  }
+  const std::vector<Entry*> users = usersOf(entry);
+  for (Entry* user : users) deactivate(*user);
+  std::swap(entry.instance, changed.instance);
+  std::swap(entry.bytes, changed.bytes);
+  try {
+    for (Entry* user : users) activate(*user);
+    save();
+  } catch (...) {
+    for (Entry* user : users) deactivate(*user);
+    std::swap(entry.instance, changed.instance);
+    std::swap(entry.bytes, changed.bytes);
+    for (Entry* user : users) activateOrTell(*user);
+    throw;
+  }
+  bytes_ += entry.bytes - changed.bytes;
 }
 
 void Subscriptions::remove(const ObjectPath& path) {
-  requireClass(path.className);
   const std::lock_guard<std::mutex> lock(mutex_);
-  const Entry* entry = find(path);
-  if (entry == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Instance not found");
-  if (isUsed(entry->instance.path)) {
-    const bool isFilter = classes_.isA(entry->instance.path.className, kFilter);
+  Entry& entry = require(path);
+  const bool isSubscription = classes_.isA(entry.instance.path.className, kSubscription);
+  if (!isSubscription && !usersOf(entry).empty()) {
+    const bool isFilter = classes_.isA(entry.instance.path.className, kFilter);
     throw CimError(CMPI_RC_ERR_FAILED, isFilter ? "Filter in use" : "Handler in use");
   }
-  if (entry->subscription != 0) broker_.unsubscribe(entry->subscription);
-  const std::string destination = entry->destination;
-  entries_.erase(entries_.begin() + (entry - entries_.data()));
-  const bool stillUsed = std::any_of(entries_.begin(), entries_.end(), [&](const Entry& other) {
-    return other.destination == destination;
-  });
-  if (!destination.empty() && !stillUsed) exporter_.forget(destination);
+  const auto at = std::find_if(entries_.begin(), entries_.end(),
+                               [&](const auto& other) { return other.get() == &entry; });
+  const auto index = at - entries_.begin();
+  std::unique_ptr<Entry> removed = std::move(*at);
+  entries_.erase(at);
+  try {
+    save();
+  } catch (...) {
+    entries_.insert(entries_.begin() + index, std::move(removed));
+    throw;
+  }
+  bytes_ -= removed->bytes;
+  deactivate(*removed);
 }
 
 Instance Subscriptions::get(const ObjectPath& path) const {
-  requireClass(path.className);
   const std::lock_guard<std::mutex> lock(mutex_);
-  const Entry* entry = find(path);
-  if (entry == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Instance not found");
-  return entry->instance;
+  return require(path).instance;
 }
 
 std::vector<Instance> Subscriptions::enumerate(const std::string& className) const {
-  requireClass(className);
   const std::lock_guard<std::mutex> lock(mutex_);
   std::vector<Instance> instances;
-  for (const Entry& entry : entries_) {
-    if (classes_.isA(entry.instance.path.className, className)) {
-      instances.push_back(entry.instance);
+  for (const auto& entry : entries_) {
+    if (className.empty() || classes_.isA(entry->instance.path.className, className)) {
+      instances.push_back(entry->instance);
     }
   }
   return instances;
+}
+
+bool Subscriptions::concerns(const std::string& className) const {
+  for (const char* kept : {kFilter, kDestination, kSubscription}) {
+    if (classes_.isA(className, kept) || classes_.isA(kept, className)) return true;
+  }
+  return false;
 }
 
 }  // namespace orv::serve

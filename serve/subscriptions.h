@@ -1,61 +1,92 @@
 #pragma once
 
-#include <map>
+#include <cstddef>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "broker/broker.h"
 #include "broker/class_repository.h"
 #include "broker/values.h"
+#include "serve/destination.h"
 #include "serve/indication_export.h"
+#include "serve/subscription_store.h"
 
 namespace orv::serve {
 
-/// The indication classes of the interop namespace: filters, handlers and subscriptions, kept in
-/// memory. A subscription is made with the broker when its instance is created, and ended when it
-/// is deleted.
+/// The indication classes of the interop namespace: filters, handlers and subscriptions. A
+/// subscription is made with the broker when its instance is created, and ended when it is deleted;
+/// all of them are kept in a file and made again when the service starts.
 ///
-/// Every operation may be called from any thread and throws CimError.
+/// Every operation may be called from any thread and throws CimError. One that fails changes
+/// nothing, in the file neither.
 class Subscriptions {
  public:
+  struct Settings {
+    std::string file;  ///< empty: the objects live as long as the process
+    DestinationRules rules;
+    std::size_t objects = 4096;
+    std::size_t bytes = 4U << 20;  ///< of all objects together, as they are kept
+  };
+
   /// All three must outlive the object. `classes` are those of the interop namespace.
   Subscriptions(broker::Broker& broker, const broker::ClassRepository& classes,
-                IndicationExport& exporter, std::string nameSpace);
+                IndicationExport& exporter, std::string nameSpace, Settings settings);
   ~Subscriptions();
   Subscriptions(const Subscriptions&) = delete;
   Subscriptions& operator=(const Subscriptions&) = delete;
 
-  /// The path of the new instance.
-  broker::ObjectPath create(const broker::Instance& given);
+  /// Reads the file and makes its subscriptions. One that cannot be made, since its provider
+  /// refuses or is gone, is kept and told in the log. Called once, before the first operation.
+  ///
+  /// Fails: std::runtime_error when the file cannot be read.
+  void restore();
+
+  /// The path of the new instance; `creator` is the client's address.
+  broker::ObjectPath create(const broker::Instance& given, const std::string& creator);
+  /// Sets the given properties, or of these the listed ones. What uses the object follows at once.
+  void modify(const broker::Instance& given, const broker::PropertyList& properties);
   void remove(const broker::ObjectPath& path);
   broker::Instance get(const broker::ObjectPath& path) const;
-  /// Instances of the class and its subclasses.
+  /// Instances of the class and its subclasses; of all classes for an empty name.
   std::vector<broker::Instance> enumerate(const std::string& className) const;
+  /// Whether the class is one of those that are kept here, or an ancestor of one.
+  bool concerns(const std::string& className) const;
 
  private:
   struct Entry {
     broker::Instance instance;
+    std::string creator;
+    std::size_t bytes = 0;
     broker::SubscriptionId subscription = 0;
-    std::string destination;  // of a subscription
+    std::optional<Destination> destination;  // of a subscription
   };
+  using Entries = std::vector<std::unique_ptr<Entry>>;
 
-  void requireClass(const std::string& className) const;
   broker::Instance complete(const broker::Instance& given) const;
-  broker::SubscriptionId subscribe(const broker::Instance& subscription, std::string& destination);
-  const Entry* find(const broker::ObjectPath& path) const;
-  const broker::Instance& referenced(const broker::Instance& subscription, const char* role,
-                                     const char* className) const;
-  bool isUsed(const broker::ObjectPath& path) const;
+  void check(const Entry& entry) const;
+  void activate(Entry& entry);
+  void deactivate(Entry& entry);
+  void activateOrTell(Entry& entry);
+  Entry* find(const broker::ObjectPath& path) const;
+  Entry& require(const broker::ObjectPath& path) const;
+  const Entry& referenced(const broker::Instance& subscription, const char* role,
+                          const char* className) const;
+  std::vector<Entry*> usersOf(Entry& entry) const;
+  void save() const;
 
   broker::Broker& broker_;
   const broker::ClassRepository& classes_;
   IndicationExport& exporter_;
   const std::string nameSpace_;
+  const Settings settings_;
+  const SubscriptionStore store_;
   mutable std::mutex
-      mutex_;  // guards entries_; held while the broker subscribes, never in a handler
-  std::vector<Entry> entries_;
+      mutex_;  // guards what follows; held while the broker subscribes, never in a handler
+  Entries entries_;
+  std::size_t bytes_ = 0;
 };
 
 }  // namespace orv::serve

@@ -181,7 +181,7 @@ int runCommand(const Options& options, Session& session, Printer& printer) {
     case Command::kHealth:
       return runHealth(options, session, printer);
     case Command::kServe:
-      return runServe(options, session);
+      return runServe(options);
   }
   return kExitBadInput;
 }

@@ -17,8 +17,10 @@ int runWatch(const Options& options, Session& session, Printer& printer);
 /// Prints the roll-up and the latched records, after the providers' first look at the hardware.
 int runHealth(const Options& options, Session& session, Printer& printer);
 
-/// Serves CIM clients over HTTP until SIGINT or SIGTERM. Both must be blocked in every thread.
-int runServe(const Options& options, Session& session);
+/// Becomes the daemon that serves CIM clients. Returns only with a failure.
+///
+/// Fails: BadInput when the daemon is not there.
+int runServe(const Options& options);
 
 /// The response itself when it is a success. Fails: CimError.
 const broker::Response& successful(const broker::Response& response);

@@ -29,13 +29,14 @@ std::string firstOf(const std::vector<std::string>& places, std::string& tried) 
   return "";
 }
 
+/// `option` is what names another place; null when none does.
 std::string firstThatExists(const char* what, const char* option,
                             const std::vector<std::string>& places) {
   std::string tried;
   std::string found = firstOf(places, tried);
   if (!found.empty()) return found;
-  throw BadInput(std::string(what) + " is not there; give it with " + option + " (looked for " +
-                 tried + ")");
+  const std::string advice = option == nullptr ? "" : std::string("; give it with ") + option;
+  throw BadInput(std::string(what) + " is not there" + advice + " (looked for " + tried + ")");
 }
 
 }  // namespace
@@ -62,6 +63,10 @@ std::string defaultHostLibrary(bool simulated) {
 std::string defaultSchema() {
   return firstThatExists("schema directory", "--schema",
                          {"../" ORV_INSTALL_DATADIR "/orvprovider/schema"});
+}
+
+std::string defaultDaemon() {
+  return firstThatExists("the daemon orvcimd", nullptr, {"../sbin/orvcimd", "orvcimd"});
 }
 
 }  // namespace orv::tool

@@ -10,6 +10,8 @@ namespace orv::tool {
 /// Fails: BadInput that names every place looked at.
 std::string defaultLibrary(bool simulated);
 std::string defaultSchema();
+/// The daemon, orvcimd.
+std::string defaultDaemon();
 
 /// The second library, of the computer system and hardware, beside the first; empty where it is not
 /// installed.

@@ -25,11 +25,10 @@ int main(int argc, char** argv) {
     int exitStatus = kExitOk;
     const std::optional<Options> options = parseCommandLine(argc, argv, exitStatus);
     if (!options) return exitStatus;
-    if (options->command == Command::kWatch || options->command == Command::kServe) {
-      blockEndSignals();
-    }
+    if (options->command == Command::kServe) return runServe(*options);
+    if (options->command == Command::kWatch) blockEndSignals();
     if (!options->verbose) hideStartLines();
-    Session session(*options);
+    Session session(options->session);
     Printer printer(std::cout, session.classes(), options->print);
     const int status = runCommand(*options, session, printer);
     if (!std::cout.flush()) throw std::runtime_error("standard output cannot be written");

@@ -65,7 +65,8 @@ constexpr CommandText kCommands[] = {
     {Command::kHealth, "health", "Roll-up health and latched health records",
      "orvcim health\n"
      "orvcim health --format json"},
-    {Command::kServe, "serve", "CIM-XML over HTTP for CIM clients on this machine, until Ctrl-C",
+    {Command::kServe, "serve",
+     "CIM-XML over HTTP for CIM clients, until Ctrl-C; takes the options of orvcimd(8) too",
      "orvcim serve\n"
      "orvcim serve --listen '[::1]:5988'"},
 };
@@ -143,17 +144,17 @@ void addGlobalOptions(CLI::App& app, Options& options) {
       ->capture_default_str()
       ->type_name("NAME");
   app.add_option(
-         "--library", options.libraries,
+         "--library", options.session.libraries,
          "Provider library to load (default: liborvprovider.so); may be given again for the "
          "libraries of other registrations")
       ->allow_extra_args(false)
       ->type_name("FILE");
-  app.add_option("--schema", options.schemas,
+  app.add_option("--schema", options.session.schemas,
                  "Directory with class definitions (*.mof) and registration (*.reg); may be given "
                  "again for more on top")
       ->allow_extra_args(false)
       ->type_name("DIR");
-  app.add_option("--simulate", options.simulate,
+  app.add_option("--simulate", options.session.simulate,
                  "Ask the host that this JSON file describes instead of this one")
       ->type_name("FILE");
   app.add_flag("-v,--verbose", options.verbose,
@@ -223,8 +224,8 @@ void addCommands(CLI::App& app, Options& options) {
   addCommand(app, options, Command::kHealth);
   CLI::App* serve = addCommand(app, options, Command::kServe);
   serve
-      ->add_option("--listen", options.listen, "Loopback address and port; port 0 takes a free one")
-      ->capture_default_str()
+      ->add_option("--listen", options.listen,
+                   "Address and port; port 0 takes a free one (default: 127.0.0.1:5988)")
       ->type_name("ADDRESS:PORT");
 }
 
@@ -245,7 +246,9 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
   try {
     app.parse(argc, argv);
     const std::vector<std::string> extras = app.remaining();
-    if (!extras.empty()) throw CLI::ExtrasError(app.get_name(), extras);
+    options.daemonOptions = extras;
+    if (!extras.empty() && options.command != Command::kServe)
+      throw CLI::ExtrasError(app.get_name(), extras);
   } catch (const CLI::ParseError& e) {
     if (const std::optional<std::string> word = strayWord(app)) {
       std::cerr << "orvcim: " << unknownCommand(*word) << "\nRun orvcim --help for the commands.\n";

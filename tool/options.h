@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tool/printer.h"
+#include "tool/session.h"
 
 namespace orv::tool {
 
@@ -25,21 +26,17 @@ enum class Command {
 /// What the command line asks for.
 struct Options {
   Command command = Command::kList;
-  std::string className;                  ///< names, instances
-  std::string objectPath;                 ///< get and the association commands
-  std::vector<std::string> classNames;    ///< watch
-  std::string listen = "127.0.0.1:5988";  ///< serve
-  std::vector<std::string> properties;    ///< empty: all
+  std::string className;                   ///< names, instances
+  std::string objectPath;                  ///< get and the association commands
+  std::vector<std::string> classNames;     ///< watch
+  std::string listen;                      ///< serve; empty: as the daemon has it
+  std::vector<std::string> daemonOptions;  ///< serve: what else is for the daemon
+  std::vector<std::string> properties;     ///< empty: all
   std::optional<std::string> assocClass, resultClass, role, resultRole;
   PrintOptions print;
   std::string nameSpace = "root/cimv2";
-  /// Empty: the one beside the executable. Of several, each serves the registrations whose location
-  /// its name tells: lib<location>.so.
-  std::vector<std::string> libraries;
-  std::vector<std::string>
-      schemas;           ///< directories, in order; empty: the one beside the executable
   bool verbose = false;  ///< let the start lines of provider libraries through
-  std::string simulate;  ///< host file; empty: this host
+  SessionOptions session;
 };
 
 /// Reads the command line. When there is nothing more to do (help, version, wrong usage), writes

@@ -1,55 +1,44 @@
 #include <unistd.h>
 
-#include <iostream>
-#include <stdexcept>
+#include <cerrno>
+#include <cstring>
 #include <string>
+#include <vector>
 
-#include "serve/endpoint.h"
-#include "serve/listen_address.h"
 #include "tool/commands.h"
-#include "tool/end_signals.h"
 #include "tool/errors.h"
+#include "tool/locations.h"
 
 namespace orv::tool {
 namespace {
 
-serve::ListenAddress listenAddress(const Options& options) {
-  try {
-    return serve::readListenAddress(options.listen);
-  } catch (const std::invalid_argument& e) {
-    throw BadInput(std::string("--listen: ") + e.what());
+void add(std::vector<std::string>& arguments, const char* option, const std::string& value) {
+  if (!value.empty()) arguments.insert(arguments.end(), {option, value});
+}
+
+std::vector<std::string> daemonArguments(const Options& options) {
+  std::vector<std::string> arguments = {"orvcimd"};
+  for (const std::string& library : options.session.libraries) {
+    add(arguments, "--library", library);
   }
-}
-
-std::string hostName() {
-  char name[256] = "";
-  gethostname(name, sizeof name - 1);
-  return name;
-}
-
-std::string urlOf(const serve::ListenAddress& address, int port) {
-  const bool isV6 = address.host.find(':') != std::string::npos;
-  return "http://" + (isV6 ? "[" + address.host + "]" : address.host) + ":" + std::to_string(port);
+  for (const std::string& schema : options.session.schemas) add(arguments, "--schema", schema);
+  add(arguments, "--simulate", options.session.simulate);
+  add(arguments, "--namespace", options.nameSpace);
+  add(arguments, "--listen", options.listen);
+  arguments.insert(arguments.end(), options.daemonOptions.begin(), options.daemonOptions.end());
+  return arguments;
 }
 
 }  // namespace
 
-int runServe(const Options& options, Session& session) {
-  const serve::ListenAddress address = listenAddress(options);
-  serve::Endpoint::Settings settings;
-  settings.host = hostName();
-  serve::Endpoint endpoint(session.broker(), session.namespaces(), settings);
-  int port = 0;
-  try {
-    port = endpoint.start(address);
-  } catch (const std::runtime_error& e) {
-    throw BadInput(e.what());
-  }
-  std::cout << "orvcim: serving " << options.nameSpace << " at " << urlOf(address, port)
-            << "; Ctrl-C ends" << std::endl;
-  waitForEndSignal();
-  endpoint.stop();
-  return kExitOk;
+int runServe(const Options& options) {
+  const std::string daemon = defaultDaemon();
+  std::vector<std::string> arguments = daemonArguments(options);
+  std::vector<char*> pointers;
+  for (std::string& argument : arguments) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  execv(daemon.c_str(), pointers.data());
+  throw BadInput(daemon + " cannot be run: " + std::strerror(errno));
 }
 
 }  // namespace orv::tool

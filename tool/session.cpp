@@ -107,14 +107,14 @@ constexpr const char* kHostLocation = "orvhost";
 
 // Whether the library of computer system and hardware is to be used: it is given, or none is given
 // and it is installed.
-bool usesHostLibrary(const Options& options) {
+bool usesHostLibrary(const SessionOptions& options) {
   if (options.libraries.empty()) return !defaultHostLibrary(!options.simulate.empty()).empty();
   return std::any_of(options.libraries.begin(), options.libraries.end(), [](const auto& file) {
     return fs::path(file).filename() == "lib" + std::string(kHostLocation) + ".so";
   });
 }
 
-std::vector<std::string> schemasOf(const Options& options) {
+std::vector<std::string> schemasOf(const SessionOptions& options) {
   if (!options.schemas.empty()) return options.schemas;
   std::vector<std::string> schemas = {defaultSchema()};
   const fs::path host = fs::path(schemas.front()) / "host";
@@ -124,7 +124,7 @@ std::vector<std::string> schemasOf(const Options& options) {
 }
 
 // Without libraries on the command line: ours, the second one where its classes are registered.
-std::vector<std::string> librariesFor(const Options& options,
+std::vector<std::string> librariesFor(const SessionOptions& options,
                                       const std::vector<RegistrationSection>& sections) {
   if (!options.libraries.empty()) return options.libraries;
   const bool simulated = !options.simulate.empty();
@@ -158,7 +158,7 @@ std::string interopSchema(const std::vector<std::string>& schemas) {
 
 }  // namespace
 
-Session::Session(const Options& options) {
+Session::Session(const SessionOptions& options) {
   const bool simulated = !options.simulate.empty();
   if (simulated) useHostFile(options.simulate);
   const std::vector<std::string> schemas = schemasOf(options);
@@ -176,7 +176,7 @@ Session::Session(const Options& options) {
       if (nameSpace != "*") namespaces_[nameSpace] = classes_;
     }
   }
-  if (options.command == Command::kServe) {
+  if (options.withInterop) {
     namespaces_["root/interop"] = readClasses({interopSchema(schemas)});
   }
   setup.namespaces = namespaces_;

@@ -7,9 +7,19 @@
 #include "broker/broker.h"
 #include "broker/class_repository.h"
 #include "broker/registration.h"
-#include "tool/options.h"
 
 namespace orv::tool {
+
+/// What a session asks, and with what.
+struct SessionOptions {
+  /// Empty: the one beside the executable. Of several, each serves the registrations whose location
+  /// its name tells: lib<location>.so.
+  std::vector<std::string> libraries;
+  std::vector<std::string>
+      schemas;               ///< directories, in order; empty: the one beside the executable
+  std::string simulate;      ///< host file; empty: this host
+  bool withInterop = false;  ///< with the interop namespace, for subscriptions of clients
+};
 
 /// An embedded broker with the library, the classes and the registration that the options name.
 /// The end of the session is the end of the broker's process for its providers: they are cleaned up
@@ -17,7 +27,7 @@ namespace orv::tool {
 class Session {
  public:
   /// Fails: BadInput.
-  explicit Session(const Options& options);
+  explicit Session(const SessionOptions& options);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -27,7 +37,7 @@ class Session {
   const std::vector<broker::RegistrationSection>& registration() const { return registration_; }
 
   using Namespaces = decltype(broker::Broker::Options::namespaces);
-  /// The broker's, for `serve` the interop namespace among them.
+  /// The broker's.
   const Namespaces& namespaces() const { return namespaces_; }
 
  private:

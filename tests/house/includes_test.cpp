@@ -37,7 +37,8 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"broker/testing", {"broker", "cmpi/abi"}},  // what only tests need
     {"cimxml", {"broker", "cmpi/abi"}},
     {"serve", {"cimxml", "broker", "cmpi/abi"}},
-    {"tool", {"broker", "serve", "cmpi/abi", "platform/simulated"}},  // the host file's parser
+    {"tool", {"broker", "cmpi/abi", "platform/simulated"}},  // the host file's parser
+    {"daemon", {"tool", "serve", "broker", "cmpi/abi"}},
 };
 
 // These may include anything; nothing above may include them.

@@ -30,7 +30,8 @@ TEST_P(ManualPage, HasTheUsualSections) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Pages, ManualPage,
-                         testing::Values("orvcim.1", "liborvprovider.7", "orvprovider-register.8"));
+                         testing::Values("orvcim.1", "liborvprovider.7", "orvcimd.8",
+                                         "orvprovider-register.8"));
 
 TEST(Manual, TellsEveryCommandAndOptionOfTheTool) {
   const std::string page = manualText(kManual + "orvcim.1");
@@ -41,6 +42,24 @@ TEST(Manual, TellsEveryCommandAndOptionOfTheTool) {
         "--library", "--schema", "--simulate", "--version", "--help"}) {
     EXPECT_THAT(help, HasSubstr(word));
     EXPECT_THAT(page, HasSubstr(word));
+  }
+}
+
+TEST(Manual, TellsEveryOptionOfTheDaemon) {
+  const std::string page = manualText(kManual + "orvcimd.8");
+  const std::string service = fileText(ORV_SOURCE_DIR "/docs/service.md");
+  const std::string help = run({ORV_BINARY_DIR "/bin/orvcimd", "--help"}).out;
+  for (const std::string option :
+       {"listen", "certificate", "key", "client-ca", "pam", "host-name", "connections",
+        "connections-per-address", "destination", "destination-ca", "state", "namespace", "library",
+        "schema", "simulate"}) {
+    EXPECT_THAT(help, HasSubstr("--" + option));
+    EXPECT_THAT(page, HasSubstr("--" + option));
+    EXPECT_THAT(service, HasSubstr(option));
+  }
+  for (const char* option : {"--config", "--version", "--help"}) {
+    EXPECT_THAT(help, HasSubstr(option));
+    EXPECT_THAT(page, HasSubstr(option));
   }
 }
 

@@ -15,6 +15,17 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
+/// The package has some files compressed.
+std::vector<std::string> packagedFiles() {
+  std::vector<std::string> files = installedFiles();
+  for (std::string& file : files) {
+    const bool isCompressed =
+        file.rfind("share/man/", 0) == 0 || fs::path(file).filename() == "changelog";
+    if (isCompressed) file += ".gz";
+  }
+  return files;
+}
+
 class PackageTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -44,7 +55,8 @@ TEST_F(PackageTest, HoldsWhatAnInstallationHas) {
   const std::string tree = scratch_.path() + "/tree";
   ASSERT_EQ(runFromPath({"dpkg-deb", "-x", package_, tree}).status, 0);
   std::vector<std::string> expected;
-  for (const std::string& file : installedFiles()) expected.push_back("usr/" + file);
+  for (const std::string& file : packagedFiles()) expected.push_back("usr/" + file);
+  expected.insert(expected.begin(), {"etc/orvcim/serve.toml", "etc/pam.d/orvcim"});
   EXPECT_EQ(filesBelow(tree), expected);
   const Outcome list = run(
       {tree + "/usr/bin/orvcim", "--simulate", ORV_SOURCE_DIR "/tests/hosts/example.json", "list"});
@@ -60,6 +72,38 @@ TEST_F(PackageTest, TellsWhatItIsAndNeeds) {
   EXPECT_THAT(field("Depends"), HasSubstr("libstdc++6"));
   EXPECT_THAT(field("Depends"), HasSubstr("libpugixml"));
   EXPECT_NE(field("Maintainer"), "");
+}
+
+TEST_F(PackageTest, HasNothingThatLintianCallsAnError) {
+  if (!isOnPath("lintian")) GTEST_SKIP() << "lintian is not installed";
+  const Outcome outcome = runFromPath({"lintian", "--allow-root", "--fail-on", "error", package_});
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+}
+
+TEST_F(PackageTest, BringsAUnitThatTheSystemTakes) {
+  if (!isOnPath("systemd-analyze")) GTEST_SKIP() << "systemd-analyze is not installed";
+  const std::string tree = scratch_.path() + "/tree";
+  ASSERT_EQ(runFromPath({"dpkg-deb", "-x", package_, tree}).status, 0);
+  // With the daemon where this test has it.
+  std::string text = fileText(tree + "/usr/lib/systemd/system/orvcimd.service");
+  const std::string daemon = "/usr/sbin/orvcimd";
+  ASSERT_THAT(text, HasSubstr("ExecStart=" + daemon + " "));
+  text.replace(text.find(daemon), daemon.size(), tree + daemon);
+  const std::string unit = scratch_.write("orvcimd.service", text);
+  const Outcome verified = runFromPath({"systemd-analyze", "verify", "--man=no", unit});
+  EXPECT_EQ(verified.status, 0) << verified.err;
+  EXPECT_THAT(verified.err, testing::Not(HasSubstr("orvcimd"))) << verified.err;
+  const Outcome security =
+      runFromPath({"systemd-analyze", "security", "--offline=true", "--threshold=30", unit});
+  EXPECT_EQ(security.status, 0) << security.out << security.err;
+}
+
+TEST_F(PackageTest, StartsNothingAndEnablesNothing) {
+  const std::string tree = scratch_.path() + "/control";
+  ASSERT_EQ(runFromPath({"dpkg-deb", "-e", package_, tree}).status, 0);
+  EXPECT_THAT(fileText(tree + "/postinst"), testing::Not(HasSubstr("enable")));
+  EXPECT_THAT(fileText(ORV_SOURCE_DIR "/packaging/systemd/90-orvcim.preset"),
+              HasSubstr("disable orvcimd.service"));
 }
 
 TEST_F(PackageTest, InstallsAndRemovesInAScratchRoot) {
@@ -82,12 +126,32 @@ TEST_F(PackageTest, InstallsAndRemovesInAScratchRoot) {
   };
   const Outcome installed = dpkg({"--install", package_});
   ASSERT_EQ(installed.status, 0) << installed.out << installed.err;
-  for (const std::string& file : installedFiles()) {
+  for (const std::string& file : packagedFiles()) {
     EXPECT_TRUE(fs::exists(root + "/usr/" + file)) << file;
   }
-  const Outcome removed = dpkg({"--purge", "orvprovider"});
+  // User, group and state directory are made; the configuration is one that survives.
+  EXPECT_THAT(fileText(root + "/etc/passwd"), HasSubstr("orvcim:"));
+  EXPECT_THAT(fileText(root + "/etc/group"), HasSubstr("orvcim:"));
+  const std::string state = root + "/var/lib/orvcim";
+  EXPECT_EQ(fs::status(state).permissions(), fs::perms::owner_all);
+  scratch_.write("root/var/lib/orvcim/subscriptions.json", "kept");
+  scratch_.write("root/etc/orvcim/serve.toml", "# changed\n");
+
+  const Outcome upgraded = dpkg({"--force-confold", "--install", package_});
+  ASSERT_EQ(upgraded.status, 0) << upgraded.out << upgraded.err;
+  EXPECT_EQ(fileText(state + "/subscriptions.json"), "kept");
+  EXPECT_EQ(fileText(root + "/etc/orvcim/serve.toml"), "# changed\n");
+
+  const Outcome removed = dpkg({"--remove", "orvprovider"});
   ASSERT_EQ(removed.status, 0) << removed.out << removed.err;
   EXPECT_FALSE(fs::exists(root + "/usr"));
+  EXPECT_EQ(fileText(state + "/subscriptions.json"), "kept");
+
+  const Outcome purged = dpkg({"--purge", "orvprovider"});
+  ASSERT_EQ(purged.status, 0) << purged.out << purged.err;
+  EXPECT_FALSE(fs::exists(state));
+  EXPECT_FALSE(fs::exists(root + "/etc/orvcim"));
+  EXPECT_FALSE(fs::exists(root + "/etc/pam.d/orvcim"));
 }
 
 class RemovalScriptTest : public PackageTest {

@@ -1,7 +1,7 @@
 #include "tests/serve/endpoint_fixture.h"
 
+#include <curl/curl.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <fstream>
 #include <sstream>
@@ -65,17 +65,51 @@ std::size_t Reply::count() const {
   return static_cast<std::size_t>(std::distance(children.begin(), children.end()));
 }
 
+namespace {
+
+std::size_t keepBody(char* data, std::size_t size, std::size_t count, void* reply) {
+  static_cast<Reply*>(reply)->body.append(data, size * count);
+  return size * count;
+}
+
+std::size_t keepHeader(char* data, std::size_t size, std::size_t count, void* reply) {
+  const std::string line(data, size * count);
+  const std::string name = "CIMError: ";
+  if (line.rfind(name, 0) == 0) {
+    static_cast<Reply*>(reply)->cimError =
+        line.substr(name.size(), line.find_last_not_of("\r\n") + 1 - name.size());
+  }
+  return size * count;
+}
+
+}  // namespace
+
 Reply postTo(int port, const std::string& body) {
-  httplib::Client client("127.0.0.1", port);
-  client.set_read_timeout(60);
   Reply reply;
-  const httplib::Result result =
-      client.Post("/cimom", httplib::Headers{{"CIMOperation", "MethodCall"}}, body,
-                  "application/xml; charset=\"utf-8\"");
-  if (!result) return reply;
-  reply.httpStatus = result->status;
-  reply.cimError = result->get_header_value("CIMError");
-  reply.body = result->body;
+  CURL* client = curl_easy_init();
+  curl_slist* headers = nullptr;
+  for (const char* header : {"Content-Type: application/xml; charset=\"utf-8\"",
+                             "CIMOperation: MethodCall", "Expect:"}) {
+    headers = curl_slist_append(headers, header);
+  }
+  const std::string url = "http://127.0.0.1:" + std::to_string(port) + "/cimom";
+  curl_easy_setopt(client, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(client, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(client, CURLOPT_TIMEOUT, 60L);
+  curl_easy_setopt(client, CURLOPT_HTTPHEADER, headers);
+  curl_easy_setopt(client, CURLOPT_POSTFIELDS, body.data());
+  curl_easy_setopt(client, CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
+  curl_easy_setopt(client, CURLOPT_WRITEFUNCTION, &keepBody);
+  curl_easy_setopt(client, CURLOPT_WRITEDATA, &reply);
+  curl_easy_setopt(client, CURLOPT_HEADERFUNCTION, &keepHeader);
+  curl_easy_setopt(client, CURLOPT_HEADERDATA, &reply);
+  if (curl_easy_perform(client) == CURLE_OK) {
+    long status = 0;
+    curl_easy_getinfo(client, CURLINFO_RESPONSE_CODE, &status);
+    reply.httpStatus = static_cast<int>(status);
+  }
+  curl_slist_free_all(headers);
+  curl_easy_cleanup(client);
   if (reply.httpStatus == 200) {
     EXPECT_TRUE(reply.document->load_buffer(reply.body.data(), reply.body.size())) << reply.body;
   }
@@ -121,7 +155,9 @@ ServedLibrary::ServedLibrary(serve::Endpoint::Settings settings, const std::stri
   broker_ = std::make_unique<broker::TestBroker>(std::move(options));
   if (settings.host.empty()) settings.host = "serving-host";
   endpoint_ = std::make_unique<serve::Endpoint>(*broker_, namespaces, settings);
-  port_ = endpoint_->start({"127.0.0.1", 0});
+  serve::ListenSocket socket(serve::ListenAddress{"127.0.0.1", 0});
+  port_ = socket.port();
+  endpoint_->start(std::move(socket));
 }
 
 ServedLibrary::~ServedLibrary() {

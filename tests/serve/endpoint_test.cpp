@@ -176,9 +176,9 @@ TEST_F(EndpointTest, LocalOnlyLeavesWhatTheClassItselfDeclaresOrOverrides) {
   const auto local =
       propertyNames(firstInstance(enumerate(kPort, valueParameter("LocalOnly", "TRUE"))));
   EXPECT_THAT(local, Contains("AutoSense"));  // redeclared in the class
-  EXPECT_THAT(local, Not(Contains("Speed")));
+  EXPECT_THAT(local, Not(Contains("HealthState")));
   EXPECT_THAT(propertyNames(firstInstance(enumerate(kPort, valueParameter("LocalOnly", "FALSE")))),
-              Contains("Speed"));
+              Contains("HealthState"));
 }
 
 TEST_F(EndpointTest, WithoutDeepInheritanceOnlyTheRequestedClassesPropertiesCome) {
@@ -211,7 +211,7 @@ TEST_F(EndpointTest, GetInstanceTakesItsParameters) {
       propertyNames(getPort(listParameter("PropertyList", {"Speed"})).value().first_child()),
       ElementsAre("Speed"));
   EXPECT_THAT(propertyNames(getPort(valueParameter("LocalOnly", "true")).value().first_child()),
-              Not(Contains("Speed")));
+              Not(Contains("HealthState")));
   const Reply origin = getPort(valueParameter("includeclassorigin", "TRUE"));
   EXPECT_STREQ(property(origin.value().first_child(), "Speed").attribute("CLASSORIGIN").value(),
                "CIM_LogicalPort");
@@ -318,7 +318,7 @@ TEST_F(EndpointTest, GetClassGivesQualifiersByDefaultAndOwnFeaturesOnly) {
   EXPECT_STREQ(definition.attribute("SUPERCLASS").value(), "CIM_EthernetPort");
   EXPECT_TRUE(definition.find_child_by_attribute("QUALIFIER", "NAME", "Description"));
   EXPECT_THAT(propertyNames(definition), Contains("AutoSense"));
-  EXPECT_THAT(propertyNames(definition), Not(Contains("Speed")));
+  EXPECT_THAT(propertyNames(definition), Not(Contains("HealthState")));
 }
 
 TEST_F(EndpointTest, GetClassTakesItsParameters) {
@@ -333,7 +333,8 @@ TEST_F(EndpointTest, GetClassTakesItsParameters) {
   ASSERT_TRUE(speed);
   EXPECT_STREQ(speed.attribute("TYPE").value(), "uint64");
   EXPECT_STREQ(speed.attribute("CLASSORIGIN").value(), "CIM_LogicalPort");
-  EXPECT_STREQ(speed.attribute("PROPAGATED").value(), "true");
+  const pugi::xml_node inherited = property(whole.second, "HealthState");
+  EXPECT_STREQ(inherited.attribute("PROPAGATED").value(), "true");
   EXPECT_FALSE(property(whole.second, "AutoSense").attribute("PROPAGATED"));
   EXPECT_FALSE(whole.second.child("QUALIFIER"));
   EXPECT_FALSE(speed.child("QUALIFIER"));
@@ -384,7 +385,7 @@ TEST_F(EndpointTest, EnumerateClassesGivesDefinitions) {
   const pugi::xml_node definition = reply.value().child("CLASS");
   EXPECT_STREQ(definition.attribute("NAME").value(), kPort.c_str());
   EXPECT_TRUE(definition.child("QUALIFIER"));
-  EXPECT_THAT(propertyNames(definition), Not(Contains("Speed")));
+  EXPECT_THAT(propertyNames(definition), Not(Contains("HealthState")));
   const Reply bare =
       served_.ask("EnumerateClasses", parent + valueParameter("LocalOnly", "FALSE") +
                                           valueParameter("IncludeQualifiers", "FALSE") +
@@ -409,10 +410,11 @@ TEST_F(EndpointTest, AnUnknownNamespaceIsToldForEveryOperation) {
 
 TEST_F(EndpointTest, AnUnknownClassIsTold) {
   const std::string unknown = classParameter("ClassName", "Orvane_Nothing");
-  for (const char* method : {"EnumerateInstanceNames", "EnumerateInstances", "GetClass",
-                             "EnumerateClasses", "EnumerateClassNames"}) {
+  for (const char* method : {"EnumerateInstanceNames", "EnumerateInstances", "EnumerateClasses",
+                             "EnumerateClassNames", "OpenEnumerateInstances"}) {
     EXPECT_EQ(served_.ask(method, unknown).code(), 5) << method;
   }
+  EXPECT_EQ(served_.ask("GetClass", unknown).code(), 6);  // it is the object that is asked for
   const std::string name = "<INSTANCENAME CLASSNAME=\"Orvane_Nothing\"/>";
   EXPECT_EQ(served_.ask("GetInstance", parameter("InstanceName", name)).code(), 5);
   EXPECT_EQ(served_.ask("References", parameter("ObjectName", name)).code(), 5);
@@ -450,9 +452,8 @@ TEST_F(EndpointTest, AParameterThatMakesNoSenseIsToldUnderTheMessagesId) {
 
 TEST_F(EndpointTest, OperationsThatAreNotServedAreNotSupported) {
   for (const char* method :
-       {"CreateClass", "ModifyClass", "DeleteClass", "GetProperty", "SetProperty", "ExecQuery",
-        "GetQualifier", "SetQualifier", "EnumerateQualifiers", "DeleteQualifier",
-        "OpenEnumerateInstances", "PullInstances", "Unheard"}) {
+       {"CreateClass", "ModifyClass", "DeleteClass", "GetProperty", "SetProperty", "GetQualifier",
+        "SetQualifier", "EnumerateQualifiers", "DeleteQualifier", "EnumerationCount", "Unheard"}) {
     const Reply reply = served_.ask(method);
     EXPECT_EQ(reply.code(), 7) << method;
     EXPECT_EQ(reply.description(), std::string(method) + " is not supported");

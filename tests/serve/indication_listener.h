@@ -1,25 +1,35 @@
 #pragma once
 
-#include <httplib.h>
-
 #include <chrono>
 #include <condition_variable>
+#include <map>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+struct MHD_Daemon;
 
 namespace orv::test {
 
-/// A client's listener: takes what is exported to it over HTTP.
+/// What a listener was sent.
+struct Exported {
+  std::string path;
+  std::map<std::string, std::string> headers;
+  std::string body;
+};
+
+/// A client's listener: takes what is exported to it over HTTP, or over HTTPS when it is given a
+/// certificate and its key in PEM.
 class IndicationListener {
  public:
-  IndicationListener();
+  explicit IndicationListener(const std::string& certificate = "", const std::string& key = "");
   ~IndicationListener();
   IndicationListener(const IndicationListener&) = delete;
   IndicationListener& operator=(const IndicationListener&) = delete;
 
-  std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/listener"; }
+  std::string url() const {
+    return scheme_ + "://127.0.0.1:" + std::to_string(port_) + "/listener";
+  }
 
   /// Answers that many requests with status 503 first.
   void failNext(int count);
@@ -31,21 +41,22 @@ class IndicationListener {
   /// Waits until that many requests have arrived, answered or not.
   bool waitForArrivals(std::size_t count);
 
-  std::vector<httplib::Request> taken() const;
+  std::vector<Exported> taken() const;
   std::size_t arrivals() const;
 
- private:
-  void answer(const httplib::Request& request, httplib::Response& response);
+  /// The status for a whole request; waits while requests are held. Called by the server.
+  unsigned answer(const Exported& request);
 
-  httplib::Server server_;
+ private:
+  const std::string scheme_;
   int port_ = 0;
   mutable std::mutex mutex_;  // guards what follows
   std::condition_variable changed_;
-  std::vector<httplib::Request> taken_;
+  std::vector<Exported> taken_;
   std::size_t arrivals_ = 0;
   int failures_ = 0;
   bool hold_ = false;
-  std::thread thread_;
+  MHD_Daemon* daemon_ = nullptr;
 };
 
 }  // namespace orv::test

@@ -32,6 +32,22 @@ class RawClient {
            static_cast<ssize_t>(text.size());
   }
 
+  /// Receives until the text has come. False when it does not, or nothing comes for a minute; what
+  /// came is left in `received`.
+  bool receiveUntil(const std::string& text, std::string* received = nullptr) const {
+    std::string own;
+    std::string& all = received == nullptr ? own : *received;
+    char bytes[4096];
+    while (all.find(text) == std::string::npos) {
+      pollfd wanted{socket_, POLLIN, 0};
+      if (::poll(&wanted, 1, 60'000) <= 0) return false;
+      const ssize_t got = ::recv(socket_, bytes, sizeof bytes, 0);
+      if (got <= 0) return false;
+      all.append(bytes, static_cast<std::size_t>(got));
+    }
+    return true;
+  }
+
   /// Everything until the server closes, or until nothing comes for ten seconds.
   std::string receiveAll() const {
     std::string all;

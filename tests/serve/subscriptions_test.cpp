@@ -31,6 +31,7 @@ serve::Endpoint::Settings quickRetries() {
   settings.indications.retryInterval = milliseconds(1);
   settings.indications.attempts = 3;
   settings.indications.queueLength = 4;
+  settings.subscriptions.rules = serve::DestinationRules({"any"});
   return settings;
 }
 
@@ -42,7 +43,7 @@ class SubscriptionsTest : public testing::Test {
 
   std::vector<std::string> numbersTaken() const {
     std::vector<std::string> numbers;
-    for (const httplib::Request& request : listener_.taken()) {
+    for (const Exported& request : listener_.taken()) {
       pugi::xml_document document;
       document.load_string(request.body.c_str());
       const auto found = document.select_node("//PROPERTY[@NAME='number']/VALUE");
@@ -203,7 +204,7 @@ TEST_F(SubscriptionsTest, WhatASubscriptionUsesCannotBeDeletedBeforeIt) {
   EXPECT_EQ(handler.description(), "Handler in use");
   const Reply subscription = client_.remove(Subscriber::subscriptionName("x", "x"));
   EXPECT_EQ(subscription.code(), 0);
-  EXPECT_EQ(subscription.count(), 0U);
+  EXPECT_FALSE(subscription.value());
   EXPECT_EQ(client_.remove(objectName(kHandler, "x")).code(), 0);
   EXPECT_EQ(client_.remove(objectName(kFilter, "x")).code(), 0);
   EXPECT_EQ(client_.remove(objectName(kFilter, "x")).code(), 6);
@@ -238,7 +239,7 @@ TEST_F(SubscriptionsTest, WhatMakesNoSubscriptionIsRefused) {
   EXPECT_EQ(code("<INSTANCE CLASSNAME=\"CIM_IndicationFilter\"/>"), 4);  // keys are missing
   EXPECT_EQ(code("<INSTANCE CLASSNAME=\"CIM_ManagedElement\"/>"), 7);
   EXPECT_EQ(code(objectInstance(kHandler, "h", "")), 4);  // no Destination
-  for (const char* url : {"https://localhost/", "listener", "http://", "http://host:0/",
+  for (const char* url : {"ftp://localhost/", "listener", "http://", "http://host:0/",
                           "http://host:99999/", "http://[::1/", "http://a b/"}) {
     EXPECT_EQ(client_.createHandler("h", url).code(), 4) << url;
   }
@@ -255,13 +256,6 @@ TEST_F(SubscriptionsTest, WhatMakesNoSubscriptionIsRefused) {
                                     stringProperty("SubscriptionState", "2"))
                 .code(),
             13);
-  EXPECT_EQ(client_
-                .ask("ModifyInstance",
-                     parameter("ModifiedInstance",
-                               "<VALUE.NAMEDINSTANCE>" + objectName(kFilter, "f") +
-                                   objectInstance(kFilter, "f", "") + "</VALUE.NAMEDINSTANCE>"))
-                .code(),
-            7);
   EXPECT_EQ(client_.remove("<INSTANCENAME CLASSNAME=\"CIM_Nothing\"/>").code(), 5);
 }
 
@@ -271,12 +265,12 @@ TEST_F(SubscriptionsTest, AnIndicationIsExportedAsTheProtocolSays) {
   ASSERT_EQ(client_.subscribe("x", listener_.url()), "");
   deliverAlert(served_.broker(), 7, "<hot> & \"loud\"");
   ASSERT_TRUE(listener_.waitFor(1));
-  const httplib::Request request = listener_.taken().front();
+  const Exported request = listener_.taken().front();
   EXPECT_EQ(request.path, "/listener");
-  EXPECT_EQ(request.get_header_value("Content-Type"), "application/xml; charset=\"utf-8\"");
-  EXPECT_EQ(request.get_header_value("CIMProtocolVersion"), "1.0");
-  EXPECT_EQ(request.get_header_value("CIMExport"), "MethodRequest");
-  EXPECT_EQ(request.get_header_value("CIMExportMethod"), "ExportIndication");
+  EXPECT_EQ(request.headers.at("Content-Type"), "application/xml; charset=\"utf-8\"");
+  EXPECT_EQ(request.headers.at("CIMProtocolVersion"), "1.0");
+  EXPECT_EQ(request.headers.at("CIMExport"), "MethodRequest");
+  EXPECT_EQ(request.headers.at("CIMExportMethod"), "ExportIndication");
   pugi::xml_document document;
   ASSERT_TRUE(document.load_string(request.body.c_str()));
   const pugi::xml_node call =
@@ -407,12 +401,6 @@ TEST_F(SubscriptionsTest, SubscribingAgainAndAgainLeavesNothingBehind) {
   const std::size_t before = threads();
   for (unsigned i = 3; i < 30; ++i) round(i);
   EXPECT_LE(threads(), before + 4);
-}
-
-/// The library's sender starts once in a process, and its next beat is minutes away.
-bool isFirstToWaitForABeat() {
-  static bool waited = false;
-  return !std::exchange(waited, true);
 }
 
 TEST_F(SubscriptionsTest, AHeartbeatOfTheLibraryReachesTheListener) {

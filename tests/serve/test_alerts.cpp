@@ -1,6 +1,7 @@
 #include "tests/serve/test_alerts.h"
 
 #include <mutex>
+#include <utility>
 
 #include "cmpi/abi/cmpi_tables.h"
 
@@ -80,6 +81,11 @@ AlertCalls alertCalls() {
 void refuseAlertFilters(const std::string& reason) {
   const std::lock_guard<std::mutex> lock(state().mutex);
   state().refusal = reason;
+}
+
+bool isFirstToWaitForABeat() {
+  static bool waited = false;
+  return !std::exchange(waited, true);
 }
 
 void addAlerts(broker::Broker::Options& options) {

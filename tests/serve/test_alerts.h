@@ -26,6 +26,10 @@ constexpr const char* kAlertMof =
     "class T_Alert : CIM_ProcessIndication { uint32 number; string text; };";
 void addAlerts(broker::Broker::Options& options);
 
+/// The library's sender of heartbeats starts once in a process, and its next beat is minutes away:
+/// true for the first test that asks.
+bool isFirstToWaitForABeat();
+
 /// Delivers one, as a provider's thread does.
 void deliverAlert(broker::TestBroker& broker, unsigned number, const std::string& text = "alert");
 

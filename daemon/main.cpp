@@ -1,0 +1,39 @@
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "daemon/options.h"
+#include "daemon/service.h"
+#include "tool/errors.h"
+
+namespace {
+
+/// Before any thread starts, so that each inherits it and the main thread alone takes them.
+void blockSignals() {
+  sigset_t blocked;
+  sigemptyset(&blocked);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&blocked, signal);
+  pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+}
+
+int complain(const std::exception& e, int status) {
+  std::cerr << "orvcim: " << e.what() << "\n";
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    int exitStatus = orv::tool::kExitOk;
+    const auto options = orv::daemon::parseCommandLine(argc, argv, exitStatus);
+    if (!options) return exitStatus;
+    blockSignals();
+    orv::daemon::serve(*options);
+    return orv::tool::kExitOk;
+  } catch (const orv::tool::BadInput& e) {
+    return complain(e, orv::tool::kExitBadInput);
+  } catch (const std::exception& e) {
+    return complain(e, orv::tool::kExitCimError);
+  }
+}

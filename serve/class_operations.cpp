@@ -1,0 +1,56 @@
+// Operations on classes.
+
+#include "serve/operations.h"
+
+namespace orv::serve {
+namespace {
+
+using broker::ClassDefinition;
+using broker::ClassRepository;
+using cimxml::CimError;
+using cimxml::ClassOptions;
+
+/// Subclasses of the named class, or of the roots when there is none; the class itself is not among
+/// them.
+std::vector<const ClassDefinition*> listed(const ClassRepository& classes,
+                                           const std::optional<std::string>& name, bool deep) {
+  if (!name || name->empty()) {
+    std::vector<const ClassDefinition*> found;
+    for (const ClassDefinition* definition : classes.all()) {
+      if (deep || definition->superclass.empty()) found.push_back(definition);
+    }
+    return found;
+  }
+  if (classes.find(*name) == nullptr) {
+    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
+  }
+  return classes.subclasses(*name, deep);
+}
+
+}  // namespace
+
+void Operations::getClass(RequestContext& context) {
+  ClassOptions options = context.classOptions();
+  options.properties = context.properties();
+  const ClassDefinition* definition = context.classes.find(context.className());
+  // Here the class is the object that is asked for.
+  if (definition == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Class not found");
+  context.writer.classDefinition(*definition, options);
+}
+
+void Operations::enumerateClasses(RequestContext& context) {
+  const ClassOptions options = context.classOptions();
+  const bool deep = context.flag("DeepInheritance", false);
+  for (const ClassDefinition* found : listed(context.classes, context.text("ClassName"), deep)) {
+    context.writer.classDefinition(*found, options);
+  }
+}
+
+void Operations::enumerateClassNames(RequestContext& context) {
+  const bool deep = context.flag("DeepInheritance", false);
+  for (const ClassDefinition* found : listed(context.classes, context.text("ClassName"), deep)) {
+    context.writer.className(found->name);
+  }
+}
+
+}  // namespace orv::serve

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "broker/values.h"
+
+namespace orv::serve {
+
+/// How an enumeration's objects are asked for, and written.
+enum class PullKind { kInstancesWithPath, kInstancePaths, kInstances };
+
+/// Enumerations that clients have opened and not pulled to their end. Each is found by a random
+/// text, which only its client knows, and ends when nobody pulls from it for its time.
+///
+/// Every operation may be called from any thread and throws CimError: 21 for what is not open or of
+/// another kind, 27 beyond the limits.
+class OpenEnumerations {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  struct Limits {
+    std::size_t enumerations = 64;
+    std::size_t objects = 100'000;  ///< of all enumerations that are open
+  };
+
+  struct Enumeration {
+    PullKind kind = PullKind::kInstancesWithPath;
+    std::deque<broker::Instance> objects;  ///< for kInstancePaths only the paths count
+    bool includeClassOrigin = false;
+    std::chrono::seconds timeout{0};
+  };
+
+  /// What is left of an enumeration, as a client is told.
+  struct Batch {
+    std::vector<broker::Instance> objects;
+    std::string context;  ///< empty at the end
+    bool includeClassOrigin = false;
+  };
+
+  OpenEnumerations() : OpenEnumerations(Limits()) {}
+  explicit OpenEnumerations(Limits limits) : limits_(limits) {}
+
+  /// The first objects; what is left stays open.
+  Batch open(Enumeration enumeration, std::size_t count, Clock::time_point now = Clock::now());
+  Batch pull(const std::string& context, PullKind kind, std::size_t count,
+             Clock::time_point now = Clock::now());
+  void close(const std::string& context, Clock::time_point now = Clock::now());
+  /// Ends those whose time is over.
+  void expire(Clock::time_point now = Clock::now());
+
+  std::size_t size() const;
+
+ private:
+  struct Entry {
+    Enumeration enumeration;
+    Clock::time_point until;
+  };
+
+  static std::vector<broker::Instance> take(Enumeration& enumeration, std::size_t count);
+  void expireLocked(Clock::time_point now);
+  void erase(std::map<std::string, Entry>::iterator entry);
+
+  const Limits limits_;
+  mutable std::mutex mutex_;  // guards what follows
+  std::map<std::string, Entry> open_;
+  std::size_t objects_ = 0;
+};
+
+}  // namespace orv::serve

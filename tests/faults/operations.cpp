@@ -68,15 +68,16 @@ long daysOfLastCommit() {
 
 // What a signal handler may read.
 char current[256];
+struct sigaction before[NSIG];
 
-void tellAndDie(int signal) {
+// The handler that was there comes next: the fault happens again when this one returns.
+void tell(int number) {
   const char newline = '\n';
   if (write(STDERR_FILENO, current, std::strlen(current)) < 0 ||
       write(STDERR_FILENO, &newline, 1) < 0) {
     _exit(1);
   }
-  ::signal(signal, SIG_DFL);
-  raise(signal);
+  sigaction(number, &before[number], nullptr);
 }
 
 }  // namespace
@@ -124,7 +125,9 @@ Sample::Sample(std::size_t every) {
 
 void sayOnCrash(const std::string& operation, std::size_t point) {
   static const bool installed = [] {
-    for (const int number : {SIGSEGV, SIGABRT, SIGBUS}) ::signal(number, tellAndDie);
+    struct sigaction action {};
+    action.sa_handler = tell;
+    for (const int number : {SIGSEGV, SIGABRT, SIGBUS}) sigaction(number, &action, &before[number]);
     return true;
   }();
   static_cast<void>(installed);

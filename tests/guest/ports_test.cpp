@@ -342,7 +342,7 @@ TEST_F(GuestPorts, AgreeAfterTheirSettingsWereChanged) {
 }
 
 TEST_F(GuestPorts, AgreeWhenTheCableIsPulled) {
-  boot({"e1000e", "virtio-net-pci"});
+  boot({"virtio-net-pci", "virtio-net-pci"});
   do_("ip link set eth0 up; ip link set eth1 up");
   waitForCarrier("eth0 eth1", "1");
   expectAgreement("up");

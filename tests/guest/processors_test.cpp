@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Model{"EPYC", "4,sockets=2,cores=2,threads=1", {2, 2}},
                     Model{"Skylake-Server", "4,sockets=2,cores=2,threads=1", {2, 2}},
                     Model{"Dhyana", "2,sockets=2,cores=1,threads=1", {1, 1}},
-                    Model{"max", "8,sockets=2,cores=2,threads=2", {2, 2}}),
+                    Model{"max", "4,sockets=2,cores=2,threads=1", {2, 2}}),
     [](const auto& tested) {
       std::string name = tested.param.processor;
       name.erase(std::remove(name.begin(), name.end(), '-'), name.end());

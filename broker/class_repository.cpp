@@ -1,6 +1,7 @@
 #include "broker/class_repository.h"
 
 #include <algorithm>
+#include <charconv>
 #include <stdexcept>
 #include <utility>
 
@@ -22,6 +23,26 @@ bool isRestricted(std::string_view qualifier) {
 bool contains(const std::vector<QualifierValue>& qualifiers, std::string_view name) {
   return std::any_of(qualifiers.begin(), qualifiers.end(),
                      [&](const QualifierValue& q) { return sameName(q.name, name); });
+}
+
+/// The numbers of the Version qualifier, whose parts are separated by dots; a part without a number
+/// is 0. Absent without the qualifier.
+std::optional<std::vector<unsigned>> versionOf(const ClassDefinition& definition) {
+  const auto& all = definition.qualifiers;
+  const auto qualifier = std::find_if(
+      all.begin(), all.end(), [](const QualifierValue& q) { return sameName(q.name, "Version"); });
+  if (qualifier == all.end() || qualifier->values.empty()) return std::nullopt;
+  std::vector<unsigned> numbers;
+  std::string_view rest = qualifier->values.front();
+  for (bool more = true; more;) {
+    const std::size_t dot = rest.find('.');
+    unsigned number = 0;
+    std::from_chars(rest.data(), rest.data() + std::min(dot, rest.size()), number);
+    numbers.push_back(number);
+    more = dot != std::string_view::npos;
+    if (more) rest.remove_prefix(dot + 1);
+  }
+  return numbers;
 }
 
 void inheritQualifiers(const std::vector<QualifierValue>& from, std::vector<QualifierValue>& to) {
@@ -86,10 +107,9 @@ const PropertyDefinition* ClassDefinition::property(std::string_view propertyNam
   return nullptr;
 }
 
-void ClassRepository::add(ClassDefinition own) {
-  if (find(own.name) != nullptr) {
-    throw std::invalid_argument("class " + own.name + " is defined twice");
-  }
+bool ClassRepository::add(ClassDefinition own) {
+  const ClassDefinition* former = find(own.name);
+  if (former != nullptr && !replaces(own, *former)) return false;
   for (PropertyDefinition& property : own.properties) {
     property.originClass = own.name;
     property.declaringClass = own.name;
@@ -102,9 +122,26 @@ void ClassRepository::add(ClassDefinition own) {
     }
     inherit(*parent, own);
   }
+  if (former != nullptr) order_.erase(std::find(order_.begin(), order_.end(), former));
   std::string name = own.name;
-  auto inserted = classes_.emplace(std::move(name), std::move(own)).first;
+  auto inserted = classes_.insert_or_assign(std::move(name), std::move(own)).first;
   order_.push_back(&inserted->second);
+  return true;
+}
+
+bool ClassRepository::replaces(const ClassDefinition& own, const ClassDefinition& former) const {
+  const auto version = versionOf(own);
+  const auto formerVersion = versionOf(former);
+  if (!version || !formerVersion) {
+    throw std::invalid_argument("class " + own.name +
+                                " is defined twice, and not with a Version each time");
+  }
+  if (*version <= *formerVersion) return false;
+  if (!subclasses(own.name, false).empty() || sameName(own.superclass, own.name)) {
+    throw std::invalid_argument("class " + own.name +
+                                " is defined again after classes that derive from it");
+  }
+  return true;
 }
 
 const ClassDefinition* ClassRepository::find(std::string_view name) const {

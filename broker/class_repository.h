@@ -66,8 +66,13 @@ class ClassRepository {
   /// Adds a class whose own (not inherited) features are given; completes it from its superclass,
   /// which must be there already.
   ///
-  /// Fails: std::invalid_argument, when the name is taken or the superclass unknown.
-  void add(ClassDefinition own);
+  /// A class that is there already may be declared again when both declarations have a Version
+  /// qualifier and nothing derives from it yet: the higher version counts, of equal ones the first.
+  /// Versions are compared number by number, and 1.0 is lower than 1.0.0.
+  ///
+  /// Returns whether the class was taken; false when the declaration that is there counts. Fails:
+  /// std::invalid_argument, when the name is taken otherwise or the superclass unknown.
+  bool add(ClassDefinition own);
 
   /// Null when there is no class of that name.
   const ClassDefinition* find(std::string_view name) const;
@@ -82,6 +87,8 @@ class ClassRepository {
   const std::vector<const ClassDefinition*>& all() const { return order_; }
 
  private:
+  bool replaces(const ClassDefinition& own, const ClassDefinition& former) const;
+
   std::map<std::string, ClassDefinition, NameLess> classes_;
   std::vector<const ClassDefinition*> order_;
 };

@@ -152,8 +152,8 @@ void MofReader::addClass(ClassDefinition own) {
   if (repositoryBytes_ > limits_.repositoryBytes) {
     throw std::invalid_argument("schema is too large");
   }
-  classes_.add(std::move(own));
-  inheritanceDepth_.emplace(name, depth);
+  if (!classes_.add(std::move(own))) return;
+  inheritanceDepth_[name] = depth;
   repositoryBytes_ += sizeOf(*classes_.find(name));
 }
 

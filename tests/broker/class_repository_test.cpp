@@ -145,6 +145,46 @@ TEST_F(ClassRepositoryTest, RefusesANameTwiceAndAnUnknownSuperclass) {
   EXPECT_EQ(classes_.all().size(), 4u);
 }
 
+ClassDefinition versioned(ClassDefinition definition, const std::string& version) {
+  definition.qualifiers.push_back({"Version", CMPI_string, {version}});
+  return definition;
+}
+
+TEST_F(ClassRepositoryTest, TheHigherVersionOfAClassCounts) {
+  EXPECT_TRUE(classes_.add(versioned(makeClass("T_New", "T_Other"), "1.2.0")));
+  const ClassDefinition* found = classes_.find("T_New");
+  for (const char* version : {"1.2.0", "1.2", "1", "0.9.9", "", "x", "1.1.99"}) {
+    EXPECT_FALSE(classes_.add(versioned(makeClass("t_new", "T_Root"), version))) << version;
+    EXPECT_EQ(found->superclass, "T_Other") << version;
+  }
+  for (const char* version : {"1.2.0.0", "1.2.1", "1.10", "2"}) {
+    const std::string superclass = "T_After" + std::string(version);
+    classes_.add(makeClass(superclass, "T_Root"));
+    EXPECT_TRUE(classes_.add(versioned(makeClass("T_NEW", superclass), version))) << version;
+    EXPECT_EQ(found->superclass, superclass);
+    EXPECT_NE(found->property("Id"), nullptr);
+    EXPECT_EQ(classes_.all().back(), found) << "parents precede their children";
+  }
+  EXPECT_EQ(classes_.find("T_New"), found);
+  EXPECT_EQ(classes_.all().size(), 9u);
+}
+
+TEST_F(ClassRepositoryTest, AClassWithoutVersionIsDefinedOnce) {
+  classes_.add(versioned(makeClass("T_New", ""), "1.0"));
+  EXPECT_THROW(classes_.add(makeClass("T_New", "")), std::invalid_argument);
+  EXPECT_THROW(classes_.add(versioned(makeClass("T_Other", ""), "1.0")), std::invalid_argument);
+}
+
+TEST_F(ClassRepositoryTest, AClassThatOthersDeriveFromIsNotReplaced) {
+  classes_.add(versioned(makeClass("T_New", ""), "1.0"));
+  EXPECT_THROW(classes_.add(versioned(makeClass("T_New", "T_New"), "1.1")), std::invalid_argument);
+  classes_.add(makeClass("T_Below", "T_New"));
+  EXPECT_THROW(classes_.add(versioned(makeClass("T_New", ""), "1.1")), std::invalid_argument);
+  EXPECT_THROW(classes_.add(versioned(makeClass("T_New", "T_Below"), "1.1")),
+               std::invalid_argument);
+  EXPECT_FALSE(classes_.add(versioned(makeClass("T_New", ""), "1.0")));
+}
+
 TEST_F(ClassRepositoryTest, PointersSurviveAMove) {
   const ClassDefinition* leaf = classes_.find("T_Leaf");
   const ClassRepository moved = std::move(classes_);

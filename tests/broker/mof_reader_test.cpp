@@ -205,7 +205,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadMof{
             "class A : A {};",
             "1: superclass A of class A is not known; a superclass stands before its subclasses"},
-        BadMof{"class A {};\n\nclass a {};", "3: class a is defined twice"},
+        BadMof{"class A {};\n\nclass a {};",
+               "3: class a is defined twice, and not with a Version each time"},
         BadMof{"class A {\n string X;\n uint8 x;\n};", "3: property x is defined twice"},
         BadMof{"class A {\n [Colour] string X;\n};", "2: qualifier Colour is not declared"},
         BadMof{"class A { [Key, key] string X; };", "1: qualifier key is given twice"},
@@ -277,6 +278,21 @@ TEST(MofReader, ReadsIncludesRelativeToTheirFileAndEachFileOnce) {
   ClassRepository classes;
   MofReader(classes).readFile(dir.file("main.mof"));
   EXPECT_TRUE(classes.isA("C", "A"));
+}
+
+TEST(MofReader, ADeclarationOfAHigherVersionCounts) {
+  ClassRepository classes;
+  MofReader(classes).readText(
+      "Qualifier Version : string = null, Scope(class);\n"
+      "class A { string X; };\n"
+      "[Version(\"2.0\")] class B : A {};\n"
+      "[Version(\"1.0\")] class B : Unknown {};\n"
+      "[Version(\"1.0\")] class C {};\n"
+      "[Version(\"1.1\")] class C : B {};\n"
+      "class D : C {};\n",
+      "t.mof");
+  EXPECT_TRUE(classes.isA("D", "A"));
+  EXPECT_EQ(classes.all().size(), 4u);
 }
 
 TEST(MofReader, TakesNoMoreMemoryThanAFileHolds) {

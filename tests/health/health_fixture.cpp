@@ -28,14 +28,18 @@ using broker::MofReader;
 using broker::RegistrationSection;
 
 const char kOddHardwareMof[] = R"(
-class Orvane_PortController : CIM_LogicalDevice {};
-class Orvane_Controller : CIM_ManagedElement { [Key] string Name; [Key] uint32 Number; uint16 HealthState; };
-class Orvane_Battery : CIM_ManagedElement { uint16 HealthState; };
-class Orvane_StorageVolume : CIM_LogicalDevice {};
-class Orvane_StorageExtent : CIM_LogicalDevice {};
-class Orvane_DiskDrive : CIM_ManagedElement { [Key] string Name; string HealthState; };
-class Orvane_SASSATAPort : CIM_LogicalDevice {};
-class Orvane_StoragePool : CIM_LogicalDevice {};
+[Version("2.0.0")] class Orvane_PortController : CIM_LogicalDevice {};
+[Version("2.0.0")] class Orvane_Controller : CIM_ManagedElement {
+  [Key] string Name; [Key] uint32 Number; uint16 HealthState;
+};
+[Version("2.0.0")] class Orvane_Battery : CIM_ManagedElement { uint16 HealthState; };
+[Version("2.0.0")] class Orvane_StorageVolume : CIM_LogicalDevice {};
+[Version("2.0.0")] class Orvane_StorageExtent : CIM_LogicalDevice {};
+[Version("2.0.0")] class Orvane_DiskDrive : CIM_ManagedElement {
+  [Key] string Name; string HealthState;
+};
+[Version("2.0.0")] class Orvane_SASSATAPort : CIM_LogicalDevice {};
+[Version("2.0.0")] class Orvane_StoragePool : CIM_LogicalDevice {};
 )";
 
 const std::vector<std::string>& monitoredClasses() {
@@ -100,6 +104,13 @@ Broker::Options healthBrokerOptions(const std::string& hardwareMof) {
        reinterpret_cast<void*>(Orvane_KernelIPChangedIndication_Create_IndicationMI)},
       {"Orvane_LatchedHealthAssociation_Create_AssociationMI",
        reinterpret_cast<void*>(Orvane_LatchedHealthAssociation_Create_AssociationMI)}};
+  return options;
+}
+
+Broker::Options brokerWithoutProviders(const std::string& schema) {
+  Broker::Options options;
+  options.namespaces["root/cimv2"] = std::make_shared<const ClassRepository>(
+      broker::loadSchema(std::string(ORV_SOURCE_DIR "/") + schema));
   return options;
 }
 

@@ -22,6 +22,9 @@ extern const char kOddHardwareMof[];
 /// scripted hardware linked in.
 broker::Broker::Options healthBrokerOptions(const std::string& hardwareMof = "");
 
+/// A broker with the classes of this directory of the source tree, and no provider.
+broker::Broker::Options brokerWithoutProviders(const std::string& schema);
+
 /// The twelve classes in the order in which they are polled.
 const std::vector<std::string>& monitoredClasses();
 

@@ -253,15 +253,24 @@ TEST_F(OddHardwareCycle, AKeyThatWasNeverSetEndsTheProcess) {
               "Latched health state failed to allocate memory for object keys\n");
 }
 
-class UnknownClassesCycle : public HealthCycle {
+class CycleWithoutHardware : public HealthCycle {
  protected:
-  UnknownClassesCycle() : HealthCycle(healthBrokerOptions("class Orvane_Battery {};")) {}
+  CycleWithoutHardware() : HealthCycle(brokerWithoutProviders("schema")) {}
 };
 
-TEST_F(UnknownClassesCycle, ClassesThatTheBrokerDoesNotKnowFail) {
-  scriptedHardware().set("CIM_Sensor", {device("CIM_Sensor", "a", 10)});
-  EXPECT_EQ(poll(), 10);
-  EXPECT_EQ(syslogTexts().size(), 7u);
+TEST_F(CycleWithoutHardware, FindsNoneOfTheClassesOfTheShippedSchemaAndLogsNothing) {
+  EXPECT_EQ(poll(), 0);
+  EXPECT_THAT(syslogTexts(), IsEmpty());
+}
+
+class CycleWithUnknownClasses : public HealthCycle {
+ protected:
+  CycleWithUnknownClasses() : HealthCycle(brokerWithoutProviders("schema/base")) {}
+};
+
+TEST_F(CycleWithUnknownClasses, LogsEachClassThatTheBrokerDoesNotKnow) {
+  EXPECT_EQ(poll(), 0);
+  EXPECT_EQ(syslogTexts().size(), 8u);
 }
 
 }  // namespace

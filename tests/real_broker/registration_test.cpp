@@ -49,6 +49,36 @@ TEST_F(RealRegistrationTest, ComesAndGoes) {
             0U);
 }
 
+constexpr const char* kPolledClasses[] = {
+    "Orvane_PortController", "Orvane_Controller", "Orvane_Battery",     "Orvane_StorageVolume",
+    "Orvane_StorageExtent",  "Orvane_DiskDrive",  "Orvane_SASSATAPort", "Orvane_StoragePool",
+};
+
+TEST_F(RealRegistrationTest, PolledClassesThatNobodyServesAreEmpty) {
+  serve();
+  for (const char* name : kPolledClasses) {
+    const auto answer = ask("EnumerateInstances", classParameter(name));
+    EXPECT_EQ(answer.code(), 0) << name;
+    EXPECT_EQ(answer.count("INSTANCE"), 0U) << name;
+  }
+}
+
+TEST_F(RealRegistrationTest, TheHigherVersionOfAPolledClassCounts) {
+  for (const char* file : {"before.mof", "zafter.mof"}) {
+    sandbox_ = std::make_unique<BrokerSandbox>();
+    const std::string staged = "/var/lib/sfcb/stage/mofs/root/cimv2";
+    std::filesystem::create_directories(staged);
+    std::filesystem::copy_file(ORV_SOURCE_DIR "/tests/hardware_provider/hardware.mof",
+                               staged + "/" + file);
+    const Outcome registered = sandbox_->registerProviders();
+    ASSERT_EQ(registered.status, 0) << registered.out << registered.err;
+    ASSERT_TRUE(sandbox_->start()) << sandbox_->log();
+    EXPECT_THAT(ask("GetClass", classParameter("Orvane_Battery")).body,
+                HasSubstr("SUPERCLASS=\"CIM_LogicalDevice\""))
+        << file;
+  }
+}
+
 TEST_F(RealRegistrationTest, WithSubscriptionsLeavesTheRepositoryAsItIs) {
   serve();
   ASSERT_EQ(subscribe("beats", "Orvane_CIMHeartbeat", kDeadListener), "");

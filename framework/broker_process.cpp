@@ -1,11 +1,14 @@
 #include "framework/broker_process.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <ctime>
+#include <memory>
 
 namespace ORV {
 
@@ -14,6 +17,7 @@ namespace {
 constexpr std::string_view kDaemonName = "sfcbd";
 
 /// Numbers of the fields after the name, counted from the state, which is the first.
+constexpr int kStateField = 0;
 constexpr int kParentField = 1;
 constexpr int kStartField = 19;
 
@@ -71,6 +75,42 @@ std::chrono::nanoseconds fromTicks(std::uint64_t ticks) {
          std::chrono::nanoseconds(ticks % perSecond * kNanosecondsPerSecond / perSecond);
 }
 
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+/// The names of /proc that are numbers.
+std::vector<pid_t> listProcesses() {
+  std::vector<pid_t> processes;
+  const std::unique_ptr<DIR, CloseDirectory> directory(opendir("/proc"));
+  if (!directory) return processes;
+  while (const dirent* entry = readdir(directory.get())) {
+    pid_t process = 0;
+    if (readNumber(entry->d_name, process)) processes.push_back(process);
+  }
+  return processes;
+}
+
+/// The daemon above a process, and its child on the way there. No process: 0.
+struct Daemon {
+  pid_t process = 0;
+  pid_t branch = 0;
+  std::uint64_t startTicks = 0;
+};
+
+Daemon findDaemon(pid_t process, const ProcessTable& processes) {
+  Daemon daemon;
+  pid_t child = 0;
+  for (int count = 0; process > 0 && count < kMostAncestors; ++count) {
+    const std::optional<ProcessStat> stat = processes.read(process);
+    if (!stat) break;
+    if (stat->name == kDaemonName) daemon = {process, child, stat->startTicks};
+    child = process;
+    process = stat->parent;
+  }
+  return daemon;
+}
+
 }  // namespace
 
 std::optional<ProcessStat> parseProcessStat(std::string_view text) {
@@ -80,6 +120,8 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text) {
   const std::string_view fields = text.substr(end + 2);
   ProcessStat stat;
   stat.name = text.substr(begin + 1, end - begin - 1);
+  const std::string_view state = fieldOf(fields, kStateField);
+  stat.ended = state == "Z" || state == "X";
   const bool complete = readNumber(fieldOf(fields, kParentField), stat.parent) &&
                         readNumber(fieldOf(fields, kStartField), stat.startTicks);
   return complete ? std::optional(stat) : std::nullopt;
@@ -91,22 +133,24 @@ std::optional<ProcessStat> readProcessStat(pid_t process) {
   return parseProcessStat(file.readInto(buffer));
 }
 
-std::optional<ProcessStat> findBroker(
-    pid_t process, const std::function<std::optional<ProcessStat>(pid_t)>& read) {
-  std::optional<ProcessStat> daemon;
-  for (int count = 0; process > 0 && count < kMostAncestors; ++count) {
-    const std::optional<ProcessStat> stat = read(process);
-    if (!stat) break;
-    if (stat->name == kDaemonName) daemon = stat;
-    process = stat->parent;
+ProcessTable thisMachine() { return {readProcessStat, listProcesses}; }
+
+std::optional<std::uint64_t> brokerStart(pid_t process, const ProcessTable& processes) {
+  const Daemon daemon = findDaemon(process, processes);
+  if (daemon.process == 0) return std::nullopt;
+  std::optional<std::uint64_t> oldest;
+  for (const pid_t other : processes.all()) {
+    const std::optional<ProcessStat> stat = processes.read(other);
+    if (!stat || stat->parent != daemon.process || stat->ended || other == daemon.branch) continue;
+    oldest = std::min(oldest.value_or(stat->startTicks), stat->startTicks);
   }
-  return daemon;
+  return oldest.value_or(daemon.startTicks);
 }
 
 std::optional<std::chrono::nanoseconds> brokerAge(pid_t process) {
-  const std::optional<ProcessStat> daemon = findBroker(process, readProcessStat);
-  if (!daemon) return std::nullopt;
-  return sinceBoot() - fromTicks(daemon->startTicks);
+  const std::optional<std::uint64_t> start = brokerStart(process, thisMachine());
+  if (!start) return std::nullopt;
+  return sinceBoot() - fromTicks(*start);
 }
 
 }  // namespace ORV

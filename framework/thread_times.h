@@ -17,7 +17,7 @@ OMC::WallTime deadlineIn(std::chrono::seconds period);
 /// A starting sfcb restores its persisted subscriptions, and so starts our threads, before it
 /// initialises the semaphore that deliveries wait on: an indication delivered then blocks for
 /// ever, with the lock of all up-calls held. Such a broker is left alone until it is 10 seconds
-/// old (framework/broker_process.h).
+/// old, counted from its last restart (framework/broker_process.h).
 std::chrono::nanoseconds brokerStartupLeft();
 
 /// How long a terminating cleanup waits for threads that do not end: 5 seconds.

@@ -5,12 +5,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <map>
+#include <vector>
 
 namespace {
 
 using ORV::brokerAge;
-using ORV::findBroker;
+using ORV::brokerStart;
 using ORV::parseProcessStat;
 using ORV::ProcessStat;
 using ORV::readProcessStat;
@@ -30,6 +32,15 @@ TEST(ProcessStat, HasNameParentAndStart) {
   EXPECT_EQ(stat->name, "sfcbd");
   EXPECT_EQ(stat->parent, 1);
   EXPECT_EQ(stat->startTicks, 98765U);
+  EXPECT_FALSE(stat->ended);
+}
+
+TEST(ProcessStat, OfAProcessThatHasEnded) {
+  for (const char* state : {"Z", "X"}) {
+    const auto stat = parseProcessStat(std::string("42 (sfcbd) ") + state + kRest);
+    ASSERT_TRUE(stat);
+    EXPECT_TRUE(stat->ended) << state;
+  }
 }
 
 TEST(ProcessStat, HasANameOfAnyBytes) {
@@ -67,18 +78,42 @@ TEST(ProcessStat, OfNoProcessIsNone) { EXPECT_FALSE(readProcessStat(-1)); }
 using Processes = std::map<pid_t, ProcessStat>;
 
 std::optional<std::uint64_t> startOfBroker(const Processes& processes, pid_t process) {
-  const auto found = findBroker(process, [&](pid_t number) -> std::optional<ProcessStat> {
+  const auto read = [&](pid_t number) -> std::optional<ProcessStat> {
     const auto entry = processes.find(number);
     return entry == processes.end() ? std::nullopt : std::optional(entry->second);
-  });
-  return found ? std::optional(found->startTicks) : std::nullopt;
+  };
+  const auto all = [&] {
+    std::vector<pid_t> numbers = {99};  // one that has gone meanwhile
+    for (const auto& [number, stat] : processes) numbers.push_back(number);
+    return numbers;
+  };
+  return brokerStart(process, {read, all});
 }
 
 TEST(Broker, IsTheDaemonThatForkedTheProcess) {
   const Processes processes = {
       {1, {"systemd", 0, 1}}, {10, {"sfcbd", 1, 500}}, {20, {"sfcbd", 10, 600}}};
   EXPECT_EQ(startOfBroker(processes, 20), 500U);
-  EXPECT_EQ(startOfBroker(processes, 10), 500U);
+}
+
+// As sfcb's: HTTP, class and interop processes are children of the daemon, requests their children.
+TEST(Broker, ThatWasRestartedIsAsOldAsItsOldestChild) {
+  Processes processes = {{1, {"systemd", 0, 1}},    {10, {"sfcbd", 1, 500}},
+                         {20, {"sfcbd", 10, 9000}}, {21, {"sfcbd", 10, 9010}},
+                         {22, {"sfcbd", 20, 9500}}, {30, {"sfcbd", 10, 9100}},
+                         {40, {"other", 1, 2}}};
+  EXPECT_EQ(startOfBroker(processes, 30), 9000U);
+  EXPECT_EQ(startOfBroker(processes, 20), 9010U) << "its own age says nothing";
+  EXPECT_EQ(startOfBroker(processes, 22), 9010U) << "nor that of its branch";
+  EXPECT_EQ(startOfBroker(processes, 10), 9000U);
+  processes[15] = {"sfcbd", 10, 600, true};
+  EXPECT_EQ(startOfBroker(processes, 30), 9000U) << "one that has ended is from before";
+}
+
+TEST(Broker, WithOldChildrenIsOldForAProcessThatHasJustCome) {
+  const Processes processes = {
+      {10, {"sfcbd", 1, 500}}, {20, {"sfcbd", 10, 510}}, {30, {"sfcbd", 10, 9100}}};
+  EXPECT_EQ(startOfBroker(processes, 30), 510U);
 }
 
 TEST(Broker, IsTheFarthestOfThatName) {
@@ -107,7 +142,7 @@ TEST(Broker, IsSoughtWithoutEndlessClimbing) {
 }
 
 TEST(BrokerAge, IsNoneWhereNoBrokerRuns) {
-  if (findBroker(getpid(), readProcessStat)) GTEST_SKIP() << "the tests run below a broker";
+  if (brokerStart(getpid(), ORV::thisMachine())) GTEST_SKIP() << "the tests run below a broker";
   EXPECT_FALSE(brokerAge(getpid()));
 }
 
@@ -137,6 +172,30 @@ TEST(BrokerAge, GrowsFromZeroBelowADaemonThatHasJustStarted) {
     const auto second = brokerAge(getpid());
     return first && second && *first >= 0s && *first < 5s && *second - *first >= 20ms;
   }));
+}
+
+TEST(BrokerAge, BeginsAnewWithTheChildrenOfARestartedDaemon) {
+  const pid_t daemon = fork();
+  if (daemon == 0) {
+    prctl(PR_SET_NAME, "sfcbd");
+    usleep(50'000);
+    const pid_t other = fork();
+    if (other == 0) pause();
+    const pid_t provider = fork();
+    if (provider == 0) {
+      const auto start = brokerStart(getpid(), ORV::thisMachine());
+      const bool isTheOthers = start == readProcessStat(other)->startTicks;
+      _exit(isTheOthers && start > readProcessStat(getppid())->startTicks ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(provider, &status, 0);
+    kill(other, SIGKILL);
+    waitpid(other, nullptr, 0);
+    _exit(status == 0 ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(daemon, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       break;
     default:
       if (const auto sense = parseSense(bytes)) tellsStandby(*sense);
-      ataCount(bytes);
+      if (const auto registers = ataRegisters(bytes)) smartPassed(*registers);
   }
   return 0;
 }

@@ -1,6 +1,5 @@
 #include "platform/linux/hardware/disk_commands.h"
 
-#include <atasmart.h>
 #include <fcntl.h>
 #include <libnvme.h>
 #include <scsi/sg.h>
@@ -9,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <memory>
 #include <optional>
 #include <system_error>
 
@@ -75,15 +73,30 @@ ScsiAnswer scsiCommand(const FileDescriptor& file, std::array<unsigned char, siz
   return answer;
 }
 
-/// CHECK POWER MODE through the SCSI layer, its registers asked back.
-ScsiAnswer checkPowerMode(const FileDescriptor& file) {
-  std::array<unsigned char, 16> command{};
-  command[0] = 0x85;    // ATA PASS-THROUGH (16)
-  command[1] = 3 << 1;  // no data
-  command[2] = 1 << 5;  // registers asked back
-  command[14] = 0xE5;   // CHECK POWER MODE
-  return scsiCommand(file, command, 0);
+/// An ATA command through the SCSI layer: with data for one sector, or else its registers asked
+/// back.
+ScsiAnswer ataCommand(const FileDescriptor& file, unsigned char command, unsigned char features,
+                      std::size_t dataSize) {
+  constexpr unsigned char kNoData = 3 << 1, kDataIn = 4 << 1;
+  constexpr unsigned char kRegistersBack = 1 << 5;
+  constexpr unsigned char kFromDevice = 1 << 3, kInBlocks = 1 << 2, kLengthInCount = 2;
+  std::array<unsigned char, 16> bytes{};
+  bytes[0] = 0x85;  // ATA PASS-THROUGH (16)
+  bytes[1] = dataSize == 0 ? kNoData : kDataIn;
+  bytes[2] = dataSize == 0 ? kRegistersBack : kFromDevice | kInBlocks | kLengthInCount;
+  bytes[4] = features;
+  bytes[6] = dataSize == 0 ? 0 : 1;
+  bytes[10] = 0x4F;  // the signature of SMART, which other commands do not look at
+  bytes[12] = 0xC2;
+  bytes[14] = command;
+  return scsiCommand(file, bytes, dataSize);
 }
+
+ScsiAnswer checkPowerMode(const FileDescriptor& file) { return ataCommand(file, 0xE5, 0, 0); }
+
+ScsiAnswer smartReturnStatus(const FileDescriptor& file) { return ataCommand(file, 0xB0, 0xDA, 0); }
+
+ScsiAnswer smartReadData(const FileDescriptor& file) { return ataCommand(file, 0xB0, 0xD0, 512); }
 
 bool isStandbyCount(std::uint8_t count) { return count == 0x00 || count == 0x01; }
 
@@ -100,28 +113,6 @@ ScsiAnswer logSense(const FileDescriptor& file, unsigned char page) {
       std::array<unsigned char, 10>{0x4D, 0, static_cast<unsigned char>(current | page), 0, 0, 0, 0,
                                     0, kSize, 0},
       kSize);
-}
-
-// ---- ATA ----
-
-struct FreeDisk {
-  void operator()(SkDisk* disk) const { sk_disk_free(disk); }
-};
-using AtaDisk = std::unique_ptr<SkDisk, FreeDisk>;
-
-void readSmart(SkDisk* ata, Hardware::Disk& disk) {
-  SkBool available = FALSE;
-  if (sk_disk_smart_is_available(ata, &available) < 0 || !available) return;
-  SkBool good = FALSE;
-  const bool asked = sk_disk_smart_status(ata, &good) >= 0;
-  if (sk_disk_smart_read_data(ata) < 0 && !asked) {
-    disk.refused = notRead(errno);
-    return;
-  }
-  const void* blob = nullptr;
-  std::size_t size = 0;
-  if (sk_disk_get_blob(ata, &blob, &size) < 0) return;
-  decodeAtaSmart({static_cast<const char*>(blob), size}, disk);
 }
 
 }  // namespace
@@ -143,37 +134,35 @@ void askNvme(const std::string& device, Hardware::Disk& disk) {
 bool isAtaInStandby(const std::string& device) {
   const FileDescriptor file(open(device.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!file.isOpen()) return false;
-  const std::optional<std::uint8_t> count = ataCount(checkPowerMode(file).sense);
-  return count && isStandbyCount(*count);
+  const std::optional<AtaRegisters> registers = ataRegisters(checkPowerMode(file).sense);
+  return registers && isStandbyCount(registers->count);
 }
 
 void askAta(const std::string& device, Hardware::Disk& disk) {
-  {
-    const FileDescriptor file = openDevice(device, disk);
-    if (!file.isOpen()) return;
-    const ScsiAnswer answer = checkPowerMode(file);
-    if (answer.error != 0) {
-      if (!hasNoSmart(answer.error)) disk.refused = notRead(answer.error);
-      return;
-    }
-    const std::optional<std::uint8_t> count = ataCount(answer.sense);
-    if (!count) {
-      // Not known to be awake: whatever is asked next might wake it.
-      disk.refused = "SMART not read: the disk does not tell its power mode";
-      return;
-    }
-    if (isStandbyCount(*count)) {
-      disk.refused = kAsleep;
-      return;
-    }
-  }
-  SkDisk* opened = nullptr;
-  if (sk_disk_open(device.c_str(), &opened) < 0) {
-    disk.refused = notRead(errno);
+  const FileDescriptor file = openDevice(device, disk);
+  if (!file.isOpen()) return;
+  const ScsiAnswer power = checkPowerMode(file);
+  if (power.error != 0) {
+    if (!hasNoSmart(power.error)) disk.refused = notRead(power.error);
     return;
   }
-  const AtaDisk ata(opened);
-  readSmart(ata.get(), disk);
+  const std::optional<AtaRegisters> registers = ataRegisters(power.sense);
+  if (!registers) {
+    // Not known to be awake: whatever is asked next might wake it.
+    disk.refused = "SMART not read: the disk does not tell its power mode";
+    return;
+  }
+  if (isStandbyCount(registers->count)) {
+    disk.refused = kAsleep;
+    return;
+  }
+  // A disk without SMART, or with SMART disabled, aborts these: it tells nothing, and refuses
+  // nothing.
+  if (const auto status = ataRegisters(smartReturnStatus(file).sense)) {
+    disk.smartPassed = smartPassed(*status);
+  }
+  const ScsiAnswer data = smartReadData(file);
+  if (data.error == 0 && data.good) decodeAtaSmart(data.data, disk);
 }
 
 void askScsi(const std::string& device, Hardware::Disk& disk) {

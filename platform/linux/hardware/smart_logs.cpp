@@ -1,7 +1,6 @@
 #include "platform/linux/hardware/smart_logs.h"
 
 #include <algorithm>
-#include <iterator>
 #include <limits>
 
 #include "platform/linux/hardware/kernel_texts.h"
@@ -31,48 +30,6 @@ std::uint64_t littleEndian128(std::string_view bytes, std::size_t offset) {
 // ---- ATA ----
 
 constexpr std::size_t kAtaPageSize = 512;
-
-/// The pieces of a blob; empty where it has none.
-struct AtaPieces {
-  std::string_view identity;  ///< IDFY
-  std::string_view status;    ///< SMST
-  std::string_view data;      ///< SMDT
-  std::string_view limits;    ///< SMTH
-};
-
-struct AtaPiece {
-  std::string_view tag;
-  std::size_t size;
-  std::string_view AtaPieces::*piece;
-};
-constexpr AtaPiece kAtaPieces[] = {{"IDFY", kAtaPageSize, &AtaPieces::identity},
-                                   {"SMST", 4, &AtaPieces::status},
-                                   {"SMDT", kAtaPageSize, &AtaPieces::data},
-                                   {"SMTH", kAtaPageSize, &AtaPieces::limits}};
-
-/// The form in which libatasmart hands out what a disk has told:
-///
-///     blob = (tag[4] size[4, big-endian] piece[size])*
-///
-/// Absent unless every piece is known, of its size and there once.
-std::optional<AtaPieces> ataPieces(std::string_view blob) {
-  AtaPieces pieces;
-  while (!blob.empty()) {
-    if (blob.size() < 8) return std::nullopt;
-    std::size_t size = 0;
-    for (std::size_t i = 4; i < 8; ++i) size = size << 8 | byteAt(blob, i);
-    const auto row = std::find_if(std::begin(kAtaPieces), std::end(kAtaPieces),
-                                  [&](const AtaPiece& p) { return p.tag == blob.substr(0, 4); });
-    if (row == std::end(kAtaPieces) || row->size != size || blob.size() - 8 < size) {
-      return std::nullopt;
-    }
-    std::string_view& piece = pieces.*row->piece;
-    if (!piece.empty()) return std::nullopt;
-    piece = blob.substr(8, size);
-    blob.remove_prefix(8 + size);
-  }
-  return pieces;
-}
 
 /// A page of SMART data adds up to 0 when it is whole.
 bool addsUp(std::string_view page) {
@@ -156,14 +113,8 @@ void decodeNvmeSmart(std::string_view log, Hardware::Disk& disk) {
   disk.mediaErrors = littleEndian128(log, 160);
 }
 
-void decodeAtaSmart(std::string_view blob, Hardware::Disk& disk) {
-  const std::optional<AtaPieces> pieces = ataPieces(blob);
-  if (!pieces) return;
-  if (!pieces->status.empty()) {
-    const bool good = pieces->status != std::string_view("\0\0\0\0", 4);
-    disk.smartPassed = good ? 1 : 0;
-  }
-  if (addsUp(pieces->data)) decodeAttributes(pieces->data, disk);
+void decodeAtaSmart(std::string_view page, Hardware::Disk& disk) {
+  if (addsUp(page)) decodeAttributes(page, disk);
 }
 
 void decodeScsiExceptions(std::string_view page, Hardware::Disk& disk) {
@@ -203,15 +154,22 @@ bool tellsStandby(const Sense& sense) {
          (sense.code == kNotReady && sense.qualifier == kStartUnitNeeded);
 }
 
-std::optional<std::uint8_t> ataCount(std::string_view sense) {
+std::optional<AtaRegisters> ataRegisters(std::string_view sense) {
   constexpr std::uint8_t kAtaStatusReturn = 9;
   if ((byteAt(sense, 0) & 0x7F) != 0x72) return std::nullopt;
   const std::size_t end = std::min<std::size_t>(sense.size(), 8u + byteAt(sense, 7));
   // Descriptors: type, additional length, content.
   for (std::size_t at = 8; at + 1 < end; at += 2u + byteAt(sense, at + 1)) {
     const bool whole = byteAt(sense, at + 1) >= 12 && at + 14 <= end;
-    if (byteAt(sense, at) == kAtaStatusReturn && whole) return byteAt(sense, at + 5);
+    if (byteAt(sense, at) != kAtaStatusReturn || !whole) continue;
+    return AtaRegisters{byteAt(sense, at + 5), byteAt(sense, at + 9), byteAt(sense, at + 11)};
   }
+  return std::nullopt;
+}
+
+std::optional<std::uint16_t> smartPassed(const AtaRegisters& registers) {
+  if (registers.lbaMiddle == 0x4F && registers.lbaHigh == 0xC2) return 1;
+  if (registers.lbaMiddle == 0xF4 && registers.lbaHigh == 0x2C) return 0;
   return std::nullopt;
 }
 

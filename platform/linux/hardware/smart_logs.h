@@ -17,10 +17,9 @@ namespace LinuxHost {
 /// Counters of 128 bits that do not fit are the largest that does.
 void decodeNvmeSmart(std::string_view log, Hardware::Disk& disk);
 
-/// An ATA disk's identity, SMART status and SMART data, in libatasmart's form of them.
-///
-/// Sets overall status, temperature, pending and bad sectors, hours.
-void decodeAtaSmart(std::string_view blob, Hardware::Disk& disk);
+/// The SMART data of an ATA disk, 512 bytes that add up to 0. Sets temperature, pending and bad
+/// sectors, hours.
+void decodeAtaSmart(std::string_view page, Hardware::Disk& disk);
 
 /// Log page 2Fh (informational exceptions) of a SCSI disk. Sets prediction and temperature.
 void decodeScsiExceptions(std::string_view page, Hardware::Disk& disk);
@@ -36,7 +35,16 @@ std::optional<Sense> parseSense(std::string_view bytes);
 /// Whether sense data says that the disk is in a low power condition or stopped.
 bool tellsStandby(const Sense& sense);
 
-/// The count register of a finished ATA command, from its sense data in descriptor form.
-std::optional<std::uint8_t> ataCount(std::string_view sense);
+/// Registers of a finished ATA command, from its sense data in descriptor form.
+struct AtaRegisters {
+  std::uint8_t count = 0;
+  std::uint8_t lbaMiddle = 0;
+  std::uint8_t lbaHigh = 0;
+};
+std::optional<AtaRegisters> ataRegisters(std::string_view sense);
+
+/// What SMART RETURN STATUS has left in the registers: 1 passed, 0 failed; absent for anything
+/// else.
+std::optional<std::uint16_t> smartPassed(const AtaRegisters& registers);
 
 }  // namespace LinuxHost

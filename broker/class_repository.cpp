@@ -144,6 +144,11 @@ bool ClassRepository::replaces(const ClassDefinition& own, const ClassDefinition
   return true;
 }
 
+void ClassRepository::declare(QualifierDefinition qualifier) {
+  std::string name = qualifier.name;
+  qualifiers_[std::move(name)] = std::move(qualifier);
+}
+
 const ClassDefinition* ClassRepository::find(std::string_view name) const {
   auto it = classes_.find(name);
   return it == classes_.end() ? nullptr : &it->second;

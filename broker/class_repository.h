@@ -27,6 +27,15 @@ struct QualifierValue {
   std::vector<std::string> values;
 };
 
+/// The declaration of a qualifier.
+struct QualifierDefinition {
+  std::string name;
+  CMPIType type = CMPI_boolean;                          ///< with CMPI_ARRAY for arrays
+  std::optional<std::vector<std::string>> defaultValue;  ///< literal texts; absent: null
+  std::vector<std::string> scopes;                       ///< "class", "property", ..., or "any"
+  std::vector<std::string> flavors;                      ///< "EnableOverride", "ToSubclass", ...
+};
+
 struct PropertyDefinition {
   std::string name;
   CMPIType type = CMPI_string;  ///< with CMPI_ARRAY for arrays; CMPI_ref for references
@@ -74,6 +83,14 @@ class ClassRepository {
   /// std::invalid_argument, when the name is taken otherwise or the superclass unknown.
   bool add(ClassDefinition own);
 
+  /// Keeps a qualifier's declaration; a later one of the same name takes its place.
+  void declare(QualifierDefinition qualifier);
+
+  /// Every declared qualifier, by name.
+  const std::map<std::string, QualifierDefinition, NameLess>& qualifiers() const {
+    return qualifiers_;
+  }
+
   /// Null when there is no class of that name.
   const ClassDefinition* find(std::string_view name) const;
 
@@ -90,6 +107,7 @@ class ClassRepository {
   bool replaces(const ClassDefinition& own, const ClassDefinition& former) const;
 
   std::map<std::string, ClassDefinition, NameLess> classes_;
+  std::map<std::string, QualifierDefinition, NameLess> qualifiers_;
   std::vector<const ClassDefinition*> order_;
 };
 

@@ -188,19 +188,22 @@ void MofParser::include(const std::string& name, int line) {
 void MofParser::qualifierDeclaration() {
   const int line = token_.line;
   advance();
-  const std::string name = expectIdentifier("the qualifier's name");
+  QualifierDefinition own;
+  const std::string name = own.name = expectIdentifier("the qualifier's name");
   expectSymbol(':');
   CMPIType type = dataType();
   if (arraySuffix()) type = arrayOf(type);
-  if (acceptSymbol('=')) initializer(type);
+  own.type = type;
+  if (acceptSymbol('=')) own.defaultValue = initializer(type);
   while (acceptSymbol(',')) {
     const std::string part = expectIdentifier("Scope or Flavor");
     if (!sameName(part, "scope") && !sameName(part, "flavor")) {
       failAt(line, "qualifier " + name + ": expected Scope or Flavor, not \"" + part + "\"");
     }
+    auto& words = sameName(part, "scope") ? own.scopes : own.flavors;
     expectSymbol('(');
     do {
-      expectIdentifier("a scope or flavor");
+      words.push_back(expectIdentifier("a scope or flavor"));
     } while (acceptSymbol(','));
     expectSymbol(')');
   }
@@ -209,6 +212,7 @@ void MofParser::qualifierDeclaration() {
   if (!isNew && it->second.type != type) {
     failAt(line, "qualifier " + name + " is declared twice, with different types");
   }
+  reader_.classes_.declare(std::move(own));
 }
 
 // ---- Classes ----

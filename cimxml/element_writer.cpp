@@ -1,7 +1,9 @@
 #include "cimxml/element_writer.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <sstream>
+#include <tuple>
 #include <utility>
 
 namespace orv::cimxml {
@@ -181,19 +183,24 @@ void appendQualifiers(xml_node parent, const std::vector<broker::QualifierValue>
   }
 }
 
-void appendDefault(xml_node node, const PropertyDefinition& property) {
-  if (!property.defaultValue) return;
+bool hasName(const std::vector<std::string>& names, std::string_view wanted) {
+  return std::any_of(names.begin(), names.end(),
+                     [&](const std::string& name) { return broker::sameName(name, wanted); });
+}
+
+/// VALUE or VALUE.ARRAY of literal texts as MOF has them; nothing for null.
+void appendLiterals(xml_node node, CMPIType type,
+                    const std::optional<std::vector<std::string>>& literals) {
+  if (!literals) return;
   const auto text = [&](const std::string& value) {
-    const bool isBoolean = (property.type & ~CMPI_ARRAY) == CMPI_boolean;
+    const bool isBoolean = (type & ~CMPI_ARRAY) == CMPI_boolean;
     return isBoolean ? std::string(broker::sameName(value, "true") ? "TRUE" : "FALSE") : value;
   };
-  if ((property.type & CMPI_ARRAY) != 0) {
+  if ((type & CMPI_ARRAY) != 0) {
     xml_node values = node.append_child("VALUE.ARRAY");
-    for (const std::string& value : *property.defaultValue) {
-      appendText(values, "VALUE", text(value));
-    }
-  } else if (!property.defaultValue->empty()) {
-    appendText(node, "VALUE", text(property.defaultValue->front()));
+    for (const std::string& value : *literals) appendText(values, "VALUE", text(value));
+  } else if (!literals->empty()) {
+    appendText(node, "VALUE", text(literals->front()));
   }
 }
 
@@ -217,7 +224,7 @@ void appendDeclaration(xml_node parent, const PropertyDefinition& property,
     node.append_attribute("PROPAGATED") = "true";
   }
   if (options.includeQualifiers) appendQualifiers(node, property.qualifiers);
-  appendDefault(node, property);
+  appendLiterals(node, property.type, property.defaultValue);
 }
 
 bool isListed(const std::optional<std::vector<std::string>>& list, const std::string& name) {
@@ -281,6 +288,29 @@ void appendInstance(xml_node parent, const Instance& instance,
   for (const broker::Property& property : instance.properties) {
     appendProperty(node, property, origins);
   }
+}
+
+void appendQualifierDeclaration(xml_node parent, const broker::QualifierDefinition& definition) {
+  xml_node node = parent.append_child("QUALIFIER.DECLARATION");
+  setName(node, definition.name);
+  node.append_attribute("TYPE") = typeText(definition.type).c_str();
+  node.append_attribute("ISARRAY") = (definition.type & CMPI_ARRAY) != 0 ? "true" : "false";
+  for (const auto& [flavor, attribute, value] :
+       {std::make_tuple("DisableOverride", "OVERRIDABLE", "false"),
+        {"Restricted", "TOSUBCLASS", "false"},
+        {"Translatable", "TRANSLATABLE", "true"}}) {
+    if (hasName(definition.flavors, flavor)) node.append_attribute(attribute) = value;
+  }
+  if (!definition.scopes.empty()) {
+    xml_node scope = node.append_child("SCOPE");
+    for (const char* name :
+         {"CLASS", "ASSOCIATION", "REFERENCE", "PROPERTY", "METHOD", "PARAMETER", "INDICATION"}) {
+      if (hasName(definition.scopes, name) || hasName(definition.scopes, "any")) {
+        scope.append_attribute(name) = "true";
+      }
+    }
+  }
+  appendLiterals(node, definition.type, definition.defaultValue);
 }
 
 void appendClass(xml_node parent, const broker::ClassDefinition& definition,

@@ -43,6 +43,10 @@ void appendInstance(pugi::xml_node parent, const broker::Instance& instance,
 void appendClass(pugi::xml_node parent, const broker::ClassDefinition& definition,
                  const ClassOptions& options);
 
+/// QUALIFIER.DECLARATION.
+void appendQualifierDeclaration(pugi::xml_node parent,
+                                const broker::QualifierDefinition& definition);
+
 /// Elements as they stand in a document.
 std::string elementText(const pugi::xml_document& elements);
 

@@ -63,6 +63,10 @@ void ResponseWriter::classDefinition(const broker::ClassDefinition& definition,
   impl_->add([&](xml_node parent) { appendClass(parent, definition, options); });
 }
 
+void ResponseWriter::qualifier(const broker::QualifierDefinition& definition) {
+  impl_->add([&](xml_node parent) { appendQualifierDeclaration(parent, definition); });
+}
+
 void ResponseWriter::instanceName(const ObjectPath& path) {
   impl_->add([&](xml_node parent) { appendInstanceName(parent, path); });
 }

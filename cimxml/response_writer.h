@@ -31,14 +31,15 @@ class ResponseWriter {
   // Fails: CimError when the return value becomes too large.
   void className(const std::string& name);  ///< CLASSNAME
   void classDefinition(const broker::ClassDefinition& definition,
-                       const ClassOptions& options);        ///< CLASS
-  void instanceName(const broker::ObjectPath& path);        ///< INSTANCENAME
-  void namedInstance(const broker::Instance& instance);     ///< VALUE.NAMEDINSTANCE
-  void instance(const broker::Instance& instance);          ///< INSTANCE
-  void instancePath(const broker::ObjectPath& path);        ///< INSTANCEPATH
-  void instanceWithPath(const broker::Instance& instance);  ///< VALUE.INSTANCEWITHPATH
-  void objectPath(const broker::ObjectPath& path);          ///< OBJECTPATH
-  void objectWithPath(const broker::Instance& instance);    ///< VALUE.OBJECTWITHPATH
+                       const ClassOptions& options);              ///< CLASS
+  void qualifier(const broker::QualifierDefinition& definition);  ///< QUALIFIER.DECLARATION
+  void instanceName(const broker::ObjectPath& path);              ///< INSTANCENAME
+  void namedInstance(const broker::Instance& instance);           ///< VALUE.NAMEDINSTANCE
+  void instance(const broker::Instance& instance);                ///< INSTANCE
+  void instancePath(const broker::ObjectPath& path);              ///< INSTANCEPATH
+  void instanceWithPath(const broker::Instance& instance);        ///< VALUE.INSTANCEWITHPATH
+  void objectPath(const broker::ObjectPath& path);                ///< OBJECTPATH
+  void objectWithPath(const broker::Instance& instance);          ///< VALUE.OBJECTWITHPATH
 
   /// For an operation that returns nothing: the response has no return value.
   void noReturnValue();

@@ -1,4 +1,4 @@
-// Operations on classes.
+// Operations on classes and qualifiers.
 
 #include "serve/operations.h"
 
@@ -50,6 +50,24 @@ void Operations::enumerateClassNames(RequestContext& context) {
   const bool deep = context.flag("DeepInheritance", false);
   for (const ClassDefinition* found : listed(context.classes, context.text("ClassName"), deep)) {
     context.writer.className(found->name);
+  }
+}
+
+void Operations::getQualifier(RequestContext& context) {
+  const std::optional<std::string> name = context.text("QualifierName");
+  if (!name || name->empty()) {
+    throw CimError(CMPI_RC_ERR_INVALID_PARAMETER, "QualifierName is missing");
+  }
+  const auto found = context.classes.qualifiers().find(*name);
+  if (found == context.classes.qualifiers().end()) {
+    throw CimError(CMPI_RC_ERR_NOT_FOUND, "Qualifier not found");
+  }
+  context.writer.qualifier(found->second);
+}
+
+void Operations::enumerateQualifiers(RequestContext& context) {
+  for (const auto& [name, qualifier] : context.classes.qualifiers()) {
+    context.writer.qualifier(qualifier);
   }
 }
 

@@ -64,6 +64,8 @@ const std::map<std::string, Operations::Handler, broker::NameLess>& Operations::
       {"GetClass", &Operations::getClass},
       {"EnumerateClasses", &Operations::enumerateClasses},
       {"EnumerateClassNames", &Operations::enumerateClassNames},
+      {"GetQualifier", &Operations::getQualifier},
+      {"EnumerateQualifiers", &Operations::enumerateQualifiers},
       {"OpenEnumerateInstances", &Operations::openEnumerateInstances},
       {"OpenEnumerateInstancePaths", &Operations::openEnumerateInstancePaths},
       {"OpenAssociatorInstances", &Operations::openAssociatorInstances},

@@ -63,6 +63,8 @@ class Operations {
   void getClass(RequestContext& context);
   void enumerateClasses(RequestContext& context);
   void enumerateClassNames(RequestContext& context);
+  void getQualifier(RequestContext& context);
+  void enumerateQualifiers(RequestContext& context);
 
   // Enumerations that are pulled; pull_operations.cpp.
   void openEnumerateInstances(RequestContext& context);

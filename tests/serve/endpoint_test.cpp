@@ -395,6 +395,25 @@ TEST_F(EndpointTest, EnumerateClassesGivesDefinitions) {
   EXPECT_STREQ(speed.attribute("CLASSORIGIN").value(), "CIM_LogicalPort");
 }
 
+TEST_F(EndpointTest, QualifiersAreDeclared) {
+  const Reply key = served_.ask("GetQualifier", valueParameter("QualifierName", "key"));
+  ASSERT_EQ(key.code(), 0) << key.body;
+  const pugi::xml_node declaration = key.value().child("QUALIFIER.DECLARATION");
+  EXPECT_STREQ(declaration.attribute("NAME").value(), "Key");
+  EXPECT_STREQ(declaration.attribute("TYPE").value(), "boolean");
+  EXPECT_STREQ(declaration.attribute("ISARRAY").value(), "false");
+  EXPECT_STREQ(declaration.attribute("OVERRIDABLE").value(), "false");
+  EXPECT_STREQ(declaration.child("SCOPE").attribute("PROPERTY").value(), "true");
+  EXPECT_FALSE(declaration.child("SCOPE").attribute("METHOD"));
+  EXPECT_STREQ(declaration.child("VALUE").text().get(), "FALSE");
+  const Reply all = served_.ask("EnumerateQualifiers");
+  EXPECT_GT(all.count(), 10U);
+  EXPECT_THAT(all.body, HasSubstr("<QUALIFIER.DECLARATION NAME=\"ValueMap\" TYPE=\"string\" "
+                                  "ISARRAY=\"true\""));
+  EXPECT_EQ(served_.ask("GetQualifier", valueParameter("QualifierName", "None")).code(), 6);
+  EXPECT_EQ(served_.ask("GetQualifier").code(), 4);
+}
+
 // ---- CIM errors ----
 
 TEST_F(EndpointTest, AnUnknownNamespaceIsToldForEveryOperation) {
@@ -452,8 +471,8 @@ TEST_F(EndpointTest, AParameterThatMakesNoSenseIsToldUnderTheMessagesId) {
 
 TEST_F(EndpointTest, OperationsThatAreNotServedAreNotSupported) {
   for (const char* method :
-       {"CreateClass", "ModifyClass", "DeleteClass", "GetProperty", "SetProperty", "GetQualifier",
-        "SetQualifier", "EnumerateQualifiers", "DeleteQualifier", "EnumerationCount", "Unheard"}) {
+       {"CreateClass", "ModifyClass", "DeleteClass", "GetProperty", "SetProperty", "SetQualifier",
+        "DeleteQualifier", "EnumerationCount", "Unheard"}) {
     const Reply reply = served_.ask(method);
     EXPECT_EQ(reply.code(), 7) << method;
     EXPECT_EQ(reply.description(), std::string(method) + " is not supported");

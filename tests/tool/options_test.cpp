@@ -47,9 +47,9 @@ TEST(CommandLine, HasDefaults) {
   EXPECT_EQ(options->print.format, Format::kMof);
   EXPECT_FALSE(options->print.withNulls);
   EXPECT_EQ(options->nameSpace, "root/cimv2");
-  EXPECT_THAT(options->libraries, ElementsAre());
-  EXPECT_THAT(options->schemas, ElementsAre());
-  EXPECT_EQ(options->simulate, "");
+  EXPECT_THAT(options->session.libraries, ElementsAre());
+  EXPECT_THAT(options->session.schemas, ElementsAre());
+  EXPECT_EQ(options->session.simulate, "");
 }
 
 TEST(CommandLine, GlobalOptionsMayStandBeforeAndBehindTheCommand) {
@@ -65,9 +65,9 @@ TEST(CommandLine, GlobalOptionsMayStandBeforeAndBehindTheCommand) {
     EXPECT_EQ(options->print.format, Format::kJson);
     EXPECT_TRUE(options->print.withNulls);
     EXPECT_EQ(options->nameSpace, "root/x");
-    EXPECT_THAT(options->libraries, ElementsAre("l"));
-    EXPECT_THAT(options->schemas, ElementsAre("s"));
-    EXPECT_EQ(options->simulate, "h");
+    EXPECT_THAT(options->session.libraries, ElementsAre("l"));
+    EXPECT_THAT(options->session.schemas, ElementsAre("s"));
+    EXPECT_EQ(options->session.simulate, "h");
   }
 }
 
@@ -85,8 +85,8 @@ TEST(CommandLine, SeveralLibrariesAndSchemasAreGivenOneByOne) {
   const auto options =
       parse({"--library", "a", "--schema", "b", "--library", "c", "--schema", "d", "list"});
   ASSERT_TRUE(options);
-  EXPECT_THAT(options->libraries, ElementsAre("a", "c"));
-  EXPECT_THAT(options->schemas, ElementsAre("b", "d"));
+  EXPECT_THAT(options->session.libraries, ElementsAre("a", "c"));
+  EXPECT_THAT(options->session.schemas, ElementsAre("b", "d"));
 }
 
 TEST(CommandLine, AssociationCommandsHaveTheirFilters) {

@@ -1,9 +1,9 @@
-#include "cimxml/request_reader.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "cimxml/request_reader.h"
 
 namespace orv::cimxml {
 namespace {
@@ -204,11 +204,11 @@ TEST(CimXmlReader, IntegersFitTheirTypes) {
   };
   for (const IntegerRow& row : rows) {
     const auto status = [&](const char* text) {
-      return statusOf(call("CreateInstance",
-                           parameter("NewInstance",
-                                     "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"" +
-                                         std::string(row.type) + "\"><VALUE>" + text +
-                                         "</VALUE></PROPERTY></INSTANCE>")));
+      return statusOf(
+          call("CreateInstance",
+               parameter("NewInstance", "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"" +
+                                            std::string(row.type) + "\"><VALUE>" + text +
+                                            "</VALUE></PROPERTY></INSTANCE>")));
     };
     EXPECT_EQ(status(row.smallest), CMPI_RC_OK) << row.type;
     EXPECT_EQ(status(row.largest), CMPI_RC_OK) << row.type;
@@ -229,8 +229,10 @@ TEST(CimXmlReader, ReadsCharactersInUtf8) {
 
 TEST(CimXmlReader, ACharacterIsOneCharacter) {
   for (const char* text : {"", "AB", "\xF0\x9F\x98\x80"}) {
-    const std::string element = "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"char16\">"
-                                "<VALUE>" + std::string(text) + "</VALUE></PROPERTY></INSTANCE>";
+    const std::string element =
+        "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"char16\">"
+        "<VALUE>" +
+        std::string(text) + "</VALUE></PROPERTY></INSTANCE>";
     EXPECT_EQ(statusOf(call("CreateInstance", parameter("NewInstance", element))),
               CMPI_RC_ERR_INVALID_PARAMETER)
         << text;

@@ -1,5 +1,3 @@
-#include "cimxml/response_writer.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +6,7 @@
 
 #include "cimxml/element_reader.h"
 #include "cimxml/export_message.h"
+#include "cimxml/response_writer.h"
 
 namespace orv::cimxml {
 namespace {

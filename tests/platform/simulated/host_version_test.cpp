@@ -133,7 +133,8 @@ TEST(SimulatedHypervisor, NeedsNoVersionCall) {
     EXPECT_FALSE(HostType_OSIsHYK());
     file.write("{}");
     EXPECT_TRUE(HostType_OSIsHYK()) << "nothing is remembered without a version call";
-  }).join();
+  })
+      .join();
 }
 
 }  // namespace

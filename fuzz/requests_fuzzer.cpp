@@ -14,6 +14,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "broker/mof_reader.h"
@@ -187,7 +188,9 @@ ObjectPath pathOf(Bytes& bytes, int depth) {
   path.nameSpace = bytes.byte() == 7 ? bytes.text() : "root/cimv2";
   path.className = bytes.oneOf(kClasses);
   for (int i = bytes.byte() % 6; i > 0; --i) {
-    path.keys.push_back({bytes.oneOf(kKeys), keyValue(bytes, depth)});
+    Key key{bytes.oneOf(kKeys), keyValue(bytes, depth)};
+    // A key given twice is refused, with a report, before any provider is asked.
+    if (path.key(key.name) == nullptr) path.keys.push_back(std::move(key));
   }
   return path;
 }

@@ -55,7 +55,9 @@ constexpr const char* kPolledClasses[] = {
 };
 
 TEST_F(RealRegistrationTest, PolledClassesThatNobodyServesAreEmpty) {
-  serve();
+  sandbox_ = std::make_unique<BrokerSandbox>();
+  ASSERT_EQ(sandbox_->registerProviders({"--only", "provider"}).status, 0);
+  ASSERT_TRUE(sandbox_->start());
   for (const char* name : kPolledClasses) {
     const auto answer = ask("EnumerateInstances", classParameter(name));
     EXPECT_EQ(answer.code(), 0) << name;

@@ -20,7 +20,7 @@ TEST(Names, CountWithoutRegardToCase) {
 TEST(Names, CountWithoutRegardToCaseInEveryLocale) {
   const orv::test::TurkishLocale locale;
   if (!locale.isThere()) GTEST_SKIP() << "localedef makes no Turkish locale here";
-  ASSERT_NE(strcasecmp("i", "I"), 0) << "the C library folds as in English";
+  ASSERT_NE(tolower('I'), 'i') << "the C library folds as in English";
   EXPECT_TRUE(sameName("Orvane_EPStatistics", "ORVANE_EPSTATISTICS"));
   EXPECT_TRUE(sameName("ORVANE_EPSTATISTICS", "orvane_epstatistics"));
   EXPECT_FALSE(sameName("\xfd", "I")) << "a dotless i is another letter";

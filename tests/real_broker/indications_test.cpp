@@ -20,7 +20,7 @@ class RealIndicationsTest : public RealBrokerTest {
   void serveWithHeartbeat() {
     sandbox_ = std::make_unique<BrokerSandbox>();
     sandbox_->configure("enableInterOp:", "enableInterOp: true heartbeatInterval: 30");
-    ASSERT_EQ(sandbox_->registerProviders({"--only", "provider"}).status, 0);
+    ASSERT_EQ(sandbox_->registerProviders().status, 0);
     ASSERT_TRUE(sandbox_->start()) << sandbox_->log();
   }
 

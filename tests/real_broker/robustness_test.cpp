@@ -84,6 +84,23 @@ TEST_F(RealRobustnessTest, LongKeysAreAnswered) {
   expectTheSameProcessStillServes(process);
 }
 
+// The health monitor asks for the hardware and the associations of a port ask for the system's
+// parts: two libraries that ask each other at the same time.
+TEST_F(RealRobustnessTest, AssociationsAreAnsweredWhileTheHealthMonitorPolls) {
+  const pid_t process = serveInOneProcess();
+  // Ten seconds after the start, and then at once.
+  const auto monitorHasPolled = std::chrono::steady_clock::now() + seconds(13);
+  ASSERT_EQ(ask("EnumerateInstances", classParameter("Orvane_RollupHealthState")).code(), 0);
+  while (std::chrono::steady_clock::now() < monitorHasPolled) {
+    for (const std::string& operation : kAssociationOperations) {
+      const Reply reply =
+          ask(operation, nameParameter("ObjectName", "Orvane_EthernetPort", portKeys("nic0")));
+      ASSERT_EQ(reply.code(), 0) << operation << ": " << reply.httpStatus;
+    }
+  }
+  expectTheSameProcessStillServes(process);
+}
+
 TEST_F(RealRobustnessTest, QuotesInKeysAreAnswered) {
   const pid_t process = serveInOneProcess();
   for (const char* text : {"\"", "nic\"0", "\"nic0\"", "a\\\"b", "\\", "nic0\\", "a,b=c", "<&>"}) {

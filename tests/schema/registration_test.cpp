@@ -89,7 +89,7 @@ TEST(HostRegistration, EverySectionLoadsTheLibraryIntoAProcessOfItsOwnForGood) {
   for (const RegistrationSection& section : sections) {
     EXPECT_TRUE(seen.insert(section.className).second) << section.className;
     EXPECT_EQ(section.location, "orvhost") << section.className;
-    EXPECT_EQ(section.group, "orvhost") << section.className;
+    EXPECT_EQ(section.group, "orvane") << section.className;
     EXPECT_TRUE(section.unloadNever) << section.className;
     EXPECT_TRUE(section.instance) << section.className;
     const ClassDefinition* c = schema.find(section.className);

@@ -32,9 +32,10 @@ Endpoint::Endpoint(broker::Broker& broker, const Operations::Namespaces& namespa
       interop_(*namespaces.at(Interop::kNamespace), subscriptions_, settings.host,
                namesOf(namespaces)),
       operations_(broker, namespaces, interop_, settings.host, settings.operations),
-      server_(settings.http, [this](const Client& client, const std::string& body) {
-        return answer(client, body);
-      }) {}
+      server_(
+          settings.http,
+          [this](const Client& client, const std::string& body) { return answer(client, body); },
+          std::move(settings.routes)) {}
 
 void Endpoint::start(ListenSocket socket) {
   subscriptions_.restore();
@@ -42,11 +43,15 @@ void Endpoint::start(ListenSocket socket) {
 }
 
 HttpAnswer Endpoint::answer(const Client& client, const std::string& body) {
+  HttpAnswer answer;
   try {
-    return {200, operations_.answer(body, client.address), ""};
+    answer.body = operations_.answer(body, client.address);
+    answer.headers = {{"CIMOperation", "MethodResponse"}, {"Cache-Control", "no-cache"}};
   } catch (const cimxml::BadMessage& bad) {
-    return {400, "", bad.cimError()};
+    answer.status = 400;
+    answer.headers = {{"CIMError", bad.cimError()}};
   }
+  return answer;
 }
 
 }  // namespace orv::serve

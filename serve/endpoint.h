@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "broker/broker.h"
 #include "serve/http_server.h"
@@ -24,7 +25,8 @@ class Endpoint {
     std::string listenerAuthorities;                 ///< PEM file; see HttpListenerSettings
     Subscriptions::Settings subscriptions;
     Operations::Limits operations;
-    std::string host;  ///< HOST of object paths that have none
+    std::vector<GetRoute> routes;  ///< what GET requests are answered
+    std::string host;              ///< HOST of object paths that have none
   };
 
   /// `broker` must outlive the endpoint; `namespaces` are the broker's, the interop namespace among

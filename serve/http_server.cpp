@@ -26,12 +26,21 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = ConnectionTable::Clock;
 
-constexpr const char* kXml = "application/xml; charset=\"utf-8\"";
 constexpr const char* kPriorities = "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2";
 
 /// What a refused client may still send before it is told: closing on what it sends would destroy
 /// the answer on its way.
 constexpr std::size_t kPatienceBytes = 8U << 20;
+
+/// What a browser is told about every answer to a GET request: its type is not to be guessed, and
+/// no page of another origin may embed, frame or hold on to it.
+constexpr std::pair<const char*, const char*> kShieldHeaders[] = {
+    {"X-Content-Type-Options", "nosniff"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
+    {"Cross-Origin-Opener-Policy", "same-origin"},
+    {"X-Frame-Options", "DENY"},
+    {"Referrer-Policy", "no-referrer"},
+};
 
 /// A client that is over the limit is told so, or leaves, in this time.
 constexpr milliseconds kOverLimitTime{2000};
@@ -104,8 +113,10 @@ struct HttpServer::Impl {
     bool headRead = false;
     int refusal = 0;  // status; the body is passed over
     bool answered = false;
+    bool reads = false;  // GET or HEAD
     Client client;
     BasicCredentials credentials;
+    GetRequest get;  // without the client
     std::string body;
     std::size_t bodyHeld = 0;
     std::size_t answerHeld = 0;
@@ -114,9 +125,10 @@ struct HttpServer::Impl {
     bool counted = false;  // among those under way
   };
 
-  Impl(HttpSettings given, HttpServer::Handler httpHandler)
+  Impl(HttpSettings given, HttpServer::Handler httpHandler, std::vector<GetRoute> getRoutes)
       : settings(std::move(given)),
         handler(std::move(httpHandler)),
+        routes(std::move(getRoutes)),
         rules{settings.limits.bodyBytes, settings.hostNames},
         bodies(settings.limits.bodyBytesInAll),
         answers(settings.limits.answerBytesInAll),
@@ -184,7 +196,7 @@ struct HttpServer::Impl {
     server.changed.notify_all();
   }
 
-  static MHD_Result onRequest(void* self, MHD_Connection* connection, const char*,
+  static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* path,
                               const char* method, const char*, const char* data, std::size_t* size,
                               void** context) try {
     auto* exchange = static_cast<Exchange*>(*context);
@@ -192,7 +204,7 @@ struct HttpServer::Impl {
     if (exchange->answered) return of(self).send(connection, *exchange);
     if (!exchange->headRead) {
       exchange->headRead = true;
-      return of(self).readHead(connection, method, *exchange);
+      return of(self).readHead(connection, method, path, *exchange);
     }
     if (*size > 0) {
       of(self).readBody(*exchange, data, *size);
@@ -220,9 +232,19 @@ struct HttpServer::Impl {
     return MHD_NO;
   }
 
-  MHD_Result readHead(MHD_Connection* connection, const char* method, Exchange& exchange) {
+  static MHD_Result addParameter(void* request, MHD_ValueKind, const char* name,
+                                 const char* value) try {
+    static_cast<GetRequest*>(request)->parameters.emplace_back(name, value == nullptr ? "" : value);
+    return MHD_YES;
+  } catch (const std::exception&) {
+    return MHD_NO;
+  }
+
+  MHD_Result readHead(MHD_Connection* connection, const char* method, const char* path,
+                      Exchange& exchange) {
     RequestHead head;
     head.method = method;
+    exchange.reads = head.reads();
     MHD_get_connection_values(connection, MHD_HEADER_KIND, &addHeader, &head);
     exchange.refusal =
         exchange.place == nullptr || exchange.place->overLimit ? 503 : refusalOf(head, rules);
@@ -230,9 +252,15 @@ struct HttpServer::Impl {
     if (exchange.refusal == 0 && !identify(connection, head, exchange)) {
       exchange.refusal = settings.authenticator != nullptr ? 401 : 403;
     }
+    if (exchange.refusal == 0 && exchange.reads) readTarget(connection, path, exchange.get);
     if (exchange.refusal == 0) return MHD_YES;
     // A body whose length is not clear is not waited for.
     return exchange.refusal != 400 && mayFinish(head) ? MHD_YES : send(connection, exchange);
+  }
+
+  static void readTarget(MHD_Connection* connection, const char* path, GetRequest& request) {
+    request.path = path;
+    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &addParameter, &request);
   }
 
   /// Whether a refused client's body is passed over before it is told, so that it reads the answer.
@@ -288,7 +316,7 @@ struct HttpServer::Impl {
 
   void work(MHD_Connection* connection, Exchange& exchange) noexcept {
     try {
-      if (isAllowed(exchange)) exchange.answer = handler(exchange.client, exchange.body);
+      if (isAllowed(exchange)) exchange.answer = answerTo(exchange);
     } catch (...) {
       exchange.refusal = statusOf(std::current_exception());
     }
@@ -301,6 +329,14 @@ struct HttpServer::Impl {
     } catch (const std::bad_alloc&) {
       handBack(connection, exchange);
     }
+  }
+
+  HttpAnswer answerTo(Exchange& exchange) const {
+    if (!exchange.reads) return handler(exchange.client, exchange.body);
+    const GetRoute* route = routeOf(routes, exchange.get.path);
+    if (route == nullptr) return errorAnswer(404);
+    exchange.get.client = exchange.client;
+    return route->handler(exchange.get);
   }
 
   bool isAllowed(Exchange& exchange) {
@@ -330,43 +366,49 @@ struct HttpServer::Impl {
   MHD_Result send(MHD_Connection* connection, Exchange& exchange) {
     if (exchange.refusal == 0 && !answers.take(exchange.answer.body.size())) exchange.refusal = 503;
     if (exchange.refusal == 0) exchange.answerHeld = exchange.answer.body.size();
-    const int status = exchange.refusal != 0 ? exchange.refusal : exchange.answer.status;
-    auto body = std::make_unique<std::string>();
-    if (exchange.refusal == 0) *body = std::move(exchange.answer.body);
+    if (exchange.refusal != 0) exchange.answer = refusalAnswer(exchange);
+    auto body = std::make_unique<std::string>(std::move(exchange.answer.body));
     std::string* text = body.get();
     MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
         text->size(), text->data(), &release, text);
     if (response == nullptr) return MHD_NO;
     body.release();
-    addHeaders(response, exchange, status);
+    addHeaders(response, exchange);
     const auto inTime = milliseconds(1000 * text->size() / settings.limits.writeBytesPerSecond);
     if (exchange.place != nullptr) {
       table.abortAt(exchange.place, Clock::now() + settings.limits.writeTime + inTime);
     }
     const MHD_Result queued =
-        MHD_queue_response(connection, static_cast<unsigned>(status), response);
+        MHD_queue_response(connection, static_cast<unsigned>(exchange.answer.status), response);
     MHD_destroy_response(response);
     return queued;
   }
 
-  void addHeaders(MHD_Response* response, const Exchange& exchange, int status) const {
-    const auto add = [&](const char* name, const char* value) {
-      MHD_add_response_header(response, name, value);
-    };
-    if (exchange.refusal != 0) add("Connection", "close");
-    if (status == 405) add("Allow", "POST");
-    if (status == 401 && settings.authenticator != nullptr) {
-      add("WWW-Authenticate", "Basic realm=\"orvcim\"");
-    }
-    if (status == 429) add("Retry-After", "30");
-    if (exchange.refusal != 0) return;
-    add("Content-Type", kXml);
-    if (exchange.answer.cimError.empty()) {
-      add("CIMOperation", "MethodResponse");
-      add("Cache-Control", "no-cache");
+  HttpAnswer refusalAnswer(const Exchange& exchange) const {
+    HttpAnswer answer;
+    if (exchange.reads) {
+      answer = errorAnswer(exchange.refusal);
     } else {
-      add("CIMError", exchange.answer.cimError.c_str());
+      answer.status = exchange.refusal;
+      answer.mediaType = "";
     }
+    answer.headers.emplace_back("Connection", "close");
+    if (answer.status == 405) answer.headers.emplace_back("Allow", "GET, HEAD, POST");
+    if (answer.status == 401 && settings.authenticator != nullptr) {
+      answer.headers.emplace_back("WWW-Authenticate", "Basic realm=\"orvcim\"");
+    }
+    if (answer.status == 429) answer.headers.emplace_back("Retry-After", "30");
+    return answer;
+  }
+
+  static void addHeaders(MHD_Response* response, const Exchange& exchange) {
+    const auto add = [&](const char* name, const std::string& value) {
+      if (!value.empty()) MHD_add_response_header(response, name, value.c_str());
+    };
+    add("Content-Type", exchange.answer.mediaType);
+    for (const auto& [name, value] : exchange.answer.headers) add(name.c_str(), value);
+    if (!exchange.reads) return;
+    for (const auto& [name, value] : kShieldHeaders) add(name, value);
   }
 
   // ---- Life. ----
@@ -441,6 +483,7 @@ struct HttpServer::Impl {
 
   const HttpSettings settings;
   const HttpServer::Handler handler;
+  const std::vector<GetRoute> routes;
   const HeadRules rules;
   Budget bodies;
   Budget answers;
@@ -455,8 +498,8 @@ struct HttpServer::Impl {
   MHD_Daemon* daemon = nullptr;
 };
 
-HttpServer::HttpServer(HttpSettings settings, Handler handler)
-    : impl_(std::make_unique<Impl>(std::move(settings), std::move(handler))) {}
+HttpServer::HttpServer(HttpSettings settings, Handler handler, std::vector<GetRoute> routes)
+    : impl_(std::make_unique<Impl>(std::move(settings), std::move(handler), std::move(routes))) {}
 
 HttpServer::~HttpServer() { stop(); }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "serve/authenticator.h"
+#include "serve/http_answer.h"
 #include "serve/listen_address.h"
 #include "serve/tls_credentials.h"
 
@@ -39,31 +40,23 @@ struct HttpSettings {
   Authenticator* authenticator = nullptr;
 };
 
-/// Who asks.
-struct Client {
-  std::string address;
-  std::string user;  ///< empty without authentication
-};
-
-/// What a request message is answered with.
-struct HttpAnswer {
-  int status = 200;
-  std::string body;
-  std::string cimError;  ///< value of a CIMError header; empty: none
-};
-
-/// HTTP for CIM-XML: POST on any path. One thread speaks with all clients; a few workers make the
-/// answers.
+/// HTTP for CIM-XML, which is POST on any path, and for reading: GET and HEAD of the given routes.
+/// One thread speaks with all clients; a few workers make the answers.
 ///
 /// Answers by itself what serve/request_head.h says, and 401 to a client that is not known, 413 and
 /// 431 for what is too large, 429 to an address that failed before, 503 when there are too many
-/// connections or not enough memory. Each of these ends the connection.
+/// connections or not enough memory. Each of these ends the connection. To a GET request the body
+/// of such an answer is that of `errorAnswer`.
+///
+/// What GET requests are answered with is for this origin's own pages alone: a browser neither
+/// guesses its type nor lets a page of another origin embed it.
 class HttpServer {
  public:
-  /// Runs in a worker; std::bad_alloc and std::system_error become 503, other exceptions 500.
+  /// Answers a POST. Runs in a worker; std::bad_alloc and std::system_error become 503, other
+  /// exceptions 500.
   using Handler = std::function<HttpAnswer(const Client& client, const std::string& body)>;
 
-  HttpServer(HttpSettings settings, Handler handler);
+  HttpServer(HttpSettings settings, Handler handler, std::vector<GetRoute> routes = {});
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;

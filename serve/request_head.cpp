@@ -16,6 +16,11 @@ namespace {
 using broker::sameName;
 using std::string_view;
 
+/// Two of one name are read differently by different programs.
+constexpr const char* kHeadersThatCount[] = {"Host",           "Content-Length", "Content-Type",
+                                             "Origin",         "Authorization",  "Sec-Fetch-Site",
+                                             "Sec-Fetch-Mode", "Sec-Fetch-Dest"};
+
 std::size_t countOf(const RequestHead& head, const char* name) {
   return static_cast<std::size_t>(
       std::count_if(head.headers.begin(), head.headers.end(),
@@ -63,6 +68,22 @@ bool isOwnOrigin(string_view origin, string_view host) {
   return false;
 }
 
+bool hasValue(const RequestHead& head, const char* name, string_view value) {
+  const std::string* given = head.header(name);
+  return given != nullptr && *given == value;
+}
+
+/// Browsers tell for whom they make a request, also where they send no Origin: images, scripts and
+/// frames of a page. "none" is what the user typed.
+bool isForAnotherSite(const RequestHead& head) {
+  if (head.header("Sec-Fetch-Site") == nullptr) return false;
+  if (hasValue(head, "Sec-Fetch-Site", "same-origin")) return false;
+  if (hasValue(head, "Sec-Fetch-Site", "none")) return false;
+  const bool followsLink = head.reads() && hasValue(head, "Sec-Fetch-Mode", "navigate") &&
+                           hasValue(head, "Sec-Fetch-Dest", "document");
+  return !followsLink;
+}
+
 bool isXml(string_view contentType) {
   const string_view type = trimmed(contentType.substr(0, contentType.find(';')));
   return sameName(type, "application/xml") || sameName(type, "text/xml");
@@ -77,6 +98,20 @@ int refusalOfLength(const RequestHead& head, const HeadRules& rules) {
   if (error == std::errc::result_out_of_range) return 413;
   if (error != std::errc() || rest != end) return 400;
   return bytes > rules.bodyBytes ? 413 : 0;
+}
+
+int refusalOfBody(const RequestHead& head, const HeadRules& rules) {
+  const std::string* type = head.header("Content-Type");
+  if (type == nullptr || !isXml(*type)) return 415;
+  if (head.header("Content-Encoding") != nullptr) return 415;  // what it unpacks to has no limit
+  return refusalOfLength(head, rules);
+}
+
+int refusalOfReading(const RequestHead& head) {
+  const std::string* length = head.header("Content-Length");
+  const bool hasBody =
+      head.header("Transfer-Encoding") != nullptr || (length != nullptr && *length != "0");
+  return hasBody ? 400 : 0;
 }
 
 int valueOfBase64(char c) {
@@ -114,18 +149,16 @@ const std::string* RequestHead::header(const char* name) const {
 
 int refusalOf(const RequestHead& head, const HeadRules& rules) {
   if (head.method == "M-POST") return 501;
-  if (head.method != "POST") return 405;
-  for (const char* name : {"Host", "Content-Length", "Content-Type", "Origin", "Authorization"}) {
+  if (head.method != "POST" && !head.reads()) return 405;
+  for (const char* name : kHeadersThatCount) {
     if (countOf(head, name) > 1) return 400;
   }
   const std::string* host = head.header("Host");
   if (host != nullptr && !isOurs(*host, rules)) return 421;
   const std::string* origin = head.header("Origin");
   if (origin != nullptr && !isOwnOrigin(*origin, host == nullptr ? "" : *host)) return 403;
-  const std::string* type = head.header("Content-Type");
-  if (type == nullptr || !isXml(*type)) return 415;
-  if (head.header("Content-Encoding") != nullptr) return 415;  // what it unpacks to has no limit
-  return refusalOfLength(head, rules);
+  if (isForAnotherSite(head)) return 403;
+  return head.reads() ? refusalOfReading(head) : refusalOfBody(head, rules);
 }
 
 std::size_t contentLength(const RequestHead& head) {

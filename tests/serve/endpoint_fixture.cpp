@@ -72,12 +72,14 @@ std::size_t keepBody(char* data, std::size_t size, std::size_t count, void* repl
   return size * count;
 }
 
-std::size_t keepHeader(char* data, std::size_t size, std::size_t count, void* reply) {
+std::size_t keepHeader(char* data, std::size_t size, std::size_t count, void* given) {
   const std::string line(data, size * count);
-  const std::string name = "CIMError: ";
-  if (line.rfind(name, 0) == 0) {
-    static_cast<Reply*>(reply)->cimError =
-        line.substr(name.size(), line.find_last_not_of("\r\n") + 1 - name.size());
+  auto& reply = *static_cast<Reply*>(given);
+  const std::pair<std::string, std::string&> wanted[] = {{"CIMError: ", reply.cimError},
+                                                         {"CIMOperation: ", reply.cimOperation}};
+  for (const auto& [name, value] : wanted) {
+    if (line.rfind(name, 0) != 0) continue;
+    value = line.substr(name.size(), line.find_last_not_of("\r\n") + 1 - name.size());
   }
   return size * count;
 }

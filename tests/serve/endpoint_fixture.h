@@ -17,7 +17,8 @@ namespace orv::test {
 /// What came back for one message.
 struct Reply {
   int httpStatus = -1;
-  std::string cimError;  ///< header CIMError
+  std::string cimError;      ///< header CIMError
+  std::string cimOperation;  ///< header CIMOperation
   std::string body;
   std::shared_ptr<pugi::xml_document> document = std::make_shared<pugi::xml_document>();
 

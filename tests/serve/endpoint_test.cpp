@@ -558,7 +558,9 @@ TEST_F(EndpointTest, MalformedMessagesAreHttpErrorsThatSayWhy) {
     const Reply reply = served_.post(body);
     EXPECT_EQ(reply.httpStatus, 400) << body;
     EXPECT_EQ(reply.cimError, why) << body;
+    EXPECT_EQ(reply.cimOperation, "") << body;
   }
+  EXPECT_EQ(getPort().cimOperation, "MethodResponse");
   EXPECT_EQ(getPort().code(), 0);
 }
 

@@ -25,21 +25,49 @@ class HttpServerTest : public testing::Test {
     HttpSettings settings;
     settings.limits = limits;
     settings.hostNames = {"x"};
-    server_ =
-        std::make_unique<HttpServer>(settings, [this](const Client&, const std::string& body) {
-          ++requests_;
-          if (body == "memory") throw std::bad_alloc();
-          if (body == "thread")
-            throw std::system_error(std::make_error_code(std::errc::not_enough_memory));
-          if (body == "huge") return HttpAnswer{200, std::string(64U << 20, 'x'), ""};
-          if (body == "slow") std::this_thread::sleep_for(milliseconds(200));
-          if (body == "throw") throw std::runtime_error("handler");
-          if (body == "bad") return HttpAnswer{400, "", "request-not-valid"};
-          return HttpAnswer{200, "<" + body + ">", ""};
-        });
+    server_ = std::make_unique<HttpServer>(
+        settings, [this](const Client&, const std::string& body) { return answerOf(body); },
+        routes());
     ListenSocket socket(ListenAddress{"127.0.0.1", 0});
     port_ = socket.port();
     server_->start(std::move(socket));
+  }
+
+  HttpAnswer answerOf(const std::string& body) {
+    ++requests_;
+    if (body == "memory") throw std::bad_alloc();
+    if (body == "thread") {
+      throw std::system_error(std::make_error_code(std::errc::not_enough_memory));
+    }
+    HttpAnswer answer;
+    answer.body = body == "huge" ? std::string(64U << 20, 'x') : "<" + body + ">";
+    if (body == "slow") std::this_thread::sleep_for(milliseconds(200));
+    if (body == "throw") throw std::runtime_error("handler");
+    if (body == "bad") answer = {400, "", "text/plain", {{"CIMError", "request-not-valid"}}};
+    return answer;
+  }
+
+  /// Answers that tell what was asked.
+  std::vector<GetRoute> routes() {
+    const auto echo = [this](const char* name) {
+      return [this, name](const GetRequest& request) {
+        ++requests_;
+        std::string body = std::string(name) + " " + request.path;
+        for (const auto& [key, value] : request.parameters) body += " " + key + "=" + value;
+        return HttpAnswer{200, body, "text/plain", {{"Cache-Control", "no-store"}}};
+      };
+    };
+    return {{"/", echo("root")},
+            {"/metrics", echo("metrics")},
+            {"/api/", echo("api")},
+            {"/api/names/", echo("names")},
+            {"/throw", [](const GetRequest&) -> HttpAnswer { throw std::runtime_error("route"); }}};
+  }
+
+  static std::string get(const std::string& target, const std::string& headers = "",
+                         const std::string& method = "GET") {
+    return method + " " + target + " HTTP/1.1\r\nHost: localhost\r\n" + headers +
+           "Connection: close\r\n\r\n";
   }
 
   static std::string post(const std::string& body, const std::string& headers = "") {
@@ -68,7 +96,6 @@ TEST_F(HttpServerTest, AnswersAPostOnAnyPath) {
   start();
   const std::string answer = answerToPost("hello");
   EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
-  EXPECT_THAT(answer, HasSubstr("CIMOperation: MethodResponse"));
   EXPECT_THAT(answer, HasSubstr("Content-Type: application/xml; charset=\"utf-8\""));
   EXPECT_THAT(answer, HasSubstr("\r\n\r\n<hello>"));
 }
@@ -99,11 +126,153 @@ TEST_F(HttpServerTest, AnExceptionOfTheHandlerHarmsOneRequestOnly) {
 TEST_F(HttpServerTest, OtherMethodsAreRefused) {
   start();
   const std::string end = " / HTTP/1.1\r\nHost: x\r\n\r\n";
-  const std::string answer = answerTo("GET" + end);
-  EXPECT_THAT(answer, StartsWith("HTTP/1.1 405"));
-  EXPECT_THAT(answer, HasSubstr("Allow: POST"));
+  for (const char* method : {"PUT", "DELETE", "OPTIONS", "TRACE", "get", "INVENTED"}) {
+    const std::string answer = answerTo(method + end);
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 405")) << method;
+    EXPECT_THAT(answer, HasSubstr("Allow: GET, HEAD, POST\r\n")) << method;
+  }
   EXPECT_THAT(answerTo("M-POST" + end), StartsWith("HTTP/1.1 501"));
   EXPECT_EQ(requests_, 0);
+}
+
+TEST_F(HttpServerTest, AGetIsAnsweredByTheRouteOfItsPath) {
+  start();
+  const auto bodyOf = [&](const std::string& target) {
+    const std::string answer = answerTo(get(target));
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 200")) << target;
+    return answer.substr(answer.find("\r\n\r\n") + 4);
+  };
+  EXPECT_EQ(bodyOf("/"), "root /");
+  EXPECT_EQ(bodyOf("/metrics"), "metrics /metrics");
+  EXPECT_EQ(bodyOf("/api/other"), "api /api/other");
+  EXPECT_EQ(bodyOf("/api/names/A%20B?x=1&y=a%26b+c&x=2"), "names /api/names/A B x=1 y=a&b c x=2");
+}
+
+TEST_F(HttpServerTest, APathWithoutARouteIsNotFound) {
+  start();
+  for (const char* target : {"/metrics/", "/metric", "/api", "/../", "//", "/%2e%2e/etc/passwd",
+                             "http://localhost/other", "*"}) {
+    const std::string answer = answerTo(get(target));
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 404")) << target;
+    EXPECT_THAT(answer, HasSubstr(R"({"status":404,"text":"there is nothing here"})")) << target;
+    EXPECT_THAT(answer, HasSubstr("Content-Type: application/json\r\n")) << target;
+  }
+}
+
+TEST_F(HttpServerTest, AnAnswerToAGetIsForPagesOfThisOriginAlone) {
+  start();
+  for (const char* target : {"/metrics", "/nowhere"}) {
+    const std::string answer = answerTo(get(target));
+    for (const char* header :
+         {"X-Content-Type-Options: nosniff\r\n", "Cross-Origin-Resource-Policy: same-origin\r\n",
+          "Cross-Origin-Opener-Policy: same-origin\r\n", "X-Frame-Options: DENY\r\n",
+          "Referrer-Policy: no-referrer\r\n", "Cache-Control: no-store\r\n"}) {
+      EXPECT_THAT(answer, HasSubstr(header)) << target;
+    }
+    EXPECT_THAT(answer, testing::Not(HasSubstr("Access-Control"))) << target;
+  }
+}
+
+TEST_F(HttpServerTest, HeadIsGetWithoutTheBody) {
+  start();
+  const std::string answer = answerTo(get("/metrics", "", "HEAD"));
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(answer, HasSubstr("Content-Length: 16\r\n"));
+  EXPECT_THAT(answer, HasSubstr("Content-Type: text/plain\r\n"));
+  EXPECT_THAT(answer, testing::EndsWith("\r\n\r\n"));
+}
+
+TEST_F(HttpServerTest, AConnectionTakesGetAndPostInTurns) {
+  start();
+  const RawClient client(port_);
+  client.send("GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n" + post("two") + get("/nowhere"));
+  const std::string answers = client.receiveAll();
+  EXPECT_THAT(answers, HasSubstr("metrics /metrics"));
+  EXPECT_THAT(answers, HasSubstr("<two>"));
+  EXPECT_THAT(answers, HasSubstr("HTTP/1.1 404"));
+}
+
+TEST_F(HttpServerTest, AGetHasNoBody) {
+  start();
+  EXPECT_THAT(answerTo(get("/", "Content-Length: 5\r\n") + "hello"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(answerTo(get("/", "Transfer-Encoding: chunked\r\n") + "0\r\n\r\n"),
+              StartsWith("HTTP/1.1 400"));
+  EXPECT_EQ(requests_, 0);
+  EXPECT_THAT(answerTo(get("/", "Content-Length: 0\r\n")), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(HttpServerTest, AnExceptionOfARouteHarmsOneRequestOnly) {
+  start();
+  const std::string answer = answerTo(get("/throw"));
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 500"));
+  EXPECT_THAT(answer, HasSubstr(R"({"status":500,"text":"the request failed"})"));
+  EXPECT_THAT(answerTo(get("/metrics")), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(HttpServerTest, APageOfAnotherSiteCannotGetAnything) {
+  start();
+  const auto answer = [&](const std::string& headers) {
+    return answerTo(get("/metrics", headers));
+  };
+  EXPECT_THAT(answer("Origin: http://evil.example\r\n"), StartsWith("HTTP/1.1 403"));
+  EXPECT_THAT(answer("Origin: null\r\n"), StartsWith("HTTP/1.1 403"));
+  EXPECT_THAT(answerTo("GET / HTTP/1.1\r\nHost: evil.example:5988\r\n\r\n"),
+              StartsWith("HTTP/1.1 421"));
+  // Images, scripts, frames and requests without an Origin; a browser tells for whom it asks.
+  const std::string site = "Sec-Fetch-Site: ";
+  for (const char* where : {"cross-site", "same-site", "invented"}) {
+    for (const char* what :
+         {"", "Sec-Fetch-Mode: no-cors\r\nSec-Fetch-Dest: image\r\n",
+          "Sec-Fetch-Mode: no-cors\r\nSec-Fetch-Dest: script\r\n",
+          "Sec-Fetch-Mode: cors\r\nSec-Fetch-Dest: empty\r\n", "Sec-Fetch-Mode: navigate\r\n",
+          "Sec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: iframe\r\n",
+          "Sec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: object\r\n"}) {
+      EXPECT_THAT(answer(site + where + "\r\n" + what), StartsWith("HTTP/1.1 403"))
+          << where << " " << what;
+    }
+  }
+  EXPECT_THAT(answer(site + "same-origin\r\n" + site + "cross-site\r\n"),
+              StartsWith("HTTP/1.1 400"));
+  EXPECT_EQ(requests_, 0);
+  EXPECT_THAT(answer(site + "same-origin\r\n"), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(answer(site + "none\r\n"), StartsWith("HTTP/1.1 200"));
+  // A link on another page may lead here; that page cannot read where it leads to.
+  EXPECT_THAT(
+      answer(site + "cross-site\r\nSec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: document\r\n"),
+      StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(HttpServerTest, APageOfAnotherSiteCannotPost) {
+  start();
+  const std::string link = "Sec-Fetch-Mode: navigate\r\nSec-Fetch-Dest: document\r\n";
+  EXPECT_THAT(answerTo(post("hello", "Sec-Fetch-Site: cross-site\r\n" + link)),
+              StartsWith("HTTP/1.1 403"));
+  EXPECT_EQ(requests_, 0);
+}
+
+TEST_F(HttpServerTest, AGetNeedsThePasswordToo) {
+  Authenticator authenticator([](const std::string& user, const std::string& password) {
+    return user == "alice" && password == "right";
+  });
+  HttpSettings settings;
+  settings.authenticator = &authenticator;
+  HttpServer server(settings, [](const Client&, const std::string&) { return HttpAnswer{}; },
+                    {{"/who", [](const GetRequest& request) {
+                        return HttpAnswer{200, request.client.user, "text/plain", {}};
+                      }}});
+  ListenSocket socket(ListenAddress{"127.0.0.1", 0});
+  port_ = socket.port();
+  server.start(std::move(socket));
+  for (const char* target : {"/who", "/nowhere"}) {
+    const std::string answer = answerTo(get(target));
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 401")) << target;
+    EXPECT_THAT(answer, HasSubstr("WWW-Authenticate: Basic realm=\"orvcim\"\r\n")) << target;
+    EXPECT_THAT(answer, HasSubstr(R"("text":"a name and a password are needed")")) << target;
+  }
+  EXPECT_THAT(answerTo(get("/who", "Authorization: Basic YWxpY2U6cmlnaHQ=\r\n")),
+              testing::EndsWith("\r\n\r\nalice"));
+  EXPECT_THAT(answerTo(get("/who", "Authorization: Basic YWxpY2U6d3Jvbmc=\r\n")),
+              StartsWith("HTTP/1.1 401"));
 }
 
 TEST_F(HttpServerTest, ABodyNeedsALength) {

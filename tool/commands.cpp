@@ -180,6 +180,8 @@ int runCommand(const Options& options, Session& session, Printer& printer) {
       return runWatch(options, session, printer);
     case Command::kHealth:
       return runHealth(options, session, printer);
+    case Command::kMetrics:
+      return runMetrics(options, session);
     case Command::kServe:
       return runServe(options);
   }

@@ -17,10 +17,20 @@ int runWatch(const Options& options, Session& session, Printer& printer);
 /// Prints the roll-up and the latched records, after the providers' first look at the hardware.
 int runHealth(const Options& options, Session& session, Printer& printer);
 
+/// Prints metrics for Prometheus, after the providers' first look at the hardware. What the host
+/// does not answer is told on standard error.
+int runMetrics(const Options& options, Session& session);
+
 /// Becomes the daemon that serves CIM clients. Returns only with a failure.
 ///
 /// Fails: BadInput when the daemon is not there.
 int runServe(const Options& options);
+
+/// Loads the provider of latched health, whose monitor then takes its first look at the hardware,
+/// and waits until that has begun. Requests for records wait for the end of the look by themselves.
+///
+/// Fails: CimError.
+void waitForFirstLook(broker::Broker& broker, const std::string& nameSpace);
 
 /// The response itself when it is a success. Fails: CimError.
 const broker::Response& successful(const broker::Response& response);

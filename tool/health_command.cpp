@@ -22,21 +22,6 @@ constexpr const char* kRecordClass = "Orvane_LatchedHealthState";
 constexpr const char* kRollupClass = "Orvane_RollupHealthState";
 constexpr const char* kAssociationClass = "Orvane_LatchedHealthAssociation";
 
-// Loads the provider, whose monitor then takes its first look at the hardware, and waits until that
-// has begun. Requests for records wait for the end of the look by themselves. The monitors release
-// what they made on their attached threads after each class: that is the sign we can see. A host
-// whose hardware tells nothing gives no sign, hence the limit.
-void waitForFirstLook(broker::Broker& broker, const std::string& nameSpace) {
-  constexpr auto kLimit = std::chrono::seconds(5);
-  constexpr auto kStep = std::chrono::milliseconds(5);
-  constexpr std::size_t kSigns = 2;  // the other monitor of the provider gives one sign of its own
-  successful(broker.enumerateInstanceNames(nameSpace, kRollupClass));
-  const auto end = std::chrono::steady_clock::now() + kLimit;
-  while (broker.contextReleaseCalls() < kSigns && std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(kStep);
-  }
-}
-
 std::string textOf(const Session& session, const Instance& instance, const char* property) {
   const Value* value = instance.property(property);
   const broker::ClassDefinition* definition = session.classes().find(instance.path.className);
@@ -117,6 +102,19 @@ void printJson(Session& session, const Instance& rollup, const std::vector<Insta
 }
 
 }  // namespace
+
+// The monitors release what they made on their attached threads after each class: that is the sign
+// we can see. A host whose hardware tells nothing gives no sign, hence the limit.
+void waitForFirstLook(broker::Broker& broker, const std::string& nameSpace) {
+  constexpr auto kLimit = std::chrono::seconds(5);
+  constexpr auto kStep = std::chrono::milliseconds(5);
+  constexpr std::size_t kSigns = 2;  // the other monitor of the provider gives one sign of its own
+  successful(broker.enumerateInstanceNames(nameSpace, kRollupClass));
+  const auto end = std::chrono::steady_clock::now() + kLimit;
+  while (broker.contextReleaseCalls() < kSigns && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(kStep);
+  }
+}
 
 int runHealth(const Options& options, Session& session, Printer& printer) {
   broker::Broker& broker = session.broker();

@@ -65,6 +65,10 @@ constexpr CommandText kCommands[] = {
     {Command::kHealth, "health", "Roll-up health and latched health records",
      "orvcim health\n"
      "orvcim health --format json"},
+    {Command::kMetrics, "metrics", "Metrics of the host in the text format of Prometheus",
+     "orvcim metrics\n"
+     "orvcim metrics > /var/lib/prometheus/node-exporter/orvane.prom.new &&\n"
+     "    mv /var/lib/prometheus/node-exporter/orvane.prom{.new,}"},
     {Command::kServe, "serve",
      "CIM-XML over HTTP for CIM clients, until Ctrl-C; takes the options of orvcimd(8) too",
      "orvcim serve\n"
@@ -222,6 +226,7 @@ void addCommands(CLI::App& app, Options& options) {
   CLI::App* watch = addCommand(app, options, Command::kWatch);
   watch->add_option("CLASS", options.classNames, "Indication classes")->required()->type_name("");
   addCommand(app, options, Command::kHealth);
+  addCommand(app, options, Command::kMetrics);
   CLI::App* serve = addCommand(app, options, Command::kServe);
   serve
       ->add_option("--listen", options.listen,

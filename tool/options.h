@@ -20,6 +20,7 @@ enum class Command {
   kReferenceNames,
   kWatch,
   kHealth,
+  kMetrics,
   kServe,
 };
 

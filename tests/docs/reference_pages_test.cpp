@@ -9,10 +9,11 @@
 #include "broker/mof_reader.h"
 #include "tests/docs/class_tables.h"
 #include "tests/docs/member_tables.h"
+#include "tests/docs/metric_rows.h"
 
-// The parts of docs/ that are written from the schema and from the tables of members, between the
-// lines <!-- generated --> and <!-- end -->. After a change,
-// `cmake --build build --target renew_docs` writes them anew.
+// The parts of docs/ that are written from the schema, the tables of members and the table of
+// metrics, between the lines <!-- generated --> and <!-- end -->. After a change, `cmake --build
+// build --target renew_docs` writes them anew.
 namespace orv::test {
 namespace {
 
@@ -57,7 +58,9 @@ TEST(ReferencePages, MembersOfHostFilesAreThoseOfTheRecords) {
   expectFresh("simulated-host.md", memberTables());
 }
 
-// What the two tests above compare with is not empty, and holds each kind of thing.
+TEST(ReferencePages, MetricsAreThoseOfTheTable) { expectFresh("metrics.md", metricRows()); }
+
+// What the tests above compare with is not empty, and holds each kind of thing.
 
 TEST(ReferencePages, AClassHasItsTypesKeysUnitsMeaningsAndSources) {
   const std::string tables = ourClassTables();
@@ -70,6 +73,19 @@ TEST(ReferencePages, AClassHasItsTypesKeysUnitsMeaningsAndSources) {
         "serviced. | `ethtool GCOALESCE \\| rx_coalesce_usecs_irq` |",
         "| bytesRx | uint64 |  | byte | Bytes received. | `netlink IFLA_STATS64 \\| rx_bytes` |"}) {
     EXPECT_THAT(tables, testing::HasSubstr(std::string("\n") + row + "\n"));
+  }
+}
+
+TEST(ReferencePages, AMetricHasItsTypeLabelsSourceUnitAndMeaning) {
+  const std::string rows = metricRows();
+  for (const char* row :
+       {"| `orvane_port_receive_bytes_total` | counter | `device` | `bytesRx` | bytes | Bytes "
+        "received. |",
+        "| `orvane_ipv4_address_info` | gauge | `device`, `address`, `netmask` | `SubnetMask` | 1 "
+        "| "
+        "The first IPv4 address of a kernel network interface. |",
+        "### Orvane_LatchedHealthState"}) {
+    EXPECT_THAT(rows, testing::HasSubstr(std::string("\n") + row + "\n"));
   }
 }
 

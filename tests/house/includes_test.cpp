@@ -36,9 +36,10 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"broker", {"cmpi/abi"}},
     {"broker/testing", {"broker", "cmpi/abi"}},  // what only tests need
     {"cimxml", {"broker", "cmpi/abi"}},
-    {"serve", {"cimxml", "broker", "cmpi/abi"}},
-    {"tool", {"broker", "cmpi/abi", "platform/simulated"}},  // the host file's parser
-    {"daemon", {"tool", "serve", "broker", "cmpi/abi"}},
+    {"metrics", {"cimxml", "broker", "cmpi/abi"}},
+    {"serve", {"metrics", "cimxml", "broker", "cmpi/abi"}},
+    {"tool", {"metrics", "broker", "cmpi/abi", "platform/simulated"}},  // the host file's parser
+    {"daemon", {"tool", "serve", "metrics", "broker", "cmpi/abi"}},
 };
 
 // These may include anything; nothing above may include them.

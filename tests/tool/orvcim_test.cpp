@@ -170,6 +170,30 @@ TEST(Orvcim, AClassWithoutInstancesPrintsNothing) {
   EXPECT_EQ(outcome.out, "");
 }
 
+TEST(Orvcim, MetricsAreInTheTextFormatOfPrometheus) {
+  const Outcome outcome = orvcim({"metrics"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.err, "");
+  for (const char* line : {"# TYPE orvane_port_transmit_packets_total counter",
+                           "orvane_port_transmit_packets_total{device=\"nic0\"} 6442450944",
+                           "orvane_port_speed_bytes_per_second{device=\"nic0\"} 1250000000",
+                           "orvane_ipv4_address_info{device=\"hk0\",address=\"10.0.0.7\",netmask="
+                           "\"255.255.255.0\"} 1"}) {
+    EXPECT_THAT(outcome.out, HasSubstr(std::string("\n") + line + "\n"));
+  }
+  EXPECT_THAT(outcome.out, Not(HasSubstr("orvane_port_up{device=\"nic1\"}"))) << "it cannot tell";
+}
+
+TEST(Orvcim, MetricsOfAHostThatFailsSayWhichClassesAreMissing) {
+  const Directory dir;
+  const Outcome outcome =
+      orvcim({"metrics"}, dir.write("host.json", R"({"ports": {"throw": "nodemgr"}})"));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("orvcim: Orvane_EthernetPort: CMPI_RC_ERR_"));
+  EXPECT_THAT(outcome.out, HasSubstr("orvane_class_success{class=\"Orvane_EthernetPort\"} 0\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("orvane_image_info{"));
+}
+
 // ---- Associations ----
 
 std::vector<std::string> classesOf(const json& instances) {

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <prometheus/metric_family.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "broker/broker.h"
+#include "metrics/metric_table.h"
+
+namespace orv::metrics {
+
+/// Asks a host: the embedded broker, or another one over the network. What it throws passes through
+/// whoever asks.
+using Ask = std::function<broker::Response(const broker::Request&)>;
+
+/// A class that the host did not answer for.
+struct ClassFailure {
+  std::string className;
+  CMPIrc rc;
+  std::optional<std::string> message;
+};
+
+struct Metrics {
+  std::vector<prometheus::MetricFamily> families;  ///< none without a sample
+  std::vector<ClassFailure> failures;
+};
+
+/// Asks a host for everything in the table of metrics: one request for each class, and one for each
+/// latched record. Counts beyond 2^53 lose their last digits, as all numbers of Prometheus do.
+Metrics collect(const Ask& ask, const std::string& nameSpace);
+
+/// A family of one sample without labels.
+prometheus::MetricFamily single(const MetricRow& row, double value);
+
+/// Prometheus's text format, version 0.0.4.
+std::string textOf(const std::vector<prometheus::MetricFamily>& families);
+
+/// What textOf's text is called in HTTP.
+constexpr const char* kContentType = "text/plain; version=0.0.4; charset=utf-8";
+
+}  // namespace orv::metrics

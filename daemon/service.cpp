@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "daemon/metrics_page.h"
 #include "serve/endpoint.h"
 #include "serve/log.h"
 #include "tool/errors.h"
@@ -190,6 +191,8 @@ void serve(const Options& options) {
   serve::Endpoint::Settings settings = settingsOf(options);
   settings.http.tls = credentials.get();
   settings.http.authenticator = authenticator.get();
+  metrics::HeartbeatWatch heartbeats(subscribingTo(session.broker()), options.nameSpace);
+  settings.routes = {metricsRoute(session.broker(), options.nameSpace, heartbeats)};
   const std::string url = (credentials != nullptr ? "https://" : "http://") + socket.authority();
   serve::Endpoint endpoint(session.broker(), session.namespaces(), settings);
   endpoint.start(std::move(socket));

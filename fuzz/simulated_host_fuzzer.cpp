@@ -23,7 +23,7 @@ void readInstances(const simulated::SimulatedHost& host, std::uint32_t list,
   if (simulated::listNode(host, list, nullptr, &instances) != 0) return;
   for (const HSI_Param& instance : instances->parameters) {
     const HSI_ParamList parameters{{instance}, 0};
-    std::array<unsigned char, 588> bytes{};
+    std::array<unsigned char, sizeof(HsiPowerManagement)> bytes{};
     for (const auto& [node, size] : values) {
       simulated::readNode(host, node, &parameters, bytes.data(), size);
     }
@@ -32,14 +32,19 @@ void readInstances(const simulated::SimulatedHost& host, std::uint32_t list,
 }
 
 void readEverything(const simulated::SimulatedHost& host) {
-  std::array<unsigned char, 588> bytes{};
-  simulated::readNode(host, kHsiTopology, nullptr, bytes.data(), 36);
-  simulated::readNode(host, kHsiCpuModel, nullptr, bytes.data(), 48);
-  simulated::readNode(host, kHsiPowerManagement, nullptr, bytes.data(), 588);
+  std::array<unsigned char, sizeof(HsiPowerManagement)> bytes{};
+  simulated::readNode(host, kHsiTopology, nullptr, bytes.data(), sizeof(HsiTopology));
+  simulated::readNode(host, kHsiCpuModel, nullptr, bytes.data(), sizeof(HsiCpuModel));
+  simulated::readNode(host, kHsiPowerManagement, nullptr, bytes.data(), sizeof(HsiPowerManagement));
   require(bytes.back() == 0);
-  readInstances(host, kHsiNetInterfaces, {{kHsiInterfaceIpv4, 4}, {kHsiInterfaceNetmask, 4}});
-  readInstances(host, kHsiCore, {{kHsiCore, 200}, {kHsiCoreState, 160}, {kHsiCoreDetail, 76}});
-  readInstances(host, kHsiPackage, {{kHsiPackage, 4}});
+  readInstances(host, kHsiNetInterfaces,
+                {{kHsiInterfaceIpv4, sizeof(HsiIpv4Address)},
+                 {kHsiInterfaceNetmask, sizeof(HsiIpv4Address)}});
+  readInstances(host, kHsiCore,
+                {{kHsiCore, sizeof(HsiCore)},
+                 {kHsiCoreState, sizeof(HsiCoreState)},
+                 {kHsiCoreDetail, sizeof(HsiCoreDetail)}});
+  readInstances(host, kHsiPackage, {{kHsiPackage, sizeof(HsiCoreCount)}});
 }
 
 }  // namespace

@@ -11,11 +11,9 @@ namespace {
 constexpr HSI_Status kOk = kKernelQueryOk;
 constexpr unsigned kGrowBy = 1;
 constexpr unsigned kMostParameters = 2;  // an interface and one of its IPv6 addresses
-constexpr std::size_t kIpv6TextLength = 48;
 
 static_assert(sizeof(endpointDetails::name) > kEndpointNameLength);
-static_assert(sizeof(endpointDetails::ipv6Address) > kIpv6TextLength);
-static_assert(kHsiIpv6ValueSize >= kHsiIpv6PrefixOffset + sizeof(std::uint32_t));
+static_assert(sizeof(endpointDetails::ipv6Address) > sizeof(HsiIpv6Address::text));
 
 /// A text of a listed instance as one more parameter of a query, as long as the object lives.
 class TextParameter {
@@ -46,7 +44,7 @@ endpointDetails recordOf(const char* interfaceName, std::uint32_t protocolType) 
   return record;
 }
 
-/// An interface without an IPv4 address is no failure, one without a netmask for it is.
+/// An interface without an IPv4 address is not a failure, one without a netmask for it is.
 HSI_Status appendIpv4(const HSI_ParamList* query, const char* interfaceName,
                       std::vector<endpointDetails>& out) {
   endpointDetails record = recordOf(interfaceName, kProtocolIpv4);
@@ -63,13 +61,13 @@ HSI_Status appendIpv6Address(HSI_ParamList* query, const HSI_Param* address,
                              const char* interfaceName, std::vector<endpointDetails>& out) {
   const TextParameter parameter(query, address);
   if (parameter.status() != kOk) return parameter.status();
-  unsigned char value[kHsiIpv6ValueSize] = {};
-  const HSI_Status status = HSI_Get(kHsiInterfaceIpv6, query, value, sizeof value);
+  HsiIpv6Address value{};
+  const HSI_Status status = HSI_Get(kHsiInterfaceIpv6, query, &value, sizeof value);
   if (status != kOk) return status;
 
   endpointDetails record = recordOf(interfaceName, kProtocolIpv6);
-  std::memcpy(record.ipv6Address, value, kIpv6TextLength);  // what follows is zero: a text
-  std::memcpy(&record.prefixLength, value + kHsiIpv6PrefixOffset, sizeof record.prefixLength);
+  std::memcpy(record.ipv6Address, value.text, sizeof value.text);  // what follows is zero: a text
+  record.prefixLength = value.prefixLength;
   out.push_back(record);
   return kOk;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -13,28 +14,82 @@
 
 using HSI_Status = int;
 
-/// Nodes that this library reads. Integers are in the host's byte order, addresses in network
-/// order.
+/// Nodes that this library reads, with the type of each value.
+// clang-format off
 enum HSI_Node : std::uint32_t {
   kHsiNetInterfaces = 214,     ///< list: kernel network interfaces by name (string)
-  kHsiInterfaceIpv4 = 239,     ///< of an interface: IPv4 address, 4 bytes
-  kHsiInterfaceNetmask = 240,  ///< of an interface: IPv4 netmask, 4 bytes
-  kHsiInterfaceIpv6List =
-      243,                  ///< list, of an interface: its IPv6 addresses by identifier (string)
-  kHsiInterfaceIpv6 = 244,  ///< of an interface and an address: 68 bytes, see below
-  kHsiTopology = 605,       ///< 36 bytes; 32-bit hyper-threading value first
-  kHsiCpuModel = 606,       ///< 48 bytes: processor model name
-  kHsiCore = 607,       ///< list and, of an instance (integer), 200 bytes of identification data
-  kHsiPackage = 608,    ///< list and, of an instance (integer), 4 bytes: core count
-  kHsiCoreState = 800,  ///< of an instance of 607: 160 bytes; byte 64 non-zero: the core is running
-  kHsiCoreDetail = 801,        ///< of an instance of 607: 76 bytes
-  kHsiPowerManagement = 1444,  ///< 588 bytes; power policy text from byte 8, NUL-terminated
+  kHsiInterfaceIpv4 = 239,     ///< of an interface: HsiIpv4Address
+  kHsiInterfaceNetmask = 240,  ///< of an interface: HsiIpv4Address
+  kHsiInterfaceIpv6List = 243, ///< list, of an interface: its IPv6 addresses by identifier (string)
+  kHsiInterfaceIpv6 = 244,     ///< of an interface and an address: HsiIpv6Address
+  kHsiTopology = 605,          ///< HsiTopology
+  kHsiCpuModel = 606,          ///< HsiCpuModel
+  kHsiCore = 607,              ///< list and, of an instance (integer), HsiCore
+  kHsiPackage = 608,           ///< list and, of an instance (integer), HsiCoreCount
+  kHsiCoreState = 800,         ///< of an instance of 607: HsiCoreState
+  kHsiCoreDetail = 801,        ///< of an instance of 607: HsiCoreDetail
+  kHsiPowerManagement = 1444,  ///< HsiPowerManagement
+};
+// clang-format on
+
+/// The values, byte for byte. Integers are in the host's byte order; bytes without a name are not
+/// used, and zero.
+using HsiIpv4Address = std::array<unsigned char, 4>;  ///< network order
+
+struct HsiIpv6Address {
+  char text[48];  ///< NUL-terminated when it is shorter
+  std::uint32_t prefixLength;
+  unsigned char unused[16];
+};
+static_assert(sizeof(HsiIpv6Address) == 68);
+
+struct HsiTopology {
+  std::uint32_t hyperThreading;  ///< not 0: a core runs several threads
+  unsigned char unused[32];
+};
+static_assert(sizeof(HsiTopology) == 36);
+
+using HsiCpuModel = std::array<char, 48>;  ///< NUL-terminated when it is shorter
+
+struct HsiCpuRegisters {
+  std::uint32_t eax = 0;
+  std::uint32_t ebx = 0;
+  std::uint32_t ecx = 0;
+  std::uint32_t edx = 0;
 };
 
-/// The value of node 244: text in the first 48 bytes, NUL-terminated when it is shorter, and the
-/// 32-bit prefix length at byte 48.
-constexpr std::size_t kHsiIpv6ValueSize = 68;
-constexpr std::size_t kHsiIpv6PrefixOffset = 48;
+/// Identification of a core: what its CPUID instruction answers.
+struct HsiCore {
+  std::uint8_t family;
+  std::uint8_t model;
+  std::uint8_t type;
+  std::uint8_t stepping;
+  unsigned char unused4[40];
+  HsiCpuRegisters vendor;           ///< leaf 0
+  HsiCpuRegisters features;         ///< leaf 1
+  HsiCpuRegisters extendedMaximum;  ///< leaf 0x80000000
+  HsiCpuRegisters extended;         ///< leaf 0x80000001
+  unsigned char unused108[92];
+};
+static_assert(sizeof(HsiCore) == 200 && offsetof(HsiCore, vendor) == 44);
+static_assert(offsetof(HsiCore, features) == 60 && offsetof(HsiCore, extended) == 92);
+
+using HsiCoreCount = std::uint32_t;
+
+struct HsiCoreState {
+  unsigned char unused[64];
+  std::uint8_t running;  ///< not 0: the core is running
+  unsigned char unused65[95];
+};
+static_assert(sizeof(HsiCoreState) == 160);
+
+using HsiCoreDetail = std::array<unsigned char, 76>;  ///< only whether it can be read counts
+
+struct HsiPowerManagement {
+  unsigned char unused[8];
+  char policy[580];  ///< NUL-terminated
+};
+static_assert(sizeof(HsiPowerManagement) == 588);
 
 struct HSI_Param;      ///< an integer or a string; owned by its list
 struct HSI_ParamList;  ///< owned by the caller until HSI_ParamListDestroy
@@ -43,8 +98,8 @@ struct HSI_ParamList;  ///< owned by the caller until HSI_ParamListDestroy
 /// can be asked.
 HSI_Status HSI_CheckSig(int signature);
 
-/// Reads one value. `size` is exactly the node's size; the parameters may be null for a node
-/// without instances.
+/// Reads one value. `size` is exactly that of the node's type; the parameters may be null for a
+/// node without instances.
 HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* value,
                    std::size_t size);
 

@@ -1,6 +1,5 @@
 #include "processor/processor_decode.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "cmpi/ascii.h"
@@ -9,20 +8,8 @@ namespace OrvProcessor {
 
 namespace {
 
-constexpr std::size_t kSteppingByte = 3;
-constexpr std::size_t kVendorOffset = 48;  // EBX, ECX, EDX of the vendor leaf
-constexpr std::size_t kModelNameSize = 48;
-
-/// Registers that hold features, by the offset of their word.
-enum Register : std::size_t {
-  kFeatureEbx = 64,
-  kFeatureEcx = 68,
-  kExtendedFeatureEcx = 100,
-  kExtendedFeatureEdx = 104,
-};
-
 struct Vendor {
-  std::string_view text;  ///< the registers' letters in the order of the words
+  std::string_view text;  ///< the letters of EBX, ECX and EDX
   std::uint16_t code;
 };
 
@@ -34,29 +21,28 @@ constexpr Vendor kVendors[] = {
 struct Feature {
   std::string_view name;
   std::uint16_t vendor;
-  Register word;
+  HsiCpuRegisters HsiCore::*leaf;
+  std::uint32_t HsiCpuRegisters::*word;
   unsigned lowBit;
   unsigned highBit;
 };
 
-constexpr Feature kFeatures[] = {
-    {"VTSupported", kVendorAuthenticAmd, kExtendedFeatureEcx, 2, 2},
-    {"VTSupported", kVendorGenuineIntel, kFeatureEcx, 5, 5},
-    {"BrandID", kVendorAuthenticAmd, kFeatureEbx, 0, 7},
-    {"BrandID", kVendorGenuineIntel, kFeatureEbx, 0, 7},
-    {"XDSupported", kVendorAuthenticAmd, kExtendedFeatureEdx, 20, 20},
-    {"XDSupported", kVendorGenuineIntel, kExtendedFeatureEdx, 20, 20},
-    {"LMSupported", kVendorAuthenticAmd, kExtendedFeatureEdx, 29, 29},
-    {"LMSupported", kVendorGenuineIntel, kExtendedFeatureEdx, 29, 29},
-};
+constexpr auto kFirst = &HsiCore::features;
+constexpr auto kExtended = &HsiCore::extended;
+constexpr auto kEbx = &HsiCpuRegisters::ebx;
+constexpr auto kEcx = &HsiCpuRegisters::ecx;
+constexpr auto kEdx = &HsiCpuRegisters::edx;
 
-std::uint32_t wordAt(const CoreIdentification& core, std::size_t offset) {
-  std::uint32_t word = 0;
-  for (std::size_t byte = 0; byte < sizeof word; ++byte) {
-    word |= static_cast<std::uint32_t>(core[offset + byte]) << (8 * byte);
-  }
-  return word;
-}
+constexpr Feature kFeatures[] = {
+    {"VTSupported", kVendorAuthenticAmd, kExtended, kEcx, 2, 2},
+    {"VTSupported", kVendorGenuineIntel, kFirst, kEcx, 5, 5},
+    {"BrandID", kVendorAuthenticAmd, kFirst, kEbx, 0, 7},
+    {"BrandID", kVendorGenuineIntel, kFirst, kEbx, 0, 7},
+    {"XDSupported", kVendorAuthenticAmd, kExtended, kEdx, 20, 20},
+    {"XDSupported", kVendorGenuineIntel, kExtended, kEdx, 20, 20},
+    {"LMSupported", kVendorAuthenticAmd, kExtended, kEdx, 29, 29},
+    {"LMSupported", kVendorGenuineIntel, kExtended, kEdx, 29, 29},
+};
 
 std::uint32_t bitField(std::uint32_t word, unsigned lowBit, unsigned highBit) {
   const std::uint64_t mask = (std::uint64_t{1} << (highBit - lowBit + 1)) - 1;
@@ -73,26 +59,25 @@ bool isPrintable(char c) { return c >= ' ' && c <= '~'; }
 
 }  // namespace
 
-std::uint16_t vendorCode(const CoreIdentification& core) {
+std::uint16_t vendorCode(const HsiCore& core) {
+  const auto* registers = reinterpret_cast<const char*>(&core.vendor);
+  const std::string_view letters(registers + sizeof core.vendor.eax, 12);
   for (const Vendor& vendor : kVendors) {
-    if (std::equal(vendor.text.begin(), vendor.text.end(), core.begin() + kVendorOffset)) {
-      return vendor.code;
-    }
+    if (vendor.text == letters) return vendor.code;
   }
   return kVendorOther;
 }
 
-std::uint32_t featureValue(const CoreIdentification& core, std::uint16_t vendor,
-                           std::string_view feature) {
+std::uint32_t featureValue(const HsiCore& core, std::uint16_t vendor, std::string_view feature) {
   for (const Feature& row : kFeatures) {
     if (row.name != feature || row.vendor != vendor) continue;
-    return bitField(wordAt(core, row.word), row.lowBit, row.highBit);
+    return bitField(core.*row.leaf.*row.word, row.lowBit, row.highBit);
   }
   return 0;
 }
 
-void decodeIdentification(const CoreIdentification& core, ProcessorRecord& record) {
-  record.stepping = std::to_string(core[kSteppingByte]);
+void decodeIdentification(const HsiCore& core, ProcessorRecord& record) {
+  record.stepping = std::to_string(core.stepping);
   record.vendor = vendorCode(core);
   record.brandId = static_cast<std::uint8_t>(featureValue(core, record.vendor, "BrandID"));
   record.noExecute = featureValue(core, record.vendor, "XDSupported") != 0;
@@ -101,7 +86,7 @@ void decodeIdentification(const CoreIdentification& core, ProcessorRecord& recor
 }
 
 std::string cleanModelName(std::string_view field) {
-  std::string name(upToNul(field.substr(0, kModelNameSize)));
+  std::string name(upToNul(field.substr(0, std::tuple_size_v<HsiCpuModel>)));
   for (char& c : name) {
     if (!isPrintable(c)) c = ' ';
   }

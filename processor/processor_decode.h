@@ -1,10 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "platform/system_info.h"
 
 namespace OrvProcessor {
 
@@ -34,30 +35,26 @@ constexpr std::uint16_t kVendorOther = 1;
 constexpr std::uint16_t kVendorGenuineIntel = 2;
 constexpr std::uint16_t kVendorAuthenticAmd = 3;
 
-/// Identification registers of one core: 32-bit little-endian words, and the stepping in byte 3.
-using CoreIdentification = std::array<std::uint8_t, 200>;
-
 /// The vendor code that the twelve letters of the vendor registers stand for.
-std::uint16_t vendorCode(const CoreIdentification& core);
+std::uint16_t vendorCode(const HsiCore& core);
 
 /// Value of the feature's bits ("VTSupported", "BrandID", "XDSupported", "LMSupported"); 0 when the
 /// vendor's processors are not known to have it.
-std::uint32_t featureValue(const CoreIdentification& core, std::uint16_t vendor,
-                           std::string_view feature);
+std::uint32_t featureValue(const HsiCore& core, std::uint16_t vendor, std::string_view feature);
 
 /// Sets vendor, stepping, brand and features of a package from its first core.
-void decodeIdentification(const CoreIdentification& core, ProcessorRecord& record);
+void decodeIdentification(const HsiCore& core, ProcessorRecord& record);
 
-/// The text of a field up to its NUL, every character that does not print replaced by a blank. Only
+/// The text of a field up to its NUL, every character that does not print replaced by a space. Only
 /// 48 characters of a model name count.
 std::string cleanModelName(std::string_view field);
 
-/// Sets the two power control flags. `policy` counts up to a NUL: "off" at its begin means that
+/// Sets the two power control flags. `policy` counts up to a NUL: "off" at its start means that
 /// there is no power control, "dynamic" that it is enabled, anything else that it is disabled;
 /// letters in either case.
 void decodePowerPolicy(std::string_view policy, ProcessorRecord& record);
 
-/// A brand as it is published: hexadecimal, padded with blanks to four digits, "0x   5".
+/// A brand as it is published: hexadecimal, padded with spaces to four digits, "0x   5".
 std::string brandText(std::uint8_t brandId);
 
 }  // namespace OrvProcessor

@@ -1,8 +1,5 @@
 #include "processor/processor_query.h"
 
-#include <array>
-#include <cstring>
-
 #include "framework/kernel_queries.h"
 
 namespace OrvProcessor {
@@ -16,19 +13,9 @@ constexpr HSI_Status kFailed = ORV::kKernelQueryFailed;
 
 /// What the kernel tells about the host as a whole.
 struct HostFacts {
-  std::array<char, 588> powerManagement{};
-  std::array<std::uint8_t, 36> topology{};
-  std::array<char, 48> modelName{};
-
-  bool hyperThreading() const {
-    std::uint32_t value = 0;
-    std::memcpy(&value, topology.data(), sizeof value);
-    return value != 0;
-  }
-  std::string_view powerPolicy() const {
-    constexpr std::size_t kPolicyOffset = 8;
-    return {powerManagement.data() + kPolicyOffset, powerManagement.size() - kPolicyOffset};
-  }
+  HsiPowerManagement powerManagement{};
+  HsiTopology topology{};
+  HsiCpuModel modelName{};
 };
 
 template <typename Value>
@@ -76,14 +63,15 @@ class InstanceList {
 
 HSI_Status readPackages(const InstanceList& packages, const HostFacts& facts,
                         std::vector<ProcessorRecord>& records) {
+  const auto& policy = facts.powerManagement.policy;
   for (unsigned i = 0; i < packages.size(); ++i) {
     ProcessorRecord record;
     record.name = "cpu-" + std::to_string(i);
     const HSI_Status status = packages.read(kHsiPackage, i, record.coreCount);
     if (status != kOk) return status;
     record.modelName = cleanModelName({facts.modelName.data(), facts.modelName.size()});
-    record.hardwareThread = facts.hyperThreading();
-    decodePowerPolicy(facts.powerPolicy(), record);
+    record.hardwareThread = facts.topology.hyperThreading != 0;
+    decodePowerPolicy({policy, sizeof policy}, record);
     records.push_back(record);
   }
   return kOk;
@@ -93,15 +81,14 @@ HSI_Status readPackages(const InstanceList& packages, const HostFacts& facts,
 /// only.
 HSI_Status readRunState(const InstanceList& cores, std::uint64_t firstCore,
                         ProcessorRecord& record) {
-  constexpr std::size_t kRunningByte = 64;
-  std::array<std::uint8_t, 160> state{};
+  HsiCoreState state{};
   record.status = kCpuIdle;
   for (std::uint64_t core = firstCore; core < firstCore + record.coreCount; ++core) {
     const HSI_Status status = cores.read(kHsiCoreState, core, state);
     if (status != kOk) return status;
-    if (state[kRunningByte] == 0) continue;
+    if (state.running == 0) continue;
     record.status = kCpuEnabled;
-    std::array<std::uint8_t, 76> detail{};
+    HsiCoreDetail detail{};
     return cores.read(kHsiCoreDetail, core, detail);
   }
   return kOk;
@@ -110,7 +97,7 @@ HSI_Status readRunState(const InstanceList& cores, std::uint64_t firstCore,
 HSI_Status readCores(const InstanceList& cores, std::vector<ProcessorRecord>& records) {
   std::uint64_t firstCore = 0;
   for (ProcessorRecord& record : records) {
-    CoreIdentification identification{};
+    HsiCore identification{};
     HSI_Status status = cores.read(kHsiCore, firstCore, identification);
     if (status != kOk) return status;
     decodeIdentification(identification, record);

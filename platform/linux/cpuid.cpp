@@ -14,8 +14,8 @@ namespace LinuxHost {
 namespace {
 
 /// Zero for a leaf that the CPU lacks.
-CpuidRegisters readLeaf(std::uint32_t leaf, std::uint32_t subleaf = 0) {
-  CpuidRegisters registers;
+HsiCpuRegisters readLeaf(std::uint32_t leaf, std::uint32_t subleaf = 0) {
+  HsiCpuRegisters registers;
 #if defined(__x86_64__) || defined(__i386__)
   __get_cpuid_count(leaf, subleaf, &registers.eax, &registers.ebx, &registers.ecx, &registers.edx);
 #else
@@ -24,11 +24,6 @@ CpuidRegisters readLeaf(std::uint32_t leaf, std::uint32_t subleaf = 0) {
 #endif
   return registers;
 }
-
-constexpr std::size_t kVendorOffset = 44;
-constexpr std::size_t kFeaturesOffset = 60;
-constexpr std::size_t kExtendedMaximumOffset = 76;
-constexpr std::size_t kExtendedOffset = 92;
 
 unsigned bits(std::uint32_t word, unsigned lowest, unsigned count) {
   return (word >> lowest) & ((1U << count) - 1);
@@ -46,7 +41,7 @@ unsigned modelOf(std::uint32_t signature) {
 }
 
 /// Threads of one unit of a topology level, if it is the level of that type.
-unsigned threadsAt(const CpuidRegisters& level, unsigned type) {
+unsigned threadsAt(const HsiCpuRegisters& level, unsigned type) {
   return bits(level.ecx, 8, 8) == type ? bits(level.ebx, 0, 16) : 0;
 }
 
@@ -71,31 +66,28 @@ CpuidLeaves readCpuidOn(unsigned cpu) {
   return readCpuid();
 }
 
-std::array<unsigned char, kIdentificationSize> identificationOf(const CpuidLeaves& leaves) {
-  std::array<unsigned char, kIdentificationSize> data{};
+HsiCore identificationOf(const CpuidLeaves& leaves) {
   const std::uint32_t signature = leaves.features.eax;
-  data[0] = static_cast<unsigned char>(familyOf(signature));
-  data[1] = static_cast<unsigned char>(modelOf(signature));
-  data[2] = static_cast<unsigned char>(bits(signature, 12, 2));
-  data[3] = static_cast<unsigned char>(bits(signature, 0, 4));
-  const auto put = [&](std::size_t offset, const CpuidRegisters& registers) {
-    std::memcpy(data.data() + offset, &registers, sizeof registers);
-  };
-  put(kVendorOffset, leaves.vendor);
-  put(kFeaturesOffset, leaves.features);
-  put(kExtendedMaximumOffset, leaves.extendedMaximum);
-  put(kExtendedOffset, leaves.extended);
-  return data;
+  HsiCore core{};
+  core.family = static_cast<std::uint8_t>(familyOf(signature));
+  core.model = static_cast<std::uint8_t>(modelOf(signature));
+  core.type = static_cast<std::uint8_t>(bits(signature, 12, 2));
+  core.stepping = static_cast<std::uint8_t>(bits(signature, 0, 4));
+  core.vendor = leaves.vendor;
+  core.features = leaves.features;
+  core.extendedMaximum = leaves.extendedMaximum;
+  core.extended = leaves.extended;
+  return core;
 }
 
-std::array<char, kBrandSize> brandOf(const CpuidLeaves& leaves) {
-  std::array<char, kBrandSize> raw{};
-  static_assert(sizeof leaves.brand == kBrandSize);
+HsiCpuModel brandOf(const CpuidLeaves& leaves) {
+  HsiCpuModel raw{};
+  static_assert(sizeof leaves.brand == sizeof raw);
   std::memcpy(raw.data(), leaves.brand.data(), raw.size());
   std::string_view text(raw.data(), strnlen(raw.data(), raw.size()));
   text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
   text = text.substr(0, text.find_last_not_of(' ') + 1);
-  std::array<char, kBrandSize> brand{};
+  HsiCpuModel brand{};
   text.copy(brand.data(), brand.size());
   return brand;
 }

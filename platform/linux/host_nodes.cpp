@@ -1,180 +1,138 @@
 #include "platform/linux/host_nodes.h"
 
-#include <algorithm>
-#include <cstring>
-#include <iterator>
+#include <optional>
 #include <string>
 
+#include "platform/kernel_nodes.h"
 #include "platform/linux/cpuid.h"
 
 namespace LinuxHost {
 namespace {
 
-constexpr std::size_t kTopologySize = 36;
-constexpr std::size_t kCoreStateSize = 160;
-constexpr std::size_t kCoreStateRunning = 64;
-constexpr std::size_t kCoreDetailSize = 76;
-constexpr std::size_t kPowerManagementSize = 588;
-constexpr std::size_t kPowerPolicyOffset = 8;
+using platform::numberedElement;
+using platform::Parameters;
+using platform::textAt;
 
-HSI_Param number(std::size_t value) {
-  HSI_Param parameter;
-  parameter.number = static_cast<std::int32_t>(value);
-  return parameter;
+/// The interface that the first parameter names.
+const KernelInterface* interfaceOf(HostView& view, const Parameters& parameters) {
+  const std::string* name = textAt(parameters, 0);
+  return name == nullptr ? nullptr : view.interface(*name);
 }
 
-HSI_Param text(const std::string& value) {
-  HSI_Param parameter;
-  parameter.isText = true;
-  parameter.text = value;
-  return parameter;
+std::optional<Parameters> listInterfaces(HostView& view, const Parameters&) {
+  return platform::textsOf(view.interfaces(), &KernelInterface::name);
 }
 
-template <typename Value>
-Bytes bytesOf(const Value& value) {
-  Bytes bytes(sizeof value);
-  std::memcpy(bytes.data(), &value, sizeof value);
-  return bytes;
-}
-
-/// The interface that the first of exactly `count` parameters names.
-const KernelInterface* interfaceNamedIn(HostView& view, const Parameters& parameters,
-                                        std::size_t count) {
-  if (parameters.size() != count || !parameters[0].isText) return nullptr;
-  return view.interface(parameters[0].text);
-}
-
-/// The element of `elements` that the only parameter numbers.
-template <typename Element>
-const Element* numberedElement(const std::vector<Element>& elements, const Parameters& parameters) {
-  if (parameters.size() != 1 || parameters[0].isText || parameters[0].number < 0) return nullptr;
-  const auto index = static_cast<std::size_t>(parameters[0].number);
-  return index < elements.size() ? &elements[index] : nullptr;
-}
-
-template <typename Element>
-std::optional<Parameters> numbersOf(const std::vector<Element>& elements,
-                                    const Parameters& parameters) {
-  if (!parameters.empty()) return {};
-  Parameters numbers;
-  for (std::size_t i = 0; i < elements.size(); ++i) numbers.push_back(number(i));
-  return numbers;
-}
-
-std::optional<Parameters> listInterfaces(HostView& view, const Parameters& parameters) {
-  if (!parameters.empty()) return {};
-  Parameters names;
-  for (const KernelInterface& interface : view.interfaces()) names.push_back(text(interface.name));
-  return names;
-}
-
-std::optional<Bytes> readIpv4(HostView& view, const Parameters& parameters) {
-  const KernelInterface* interface = interfaceNamedIn(view, parameters, 1);
+std::optional<HsiIpv4Address> readIpv4(HostView& view, const Parameters& parameters) {
+  const KernelInterface* interface = interfaceOf(view, parameters);
   if (interface == nullptr || !interface->ipv4) return {};
-  return bytesOf(interface->ipv4->address);
+  return interface->ipv4->address;
 }
 
-std::optional<Bytes> readNetmask(HostView& view, const Parameters& parameters) {
-  const KernelInterface* interface = interfaceNamedIn(view, parameters, 1);
+std::optional<HsiIpv4Address> readNetmask(HostView& view, const Parameters& parameters) {
+  const KernelInterface* interface = interfaceOf(view, parameters);
   if (interface == nullptr || !interface->ipv4) return {};
-  return bytesOf(interface->ipv4->netmask);
+  return interface->ipv4->netmask;
 }
 
 std::optional<Parameters> listIpv6(HostView& view, const Parameters& parameters) {
-  const KernelInterface* interface = interfaceNamedIn(view, parameters, 1);
+  const KernelInterface* interface = interfaceOf(view, parameters);
   if (interface == nullptr) return {};
-  Parameters identifiers;
-  for (const auto& address : interface->ipv6) identifiers.push_back(text(address.text));
-  return identifiers;
+  return platform::textsOf(interface->ipv6, &KernelInterface::Ipv6::text);
 }
 
-std::optional<Bytes> readIpv6(HostView& view, const Parameters& parameters) {
-  const KernelInterface* interface = interfaceNamedIn(view, parameters, 2);
-  if (interface == nullptr || !parameters[1].isText) return {};
+std::optional<HsiIpv6Address> readIpv6(HostView& view, const Parameters& parameters) {
+  const KernelInterface* interface = interfaceOf(view, parameters);
+  const std::string* text = textAt(parameters, 1);
+  if (interface == nullptr || text == nullptr) return {};
   for (const auto& address : interface->ipv6) {
-    if (address.text != parameters[1].text) continue;
-    Bytes value(kHsiIpv6ValueSize);
-    address.text.copy(reinterpret_cast<char*>(value.data()), kHsiIpv6PrefixOffset - 1);
-    std::memcpy(value.data() + kHsiIpv6PrefixOffset, &address.prefixLength,
-                sizeof address.prefixLength);
+    if (address.text != *text) continue;
+    HsiIpv6Address value{};
+    text->copy(value.text, sizeof value.text - 1);
+    value.prefixLength = address.prefixLength;
     return value;
   }
   return {};
 }
 
-std::optional<Bytes> readTopology(HostView& view, const Parameters&) {
-  Bytes value(kTopologySize);
-  const std::uint32_t hyperThreading = view.smtActive() ? 1 : 0;
-  std::memcpy(value.data(), &hyperThreading, sizeof hyperThreading);
-  return value;
+std::optional<HsiTopology> readTopology(HostView& view, const Parameters&) {
+  HsiTopology topology{};
+  topology.hyperThreading = view.smtActive() ? 1 : 0;
+  return topology;
 }
 
-std::optional<Bytes> readModel(HostView&, const Parameters&) {
-  return bytesOf(brandOf(readCpuid()));
+std::optional<HsiCpuModel> readModel(HostView&, const Parameters&) { return brandOf(readCpuid()); }
+
+std::optional<Parameters> listCores(HostView& view, const Parameters&) {
+  return platform::numbersUpTo(view.cores().size());
 }
 
-std::optional<Parameters> listCores(HostView& view, const Parameters& parameters) {
-  return numbersOf(view.cores(), parameters);
-}
-
-std::optional<Bytes> readCore(HostView& view, const Parameters& parameters) {
+std::optional<HsiCore> readCore(HostView& view, const Parameters& parameters) {
   const CpuCore* core = numberedElement(view.cores(), parameters);
   if (core == nullptr) return {};
-  return bytesOf(identificationOf(readCpuidOn(core->informant)));
+  return identificationOf(readCpuidOn(core->informant));
 }
 
-std::optional<Parameters> listPackages(HostView& view, const Parameters& parameters) {
-  return numbersOf(view.packages(), parameters);
+std::optional<Parameters> listPackages(HostView& view, const Parameters&) {
+  return platform::numbersUpTo(view.packages().size());
 }
 
-std::optional<Bytes> readPackage(HostView& view, const Parameters& parameters) {
+std::optional<HsiCoreCount> readPackage(HostView& view, const Parameters& parameters) {
   const CpuPackage* package = numberedElement(view.packages(), parameters);
   if (package == nullptr) return {};
-  return bytesOf(static_cast<std::uint32_t>(package->cores.size()));
+  return static_cast<HsiCoreCount>(package->cores.size());
 }
 
-std::optional<Bytes> readCoreState(HostView& view, const Parameters& parameters) {
+std::optional<HsiCoreState> readCoreState(HostView& view, const Parameters& parameters) {
   const CpuCore* core = numberedElement(view.cores(), parameters);
   if (core == nullptr) return {};
-  Bytes value(kCoreStateSize);
-  value[kCoreStateRunning] = core->onlineThreads > 0 ? 1 : 0;
-  return value;
+  HsiCoreState state{};
+  state.running = core->onlineThreads > 0 ? 1 : 0;
+  return state;
 }
 
 /// Nothing is known about a core that would have a place here; that it exists is the answer.
-std::optional<Bytes> readCoreDetail(HostView& view, const Parameters& parameters) {
+std::optional<HsiCoreDetail> readCoreDetail(HostView& view, const Parameters& parameters) {
   if (numberedElement(view.cores(), parameters) == nullptr) return {};
-  return Bytes(kCoreDetailSize);
+  return HsiCoreDetail{};
 }
 
-std::optional<Bytes> readPowerManagement(HostView& view, const Parameters&) {
-  Bytes value(kPowerManagementSize);
-  view.powerPolicy().copy(reinterpret_cast<char*>(value.data()) + kPowerPolicyOffset,
-                          value.size() - kPowerPolicyOffset - 1);
-  return value;
+std::optional<HsiPowerManagement> readPowerManagement(HostView& view, const Parameters&) {
+  HsiPowerManagement power{};
+  view.powerPolicy().copy(power.policy, sizeof power.policy - 1);
+  return power;
 }
 
-constexpr HostNode kNodes[] = {
-    {kHsiNetInterfaces, 0, nullptr, listInterfaces},
-    {kHsiInterfaceIpv4, sizeof(Ipv4Bytes), readIpv4, nullptr},
-    {kHsiInterfaceNetmask, sizeof(Ipv4Bytes), readNetmask, nullptr},
-    {kHsiInterfaceIpv6List, 0, nullptr, listIpv6},
-    {kHsiInterfaceIpv6, kHsiIpv6ValueSize, readIpv6, nullptr},
-    {kHsiTopology, kTopologySize, readTopology, nullptr},
-    {kHsiCpuModel, kBrandSize, readModel, nullptr},
-    {kHsiCore, kIdentificationSize, readCore, listCores},
-    {kHsiPackage, sizeof(std::uint32_t), readPackage, listPackages},
-    {kHsiCoreState, kCoreStateSize, readCoreState, nullptr},
-    {kHsiCoreDetail, kCoreDetailSize, readCoreDetail, nullptr},
-    {kHsiPowerManagement, kPowerManagementSize, readPowerManagement, nullptr},
+template <auto read>
+constexpr auto value(unsigned parameters) {
+  return platform::valueFrom<HostView, read>(parameters);
+}
+
+constexpr platform::KernelNode<HostView> kNodes[] = {
+    {kHsiNetInterfaces, {}, {0, listInterfaces}},
+    {kHsiInterfaceIpv4, value<readIpv4>(1), {}},
+    {kHsiInterfaceNetmask, value<readNetmask>(1), {}},
+    {kHsiInterfaceIpv6List, {}, {1, listIpv6}},
+    {kHsiInterfaceIpv6, value<readIpv6>(2), {}},
+    {kHsiTopology, value<readTopology>(0), {}},
+    {kHsiCpuModel, value<readModel>(0), {}},
+    {kHsiCore, value<readCore>(1), {0, listCores}},
+    {kHsiPackage, value<readPackage>(1), {0, listPackages}},
+    {kHsiCoreState, value<readCoreState>(1), {}},
+    {kHsiCoreDetail, value<readCoreDetail>(1), {}},
+    {kHsiPowerManagement, value<readPowerManagement>(0), {}},
 };
 
 }  // namespace
 
-const HostNode* findHostNode(std::uint32_t nodeNumber) {
-  const auto* found = std::find_if(std::begin(kNodes), std::end(kNodes),
-                                   [&](const HostNode& node) { return node.number == nodeNumber; });
-  return found == std::end(kNodes) ? nullptr : found;
+HSI_Status readNode(HostView& view, std::uint32_t node, const HSI_ParamList* parameters,
+                    void* value, std::size_t size) {
+  return platform::readNode(kNodes, view, node, parameters, value, size);
+}
+
+HSI_Status listNode(HostView& view, std::uint32_t node, const HSI_ParamList* parameters,
+                    HSI_ParamList** list) {
+  return platform::listNode(kNodes, view, node, parameters, list);
 }
 
 }  // namespace LinuxHost

@@ -2,30 +2,17 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <vector>
 
 #include "platform/linux/host_view.h"
 #include "platform/param_list.h"
 
+/// How the nodes of the kernel information interface are answered from a view of the host: the
+/// calls of system_info.h with the view as an argument. What the view throws is passed on.
 namespace LinuxHost {
 
-using Bytes = std::vector<unsigned char>;
-using Parameters = std::vector<HSI_Param>;
-
-/// How a node of the kernel information interface is answered from a view of the host. An answer
-/// that is absent means that the node has none for these parameters.
-struct HostNode {
-  std::uint32_t number;
-  /// Of the node's value; 0 for a node that is only listed.
-  std::size_t valueSize;
-  /// Exactly valueSize bytes. Null for a node that is only listed.
-  std::optional<Bytes> (*read)(HostView& view, const Parameters& parameters);
-  /// Null for a node without instances.
-  std::optional<Parameters> (*list)(HostView& view, const Parameters& parameters);
-};
-
-/// Null for a number that is not a node of this host.
-const HostNode* findHostNode(std::uint32_t number);
+HSI_Status readNode(HostView& view, std::uint32_t node, const HSI_ParamList* parameters,
+                    void* value, std::size_t size);
+HSI_Status listNode(HostView& view, std::uint32_t node, const HSI_ParamList* parameters,
+                    HSI_ParamList** list);
 
 }  // namespace LinuxHost

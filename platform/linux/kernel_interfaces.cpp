@@ -32,8 +32,8 @@ void addAddress(KernelInterface& interface, const AddressRecord& record) {
 
 }  // namespace
 
-Ipv4Bytes netmaskOf(unsigned prefixLength) {
-  Ipv4Bytes mask{};
+HsiIpv4Address netmaskOf(unsigned prefixLength) {
+  HsiIpv4Address mask{};
   for (unsigned bit = 0; bit < std::min(prefixLength, 32U); ++bit) {
     mask[bit / 8] = static_cast<unsigned char>(mask[bit / 8] | (0x80U >> (bit % 8)));
   }

@@ -1,22 +1,20 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/linux/netlink_messages.h"
+#include "platform/system_info.h"
 
 namespace LinuxHost {
-
-using Ipv4Bytes = std::array<unsigned char, 4>;  ///< network order
 
 /// A kernel interface and its addresses.
 struct KernelInterface {
   struct Ipv4 {
-    Ipv4Bytes address{};
-    Ipv4Bytes netmask{};
+    HsiIpv4Address address{};
+    HsiIpv4Address netmask{};
   };
   struct Ipv6 {
     std::string text;  ///< also the address's identifier: an interface has an address once
@@ -29,7 +27,7 @@ struct KernelInterface {
 };
 
 /// The netmask of a prefix length of at most 32.
-Ipv4Bytes netmaskOf(unsigned prefixLength);
+HsiIpv4Address netmaskOf(unsigned prefixLength);
 
 /// All interfaces but loopback in the kernel's index order, those without an address included;
 /// addresses of links that are not listed are left out.

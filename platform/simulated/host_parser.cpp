@@ -103,7 +103,7 @@ void readValue(const Value& value, SimulatedPort& port) {
 }
 
 /// Dotted quad: four decimal numbers up to 255
-void readValue(const Value& value, Ipv4Bytes& address) {
+void readValue(const Value& value, HsiIpv4Address& address) {
   const std::string& text = value.text();
   const char* next = text.data();
   const char* const end = text.data() + text.size();

@@ -1,247 +1,170 @@
 #include "platform/simulated/hsi_nodes.h"
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
-#include <string_view>
+#include <optional>
+
+#include "platform/kernel_nodes.h"
 
 namespace simulated {
 namespace {
 
-constexpr HSI_Status kOk = 0;
-constexpr HSI_Status kFailed = 1;
+using platform::numberedElement;
+using platform::Parameters;
+using platform::textAt;
+using Host = const SimulatedHost;
 
-/// The bytes of one node, zero until set; offsets are the caller's and lie within the node.
-class NodeBytes {
- public:
-  void setByte(std::size_t offset, std::uint8_t byte) { bytes_[offset] = byte; }
-  void setWord(std::size_t offset, std::uint32_t word) {
-    std::memcpy(&bytes_[offset], &word, sizeof word);
-  }
-  /// As much of the text as the room takes; a NUL follows only where room is left.
-  void setText(std::size_t offset, std::string_view text, std::size_t room) {
-    std::copy_n(text.data(), std::min(text.size(), room), &bytes_[offset]);
-  }
-  void copyTo(void* value, std::size_t size) const { std::memcpy(value, bytes_.data(), size); }
-
- private:
-  std::array<unsigned char, 588> bytes_{};  // the largest node
-};
-
-/// The parameters of a call: how many, and each as the type that the node wants.
-class Parameters {
- public:
-  explicit Parameters(const HSI_ParamList* list) : list_(list) {}
-
-  unsigned count() const { return HSI_ParamListUsedCount(list_); }
-  /// Null when there is no text at that place.
-  const char* text(unsigned index) const {
-    const char* text = nullptr;
-    return HSI_ParamGetString(HSI_ParamListGetParam(list_, index), &text) == kOk ? text : nullptr;
-  }
-  /// -1, which no instance has, when there is no number at that place.
-  std::int32_t number(unsigned index) const {
-    std::int32_t number = -1;
-    return HSI_ParamListGetInt32(list_, index, &number) == kOk ? number : -1;
-  }
-
- private:
-  const HSI_ParamList* list_;
-};
-
-/// The element whose `key` is the text; null for none and for a null text.
+/// The element whose `key` is the parameter at that place; null for none.
 template <typename Element>
-const Element* findText(const std::vector<Element>& elements, std::string Element::*key,
-                        const char* text) {
+const Element* namedElement(const std::vector<Element>& elements, std::string Element::*key,
+                            const Parameters& parameters, std::size_t index) {
+  const std::string* text = textAt(parameters, index);
   if (text == nullptr) return nullptr;
   for (const Element& element : elements) {
-    if (element.*key == text) return &element;
+    if (element.*key == *text) return &element;
   }
   return nullptr;
 }
 
-const SimulatedInterface* interfaceOf(const SimulatedHost& host, const Parameters& parameters) {
-  return findText(host.interfaces, &SimulatedInterface::name, parameters.text(0));
+const SimulatedInterface* interfaceOf(Host& host, const Parameters& parameters) {
+  return namedElement(host.interfaces, &SimulatedInterface::name, parameters, 0);
 }
 
-const SimulatedPackage* packageOf(const SimulatedHost& host, const Parameters& parameters) {
-  const auto& packages = host.processors.packages;
-  const std::int32_t number = parameters.number(0);
-  if (number < 0 || static_cast<std::size_t>(number) >= packages.size()) return nullptr;
-  return &packages[static_cast<std::size_t>(number)];
-}
-
-/// Cores are numbered from 0 through all packages.
-const SimulatedCore* coreOf(const SimulatedHost& host, const Parameters& parameters) {
-  const std::int32_t number = parameters.number(0);
-  if (number < 0) return nullptr;
-  auto left = static_cast<std::size_t>(number);
+/// The cores of all packages in order, as they are numbered.
+std::vector<const SimulatedCore*> coresOf(Host& host) {
+  std::vector<const SimulatedCore*> cores;
   for (const SimulatedPackage& package : host.processors.packages) {
-    if (left < package.cores.size()) return &package.cores[left];
-    left -= package.cores.size();
+    for (const SimulatedCore& core : package.cores) cores.push_back(&core);
   }
-  return nullptr;
+  return cores;
 }
 
-bool encodeIpv4(const SimulatedHost& host, const Parameters& parameters, NodeBytes& bytes) {
+/// Null for none.
+const SimulatedCore* coreOf(Host& host, const Parameters& parameters) {
+  const auto cores = coresOf(host);
+  const auto* core = numberedElement(cores, parameters);
+  return core == nullptr ? nullptr : *core;
+}
+
+std::optional<HsiIpv4Address> readIpv4(Host& host, const Parameters& parameters) {
   const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr || !interface->ipv4) return false;
-  for (std::size_t i = 0; i < 4; ++i) bytes.setByte(i, interface->ipv4->address[i]);
-  return true;
+  if (interface == nullptr || !interface->ipv4) return {};
+  return interface->ipv4->address;
 }
 
-bool encodeNetmask(const SimulatedHost& host, const Parameters& parameters, NodeBytes& bytes) {
+std::optional<HsiIpv4Address> readNetmask(Host& host, const Parameters& parameters) {
   const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr || !interface->ipv4 || !interface->ipv4->netmask) return false;
-  for (std::size_t i = 0; i < 4; ++i) bytes.setByte(i, (*interface->ipv4->netmask)[i]);
-  return true;
+  if (interface == nullptr || !interface->ipv4) return {};
+  return interface->ipv4->netmask;
 }
 
-bool encodeIpv6(const SimulatedHost& host, const Parameters& parameters, NodeBytes& bytes) {
+std::optional<HsiIpv6Address> readIpv6(Host& host, const Parameters& parameters) {
   const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr) return false;
-  const auto* ipv6 = findText(interface->ipv6, &SimulatedIpv6::id, parameters.text(1));
-  if (ipv6 == nullptr) return false;
-  bytes.setText(0, ipv6->address, kHsiIpv6PrefixOffset);
-  bytes.setWord(kHsiIpv6PrefixOffset, ipv6->prefixLength);
-  return true;
+  if (interface == nullptr) return {};
+  const auto* ipv6 = namedElement(interface->ipv6, &SimulatedIpv6::id, parameters, 1);
+  if (ipv6 == nullptr) return {};
+  HsiIpv6Address value{};
+  ipv6->address.copy(value.text, sizeof value.text);
+  value.prefixLength = ipv6->prefixLength;
+  return value;
 }
 
-bool encodeTopology(const SimulatedHost& host, const Parameters&, NodeBytes& bytes) {
-  bytes.setWord(0, host.processors.hyperThreading);
-  return true;
+std::optional<HsiTopology> readTopology(Host& host, const Parameters&) {
+  HsiTopology topology{};
+  topology.hyperThreading = host.processors.hyperThreading;
+  return topology;
 }
 
-bool encodeModel(const SimulatedHost& host, const Parameters&, NodeBytes& bytes) {
-  bytes.setText(0, host.processors.modelName, 48);
-  return true;
+std::optional<HsiCpuModel> readModel(Host& host, const Parameters&) {
+  HsiCpuModel model{};
+  host.processors.modelName.copy(model.data(), model.size());
+  return model;
 }
 
-bool encodeCore(const SimulatedHost& host, const Parameters& parameters, NodeBytes& bytes) {
+/// Four letters as a register holds them.
+std::uint32_t registerOf(std::string_view letters) {
+  std::uint32_t word = 0;
+  letters.copy(reinterpret_cast<char*>(&word), sizeof word);
+  return word;
+}
+
+std::optional<HsiCore> readCore(Host& host, const Parameters& parameters) {
   const SimulatedCore* core = coreOf(host, parameters);
-  if (core == nullptr) return false;
+  if (core == nullptr) return {};
   const std::string_view vendor = core->vendor;
-  bytes.setByte(3, core->stepping);
-  bytes.setText(48, vendor.substr(0, 4), 4);  // EBX of the vendor leaf
-  bytes.setText(52, vendor.substr(8, 4), 4);  // ECX: the last four characters, not the middle ones
-  bytes.setText(56, vendor.substr(4, 4), 4);  // EDX
-  bytes.setWord(64, core->featureEbx);
-  bytes.setWord(68, core->featureEcx);
-  bytes.setWord(100, core->extendedEcx);
-  bytes.setWord(104, core->extendedEdx);
-  return true;
+  HsiCore value{};
+  value.stepping = core->stepping;
+  value.vendor.ebx = registerOf(vendor.substr(0, 4));
+  value.vendor.edx = registerOf(vendor.substr(4, 4));
+  value.vendor.ecx = registerOf(vendor.substr(8, 4));  // the last four letters, not the middle ones
+  value.features.ebx = core->featureEbx;
+  value.features.ecx = core->featureEcx;
+  value.extended.ecx = core->extendedEcx;
+  value.extended.edx = core->extendedEdx;
+  return value;
 }
 
-bool encodePackage(const SimulatedHost& host, const Parameters& parameters, NodeBytes& bytes) {
-  const SimulatedPackage* package = packageOf(host, parameters);
-  if (package == nullptr) return false;
-  bytes.setWord(0, package->coreCount);
-  return true;
+std::optional<HsiCoreCount> readPackage(Host& host, const Parameters& parameters) {
+  const SimulatedPackage* package = numberedElement(host.processors.packages, parameters);
+  if (package == nullptr) return {};
+  return package->coreCount;
 }
 
-bool encodeCoreState(const SimulatedHost& host, const Parameters& parameters, NodeBytes& bytes) {
+std::optional<HsiCoreState> readCoreState(Host& host, const Parameters& parameters) {
   const SimulatedCore* core = coreOf(host, parameters);
-  if (core == nullptr) return false;
-  bytes.setByte(64, core->running ? 1 : 0);
-  return true;
+  if (core == nullptr) return {};
+  HsiCoreState state{};
+  state.running = core->running ? 1 : 0;
+  return state;
 }
 
-/// Nothing of the value is used but that it can be read.
-bool encodeCoreDetail(const SimulatedHost& host, const Parameters& parameters, NodeBytes&) {
-  return coreOf(host, parameters) != nullptr;
+std::optional<HsiCoreDetail> readCoreDetail(Host& host, const Parameters& parameters) {
+  if (coreOf(host, parameters) == nullptr) return {};
+  return HsiCoreDetail{};
 }
 
-bool encodePower(const SimulatedHost& host, const Parameters&, NodeBytes& bytes) {
-  bytes.setText(8, host.processors.powerPolicy, 588 - 8 - 1);
-  return true;
+std::optional<HsiPowerManagement> readPower(Host& host, const Parameters&) {
+  HsiPowerManagement power{};
+  host.processors.powerPolicy.copy(power.policy, sizeof power.policy - 1);
+  return power;
 }
 
-struct ReadableNode {
-  std::uint32_t node;
-  std::size_t size;
-  unsigned parameters;  ///< how many name the instance
-  bool (*encode)(const SimulatedHost& host, const Parameters& parameters, NodeBytes& bytes);
-};
-
-constexpr ReadableNode kReadableNodes[] = {
-    {kHsiInterfaceIpv4, 4, 1, encodeIpv4},
-    {kHsiInterfaceNetmask, 4, 1, encodeNetmask},
-    {kHsiInterfaceIpv6, kHsiIpv6ValueSize, 2, encodeIpv6},
-    {kHsiTopology, 36, 0, encodeTopology},
-    {kHsiCpuModel, 48, 0, encodeModel},
-    {kHsiCore, 200, 1, encodeCore},
-    {kHsiPackage, 4, 1, encodePackage},
-    {kHsiCoreState, 160, 1, encodeCoreState},
-    {kHsiCoreDetail, 76, 1, encodeCoreDetail},
-    {kHsiPowerManagement, 588, 0, encodePower},
-};
-
-using List = std::unique_ptr<HSI_ParamList, decltype(&HSI_ParamListDestroy)>;
-
-/// Null when memory is out.
-List emptyList(std::size_t room) {
-  return {HSI_ParamListCreate(static_cast<unsigned>(room), 0), HSI_ParamListDestroy};
+std::optional<Parameters> listInterfaces(Host& host, const Parameters&) {
+  return platform::textsOf(host.interfaces, &SimulatedInterface::name);
 }
 
-/// The elements' `key` in their order.
-template <typename Element>
-List listTexts(const std::vector<Element>& elements, std::string Element::*key) {
-  List list = emptyList(elements.size());
-  for (const Element& element : elements) {
-    if (HSI_ParamListAddString(list.get(), (element.*key).c_str()) != kOk) list.reset();
-  }
-  return list;
-}
-
-/// 0, 1, 2 and so on.
-List listNumbers(std::size_t count) {
-  List list = emptyList(count);
-  for (std::size_t i = 0; i < count; ++i) {
-    if (HSI_ParamListAddInt(list.get(), static_cast<std::int32_t>(i)) != kOk) list.reset();
-  }
-  return list;
-}
-
-List listInterfaces(const SimulatedHost& host, const Parameters&) {
-  return listTexts(host.interfaces, &SimulatedInterface::name);
-}
-
-List listIpv6(const SimulatedHost& host, const Parameters& parameters) {
+std::optional<Parameters> listIpv6(Host& host, const Parameters& parameters) {
   const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr) return {nullptr, HSI_ParamListDestroy};
-  return listTexts(interface->ipv6, &SimulatedIpv6::id);
+  if (interface == nullptr) return {};
+  return platform::textsOf(interface->ipv6, &SimulatedIpv6::id);
 }
 
-List listCores(const SimulatedHost& host, const Parameters&) {
-  std::size_t count = 0;
-  for (const SimulatedPackage& package : host.processors.packages) count += package.cores.size();
-  return listNumbers(count);
+std::optional<Parameters> listCores(Host& host, const Parameters&) {
+  return platform::numbersUpTo(coresOf(host).size());
 }
 
-List listPackages(const SimulatedHost& host, const Parameters&) {
-  return listNumbers(host.processors.packages.size());
+std::optional<Parameters> listPackages(Host& host, const Parameters&) {
+  return platform::numbersUpTo(host.processors.packages.size());
 }
 
-struct ListableNode {
-  std::uint32_t node;
-  unsigned parameters;
-  List (*list)(const SimulatedHost& host, const Parameters& parameters);  ///< null: failed
+template <auto read>
+constexpr auto value(unsigned parameters) {
+  return platform::valueFrom<Host, read>(parameters);
+}
+
+constexpr platform::KernelNode<Host> kNodes[] = {
+    {kHsiNetInterfaces, {}, {0, listInterfaces}},
+    {kHsiInterfaceIpv4, value<readIpv4>(1), {}},
+    {kHsiInterfaceNetmask, value<readNetmask>(1), {}},
+    {kHsiInterfaceIpv6List, {}, {1, listIpv6}},
+    {kHsiInterfaceIpv6, value<readIpv6>(2), {}},
+    {kHsiTopology, value<readTopology>(0), {}},
+    {kHsiCpuModel, value<readModel>(0), {}},
+    {kHsiCore, value<readCore>(1), {0, listCores}},
+    {kHsiPackage, value<readPackage>(1), {0, listPackages}},
+    {kHsiCoreState, value<readCoreState>(1), {}},
+    {kHsiCoreDetail, value<readCoreDetail>(1), {}},
+    {kHsiPowerManagement, value<readPower>(0), {}},
 };
-
-constexpr ListableNode kListableNodes[] = {
-    {kHsiNetInterfaces, 0, listInterfaces},
-    {kHsiInterfaceIpv6List, 1, listIpv6},
-    {kHsiCore, 0, listCores},
-    {kHsiPackage, 0, listPackages},
-};
-
-template <typename Row, std::size_t size>
-const Row* findNode(const Row (&rows)[size], std::uint32_t node) {
-  for (const Row& row : rows) {
-    if (row.node == node) return &row;
-  }
-  return nullptr;
-}
 
 template <typename T>
 bool contains(const std::vector<T>& values, const T& value) {
@@ -250,43 +173,30 @@ bool contains(const std::vector<T>& values, const T& value) {
 
 /// The instance, the last parameter, is one of those that fail. A list without instance never is.
 bool instanceFails(const SimulatedHsi& hsi, std::uint32_t node, const Parameters& parameters) {
-  if (parameters.count() == 0) return false;
   const auto failing = hsi.failInstances.find(node);
-  if (failing == hsi.failInstances.end()) return false;
-  const unsigned last = parameters.count() - 1;
-  const char* name = parameters.text(last);
-  return name != nullptr ? contains(failing->second.names, std::string(name))
-                         : contains(failing->second.numbers, parameters.number(last));
+  if (parameters.empty() || failing == hsi.failInstances.end()) return false;
+  const HSI_Param& instance = parameters.back();
+  return instance.isText ? contains(failing->second.names, instance.text)
+                         : contains(failing->second.numbers, instance.number);
 }
 
-bool fails(const SimulatedHsi& hsi, std::uint32_t node, const Parameters& parameters) {
-  return contains(hsi.failNodes, node) || instanceFails(hsi, node, parameters);
+bool fails(const SimulatedHsi& hsi, std::uint32_t node, const HSI_ParamList* parameters) {
+  return contains(hsi.failNodes, node) ||
+         instanceFails(hsi, node, platform::parametersOf(parameters));
 }
 
 }  // namespace
 
-HSI_Status readNode(const SimulatedHost& host, std::uint32_t node, const HSI_ParamList* parameters,
-                    void* value, std::size_t size) {
-  const ReadableNode* row = findNode(kReadableNodes, node);
-  const Parameters instance(parameters);
-  if (row == nullptr || value == nullptr || size != row->size) return kFailed;
-  if (instance.count() != row->parameters || fails(host.hsi, node, instance)) return kFailed;
-  NodeBytes bytes;
-  if (!row->encode(host, instance, bytes)) return kFailed;
-  bytes.copyTo(value, size);
-  return kOk;
+HSI_Status readNode(Host& host, std::uint32_t node, const HSI_ParamList* parameters, void* value,
+                    std::size_t size) {
+  if (fails(host.hsi, node, parameters)) return platform::kNodeFailed;
+  return platform::readNode(kNodes, host, node, parameters, value, size);
 }
 
-HSI_Status listNode(const SimulatedHost& host, std::uint32_t node, const HSI_ParamList* parameters,
+HSI_Status listNode(Host& host, std::uint32_t node, const HSI_ParamList* parameters,
                     HSI_ParamList** list) {
-  const ListableNode* row = findNode(kListableNodes, node);
-  const Parameters instance(parameters);
-  if (row == nullptr || list == nullptr || instance.count() != row->parameters) return kFailed;
-  if (fails(host.hsi, node, instance)) return kFailed;
-  List made = row->list(host, instance);
-  if (made == nullptr) return kFailed;
-  *list = made.release();
-  return kOk;
+  if (fails(host.hsi, node, parameters)) return platform::kNodeFailed;
+  return platform::listNode(kNodes, host, node, parameters, list);
 }
 
 }  // namespace simulated

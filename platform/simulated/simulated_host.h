@@ -112,12 +112,9 @@ struct SimulatedPort {
 };
 static_assert(platform::everyMemberIsAFact<SimulatedPort>());
 
-/// Four bytes in network order.
-using Ipv4Bytes = std::array<unsigned char, 4>;
-
 struct SimulatedIpv4 {
-  Ipv4Bytes address{};
-  std::optional<Ipv4Bytes> netmask = Ipv4Bytes{};
+  HsiIpv4Address address{};
+  std::optional<HsiIpv4Address> netmask = HsiIpv4Address{};
 
   static constexpr auto facts() {
     return std::tuple{

@@ -65,9 +65,9 @@ struct Kind<MacAddress> : PlainKind {
   static std::string value(const MacAddress&) { return "\"00:00:00:00:00:00\""; }
 };
 template <>
-struct Kind<simulated::Ipv4Bytes> : PlainKind {
+struct Kind<HsiIpv4Address> : PlainKind {
   static std::string type() { return "dotted quad"; }
-  static std::string value(const simulated::Ipv4Bytes&) { return "\"0.0.0.0\""; }
+  static std::string value(const HsiIpv4Address&) { return "\"0.0.0.0\""; }
 };
 template <typename Key, typename T, typename Less>
 struct Kind<std::map<Key, T, Less>> : PlainKind {

@@ -32,15 +32,16 @@ HSI_Status giveQuad(const std::optional<std::string>& address, void* value, std:
 
 HSI_Status giveIpv6(const KernelInterface& interface, const std::string& id, void* value,
                     std::size_t size) {
-  if (size != kHsiIpv6ValueSize || fakeKernel().failedAddresses.count({interface.name, id}) != 0) {
+  if (size != sizeof(HsiIpv6Address) ||
+      fakeKernel().failedAddresses.count({interface.name, id}) != 0) {
     return 1;
   }
   for (const KernelAddress6& address : interface.ipv6) {
     if (address.id != id) continue;
-    auto* bytes = static_cast<char*>(value);
-    std::memset(bytes, 0, size);
-    std::memcpy(bytes, address.text.data(), std::min(address.text.size(), kHsiIpv6PrefixOffset));
-    std::memcpy(bytes + kHsiIpv6PrefixOffset, &address.prefixLength, sizeof address.prefixLength);
+    HsiIpv6Address given{};
+    address.text.copy(given.text, sizeof given.text);
+    given.prefixLength = address.prefixLength;
+    std::memcpy(value, &given, sizeof given);
     return 0;
   }
   return 1;

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <string>
 
 namespace OrvProcessor {
@@ -17,6 +19,15 @@ constexpr std::size_t kExtendedEdx = 104;
 constexpr std::string_view kIntel = "GenuntelineI";
 constexpr std::string_view kAmd = "AuthcAMDenti";
 
+using CoreIdentification = std::array<std::uint8_t, 200>;
+
+HsiCore valueOf(const CoreIdentification& bytes) {
+  HsiCore core{};
+  static_assert(sizeof core == sizeof bytes);
+  std::memcpy(&core, bytes.data(), sizeof core);
+  return core;
+}
+
 CoreIdentification coreOf(std::string_view vendorRegisters) {
   CoreIdentification core{};
   std::copy(vendorRegisters.begin(), vendorRegisters.end(), core.begin() + 48);
@@ -30,7 +41,7 @@ CoreIdentification withBit(CoreIdentification core, std::size_t offset, unsigned
 
 ProcessorRecord decode(const CoreIdentification& core) {
   ProcessorRecord record;
-  decodeIdentification(core, record);
+  decodeIdentification(valueOf(core), record);
   return record;
 }
 
@@ -42,7 +53,8 @@ struct VendorCase {
 class VendorCode : public testing::TestWithParam<VendorCase> {};
 
 TEST_P(VendorCode, FollowsFromTheRegisters) {
-  EXPECT_EQ(vendorCode(coreOf(GetParam().registers)), GetParam().code) << GetParam().registers;
+  EXPECT_EQ(vendorCode(valueOf(coreOf(GetParam().registers))), GetParam().code)
+      << GetParam().registers;
 }
 
 constexpr VendorCase kVendorCases[] = {
@@ -100,9 +112,10 @@ TEST(Features, EachBitSetsItsFlagAndNoOther) {
 TEST(Features, ValueIsFoundByName) {
   for (const FeatureBit& row : kFeatureBits) {
     const CoreIdentification core = withBit(coreOf(row.vendor), row.offset, row.bit);
-    EXPECT_EQ(featureValue(core, vendorCode(core), row.feature), 1U) << row.feature;
+    EXPECT_EQ(featureValue(valueOf(core), vendorCode(valueOf(core)), row.feature), 1U)
+        << row.feature;
   }
-  EXPECT_EQ(featureValue(coreOf(kIntel), kVendorGenuineIntel, "NoSuchFeature"), 0U);
+  EXPECT_EQ(featureValue(valueOf(coreOf(kIntel)), kVendorGenuineIntel, "NoSuchFeature"), 0U);
 }
 
 TEST(Features, BrandIsTheLowByte) {
@@ -138,7 +151,7 @@ TEST(Decoding, LeavesTheRestOfTheRecordAlone) {
   record.hardwareThread = true;
   record.powerControlSupported = true;
   record.status = kCpuEnabled;
-  decodeIdentification(CoreIdentification{}, record);
+  decodeIdentification(HsiCore{}, record);
   EXPECT_EQ(record.name, "cpu-3");
   EXPECT_EQ(record.coreCount, 8U);
   EXPECT_TRUE(record.hardwareThread);
@@ -156,7 +169,7 @@ TEST(ModelName, IsCutAtFortyEightCharacters) {
   EXPECT_EQ(cleanModelName(std::string(60, 'x')), std::string(48, 'x'));
 }
 
-TEST(ModelName, CharactersThatDoNotPrintBecomeBlanks) {
+TEST(ModelName, CharactersThatDoNotPrintBecomeSpaces) {
   EXPECT_EQ(cleanModelName("A\tB\nC\x7F"
                            "D\x80\xFFZ\x01"),
             "A B C D  Z ");
@@ -196,7 +209,7 @@ TEST(PowerPolicyText, ReplacesWhatTheRecordHeld) {
   EXPECT_FALSE(record.powerControlEnabled);
 }
 
-TEST(Brand, IsPaddedWithBlanks) {
+TEST(Brand, IsPaddedWithSpaces) {
   EXPECT_EQ(brandText(0), "0x   0");
   EXPECT_EQ(brandText(5), "0x   5");
   EXPECT_EQ(brandText(0x1F), "0x  1f");

@@ -9,8 +9,16 @@
 namespace LinuxHost {
 namespace {
 
-std::uint32_t wordAt(const std::array<unsigned char, kIdentificationSize>& data,
-                     std::size_t offset) {
+using Bytes = std::array<unsigned char, 200>;
+
+Bytes bytesOf(const HsiCore& core) {
+  Bytes bytes{};
+  static_assert(sizeof core == sizeof bytes);
+  std::memcpy(bytes.data(), &core, sizeof core);
+  return bytes;
+}
+
+std::uint32_t wordAt(const Bytes& data, std::size_t offset) {
   std::uint32_t word = 0;
   std::memcpy(&word, data.data() + offset, sizeof word);
   return word;
@@ -23,7 +31,8 @@ std::string brandText(const CpuidLeaves& leaves) {
 
 CpuidLeaves withBrand(const std::string& text) {
   CpuidLeaves leaves;
-  std::memcpy(leaves.brand.data(), text.data(), std::min(text.size(), kBrandSize));
+  std::memcpy(leaves.brand.data(), text.data(),
+              std::min(text.size(), std::tuple_size_v<HsiCpuModel>));
   return leaves;
 }
 
@@ -33,7 +42,7 @@ TEST(IdentificationData, HasTheRegistersAtTheirPlaces) {
   leaves.features = {0x000306a9, 0x01000805, 0x7fbae3ff, 0xbfebfbff};
   leaves.extendedMaximum = {0x80000008, 1, 2, 3};
   leaves.extended = {4, 5, 6, 7};
-  const auto data = identificationOf(leaves);
+  const auto data = bytesOf(identificationOf(leaves));
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(data.data()) + 48, 12), "GenuntelineI");
   EXPECT_EQ(wordAt(data, 44), 0x16U);
   EXPECT_EQ(wordAt(data, 60), 0x000306a9U);
@@ -50,13 +59,13 @@ TEST(IdentificationData, HasTheRegistersAtTheirPlaces) {
 TEST(IdentificationData, BeginsWithFamilyModelTypeAndStepping) {
   CpuidLeaves leaves;
   leaves.features.eax = 0x000306a9;  // family 6, model 0x3a, stepping 9
-  auto data = identificationOf(leaves);
+  auto data = bytesOf(identificationOf(leaves));
   EXPECT_EQ(data[0], 6);
   EXPECT_EQ(data[1], 0x3a);
   EXPECT_EQ(data[2], 0);
   EXPECT_EQ(data[3], 9);
   leaves.features.eax = 0x00a20f12;  // family 0x19, model 0x21, stepping 2
-  data = identificationOf(leaves);
+  data = bytesOf(identificationOf(leaves));
   EXPECT_EQ(data[0], 0x19);
   EXPECT_EQ(data[1], 0x21);
   EXPECT_EQ(data[3], 2);
@@ -65,17 +74,17 @@ TEST(IdentificationData, BeginsWithFamilyModelTypeAndStepping) {
 TEST(Brand, LosesSpacesAtBothEnds) {
   EXPECT_EQ(brandText(withBrand("     Example CPU @ 2.60GHz")), "Example CPU @ 2.60GHz");
   std::string padded = "Example 16-Core Processor";
-  padded.resize(kBrandSize, ' ');
+  padded.resize(std::tuple_size_v<HsiCpuModel>, ' ');
   EXPECT_EQ(brandText(withBrand(padded)), "Example 16-Core Processor");
 }
 
 TEST(Brand, MayFillItsField) {
-  const std::string full(kBrandSize, 'x');
+  const std::string full(std::tuple_size_v<HsiCpuModel>, 'x');
   EXPECT_EQ(brandText(withBrand(full)), full);
 }
 
 TEST(Brand, OfSpacesOrOfNothingIsEmpty) {
-  EXPECT_EQ(brandText(withBrand(std::string(kBrandSize, ' '))), "");
+  EXPECT_EQ(brandText(withBrand(std::string(std::tuple_size_v<HsiCpuModel>, ' '))), "");
   EXPECT_EQ(brandText(CpuidLeaves{}), "");
 }
 

@@ -45,13 +45,14 @@ std::vector<std::string> ipv6Of(const std::string& name) {
   std::vector<std::string> addresses;
   for (const std::string& id : nodeNames(kHsiInterfaceIpv6List, parameterList({name}))
                                    .value_or(std::vector<std::string>())) {
-    const auto value = nodeValue<kHsiIpv6ValueSize>(kHsiInterfaceIpv6, parameterList({name, id}));
+    const auto value =
+        nodeValue<sizeof(HsiIpv6Address)>(kHsiInterfaceIpv6, parameterList({name, id}));
     if (!value) {
       ADD_FAILURE() << name << " lists " << id << " and does not know it";
       continue;
     }
     std::uint32_t prefixLength = 0;
-    std::memcpy(&prefixLength, value->data() + kHsiIpv6PrefixOffset, sizeof prefixLength);
+    std::memcpy(&prefixLength, value->data() + 48, sizeof prefixLength);
     addresses.push_back(std::string(reinterpret_cast<const char*>(value->data())) + "/" +
                         std::to_string(prefixLength));
   }

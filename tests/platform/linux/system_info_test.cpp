@@ -18,10 +18,6 @@
 namespace LinuxHost {
 namespace {
 
-using testing::ElementsAre;
-using testing::Optional;
-using testing::SizeIs;
-
 TEST(Signature, IsTwentyOneAndNothingElse) {
   EXPECT_EQ(HSI_CheckSig(21), 0);
   for (const int signature : {0, 20, 22, -21, 2100}) EXPECT_NE(HSI_CheckSig(signature), 0);
@@ -31,11 +27,17 @@ TEST(NodeCalls, RefuseUnknownNodesAndWrongSizes) {
   ASSERT_EQ(HSI_CheckSig(21), 0);
   unsigned char value[600] = {7};
   EXPECT_NE(HSI_Get(1, nullptr, value, 4), 0);
-  EXPECT_NE(HSI_Get(kHsiCpuModel, nullptr, value, kHsiIpv6ValueSize), 0);
+  EXPECT_NE(HSI_Get(kHsiCpuModel, nullptr, value, sizeof(HsiIpv6Address)), 0);
   EXPECT_NE(HSI_Get(kHsiCpuModel, nullptr, value, 0), 0);
   EXPECT_NE(HSI_Get(kHsiCpuModel, nullptr, nullptr, 48), 0);
   EXPECT_EQ(value[0], 7) << "a failed call changes nothing";
   EXPECT_NE(HSI_Get(kHsiNetInterfaces, nullptr, value, 0), 0) << "a list has no value";
+}
+
+TEST(NodeCalls, RefuseParametersOfNodesWithoutInstances) {
+  ASSERT_EQ(HSI_CheckSig(21), 0);
+  EXPECT_FALSE(nodeValue<36>(kHsiTopology, parameterList(0)).has_value());
+  EXPECT_FALSE(nodeNames(kHsiNetInterfaces, parameterList({"eth0"})).has_value());
 }
 
 TEST(NodeCalls, RefuseListsOfNodesThatHaveNone) {
@@ -61,7 +63,7 @@ TEST(NodeCalls, RefuseParametersOfTheWrongNumberOrKind) {
   EXPECT_FALSE(nodeValue<4>(kHsiInterfaceIpv4, parameterList({"nosuch"})).has_value());
   EXPECT_FALSE(nodeNames(kHsiInterfaceIpv6List, parameterList({"nosuch"})).has_value());
   EXPECT_FALSE(
-      nodeValue<kHsiIpv6ValueSize>(kHsiInterfaceIpv6, parameterList({"nosuch"})).has_value());
+      nodeValue<sizeof(HsiIpv6Address)>(kHsiInterfaceIpv6, parameterList({"nosuch"})).has_value());
 }
 
 // The nodes on a made-up host of two packages, in which CPU 2 is offline.
@@ -76,21 +78,18 @@ class NodesOfAMadeUpHost : public testing::Test {
     tree.file(cpu + "cpufreq/policy0/scaling_governor", "schedutil\n");
   }
 
-  std::optional<Bytes> read(std::uint32_t number, const Parameters& parameters = {}) {
-    const HostNode* node = findHostNode(number);
-    auto value = node->read(view, parameters);
-    if (value) {
-      EXPECT_EQ(value->size(), node->valueSize);
-    }
+  template <typename Value>
+  std::optional<Value> read(std::uint32_t number, const HSI_ParamList& parameters = {}) {
+    Value value{};
+    if (readNode(view, number, &parameters, &value, sizeof value) != 0) return {};
     return value;
   }
-  static Parameters instance(std::int32_t number) {
-    HSI_Param parameter;
-    parameter.number = number;
-    return {parameter};
-  }
+  static HSI_ParamList instance(std::int32_t number) { return {{{false, number, {}}}, 0}; }
   std::size_t listed(std::uint32_t number) {
-    return findHostNode(number)->list(view, {}).value_or(Parameters()).size();
+    HSI_ParamList* list = nullptr;
+    EXPECT_EQ(listNode(view, number, nullptr, &list), 0);
+    const ListPtr owner(list);
+    return HSI_ParamListUsedCount(list);
   }
 
   SysTree tree;
@@ -100,31 +99,32 @@ class NodesOfAMadeUpHost : public testing::Test {
 TEST_F(NodesOfAMadeUpHost, CountPackagesAndTheirCores) {
   EXPECT_EQ(listed(kHsiPackage), 2U);
   EXPECT_EQ(listed(kHsiCore), 3U);
-  EXPECT_EQ(read(kHsiPackage, instance(0)), (Bytes{2, 0, 0, 0}));
-  EXPECT_EQ(read(kHsiPackage, instance(1)), (Bytes{1, 0, 0, 0}));
+  EXPECT_EQ(read<HsiCoreCount>(kHsiPackage, instance(0)), 2U);
+  EXPECT_EQ(read<HsiCoreCount>(kHsiPackage, instance(1)), 1U);
 }
 
 TEST_F(NodesOfAMadeUpHost, TellWhichCoresRun) {
-  EXPECT_EQ(read(kHsiCoreState, instance(0))->at(64), 1);
-  EXPECT_EQ(read(kHsiCoreState, instance(1))->at(64), 0) << "CPU 2, in CPU 1's package";
-  EXPECT_EQ(read(kHsiCoreState, instance(2))->at(64), 1);
-  EXPECT_THAT(read(kHsiCoreDetail, instance(1)), Optional(SizeIs(76)));
+  EXPECT_EQ(read<HsiCoreState>(kHsiCoreState, instance(0))->running, 1);
+  EXPECT_EQ(read<HsiCoreState>(kHsiCoreState, instance(1))->running, 0)
+      << "CPU 2, in CPU 1's package";
+  EXPECT_EQ(read<HsiCoreState>(kHsiCoreState, instance(2))->running, 1);
+  EXPECT_TRUE(read<HsiCoreDetail>(kHsiCoreDetail, instance(1)).has_value());
 }
 
 TEST_F(NodesOfAMadeUpHost, TellThreadsAndPowerPolicy) {
-  EXPECT_EQ(read(kHsiTopology)->at(0), 1);
-  const auto power = read(kHsiPowerManagement);
+  EXPECT_EQ(read<HsiTopology>(kHsiTopology)->hyperThreading, 1U);
+  const auto power = read<HsiPowerManagement>(kHsiPowerManagement);
   ASSERT_TRUE(power.has_value());
-  EXPECT_STREQ(reinterpret_cast<const char*>(power->data()) + 8, "dynamic");
+  EXPECT_STREQ(power->policy, "dynamic");
 }
 
 TEST_F(NodesOfAMadeUpHost, SeeThreadsInTheCoresWhereTheKernelSaysNothing) {
   tree.remove("devices/system/cpu/smt");
-  EXPECT_EQ(read(kHsiTopology)->at(0), 0);
+  EXPECT_EQ(read<HsiTopology>(kHsiTopology)->hyperThreading, 0U);
   tree.file("devices/system/cpu/cpu1/topology/physical_package_id", "1\n")
       .file("devices/system/cpu/cpu1/topology/core_cpus_list", "0-1\n");
   view = HostView(tree.root(), [](unsigned) { return ThreadCounts{2, 4}; });
-  EXPECT_EQ(read(kHsiTopology)->at(0), 1);
+  EXPECT_EQ(read<HsiTopology>(kHsiTopology)->hyperThreading, 1U);
 }
 
 TEST_F(NodesOfAMadeUpHost, ReadTheHostOnce) {

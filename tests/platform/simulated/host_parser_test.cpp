@@ -126,8 +126,8 @@ TEST(HostDefaults, Interface) {
 
 TEST(HostDefaults, Ipv4WithoutMembersIsAllZero) {
   const auto ipv4 = hostOf(R"({"interfaces": [{"ipv4": {}}]})").interfaces.at(0).ipv4.value();
-  EXPECT_EQ(ipv4.address, Ipv4Bytes{});
-  EXPECT_EQ(ipv4.netmask, Ipv4Bytes{});
+  EXPECT_EQ(ipv4.address, HsiIpv4Address{});
+  EXPECT_EQ(ipv4.netmask, HsiIpv4Address{});
 }
 
 TEST(HostDefaults, Ipv6IdIsTheAddressText) {
@@ -358,8 +358,8 @@ TEST(HostMembers, Interface) {
           {"name": "hk2", "ipv4": null}]})")
                               .interfaces;
   EXPECT_EQ(interfaces.at(0).name, "hk0");
-  EXPECT_EQ(interfaces.at(0).ipv4.value().address, (Ipv4Bytes{10, 0, 0, 7}));
-  EXPECT_EQ(interfaces.at(0).ipv4.value().netmask, (Ipv4Bytes{255, 255, 255, 0}));
+  EXPECT_EQ(interfaces.at(0).ipv4.value().address, (HsiIpv4Address{10, 0, 0, 7}));
+  EXPECT_EQ(interfaces.at(0).ipv4.value().netmask, (HsiIpv4Address{255, 255, 255, 0}));
   EXPECT_EQ(interfaces.at(0).ipv6.at(0).id, "a");
   EXPECT_EQ(interfaces.at(0).ipv6.at(0).address, "fe80::1");
   EXPECT_EQ(interfaces.at(0).ipv6.at(0).prefixLength, 64U);

@@ -29,7 +29,6 @@ TEST(KeyText, HoldsNothingThatAReferenceCannotCarry) {
 
 TEST(Numbers, FillTheText) {
   EXPECT_EQ(unsignedNumber(" 12\n"), 12u);
-  EXPECT_EQ(signedNumber("-3"), -3);
   EXPECT_EQ(hexNumber("0x0c8000"), 0x0c8000u);
   EXPECT_EQ(hexNumber("ff"), 255u);
   for (const char* text : {"", " ", "-1", "1 2", "12x", "x", "99999999999999999999"}) {

@@ -1,0 +1,134 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "platform/param_list.h"
+
+/// The nodes of the kernel information interface as a table. A platform says in its rows what each
+/// node answers from a host of its own type; what a call refuses is the same on every platform.
+namespace platform {
+
+using Parameters = std::vector<HSI_Param>;
+
+/// The value of a node. `parameters` is how many name an instance. `read` writes all of `value`, or
+/// nothing and answers false where there is no such instance.
+template <typename Host>
+struct NodeValue {
+  unsigned parameters = 0;
+  std::size_t size = 0;
+  bool (*read)(Host& host, const Parameters& parameters, void* value) = nullptr;
+};
+
+/// The instances of a node, or nothing where what the parameters name is not there.
+template <typename Host>
+struct NodeInstances {
+  unsigned parameters = 0;
+  std::optional<Parameters> (*list)(Host& host, const Parameters& parameters) = nullptr;
+};
+
+/// A node has a value, instances, or both.
+template <typename Host>
+struct KernelNode {
+  HSI_Node number;
+  NodeValue<Host> value;
+  NodeInstances<Host> instances;
+};
+
+/// The value that `read`, a function of host and parameters, answers as std::optional of the node's
+/// type.
+template <typename Host, auto read>
+constexpr NodeValue<Host> valueFrom(unsigned parameters) {
+  using Answer = std::invoke_result_t<decltype(read), Host&, const Parameters&>;
+  using Value = typename Answer::value_type;
+  static_assert(std::is_trivially_copyable_v<Value>);
+  return {parameters, sizeof(Value), [](Host& host, const Parameters& instance, void* value) {
+            const Answer answer = read(host, instance);
+            if (answer) std::memcpy(value, &*answer, sizeof(Value));
+            return answer.has_value();
+          }};
+}
+
+/// Null unless there is such a parameter and it is a text.
+inline const std::string* textAt(const Parameters& parameters, std::size_t index) {
+  return index < parameters.size() && parameters[index].isText ? &parameters[index].text : nullptr;
+}
+
+/// The element that the first parameter numbers; null for none.
+template <typename Element>
+const Element* numberedElement(const std::vector<Element>& elements, const Parameters& parameters) {
+  if (parameters.empty() || parameters[0].isText || parameters[0].number < 0) return nullptr;
+  const auto index = static_cast<std::size_t>(parameters[0].number);
+  return index < elements.size() ? &elements[index] : nullptr;
+}
+
+/// 0, 1, 2 and so on.
+inline Parameters numbersUpTo(std::size_t count) {
+  Parameters numbers(count);
+  for (std::size_t i = 0; i < count; ++i) numbers[i].number = static_cast<std::int32_t>(i);
+  return numbers;
+}
+
+/// The elements' `key` in their order.
+template <typename Elements, typename Element>
+Parameters textsOf(const Elements& elements, std::string Element::*key) {
+  Parameters texts;
+  texts.reserve(elements.size());
+  for (const Element& element : elements) texts.push_back({true, 0, element.*key});
+  return texts;
+}
+
+constexpr HSI_Status kNodeAnswered = 0;
+constexpr HSI_Status kNodeFailed = 1;
+
+inline const Parameters& parametersOf(const HSI_ParamList* list) {
+  static const Parameters none;
+  return list == nullptr ? none : list->parameters;
+}
+
+template <typename Host, std::size_t size>
+const KernelNode<Host>* findNode(const KernelNode<Host> (&nodes)[size], std::uint32_t number) {
+  const auto* end = std::end(nodes);
+  const auto* found = std::find_if(
+      std::begin(nodes), end, [&](const KernelNode<Host>& node) { return node.number == number; });
+  return found == end ? nullptr : found;
+}
+
+/// HSI_Get on a table of nodes.
+template <typename Host, std::size_t size>
+HSI_Status readNode(const KernelNode<Host> (&nodes)[size], Host& host, std::uint32_t number,
+                    const HSI_ParamList* list, void* value, std::size_t valueSize) {
+  const KernelNode<Host>* node = findNode(nodes, number);
+  if (node == nullptr || node->value.read == nullptr || value == nullptr) return kNodeFailed;
+  const Parameters& parameters = parametersOf(list);
+  if (valueSize != node->value.size || parameters.size() != node->value.parameters) {
+    return kNodeFailed;
+  }
+  return node->value.read(host, parameters, value) ? kNodeAnswered : kNodeFailed;
+}
+
+/// HSI_GetInstanceListAlloc on a table of nodes.
+template <typename Host, std::size_t size>
+HSI_Status listNode(const KernelNode<Host> (&nodes)[size], Host& host, std::uint32_t number,
+                    const HSI_ParamList* list, HSI_ParamList** instances) {
+  const KernelNode<Host>* node = findNode(nodes, number);
+  if (node == nullptr || node->instances.list == nullptr || instances == nullptr) {
+    return kNodeFailed;
+  }
+  const Parameters& parameters = parametersOf(list);
+  if (parameters.size() != node->instances.parameters) return kNodeFailed;
+  auto found = node->instances.list(host, parameters);
+  if (!found) return kNodeFailed;
+  auto answer = std::make_unique<HSI_ParamList>();
+  answer->parameters = std::move(*found);
+  *instances = answer.release();  // freed by HSI_ParamListDestroy
+  return kNodeAnswered;
+}
+
+}  // namespace platform

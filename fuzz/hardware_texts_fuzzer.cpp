@@ -14,7 +14,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (key.size() > 200 || key.find_first_of("\"\\ ,=") != std::string::npos) std::abort();
   if (keyText(key) != key || cleanText(cleanText(text)) != cleanText(text)) std::abort();
   unsignedNumber(text);
-  signedNumber(text);
   hexNumber(text);
   aerTotal(text);
   linkSpeed(text);

@@ -122,12 +122,6 @@ const BlockDevice* BlockDevices::byName(const std::string& name) const {
   return found == all_.end() ? nullptr : &*found;
 }
 
-const BlockDevice* BlockDevices::byNumber(const std::string& number) const {
-  const auto found = std::find_if(
-      all_.begin(), all_.end(), [&](const BlockDevice& device) { return device.number == number; });
-  return found == all_.end() ? nullptr : &*found;
-}
-
 std::string BlockDevices::diskOf(const BlockDevice& device) const {
   const BlockDevice* disk = device.parent.empty() ? &device : byName(device.parent);
   return disk != nullptr && disk->disk ? disk->id : "";

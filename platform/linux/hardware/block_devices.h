@@ -42,7 +42,6 @@ class BlockDevices {
   const std::vector<BlockDevice>& all() const { return all_; }
   /// Null when there is none.
   const BlockDevice* byName(const std::string& name) const;
-  const BlockDevice* byNumber(const std::string& number) const;
   /// Id of the disk that the device is, or is a partition of; empty for others.
   std::string diskOf(const BlockDevice& device) const;
 

@@ -109,10 +109,6 @@ std::optional<std::uint64_t> unsignedNumber(std::string_view text) {
   return wholeNumber<std::uint64_t>(text, 10);
 }
 
-std::optional<std::int64_t> signedNumber(std::string_view text) {
-  return wholeNumber<std::int64_t>(text, 10);
-}
-
 std::optional<std::uint64_t> hexNumber(std::string_view text) {
   text = trimmed(text);
   if (text.substr(0, 2) == "0x") text.remove_prefix(2);

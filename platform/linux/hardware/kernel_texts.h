@@ -20,7 +20,6 @@ std::string keyText(std::string_view text);
 
 /// A decimal number that fills the text, spaces around it aside.
 std::optional<std::uint64_t> unsignedNumber(std::string_view text);
-std::optional<std::int64_t> signedNumber(std::string_view text);
 
 /// A hexadecimal number that fills the text, with or without "0x".
 std::optional<std::uint64_t> hexNumber(std::string_view text);

@@ -76,10 +76,9 @@ RegistrationSection scriptedSection(const std::string& className) {
   return section;
 }
 
-/// The hardware's sections and those of the product's that concern health.
+/// The product's sections that concern health.
 std::vector<RegistrationSection> registration() {
   std::vector<RegistrationSection> sections;
-  for (const std::string& name : monitoredClasses()) sections.push_back(scriptedSection(name));
   for (auto& section : broker::readRegistrationFile(ORV_SOURCE_DIR "/schema/orvprovider.reg")) {
     const bool isHealth = section.provider == "Orvane_LatchedHealthState" ||
                           section.provider == "Orvane_LatchedHealthAssociation" ||
@@ -91,19 +90,26 @@ std::vector<RegistrationSection> registration() {
 
 }  // namespace
 
+void addScriptedHardware(Broker::Options& options) {
+  for (const std::string& name : monitoredClasses()) {
+    options.registration.push_back(scriptedSection(name));
+  }
+  options.linkedFactories["ScriptedHardware_Create_InstanceMI"] =
+      reinterpret_cast<void*>(ScriptedHardware_Create_InstanceMI);
+}
+
 Broker::Options healthBrokerOptions(const std::string& hardwareMof) {
   Broker::Options options;
   options.namespaces["root/cimv2"] = classesWith(hardwareMof);
   options.registration = registration();
   options.linkedFactories = {
-      {"ScriptedHardware_Create_InstanceMI",
-       reinterpret_cast<void*>(ScriptedHardware_Create_InstanceMI)},
       {"Orvane_LatchedHealthState_Create_InstanceMI",
        reinterpret_cast<void*>(Orvane_LatchedHealthState_Create_InstanceMI)},
       {"Orvane_KernelIPChangedIndication_Create_IndicationMI",
        reinterpret_cast<void*>(Orvane_KernelIPChangedIndication_Create_IndicationMI)},
       {"Orvane_LatchedHealthAssociation_Create_AssociationMI",
        reinterpret_cast<void*>(Orvane_LatchedHealthAssociation_Create_AssociationMI)}};
+  addScriptedHardware(options);
   return options;
 }
 

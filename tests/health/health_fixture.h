@@ -18,6 +18,9 @@ namespace orv::test {
 /// Hardware classes whose keys are of the wrong kind, instead of the regular ones.
 extern const char kOddHardwareMof[];
 
+/// Adds sections of the twelve monitored classes, served by the scripted hardware, and its factory.
+void addScriptedHardware(broker::Broker::Options& options);
+
 /// A broker with the project's classes, the hardware classes, and the health providers and the
 /// scripted hardware linked in.
 broker::Broker::Options healthBrokerOptions(const std::string& hardwareMof = "");

@@ -105,10 +105,13 @@ Reply postTo(int port, const std::string& body) {
   curl_easy_setopt(client, CURLOPT_WRITEDATA, &reply);
   curl_easy_setopt(client, CURLOPT_HEADERFUNCTION, &keepHeader);
   curl_easy_setopt(client, CURLOPT_HEADERDATA, &reply);
-  if (curl_easy_perform(client) == CURLE_OK) {
+  const CURLcode outcome = curl_easy_perform(client);
+  if (outcome == CURLE_OK) {
     long status = 0;
     curl_easy_getinfo(client, CURLINFO_RESPONSE_CODE, &status);
     reply.httpStatus = static_cast<int>(status);
+  } else {
+    reply.body = curl_easy_strerror(outcome);
   }
   curl_slist_free_all(headers);
   curl_easy_cleanup(client);

@@ -102,6 +102,11 @@ std::vector<Exported> IndicationListener::taken() const {
   return taken_;
 }
 
+void IndicationListener::forget() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  taken_.clear();
+}
+
 std::size_t IndicationListener::arrivals() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return arrivals_;

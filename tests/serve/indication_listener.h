@@ -42,6 +42,8 @@ class IndicationListener {
   bool waitForArrivals(std::size_t count);
 
   std::vector<Exported> taken() const;
+  /// Forgets what was taken; arrivals count on.
+  void forget();
   std::size_t arrivals() const;
 
   /// The status for a whole request; waits while requests are held. Called by the server.

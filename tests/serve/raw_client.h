@@ -13,9 +13,13 @@ namespace orv::serve {
 /// A connection over which a test sends what it likes.
 class RawClient {
  public:
-  explicit RawClient(int port) : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  /// `from` is an address of this machine.
+  explicit RawClient(int port, const char* from = "127.0.0.1")
+      : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
+    ::inet_pton(AF_INET, from, &address.sin_addr);
+    ::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     connected_ =

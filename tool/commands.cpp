@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "notation/json.h"
 #include "tool/errors.h"
-#include "tool/json_output.h"
 #include "tool/object_paths.h"
 #include "tool/text_table.h"
 
@@ -15,6 +15,8 @@ namespace {
 
 using broker::RegistrationSection;
 using broker::Response;
+using notation::Json;
+using notation::jsonText;
 
 broker::PropertyList propertyList(const Options& options) {
   if (options.properties.empty()) return std::nullopt;

@@ -4,10 +4,10 @@
 #include <thread>
 #include <vector>
 
+#include "notation/json.h"
+#include "notation/object_path.h"
 #include "tool/commands.h"
 #include "tool/errors.h"
-#include "tool/json_output.h"
-#include "tool/object_paths.h"
 #include "tool/readable_text.h"
 #include "tool/table_output.h"
 #include "tool/text_table.h"
@@ -17,6 +17,10 @@ namespace {
 
 using broker::Instance;
 using broker::Value;
+using notation::Json;
+using notation::jsonText;
+using notation::objectPathText;
+using notation::toJson;
 
 constexpr const char* kRecordClass = "Orvane_LatchedHealthState";
 constexpr const char* kRollupClass = "Orvane_RollupHealthState";

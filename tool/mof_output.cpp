@@ -4,8 +4,8 @@
 #include <string>
 #include <variant>
 
-#include "tool/object_paths.h"
-#include "tool/property_order.h"
+#include "notation/object_path.h"
+#include "notation/property_order.h"
 #include "tool/readable_text.h"
 #include "tool/value_words.h"
 
@@ -14,6 +14,8 @@ namespace {
 
 using broker::Instance;
 using broker::Value;
+using notation::objectPathText;
+using notation::orderedProperties;
 
 class Writer {
  public:

@@ -8,16 +8,10 @@
 
 namespace orv::tool {
 
-/// The object path of a command line: as broker::parseObjectPath reads it, a missing namespace
-/// replaced by `nameSpace`, and the texts of keys that the class declares as references read as the
-/// paths they are.
+/// The object path of a command line; see notation::readObjectPath.
 ///
-/// Fails: BadInput, when the text or that of a reference is no object path.
+/// Fails: BadInput.
 broker::ObjectPath objectPathArgument(std::string_view text, const std::string& nameSpace,
                                       const broker::ClassRepository& classes);
-
-/// The text that objectPathArgument reads as the path: references quoted, keys that are null left
-/// out.
-std::string objectPathText(const broker::ObjectPath& path);
 
 }  // namespace orv::tool

@@ -5,13 +5,18 @@
 
 #include <utility>
 
-#include "tool/json_output.h"
+#include "notation/json.h"
+#include "notation/object_path.h"
 #include "tool/mof_output.h"
-#include "tool/object_paths.h"
 #include "tool/readable_text.h"
 #include "tool/table_output.h"
 
 namespace orv::tool {
+
+using notation::Json;
+using notation::jsonText;
+using notation::objectPathText;
+using notation::toJson;
 
 void Printer::instances(const std::vector<broker::Instance>& instances) {
   if (options_.format == Format::kTable) {

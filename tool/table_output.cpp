@@ -6,8 +6,8 @@
 #include <utility>
 #include <variant>
 
-#include "tool/object_paths.h"
-#include "tool/property_order.h"
+#include "notation/object_path.h"
+#include "notation/property_order.h"
 #include "tool/text_table.h"
 #include "tool/value_words.h"
 
@@ -18,6 +18,8 @@ using broker::ClassDefinition;
 using broker::Instance;
 using broker::ObjectPath;
 using broker::Value;
+using notation::objectPathText;
+using notation::orderedProperties;
 
 std::string arrayText(const Value& value) {
   std::string text;

@@ -37,8 +37,10 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"broker/testing", {"broker", "cmpi/abi"}},  // what only tests need
     {"cimxml", {"broker", "cmpi/abi"}},
     {"metrics", {"cimxml", "broker", "cmpi/abi"}},
+    {"notation", {"broker", "cmpi/abi"}},
     {"serve", {"metrics", "cimxml", "broker", "cmpi/abi"}},
-    {"tool", {"metrics", "broker", "cmpi/abi", "platform/simulated"}},  // the host file's parser
+    // platform/simulated: the host file's parser
+    {"tool", {"metrics", "notation", "broker", "cmpi/abi", "platform/simulated"}},
     {"daemon", {"tool", "serve", "metrics", "broker", "cmpi/abi"}},
 };
 

@@ -1,12 +1,15 @@
-#include "tool/property_order.h"
+#include "notation/property_order.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/tool/sample.h"
 
-namespace orv::tool {
+namespace orv::notation {
 namespace {
+
+using tool::sampleClasses;
+using tool::sampleInstance;
 
 std::vector<std::string> names(const broker::ClassDefinition* definition, bool withNulls) {
   const broker::Instance instance = sampleInstance("a");
@@ -34,4 +37,4 @@ TEST(PropertyOrder, WithoutAClassAsTheyAre) {
 }
 
 }  // namespace
-}  // namespace orv::tool
+}  // namespace orv::notation

@@ -1,13 +1,13 @@
-#include "tool/json_output.h"
+#include "notation/json.h"
 
 #include <memory>
 #include <type_traits>
 #include <variant>
 
-#include "tool/object_paths.h"
-#include "tool/property_order.h"
+#include "notation/object_path.h"
+#include "notation/property_order.h"
 
-namespace orv::tool {
+namespace orv::notation {
 
 using broker::ClassRepository;
 
@@ -61,4 +61,4 @@ std::string jsonText(const Json& json, int indent) {
   return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-}  // namespace orv::tool
+}  // namespace orv::notation

@@ -1,9 +1,9 @@
-#include "tool/property_order.h"
+#include "notation/property_order.h"
 
 #include <algorithm>
 #include <cstddef>
 
-namespace orv::tool {
+namespace orv::notation {
 namespace {
 
 using broker::ClassDefinition;
@@ -34,4 +34,4 @@ std::vector<const Property*> orderedProperties(const broker::Instance& instance,
   return ordered;
 }
 
-}  // namespace orv::tool
+}  // namespace orv::notation

@@ -1,13 +1,16 @@
-#include "tool/json_output.h"
+#include "notation/json.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/tool/sample.h"
 
-namespace orv::tool {
+namespace orv::notation {
 namespace {
 
 using broker::Value;
+using tool::sampleClasses;
+using tool::sampleInstance;
+using tool::samplePath;
 
 class JsonOutput : public testing::Test {
  protected:
@@ -49,4 +52,4 @@ TEST_F(JsonOutput, BytesThatAreNotUtf8AreReplaced) {
 }
 
 }  // namespace
-}  // namespace orv::tool
+}  // namespace orv::notation

@@ -6,7 +6,7 @@
 #include "broker/class_repository.h"
 #include "broker/values.h"
 
-namespace orv::tool {
+namespace orv::notation {
 
 using Json = nlohmann::ordered_json;
 
@@ -24,4 +24,4 @@ Json toJson(const broker::Instance& instance, const broker::ClassRepository& cla
 /// Indented text; bytes that are not UTF-8 are replaced.
 std::string jsonText(const Json& json, int indent = 2);
 
-}  // namespace orv::tool
+}  // namespace orv::notation

@@ -5,7 +5,7 @@
 #include "broker/class_repository.h"
 #include "broker/values.h"
 
-namespace orv::tool {
+namespace orv::notation {
 
 /// The properties of an instance in the order in which a person wants them: keys first, then in the
 /// order in which the class declares them, then those that it does not declare. Without null ones,
@@ -14,4 +14,4 @@ std::vector<const broker::Property*> orderedProperties(const broker::Instance& i
                                                        const broker::ClassDefinition* definition,
                                                        bool withNulls);
 
-}  // namespace orv::tool
+}  // namespace orv::notation

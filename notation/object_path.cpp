@@ -1,0 +1,92 @@
+#include "notation/object_path.h"
+
+#include <charconv>
+#include <cstdint>
+#include <memory>
+#include <variant>
+
+#include "broker/object_path_text.h"
+
+namespace orv::notation {
+namespace {
+
+using broker::KeyText;
+using broker::Value;
+
+template <typename Number>
+Number toNumber(const std::string& digits) {
+  Number value = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  return value;
+}
+
+bool isReference(const broker::ClassDefinition* definition, const std::string& key) {
+  const broker::PropertyDefinition* property =
+      definition != nullptr ? definition->property(key) : nullptr;
+  return property != nullptr && property->type == CMPI_ref;
+}
+
+// The types are those that a client's numbers and booleans arrive with.
+Value plainValue(const KeyText& key) {
+  switch (key.kind) {
+    case KeyText::Kind::unsignedNumber:
+      return Value::ofUnsigned(CMPI_uint64, toNumber<std::uint64_t>(key.value));
+    case KeyText::Kind::signedNumber:
+      return Value::ofSigned(CMPI_sint64, toNumber<std::int64_t>(key.value));
+    case KeyText::Kind::boolean:
+      return Value::ofBoolean(key.value == "true");
+    case KeyText::Kind::text:
+      break;
+  }
+  return Value::ofString(key.value);
+}
+
+}  // namespace
+
+broker::ObjectPath readObjectPath(std::string_view text, const std::string& nameSpace,
+                                  const broker::ClassRepository& classes) {
+  const broker::ObjectPathText parsed = broker::parseObjectPath(text);
+  broker::ObjectPath path;
+  path.host = parsed.host;
+  path.nameSpace = parsed.nameSpace.empty() ? nameSpace : parsed.nameSpace;
+  path.className = parsed.className;
+  const broker::ClassDefinition* definition = classes.find(path.className);
+  for (const KeyText& key : parsed.keys) {
+    const bool reference = key.kind == KeyText::Kind::text && isReference(definition, key.name);
+    path.keys.push_back({key.name, reference ? Value::ofReference(readObjectPath(
+                                                   key.value, path.nameSpace, classes))
+                                             : plainValue(key)});
+  }
+  return path;
+}
+
+namespace {
+
+KeyText keyText(const broker::Key& key) {
+  const Value::Content& content = key.value.content;
+  if (const auto* text = std::get_if<std::string>(&content)) {
+    return {key.name, KeyText::Kind::text, *text};
+  }
+  if (const auto* path = std::get_if<std::shared_ptr<const broker::ObjectPath>>(&content)) {
+    return {key.name, KeyText::Kind::text, objectPathText(**path)};
+  }
+  if (const auto* time = std::get_if<broker::DateTime>(&content)) {
+    return {key.name, KeyText::Kind::text, time->text};
+  }
+  KeyText::Kind kind = KeyText::Kind::unsignedNumber;
+  if (std::holds_alternative<std::int64_t>(content)) kind = KeyText::Kind::signedNumber;
+  if (std::holds_alternative<bool>(content)) kind = KeyText::Kind::boolean;
+  return {key.name, kind, key.value.toText()};
+}
+
+}  // namespace
+
+std::string objectPathText(const broker::ObjectPath& path) {
+  broker::ObjectPathText text = {path.host, path.nameSpace, path.className, {}};
+  for (const broker::Key& key : path.keys) {
+    if (!key.value.null) text.keys.push_back(keyText(key));
+  }
+  return broker::printObjectPath(text);
+}
+
+}  // namespace orv::notation

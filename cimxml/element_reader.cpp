@@ -26,7 +26,7 @@ void checkDepth(const pugi::xml_node& root) {
   std::size_t depth = 0;
   pugi::xml_node node = root;
   while (node) {
-    if (depth > kMaximumXmlDepth) notValid("elements nested too deep");
+    if (depth > kMaximumXmlDepth) notValid("elements are nested too deeply");
     if (node.first_child()) {
       node = node.first_child();
       ++depth;

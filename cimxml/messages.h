@@ -23,7 +23,7 @@ class CimError : public std::runtime_error {
   CMPIrc rc_;
 };
 
-/// A message that is no CIM request: HTTP 400 with a CIMError header.
+/// A message that is not a CIM request: HTTP 400 with a CIMError header.
 class BadMessage : public std::runtime_error {
  public:
   /// `cimError` is the header's value, for example "request-not-valid".

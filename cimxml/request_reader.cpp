@@ -71,7 +71,7 @@ Call readCall(string_view text) {
   if (!root) notValid("no CIM element");
   const pugi::xml_node message = requireChild(root, "MESSAGE");
   if (message.child("MULTIREQ")) {
-    throw BadMessage("multiple-requests-unsupported", "one request a message, please");
+    throw BadMessage("multiple-requests-unsupported", "a message takes one request");
   }
   const pugi::xml_node request = requireChild(message, "SIMPLEREQ");
   const pugi::xml_node node = firstElement(request);

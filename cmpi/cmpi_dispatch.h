@@ -5,7 +5,7 @@
 #include "cmpi/cmpi_base_mi.h"
 #include "cmpi/cmpi_status.h"
 
-/// The answer for an exception that is no CmpiStatus: status 1 with its text.
+/// The answer for an exception that is not a CmpiStatus: status 1 with its text.
 inline CMPIStatus failedWith(const char* text) noexcept {
   return CmpiStatus(CMPI_RC_ERR_FAILED, text).status();
 }

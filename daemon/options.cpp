@@ -68,7 +68,7 @@ void checkLines(const std::string& text, const std::string& file,
     ++number;
     const std::string key = keyOf(line);
     if (key.empty()) continue;
-    if (key[0] == '[') complain(file, number, "there are no sections here: " + key);
+    if (key[0] == '[') complain(file, number, "this file has no sections: " + key);
     if (line.find('=') == std::string::npos) complain(file, number, "\"" + key + "\" has no value");
     if (std::find(known.begin(), known.end(), key) == known.end()) {
       complain(file, number, "unknown key \"" + key + "\"");

@@ -31,7 +31,7 @@ struct Options {
 /// wrong usage), writes what is to be said and returns no options but sets `exitStatus`.
 std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitStatus);
 
-/// Reads a configuration file's text: keys and values as CLI11 knows them, one a line.
+/// Reads a configuration file's text: keys and values as CLI11 knows them, one per line.
 ///
 /// Fails: CLI::ConfigError that names line and key, for a key that is not in `known`, for one that
 /// is given twice, and for a section.

@@ -16,7 +16,7 @@ using ORV::sameName;
 
 constexpr char kInvalidDeviceId[] = "DeviceID specified is not valid";
 
-/// The filters of one request; null or empty is no restriction.
+/// The filters of one request; null or empty restricts nothing.
 struct Filters {
   const char* assocClass;
   const char* resultClass;

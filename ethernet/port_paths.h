@@ -30,7 +30,7 @@ CmpiObjectPath satellitePath(const CmpiString& nameSpace, const char* className,
 
 /// The key as a text; a null string when it is absent or null.
 ///
-/// Fails: CmpiStatus 13 for a key that is no text.
+/// Fails: CmpiStatus 13 for a key that is not a text.
 CmpiString getKey(const CmpiObjectPath& path, const char* name);
 
 /// The text after the last ":" of a satellite's InstanceID, whatever stands before it; absent when

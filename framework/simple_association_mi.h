@@ -39,7 +39,7 @@ class SimpleAssociationMI : public CmpiAssociationMI {
 
  protected:
   /// Returns to `result` the association instances of the object at `path`, each with its two
-  /// references as properties. A null or empty filter is no restriction; a given one counts without
+  /// references as properties. A null or empty filter restricts nothing; a given one counts without
   /// regard to case.
   virtual CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
                                   const CmpiObjectPath& path, const char* assocClass,

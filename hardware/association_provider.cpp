@@ -170,7 +170,7 @@ CmpiStatus AssociationProvider::getInstance(const CmpiContext& context, CmpiResu
 
 // ---- References of an object ----
 
-/// The filters of one request; null or empty is no restriction.
+/// The filters of one request; null or empty restricts nothing.
 struct Filters {
   const char* assocClass;
   const char* resultClass;

@@ -36,7 +36,7 @@ bool isServed(const CmpiObjectPath& path) {
   return ORV::sameName(ORV::classNameOf(path).c_str(), kSystemClass);
 }
 
-/// The words of every element that is as bad as the worst, each behind the element's name.
+/// The words of every element that is as bad as the worst, each after the element's name.
 Judgement worstOfAll() {
   Judgement worst;
   for (const HardwareClass& row : kHardwareClasses) {

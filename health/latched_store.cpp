@@ -67,7 +67,7 @@ CmpiString keyText(const CmpiData& value) {
   }
 }
 
-/// Logs and returns false for a key that is no text and when there is no memory for the list.
+/// Logs and returns false for a key that is not a text and when there is no memory for the list.
 bool copyKeys(const CmpiObjectPath& element, HealthInfo& record) {
   const CMPICount count = element.getKeyCount();
   if (count == 0) return false;

@@ -62,8 +62,8 @@ class LatchedStore {
   ///
   /// An element that is known keeps its record and place: only a state that is worse (greater) than
   /// the latched one replaces it, under a new event number and time. An unknown element gets a
-  /// record at the back, or is logged and dropped when it has no keys, a key that is no text, or no
-  /// memory for its keys; the event number that it took is lost then.
+  /// record at the back, or is logged and dropped when it has no keys, a key that is not a text, or
+  /// no memory for its keys; the event number that it took is lost then.
   ///
   /// Ends the process when a key has no value, and when the record does not give back the element's
   /// path. Fails: CmpiStatus of the broker, std::bad_alloc; the store is unchanged then but for the

@@ -15,14 +15,14 @@
 ///
 ///     heartbeatInterval: 60            60
 ///     heartbeatInterval = 45 # 90      45
-///     heartbeatInterval: -45           45: a minus sign is no part of the number
+///     heartbeatInterval: -45           45: a minus sign is not part of the number
 ///     enableInterOp: true heartbeatInterval: 60
 ///                                      60: so written, the object manager accepts its own file
 ///     # heartbeatInterval: 60          none
 ///     60 heartbeatInterval             none
 namespace Heartbeat {
 
-/// Value of a run of digits that is no signed 32-bit number.
+/// Value of a run of digits that is not a signed 32-bit number.
 constexpr std::int32_t kUnreadableInterval = -1;
 
 /// The value in seconds, unchecked; absent when the file has none. Reads no further than the

@@ -21,7 +21,7 @@ using AddressMap = std::multimap<std::string, boost::shared_ptr<IAddress>>;
 /// - Otherwise every address of the family that `previous` has and `current` lacks is replaced.
 ///
 /// So an address added beside surviving ones, one removed without a successor, and an interface
-/// that comes or goes are no changes; two addresses replaced by one are two.
+/// that comes or goes are not changes; two addresses replaced by one are two.
 bool replacedAddresses(const AddressMap& previous, const AddressMap& current,
                        const std::string& name, const boost::shared_ptr<IAddress>& address,
                        std::vector<boost::shared_ptr<IAddress>>& vanished);

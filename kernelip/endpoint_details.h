@@ -25,7 +25,7 @@ constexpr std::size_t kEndpointNameLength = 150;
 ///
 /// Source: the kernel information interface, asked afresh. Returns 0, or 1 when the host could not
 /// be read; `out` may then hold records of the interfaces read before. An interface without an IPv4
-/// address, and one whose IPv6 addresses cannot be listed, are no failure.
+/// address, and one whose IPv6 addresses cannot be listed, are not failures.
 int collectEndpointDetails(std::vector<endpointDetails>& out);
 
 /// Whether the record is of the interface `name`, as far as a record can tell.

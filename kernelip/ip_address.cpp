@@ -16,8 +16,8 @@ namespace {
 constexpr char kConversionFailed[] = "Address conversion failed";
 
 /// Deliberate (contract.md#mask-size): a whole socket address, counted from its 16 address bytes.
-/// The twelve bytes behind a mask's address must be zero too, or the prefix length is 0: the mask's
-/// scope identifier, and the eight bytes behind the mask. getifaddrs gives each socket address of
+/// The twelve bytes after a mask's address must be zero too, or the prefix length is 0: the mask's
+/// scope identifier, and the eight bytes after the mask. getifaddrs gives each socket address of
 /// an entry the room of the largest that it lists (36 bytes, for link-layer addresses of any
 /// length), so that these eight are the zeroed rest of the mask's own room.
 constexpr int kMaskLength = sizeof(sockaddr_in6);

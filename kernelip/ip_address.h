@@ -78,7 +78,7 @@ class IPv4Address : public IAddress {
 class IPv6Address : public IAddress {
  public:
   /// `entry` has an IPv6 address and either no netmask or one as getifaddrs stores it: with eight
-  /// readable bytes behind the socket address (see getPrefix).
+  /// readable bytes after the socket address (see getPrefix).
   explicit IPv6Address(const ifaddrs* entry);
 
   CmpiInstance buildInterfaceObject(const CmpiContext& context, CmpiBroker* broker,

@@ -231,7 +231,7 @@ class PciDevice {
 /// thread.
 ///
 /// Fails: every operation may throw Nodemgr::Lib::NodemgrException; a facility that the driver
-/// lacks is no failure but an empty answer.
+/// lacks is not a failure but an empty answer.
 class Pnic {
  public:
   virtual ~Pnic() = default;

@@ -104,7 +104,7 @@ std::string Operations::answer(const std::string& requestText, const std::string
 
 void Operations::dispatch(RequestContext& context) {
   if (!context.call.intrinsic) {
-    throw CimError(CMPI_RC_ERR_METHOD_NOT_FOUND, "There are no extrinsic methods here");
+    throw CimError(CMPI_RC_ERR_METHOD_NOT_FOUND, "No class has extrinsic methods");
   }
   const auto found = handlers().find(context.call.method);
   if (found == handlers().end()) {

@@ -41,7 +41,7 @@ class SubscriptionStore {
   explicit SubscriptionStore(std::string file) : file_(std::move(file)) {}
 
   /// What was saved last; nothing when there is no file. A file that cannot be understood is set
-  /// aside under its name with ".damaged" behind, with a line in the log.
+  /// aside under its name with ".damaged" appended, with a line in the log.
   ///
   /// Fails: std::runtime_error when the file is there and cannot be read.
   std::vector<StoredObject> load(const broker::ClassRepository& classes) const;

@@ -195,7 +195,7 @@ const Subscriptions::Entry& Subscriptions::referenced(const Instance& subscripti
   const Entry* entry = path == nullptr || !*path ? nullptr : find(**path);
   if (entry == nullptr || !classes_.isA(entry->instance.path.className, className)) {
     throw CimError(CMPI_RC_ERR_INVALID_PARAMETER,
-                   std::string(role) + " is not a " + className + " that is here");
+                   std::string(role) + " is not the path of a " + className + " that exists");
   }
   return *entry;
 }

@@ -13,7 +13,7 @@ namespace OrvSoftware {
 int monthOf(std::string_view word);
 
 /// Microseconds since the epoch of a release date like "Oct 4 2014": month word, day and year,
-/// separated by white space; text behind the year is ignored. A year below 1901 counts from 1900.
+/// separated by white space; text after the year is ignored. A year below 1901 counts from 1900.
 ///
 /// The time is midnight of that day by the local zone's standard time; a day out of its month's
 /// range runs over into another month.

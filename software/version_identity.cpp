@@ -6,7 +6,7 @@ namespace OrvSoftware {
 
 namespace {
 
-/// Reads a number and moves `text` behind it; false, with nothing moved, when none is there.
+/// Reads a number and moves `text` past it; false, with nothing moved, when none is there.
 bool readNumber(const char*& text, std::uint16_t& number) {
   char* end = nullptr;
   const long value = std::strtol(text, &end, 10);  // saturates far outside

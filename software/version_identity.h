@@ -34,7 +34,7 @@ bool isRunningImage(const HykuserVersion_SystemVersion& image);
 /// "5.1.0 build-1234"
 std::string versionString(const HykuserVersion_SystemVersion& image);
 
-/// "Orvane Ondi 5.1.0 build-1234", or "Alt Boot Bank: Orvane Ondi 5.1.0 build-799733". The blanks
+/// "Orvane Ondi 5.1.0 build-1234", or "Alt Boot Bank: Orvane Ondi 5.1.0 build-799733". The spaces
 /// stand also between empty texts.
 std::string identityString(const HykuserVersion_SystemVersion& image);
 
@@ -45,7 +45,7 @@ std::string imageName(const HykuserVersion_SystemVersion& image);
 std::uint64_t largeBuildNumber(const HykuserVersion_SystemVersion& image);
 
 /// Major, minor and revision: the first three numbers of the version text, separated by dots. White
-/// space and a sign may stand before a number, anything behind the third. A number outside 16 bits
+/// space and a sign may stand before a number, anything after the third. A number outside 16 bits
 /// keeps its low 16 bits. Absent unless there are three.
 std::optional<std::array<std::uint16_t, 3>> versionNumbers(const char* version);
 

@@ -75,7 +75,7 @@ std::string joined(const std::vector<std::string>& texts) {
 void printTable(Session& session, const Instance& rollup, const std::vector<Instance>& records) {
   std::cout << "Health of the host: " << textOf(session, rollup, "HealthState") << "\n\n";
   if (records.empty()) {
-    std::cout << "No element has been seen in another health than OK.\n";
+    std::cout << "No element has been seen in any health other than OK.\n";
     return;
   }
   TextTable table({"EVENT", "WORST HEALTH", "SINCE", "NOW", "ELEMENT", "WHAT IS WRONG", "OBJECT"});

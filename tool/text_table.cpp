@@ -13,7 +13,7 @@ constexpr std::size_t kGap = 2;
 void printRow(std::ostream& out, const std::vector<std::string>& row,
               const std::vector<std::size_t>& widths) {
   std::string line;
-  std::size_t pending = 0;  // blanks before the next cell that is not empty
+  std::size_t pending = 0;  // spaces before the next cell that is not empty
   for (std::size_t i = 0; i < row.size(); ++i) {
     if (!row[i].empty()) {
       line.append(pending, ' ');

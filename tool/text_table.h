@@ -7,7 +7,7 @@
 
 namespace orv::tool {
 
-/// Columns of text, aligned to the left, two blanks between them.
+/// Columns of text, aligned to the left, two spaces between them.
 class TextTable {
  public:
   explicit TextTable(std::vector<std::string> header) : header_(std::move(header)) {}

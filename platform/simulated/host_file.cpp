@@ -17,7 +17,7 @@ namespace simulated {
 namespace {
 
 constexpr const char* kFileVariable = "ORV_HOST_FILE";
-constexpr std::size_t kUnknownSize = 64 * 1024;  // first buffer for what is no regular file
+constexpr std::size_t kUnknownSize = 64 * 1024;  // first buffer for what is not a regular file
 
 /// A text and what the parser made of it.
 struct ParsedText {

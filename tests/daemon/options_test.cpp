@@ -112,7 +112,7 @@ TEST(DaemonOptions, WhatIsWrongInTheFileIsToldWithItsLine) {
   const std::pair<std::string, std::string> rows[] = {
       {"listen = \"127.0.0.1:0\"\n\nlisten-to = \"x\"\n", "FILE:3: unknown key \"listen-to\""},
       {"pam = true\npam = true\n", "FILE:2: key \"pam\" is given twice"},
-      {"# one\n[serve]\nlisten = \"127.0.0.1:0\"\n", "FILE:2: there are no sections here: [serve]"},
+      {"# one\n[serve]\nlisten = \"127.0.0.1:0\"\n", "FILE:2: this file has no sections: [serve]"},
       {"config = \"other\"\n", "FILE:1: unknown key \"config\""},
       {"help = true\n", "FILE:1: unknown key \"help\""},
       {"pam\n", "FILE:1: \"pam\" has no value"},

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 const fs::path kRoot = ORV_SOURCE_DIR;
 
-// What a folder may include, besides itself. Folders that are not here are no part of the house.
+// What a folder may include, besides itself. Folders that are not here are not part of the house.
 const std::map<std::string, std::set<std::string>> kArrows = {
     {"cmpi/abi", {}},
     {"cmpi", {"cmpi/abi"}},

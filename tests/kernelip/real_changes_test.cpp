@@ -204,7 +204,7 @@ TEST_F(RealChanges, AreSentTogetherInTheOrderOfNames) {
 }
 
 TEST_F(RealChanges, APeersAddressDoesNotSpoilThePrefixLength) {
-  // The system's entry has the peer's socket address behind the mask.
+  // The system's entry has the peer's socket address after the mask.
   ip("address add 2001:db8::1/64 dev left0 nodad");
   watch();
   ip("address del 2001:db8::1/64 dev left0");

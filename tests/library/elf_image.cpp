@@ -19,7 +19,7 @@ class File {
     const auto header = at<Elf64_Ehdr>(0);
     if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
         header.e_ident[EI_CLASS] != ELFCLASS64) {
-      throw std::runtime_error(path + " is no 64-bit ELF file");
+      throw std::runtime_error(path + " is not a 64-bit ELF file");
     }
     for (std::size_t i = 0; i < header.e_shnum; ++i) {
       sections_.push_back(at<Elf64_Shdr>(header.e_shoff + i * header.e_shentsize));

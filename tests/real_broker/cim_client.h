@@ -12,7 +12,7 @@ struct Reply {
   int httpStatus = 0;  ///< 0: the connection failed or ended without an answer
   std::string body;
 
-  /// CIM status of the answer: 0 when it bears no ERROR, -1 when it is no CIM answer.
+  /// CIM status of the answer: 0 when it has no ERROR, -1 when it is not a CIM answer.
   int code() const;
   /// How often an element begins.
   std::size_t count(const std::string& element) const;

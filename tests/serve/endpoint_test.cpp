@@ -542,7 +542,7 @@ TEST(EndpointOnAFailingHost, AFailureOfOneClassIsToldAndHarmsNoOther) {
   EXPECT_EQ(served.ask("EnumerateInstances", processor).code(), 0);
 }
 
-// ---- Messages that are no requests ----
+// ---- Messages that are not requests ----
 
 TEST_F(EndpointTest, MalformedMessagesAreHttpErrorsThatSayWhy) {
   const std::pair<std::string, std::string> rows[] = {

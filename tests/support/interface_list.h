@@ -25,11 +25,11 @@ class InterfaceList {
   const ifaddrs* entries();
   const ifaddrs& last();
 
-  /// Address bytes of the netmask of the entry added last, and the twelve bytes behind them.
+  /// Address bytes of the netmask of the entry added last, and the twelve bytes after them.
   unsigned char* lastMaskBytes();
 
  private:
-  /// As the C library lays an entry out: three socket addresses, one behind the other, each with
+  /// As the C library lays an entry out: three socket addresses, one after the other, each with
   /// room for the longest of link-layer addresses.
   struct Entry {
     ifaddrs ifa{};  // its pointers are set when the list is handed out: a list may be copied

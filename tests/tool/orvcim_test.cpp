@@ -413,7 +413,7 @@ TEST(OrvcimHealth, AHostWithoutTroublesSaysSo) {
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(outcome.out,
             "Health of the host: 0 (Unknown)\n\n"
-            "No element has been seen in another health than OK.\n");
+            "No element has been seen in any health other than OK.\n");
 }
 
 class OrvcimHealthOfHardware : public testing::Test {

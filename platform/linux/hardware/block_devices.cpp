@@ -66,7 +66,7 @@ std::string otherId(const BlockDevice& device) {
        prefixed("partuuid-", device.note("ID_PART_ENTRY_UUID")), keyText(device.name)});
 }
 
-/// Absent for what is no device of ours.
+/// Absent for what is not a device of ours.
 std::optional<BlockDevice> readDevice(const std::string& directory, const std::string& name,
                                       const UdevLookup& lookup) {
   BlockDevice device;

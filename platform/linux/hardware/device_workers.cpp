@@ -66,7 +66,7 @@ struct DeviceWorkers::State {
   static void* threadBody(void* self);
 };
 
-/// Takes jobs until none waits. An exception of a question is no answer.
+/// Takes jobs until none waits. A question that throws has no answer.
 void DeviceWorkers::State::work() {
   std::unique_lock lock(mutex);
   while (!queue.empty()) {

@@ -21,7 +21,7 @@ class DeviceWorkers {
   template <typename Answer>
   struct Question {
     std::string device;           ///< identifies the device among all questions
-    std::function<Answer()> ask;  ///< owns all that it uses; an exception is no answer
+    std::function<Answer()> ask;  ///< owns all that it uses; one that throws has no answer
   };
 
   template <typename Answer>

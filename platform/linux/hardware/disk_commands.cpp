@@ -25,7 +25,7 @@ std::string notRead(int error) {
   return "SMART not read: " + std::generic_category().message(error);
 }
 
-/// Device kinds without SMART say so in one of these ways: that is no refusal.
+/// Device kinds without SMART say so in one of these ways: that is not a refusal.
 bool hasNoSmart(int error) {
   return error == ENOTTY || error == EINVAL || error == EOPNOTSUPP || error == ENOSYS;
 }

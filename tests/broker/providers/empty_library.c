@@ -1,3 +1,3 @@
-/* A shared library that is no provider library. */
+/* A shared library that is not a provider library. */
 int emptyLibraryAnswer(void);
 int emptyLibraryAnswer(void) { return 42; }

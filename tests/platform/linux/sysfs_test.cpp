@@ -19,7 +19,7 @@ TEST(SysfsText, IsReadWithoutTheNewline) {
   EXPECT_THAT(readText(tree.root() + "/text"), Optional(std::string("schedutil")));
   EXPECT_THAT(readText(tree.root() + "/empty"), Optional(std::string()));
   EXPECT_EQ(readText(tree.root() + "/absent"), std::nullopt);
-  EXPECT_EQ(readText(tree.root()), std::nullopt) << "a directory is no text";
+  EXPECT_EQ(readText(tree.root()), std::nullopt) << "a directory is not a text";
 }
 
 TEST(SysfsText, IsBounded) {
@@ -54,7 +54,7 @@ TEST(NumberList, UnderstandsRangesAndSingles) {
 TEST(NumberList, EndsAtTheFirstMistake) {
   EXPECT_THAT(parseNumberList("1,x,3"), ElementsAre(1));
   EXPECT_THAT(parseNumberList("1,3-"), ElementsAre(1));
-  EXPECT_THAT(parseNumberList("5-2,7"), ElementsAre(7)) << "an empty range is no mistake";
+  EXPECT_THAT(parseNumberList("5-2,7"), ElementsAre(7)) << "an empty range is not a mistake";
   EXPECT_THAT(parseNumberList("1,0-4294967295"), ElementsAre(1)) << "memory stays bounded";
   EXPECT_THAT(parseNumberList("0-2,1-3"), ElementsAre(0, 1, 2)) << "for many ranges, too";
 }

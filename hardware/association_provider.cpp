@@ -1,6 +1,7 @@
 // The associations of the hardware classes: from the computer system to its parts, and between
 // them.
 
+#include <algorithm>
 #include <optional>
 
 #include "cmpi/cmpi_reference.h"
@@ -44,11 +45,11 @@ class AssociationProvider : public virtual CmpiInstanceMI, public virtual OMC::S
   }
   template <typename Visit>
   void forEachLink(const CmpiContext& context, const std::string& nameSpace,
-                   const Association& association, Visit visit) const;
+                   const Association& association, const Wanted& wanted, Visit visit) const;
   template <typename Visit>
   void forEachForeignLink(const CmpiContext& context, const std::string& nameSpace,
-                          const Association& association, const CmpiObjectPath& system,
-                          Visit visit) const;
+                          const Association& association, const Wanted& wanted,
+                          const CmpiObjectPath& system, Visit visit) const;
 };
 
 CmpiObjectPath pathOf(const End& end, const std::string& nameSpace, const ScopingSystem& system) {
@@ -56,26 +57,31 @@ CmpiObjectPath pathOf(const End& end, const std::string& nameSpace, const Scopin
                         : elementPath(nameSpace, system, *end.row, end.id);
 }
 
-/// Calls `visit` with both paths of each pair that the association relates.
+bool wantsAll(const char*) { return true; }
+
+/// Calls `visit` with both paths of each pair that the association relates, but for elements of the
+/// system that are not wanted.
 template <typename Visit>
 void AssociationProvider::forEachLink(const CmpiContext& context, const std::string& nameSpace,
-                                      const Association& association, Visit visit) const {
+                                      const Association& association, const Wanted& wanted,
+                                      Visit visit) const {
   const ScopingSystem system = scopingSystem(context);
-  for (const Pair& pair : association.pairs()) {
+  for (const Pair& pair : association.pairs(wanted)) {
     leavingOutUncarriable([&] {
       visit(pathOf(pair.left, nameSpace, system), pathOf(pair.right, nameSpace, system));
     });
   }
-  forEachForeignLink(context, nameSpace, association, systemPath(nameSpace, system), visit);
+  forEachForeignLink(context, nameSpace, association, wanted, systemPath(nameSpace, system), visit);
 }
 
 /// The names come from the other library's provider, by an up-call; where there is none, it fails.
 template <typename Visit>
 void AssociationProvider::forEachForeignLink(const CmpiContext& context,
                                              const std::string& nameSpace,
-                                             const Association& association,
+                                             const Association& association, const Wanted& wanted,
                                              const CmpiObjectPath& system, Visit visit) const {
   for (auto foreign = association.foreignClasses; *foreign != nullptr; ++foreign) {
+    if (!wanted(*foreign)) continue;
     std::vector<CmpiObjectPath> devices;
     try {
       const CmpiObjectPath all(nameSpace.c_str(), *foreign);
@@ -117,7 +123,7 @@ CmpiStatus AssociationProvider::enumInstanceNames(const CmpiContext& context, Cm
   const Association* association = findAssociation(ORV::classNameOf(path));
   if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
   const std::string nameSpace = ORV::nameSpaceOf(path);
-  forEachLink(context, nameSpace, *association, [&](const auto& left, const auto& right) {
+  forEachLink(context, nameSpace, *association, wantsAll, [&](const auto& left, const auto& right) {
     result.returnData(linkPath(*association, nameSpace, left, right));
   });
   result.returnDone();
@@ -129,7 +135,7 @@ CmpiStatus AssociationProvider::enumInstances(const CmpiContext& context, CmpiRe
   const Association* association = findAssociation(ORV::classNameOf(path));
   if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
   const std::string nameSpace = ORV::nameSpaceOf(path);
-  forEachLink(context, nameSpace, *association, [&](const auto& left, const auto& right) {
+  forEachLink(context, nameSpace, *association, wantsAll, [&](const auto& left, const auto& right) {
     result.returnData(linkInstance(*association, nameSpace, left, right, properties));
   });
   result.returnDone();
@@ -145,6 +151,12 @@ CmpiObjectPath referenceKey(const CmpiObjectPath& path, const char* role) {
   return static_cast<CmpiObjectPath>(key);
 }
 
+Wanted isOneOfClasses(const std::string& first, const std::string& second) {
+  return [=](const char* className) {
+    return sameName(className, first.c_str()) || sameName(className, second.c_str());
+  };
+}
+
 CmpiStatus AssociationProvider::getInstance(const CmpiContext& context, CmpiResult& result,
                                             const CmpiObjectPath& path, const char** properties) {
   const Association* association = findAssociation(ORV::classNameOf(path));
@@ -156,8 +168,9 @@ CmpiStatus AssociationProvider::getInstance(const CmpiContext& context, CmpiResu
   const std::string nameSpace = ORV::nameSpaceOf(path);
   const std::string wantedLeft = ORV::objectIdentity(left, nameSpace);
   const std::string wantedRight = ORV::objectIdentity(right, nameSpace);
+  const Wanted named = isOneOfClasses(ORV::classNameOf(left), ORV::classNameOf(right));
   std::optional<CmpiInstance> found;
-  forEachLink(context, nameSpace, *association, [&](const auto& l, const auto& r) {
+  forEachLink(context, nameSpace, *association, named, [&](const auto& l, const auto& r) {
     if (found || ORV::objectIdentity(l, nameSpace) != wantedLeft) return;
     if (ORV::objectIdentity(r, nameSpace) != wantedRight) return;
     found = linkInstance(*association, nameSpace, l, r, properties);
@@ -216,6 +229,25 @@ bool isA(const std::string& nameSpace, const char* className, const char* wanted
   return !isGiven(wanted) || CmpiObjectPath(nameSpace.c_str(), className).classPathIsA(wanted);
 }
 
+/// Whether an object of a class that `isResult` takes can be at that end.
+bool canBeResult(bool (*canBeEnd)(const HardwareClass*), const char* const* foreignClasses,
+                 const Wanted& isResult) {
+  if (canBeEnd(nullptr) && isResult(kSystemClass)) return true;
+  for (auto foreign = foreignClasses; *foreign != nullptr; ++foreign) {
+    if (isResult(*foreign)) return true;
+  }
+  return std::any_of(
+      kHardwareClasses.begin(), kHardwareClasses.end(),
+      [&](const HardwareClass& row) { return canBeEnd(&row) && isResult(row.className); });
+}
+
+/// What the result class leaves of the places.
+Places withResults(const Association& association, Places places, const Wanted& isResult) {
+  constexpr const char* kNone[] = {nullptr};
+  return {places.left && canBeResult(association.canBeRight, association.foreignClasses, isResult),
+          places.right && canBeResult(association.canBeLeft, kNone, isResult)};
+}
+
 CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiResult& result,
                                              const CmpiObjectPath& path, const char* assocClass,
                                              const char* resultClass, const char* role,
@@ -223,13 +255,19 @@ CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiRes
   const Filters filters{assocClass, resultClass, role, resultRole};
   const std::string nameSpace = ORV::nameSpaceOf(path);
   const std::string className = ORV::classNameOf(path);
+  const Wanted isResult = [&](const char* name) { return isA(nameSpace, name, resultClass); };
+  // Of the system's parts only results are looked for; from a part, only those of its class.
+  const Wanted isOfClass = isOneOfClasses(className, className);
+  const Wanted& wanted = sameName(className.c_str(), kSystemClass) ? isResult : isOfClass;
   for (const Association& association : kAssociations) {
+    Places places = withRoles(association, placesOf(association, className), filters);
+    if (!places.left && !places.right) continue;
     if (!isA(nameSpace, association.className, assocClass)) continue;
-    const Places places = withRoles(association, placesOf(association, className), filters);
+    places = withResults(association, places, isResult);
     if (!places.left && !places.right) continue;
     // Keys are read only now: those of a path of another class may crash an object manager.
     const std::string source = ORV::objectIdentity(path, nameSpace);
-    forEachLink(context, nameSpace, association, [&](const auto& left, const auto& right) {
+    forEachLink(context, nameSpace, association, wanted, [&](const auto& left, const auto& right) {
       const bool fromLeft = places.left && ORV::objectIdentity(left, nameSpace) == source;
       const bool fromRight = places.right && ORV::objectIdentity(right, nameSpace) == source;
       if (!fromLeft && !fromRight) return;

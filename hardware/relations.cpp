@@ -35,12 +35,12 @@ bool isMonitored(const HardwareClass* row) {
          isClass(row, kPowerSupplyClass);
 }
 
-/// The system and every element whose class `wanted` takes.
-template <bool (*wanted)(const HardwareClass*)>
-std::vector<Pair> partsOfSystem() {
+/// The system and every wanted element whose class `isPart` takes.
+template <bool (*isPart)(const HardwareClass*)>
+std::vector<Pair> partsOfSystem(const Wanted& wanted) {
   std::vector<Pair> pairs;
   for (const HardwareClass& row : kHardwareClasses) {
-    if (!wanted(&row)) continue;
+    if (!isPart(&row) || !wanted(row.className)) continue;
     for (const Element& element : row.elements(kIdentities)) {
       pairs.push_back({End{}, End{&row, element.id}});
     }
@@ -48,14 +48,14 @@ std::vector<Pair> partsOfSystem() {
   return pairs;
 }
 
-std::vector<Pair> memoryOfSystem() {
-  std::vector<Pair> pairs = partsOfSystem<isPhysical>();
+std::vector<Pair> memoryOfSystem(const Wanted& wanted) {
+  std::vector<Pair> pairs = partsOfSystem<isPhysical>(wanted);
   for (Pair& pair : pairs) std::swap(pair.left, pair.right);
   return pairs;
 }
 
 /// A sensor belongs to the element that it names, or else to the system.
-std::vector<Pair> monitoredElements() {
+std::vector<Pair> monitoredElements(const Wanted&) {
   std::map<std::string, const HardwareClass*> known;
   for (const HardwareClass& row : kHardwareClasses) {
     if (!isMonitored(&row)) continue;
@@ -71,7 +71,7 @@ std::vector<Pair> monitoredElements() {
   return pairs;
 }
 
-std::vector<Pair> mediaOfDisks() {
+std::vector<Pair> mediaOfDisks(const Wanted&) {
   std::vector<Pair> pairs;
   for (const char* className : {kExtentClass, kVolumeClass}) {
     for (const Element& element : elementsOf(className)) {
@@ -82,7 +82,7 @@ std::vector<Pair> mediaOfDisks() {
   return pairs;
 }
 
-std::vector<Pair> membersOfPools() {
+std::vector<Pair> membersOfPools(const Wanted&) {
   std::vector<Pair> pairs;
   for (const Element& extent : elementsOf(kExtentClass)) {
     pairs.push_back({End{&rowOf(kPoolClass), extent.pool}, End{&rowOf(kExtentClass), extent.id}});

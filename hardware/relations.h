@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ struct Pair {
   End right;
 };
 
+/// Whether elements of a class are wanted.
+using Wanted = std::function<bool(const char* className)>;
+
 /// An association class: its two roles, and what is related by it.
 struct Association {
   const char* className;
@@ -30,7 +34,9 @@ struct Association {
   /// Whether elements of the class can be at that end; null asks for the computer system.
   bool (*canBeLeft)(const HardwareClass* row);
   bool (*canBeRight)(const HardwareClass* row);
-  std::vector<Pair> (*pairs)();
+  /// Elements of the system that are not wanted are not looked for. Of elements among themselves
+  /// all pairs come.
+  std::vector<Pair> (*pairs)(const Wanted& wanted);
   /// Classes of other providers whose elements are parts of the system too, at the right end; ends
   /// with null.
   const char* const* foreignClasses;

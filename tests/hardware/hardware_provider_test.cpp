@@ -310,6 +310,18 @@ TEST_F(HardwareAssociations, UnknownObjectsHaveNone) {
   EXPECT_THAT(farEnds(pathOf("Orvane_RollupHealthState", {{"Name", "x"}})), IsEmpty());
 }
 
+// Where nothing of the hardware can be an end, its fault is nobody's answer.
+TEST_F(HardwareAssociations, LookOnlyAtWhatCanBeAnEnd) {
+  host_.write(R"({"systemName": "host-7", "hardware": {"throw": "other"}})");
+  broker::AssociationFilter onlyPorts;
+  onlyPorts.resultClass = "Orvane_EthernetPort";
+  EXPECT_EQ(broker_.associatorNames(systemPath()).rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(broker_.associatorNames(systemPath(), onlyPorts).rc, CMPI_RC_OK);
+  EXPECT_EQ(broker_.associatorNames(devicePath("Orvane_DiskDrive", "d1")).rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(broker_.associatorNames(devicePath("Orvane_EthernetPort", "nic0")).rc, CMPI_RC_OK);
+  EXPECT_EQ(broker_.associatorNames(pathOf("Orvane_RollupHealthState")).rc, CMPI_RC_OK);
+}
+
 TEST_F(HardwareAssociations, FetchTheFarEnds) {
   broker::AssociationFilter filter;
   filter.resultClass = "CIM_DiskDrive";

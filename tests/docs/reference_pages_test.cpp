@@ -52,13 +52,31 @@ std::string ourClassTables() {
                      broker::readRegistrationFile(kRoot + "/schema/orvprovider.reg"));
 }
 
+std::string hostClassTables() {
+  broker::ClassRepository schema;
+  broker::MofReader reader(schema);
+  reader.readDirectory(kRoot + "/schema");
+  reader.readFile(kRoot + "/schema/host/orvhost.mof");
+  return classTables(schema, broker::readRegistrationFile(kRoot + "/schema/host/orvhost.reg"));
+}
+
 TEST(ReferencePages, ClassesAreThoseOfTheSchema) { expectFresh("classes.md", ourClassTables()); }
+
+TEST(ReferencePages, ClassesOfHardwareAreThoseOfTheSchema) {
+  expectFresh("hardware.md", hostClassTables());
+}
 
 TEST(ReferencePages, MembersOfHostFilesAreThoseOfTheRecords) {
   expectFresh("simulated-host.md", memberTables());
 }
 
 TEST(ReferencePages, MetricsAreThoseOfTheTable) { expectFresh("metrics.md", metricRows()); }
+
+TEST(ReferencePages, TheExampleHostIsShownAsItIs) {
+  const std::string example = readFile(kRoot + "/tests/hosts/example.json");
+  EXPECT_THAT(readFile(kRoot + "/docs/simulated-host.md"),
+              testing::HasSubstr("```json\n" + example + "```\n"));
+}
 
 // What the tests above compare with is not empty, and holds each kind of thing.
 
@@ -87,6 +105,13 @@ TEST(ReferencePages, AMetricHasItsTypeLabelsSourceUnitAndMeaning) {
         "### Orvane_LatchedHealthState"}) {
     EXPECT_THAT(rows, testing::HasSubstr(std::string("\n") + row + "\n"));
   }
+}
+
+TEST(ReferencePages, AClassOfHardwareHasThemToo) {
+  EXPECT_THAT(
+      hostClassTables(),
+      testing::HasSubstr("\n| AvailableSpare | uint16 |  | percent | NVMe: spare blocks that "
+                         "are left. | `NVMe SMART log \\| available spare` |\n"));
 }
 
 TEST(ReferencePages, AMemberHasItsTypeDefaultAndMeaning) {

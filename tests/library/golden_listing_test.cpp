@@ -10,8 +10,8 @@
 #include "tests/library/registered_sections.h"
 #include "tests/support/library_fixture.h"
 
-// Everything that the library serves on the example host, against tests/golden/<class>.txt. After a
-// wanted change, `cmake --build build --target renew_golden` writes the listings anew; their diff
+// Everything that the libraries serve on the example host, against tests/golden/<class>.txt. After
+// a wanted change, `cmake --build build --target renew_golden` writes the listings anew; their diff
 // is reviewed like code.
 namespace orv::test {
 namespace {
@@ -53,7 +53,7 @@ std::string listing(broker::Broker& library, const std::string& className) {
 class GoldenListing : public testing::TestWithParam<broker::RegistrationSection> {
  protected:
   SimulatedHostFile host_{exampleHost()};
-  LoadedLibrary library_{ORV_SIMULATED_LIBRARY};
+  LoadedLibrary library_ = loadedFor(GetParam());
 };
 
 TEST_P(GoldenListing, IsWhatTheLibraryServes) {

@@ -6,7 +6,7 @@
 #include "tests/library/registered_sections.h"
 #include "tests/support/library_fixture.h"
 
-// What the library publishes on the example host against the schema: a property that is not
+// What the libraries publish on the example host against the schema: a property that is not
 // declared, or set with another type, confuses clients and can end an object manager.
 namespace orv::test {
 namespace {
@@ -17,9 +17,8 @@ const std::set<std::string> kDeviations = {};
 
 TEST(PublishedTypes, AreTheDeclaredOnes) {
   const SimulatedHostFile host(exampleHost());
-  const std::string schemaDirectory = std::string(ORV_SOURCE_DIR) + "/schema";
-  const auto schema = broker::loadSchema(schemaDirectory);
-  LoadedLibrary library(ORV_SIMULATED_LIBRARY);
+  const broker::ClassRepository schema = bothSchemas();
+  LoadedLibrary library(ORV_SIMULATED_LIBRARY, ORV_SIMULATED_HOST_LIBRARY);
   int checked = 0;
   for (const auto& section : sectionsOfKind(&broker::RegistrationSection::instance)) {
     const auto* declared = schema.find(section.className);

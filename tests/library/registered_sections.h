@@ -5,9 +5,11 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "broker/registration.h"
+#include "tests/support/library_fixture.h"
 
 /// What is registered, for tests that take their classes from there, and the host that they ask.
 namespace orv::broker {
@@ -21,11 +23,30 @@ inline void PrintTo(const RegistrationSection& section, std::ostream* out) {
 
 namespace orv::test {
 
+/// Of both libraries.
 inline std::vector<broker::RegistrationSection> registeredSections() {
-  return broker::readRegistrationFile(std::string(ORV_SOURCE_DIR) + "/schema/orvprovider.reg");
+  const std::string schema = std::string(ORV_SOURCE_DIR) + "/schema";
+  auto sections = broker::readRegistrationFile(schema + "/orvprovider.reg");
+  for (auto& section : broker::readRegistrationFile(schema + "/host/orvhost.reg")) {
+    sections.push_back(std::move(section));
+  }
+  return sections;
 }
 
-/// The sections of that type, in the order of the file.
+inline bool isOfHostLibrary(const broker::RegistrationSection& section) {
+  return section.location == "orvhost";
+}
+
+/// What serves the section, on the simulated host. The second library with the first, which serves
+/// ends of its associations; the first alone, as where other providers serve the hardware.
+inline LoadedLibrary loadedFor(const broker::RegistrationSection& section) {
+  if (isOfHostLibrary(section)) {
+    return LoadedLibrary(ORV_SIMULATED_LIBRARY, ORV_SIMULATED_HOST_LIBRARY);
+  }
+  return LoadedLibrary(ORV_SIMULATED_LIBRARY);
+}
+
+/// The sections of that type, in the order of the files.
 inline std::vector<broker::RegistrationSection> sectionsOfKind(
     bool broker::RegistrationSection::*kind) {
   std::vector<broker::RegistrationSection> sections;

@@ -8,8 +8,8 @@
 #include "tests/library/registered_sections.h"
 #include "tests/support/library_fixture.h"
 
-// Every section of the registration, on the example host: what is registered answers with status 0
-// and has something to show, and every association leads from each of its ends to the other.
+// Every section of both registrations, on the example host: what is registered answers with status
+// 0 and has something to show, and every association leads from each of its ends to the other.
 namespace orv::test {
 namespace {
 
@@ -45,7 +45,7 @@ class Registered : public testing::TestWithParam<RegistrationSection> {
   }
 
   SimulatedHostFile host_{exampleHost()};
-  LoadedLibrary library_{ORV_SIMULATED_LIBRARY};
+  LoadedLibrary library_ = loadedFor(GetParam());
 };
 
 void expectAnswered(const Response& response, std::size_t found, const std::string& place) {
@@ -73,7 +73,7 @@ TEST_P(RegisteredInstances, AreListedAndFoundByTheirNames) {
 class RegisteredAssociation : public Registered {};
 
 TEST_P(RegisteredAssociation, LeadsFromEachEndToTheOther) {
-  const auto schema = broker::loadSchema(std::string(ORV_SOURCE_DIR) + "/schema");
+  const broker::ClassRepository schema = bothSchemas();
   const broker::ClassDefinition* definition = schema.find(className());
   ASSERT_NE(definition, nullptr);
   int ends = 0;

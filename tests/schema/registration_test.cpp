@@ -75,13 +75,7 @@ TEST(OurRegistration, AsksForExactlyTheLibrarysFactories) {
 // ---- The second library ----
 
 TEST(HostRegistration, EverySectionLoadsTheLibraryIntoAProcessOfItsOwnForGood) {
-  const ClassRepository schema = [] {
-    ClassRepository classes;
-    MofReader reader(classes);
-    reader.readDirectory(std::string(ORV_SOURCE_DIR) + "/schema");
-    reader.readFile(std::string(ORV_SOURCE_DIR) + "/schema/host/orvhost.mof");
-    return classes;
-  }();
+  const ClassRepository schema = ourSchema();
   const auto sections =
       readRegistrationFile(std::string(ORV_SOURCE_DIR) + "/schema/host/orvhost.reg");
   EXPECT_EQ(sections.size(), 18u);

@@ -5,7 +5,11 @@
 #include "broker/class_repository.h"
 #include "broker/mof_reader.h"
 
-/// The project's own schema, as the embedded broker loads it.
+/// The project's own schema, of both libraries, as the embedded broker loads it.
 inline orv::broker::ClassRepository ourSchema() {
-  return orv::broker::loadSchema(std::string(ORV_SOURCE_DIR) + "/schema");
+  orv::broker::ClassRepository classes;
+  orv::broker::MofReader reader(classes);
+  reader.readDirectory(std::string(ORV_SOURCE_DIR) + "/schema");
+  reader.readFile(std::string(ORV_SOURCE_DIR) + "/schema/host/orvhost.mof");
+  return classes;
 }

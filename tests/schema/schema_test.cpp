@@ -23,7 +23,7 @@ std::vector<std::string> keysOf(const ClassDefinition& definition) {
   return keys;
 }
 
-// The classes of schema/orvprovider.mof itself.
+// The classes of orvprovider.mof and orvhost.mof themselves.
 std::vector<const ClassDefinition*> ourClasses(const ClassRepository& schema) {
   std::vector<const ClassDefinition*> ours;
   for (const ClassDefinition* c : schema.all()) {
@@ -167,6 +167,23 @@ TEST(Schema, ClassesHaveTheBasesAndKeysThatTheirInstancesSet) {
        {"InstalledSoftware", "System"}},
       {"Orvane_Processor", "CIM_Processor", kDeviceKeys},
       {"OMC_UnitaryComputerSystem", "CIM_UnitaryComputerSystem", {"CreationClassName", "Name"}},
+      {"Orvane_NumericSensor", "CIM_NumericSensor", kDeviceKeys},
+      {"Orvane_PhysicalMemory", "CIM_PhysicalMemory", {"CreationClassName", "Tag"}},
+      {"Orvane_PowerSupply", "CIM_PowerSupply", kDeviceKeys},
+      {"Orvane_PortController", "CIM_PortController", kDeviceKeys},
+      {"Orvane_Controller", "CIM_Controller", kDeviceKeys},
+      {"Orvane_Battery", "CIM_Battery", kDeviceKeys},
+      {"Orvane_StorageVolume", "CIM_StorageVolume", kDeviceKeys},
+      {"Orvane_StorageExtent", "CIM_StorageExtent", kDeviceKeys},
+      {"Orvane_DiskDrive", "CIM_DiskDrive", kDeviceKeys},
+      {"Orvane_SASSATAPort", "CIM_LogicalPort", kDeviceKeys},
+      {"Orvane_StoragePool", "CIM_StoragePool", {"InstanceID"}},
+      {"Orvane_SystemDevice", "CIM_SystemDevice", {"GroupComponent", "PartComponent"}},
+      {"Orvane_SystemPackaging", "CIM_SystemPackaging", {"Antecedent", "Dependent"}},
+      {"Orvane_HostedStoragePool", "CIM_HostedStoragePool", {"GroupComponent", "PartComponent"}},
+      {"Orvane_AssociatedSensor", "CIM_AssociatedSensor", {"Antecedent", "Dependent"}},
+      {"Orvane_MediaPresent", "CIM_MediaPresent", {"Antecedent", "Dependent"}},
+      {"Orvane_PoolComponent", "CIM_ConcreteComponent", {"GroupComponent", "PartComponent"}},
   };
   for (const ClassKeys& row : rows) {
     const ClassDefinition* c = schema.find(row.name);

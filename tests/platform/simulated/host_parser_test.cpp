@@ -615,6 +615,7 @@ TEST(HostFiles, TheExampleIsAHost) {
   EXPECT_EQ(std::get<Fault>(ports[1].statistics), Fault::kNodemgr);
   EXPECT_EQ(host.processors.packages.at(0).cores.at(0).extendedEdx, 0x20100000U);
   EXPECT_EQ(host.version.buildNumber, 1234);
+  EXPECT_EQ(std::get<SimulatedHardware>(host.hardware).disks.at(0).used, 4);
 }
 
 TEST(HostFiles, TheEmptyHostIsAllDefaults) {

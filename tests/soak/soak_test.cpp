@@ -100,6 +100,7 @@ class SoakTest : public ::testing::Test {
   void changeAddress(unsigned number);
   void changeHealth(unsigned number);
   std::size_t latchedRecords();
+  void loadEveryProvider();
   void startActors();
 
   ChangingHost host_;
@@ -228,6 +229,15 @@ void SoakTest::changeHealth(unsigned number) {
   scriptedHardware().set(name, {device(name, id, 5), device(name, "good", 5)});
 }
 
+// Later the broker has no reason to call a factory while an actor does.
+void SoakTest::loadEveryProvider() {
+  for (const std::string& name : kClasses) {
+    EXPECT_TRUE(system_.broker().enumerateInstanceNames("root/cimv2", name).ok()) << name;
+  }
+  EXPECT_TRUE(system_.broker().associatorNames(portPath(0)).ok());
+  comeAndGo("Orvane_CIMHeartbeat");
+}
+
 void SoakTest::startActors() {
   for (unsigned client = 0; client < kClients; ++client) {
     actors_.add(
@@ -250,9 +260,9 @@ void SoakTest::startActors() {
     host_.setPorts(number % 9);
     pause();
   });
-  actors_.add([this](unsigned) {  // the factories are called again
-    system_.broker().forgetProviders();
-    std::this_thread::sleep_for(milliseconds(50));
+  actors_.add([this](unsigned) {
+    system_.callFactories();
+    pause();
   });
 }
 
@@ -262,6 +272,7 @@ TEST_F(SoakTest, EverythingAtOnceLosesNothingAndLeavesNothing) {
       [this](const broker::Instance& indication) { addresses_.take(indication); });
   ASSERT_TRUE(watch.ok());
   ASSERT_EQ(latchedRecords(), 0U);  // and the monitors run
+  loadEveryProvider();
 
   startActors();
   std::this_thread::sleep_for(duration() / 2);

@@ -24,6 +24,7 @@
                                     OrvaneInstalledSoftwareIdentity_Create_AssociationMI)
 
 #define ORV_DECLARE(type, name) type* name(const CMPIBroker*, const CMPIContext*, CMPIStatus*);
+#define ORV_CALL(type, name) name(scope.broker(), scope.context(), &status);
 #define ORV_ENTER(type, name) {#name, reinterpret_cast<void*>(name)},
 
 extern "C" {
@@ -81,6 +82,12 @@ void WholeSystem::stop() {
   endpoint_.reset();
   endThreads();
   broker_->shutdown();
+}
+
+void WholeSystem::callFactories() {
+  const broker::RequestScope scope(*broker_);
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  ORV_FACTORIES(ORV_CALL)
 }
 
 // By their owners: the broker's own walk asks one provider of each kind for the whole library.

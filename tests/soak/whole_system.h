@@ -26,6 +26,8 @@ class WholeSystem {
 
   broker::TestBroker& broker() { return *broker_; }
   int port() const { return port_; }
+  /// As an object manager does for each class of a provider; not by two threads at once.
+  void callFactories();
   /// Ends the endpoint, then the providers and their threads.
   void stop();
 

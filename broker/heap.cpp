@@ -50,6 +50,7 @@ void ThreadHeap::add(HeapEntry* entry) {
 CMPIGcStat* ThreadHeap::mark() {
   static std::atomic<std::uintptr_t> lastToken{0};
   levels_.emplace_back();
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a number in disguise, never followed
   levels_.back().token = reinterpret_cast<CMPIGcStat*>(++lastToken);
   return levels_.back().token;
 }

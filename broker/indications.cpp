@@ -81,11 +81,10 @@ SubscribeResult refused(CMPIrc rc, std::string message) {
 /// What the broker writes into indications whose class has a place for it.
 void stamp(Instance& indication, const std::string& filterName, std::int64_t sequence) {
   for (Property& property : indication.properties) {
-    if (sameName(property.name, "SequenceContext")) {
-      property.value = Value::ofString(filterName);
-    } else if (sameName(property.name, "SequenceNumber")) {
+    if (sameName(property.name, "SequenceNumber")) {
       property.value = Value::ofSigned(CMPI_sint64, sequence);
-    } else if (sameName(property.name, "IndicationFilterName")) {
+    } else if (sameName(property.name, "SequenceContext") ||
+               sameName(property.name, "IndicationFilterName")) {
       property.value = Value::ofString(filterName);
     }
   }

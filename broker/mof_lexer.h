@@ -37,7 +37,7 @@ struct MofToken {
 /// text literal above kMaxLiteralBytes, or a character that no token begins with.
 class MofLexer {
  public:
-  static constexpr std::size_t kMaxLiteralBytes = 64 * 1024;
+  static constexpr std::size_t kMaxLiteralBytes = std::size_t{64} * 1024;
 
   /// `source` must live as long as the lexer.
   MofLexer(std::string_view source, std::string file) : source_(source), file_(std::move(file)) {}

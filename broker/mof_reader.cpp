@@ -31,7 +31,7 @@ constexpr BuiltInQualifier kBuiltInQualifiers[] = {
 
 std::size_t sizeOf(const std::vector<std::string>& texts) {
   std::size_t bytes = 0;
-  for (const std::string& text : texts) bytes += sizeof(text) + text.size();
+  for (const std::string& text : texts) bytes += sizeof(std::string) + text.size();
   return bytes;
 }
 

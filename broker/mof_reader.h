@@ -14,8 +14,9 @@ namespace orv::broker {
 
 /// Limits that keep any input, however hostile, from taking the process down.
 struct MofLimits {
-  std::size_t fileBytes = 8 * 1024 * 1024;
-  std::size_t repositoryBytes = 256 * 1024 * 1024;  ///< all classes with what they inherit
+  std::size_t fileBytes = std::size_t{8} * 1024 * 1024;
+  std::size_t repositoryBytes =
+      std::size_t{256} * 1024 * 1024;  ///< all classes with what they inherit
   int includeDepth = 16;
   int inheritanceDepth = 64;
 };

@@ -10,7 +10,7 @@
 namespace orv::broker {
 namespace {
 
-constexpr std::size_t kMaxLength = 64 * 1024;
+constexpr std::size_t kMaxLength = std::size_t{64} * 1024;
 constexpr std::size_t kMaxKeys = 256;
 constexpr std::string_view kSpaces = " \t\r\n";
 

@@ -68,6 +68,7 @@ Record* createMI(Record& record, Table& table, CmpiProviderBase& base, StartLine
 /// The provider base of a name, which all its factories share.
 #define ORV_PROVIDER_BASE(name) CmpiProviderBase base##name
 
+// NOLINTBEGIN(bugprone-macro-parentheses): names and types, not expressions
 #define ORV_FACTORY(name, Provider, Kind, prefix, startLine)                               \
   extern "C" ORV_EXPORT CMPI##Kind##MI* name##_Create_##Kind##MI(                          \
       const CMPIBroker* broker, const CMPIContext* context, CMPIStatus* /*status*/) {      \
@@ -75,6 +76,7 @@ Record* createMI(Record& record, Table& table, CmpiProviderBase& base, StartLine
     static CMPI##Kind##MI record{};                                                        \
     return ORV::createMI<Provider>(record, table, base##name, startLine, broker, context); \
   }
+// NOLINTEND(bugprone-macro-parentheses)
 
 #define ORV_INSTANCE_FACTORY(name, Provider) \
   ORV_FACTORY(name, Provider, Instance, "instance", ORV::StartLine::kPrinted)

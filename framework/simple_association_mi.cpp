@@ -74,6 +74,7 @@ class Source {
     if (self != references.end()) references.erase(self);
 
     std::vector<CmpiObjectPath> ends;
+    ends.reserve(references.size());
     for (const Reference& reference : references) ends.push_back(reference.path);
     return ends;
   }

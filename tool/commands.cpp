@@ -101,9 +101,10 @@ int runList(const Options& options, Session& session, Printer& printer) {
   for (const RegistrationSection& section : session.registration()) {
     if (isIn(section, options.nameSpace)) rows.push_back(listRow(section, options, session));
   }
-  if (rows.empty())
+  if (rows.empty()) {
     throw CimError(CMPI_RC_ERR_INVALID_NAMESPACE,
                    "no class is served in namespace " + options.nameSpace);
+  }
   printList(rows, printer.format());
   int status = kExitOk;
   for (const ListRow& row : rows) {

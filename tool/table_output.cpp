@@ -102,7 +102,7 @@ void writeBlock(std::ostream& out, const Instance& instance, const ClassDefiniti
 
 std::string cellText(const broker::PropertyDefinition* property, const Value& value) {
   if (value.null) return "-";
-  const std::string words = valueWords(property, value);
+  std::string words = valueWords(property, value);
   if (std::holds_alternative<broker::DateTime>(value.content) && !words.empty()) return words;
   return words.empty() ? plainText(value) : plainText(value) + " (" + words + ")";
 }

@@ -15,7 +15,7 @@
 #include "cmpi/abi/cmpi_tables.h"
 
 /// The embedded broker: loads CMPI provider libraries into this process and asks them, with the
-/// manners of the object manager that they are written for. docs/broker.md tells what it imitates.
+/// manners of the object manager that they are written for. docs/broker.md says what it imitates.
 ///
 ///   Broker::Options options;
 ///   options.namespaces["root/cimv2"] = std::make_shared<ClassRepository>(loadSchema("schema"));

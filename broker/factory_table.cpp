@@ -77,7 +77,7 @@ CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char
 CMPIString* toString(Mb /*broker*/, const void* object, CMPIStatus* out) {
   answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
   if (object == nullptr) return nullptr;
-  // Every record has its table behind the handle, so the table tells the kind.
+  // Every record has its table behind the handle, so the table shows the kind.
   const auto* path = static_cast<const CMPIObjectPath*>(object);
   if (isPathTable(path->ft)) return path->ft->toString(path, out);
   const auto* instance = static_cast<const CMPIInstance*>(object);

@@ -41,7 +41,7 @@ class ProviderLibrary {
   void* handle_ = nullptr;
 };
 
-/// File of a section's library, as Broker::Options tells.
+/// File of a section's library, as Broker::Options says.
 std::string libraryFile(const Broker::Options& options, const std::string& location);
 
 }  // namespace orv::broker

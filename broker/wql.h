@@ -24,7 +24,7 @@
 /// Key words and names are compared without regard to case. LIKE knows % and _.
 namespace orv::broker {
 
-/// The text is not a query; what() tells where.
+/// The text is not a query; what() says where.
 class WqlError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

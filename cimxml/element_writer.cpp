@@ -94,7 +94,7 @@ xml_node appendText(xml_node parent, const char* element, const std::string& tex
 void appendNameSpace(xml_node parent, const std::string& nameSpace) {
   xml_node node = parent.append_child("LOCALNAMESPACEPATH");
   std::istringstream parts(nameSpace);
-  // A leading slash gives a first part without a name, which tells the client what the provider
+  // A leading slash gives a first part without a name, which shows the client what the provider
   // said.
   for (std::string part; std::getline(parts, part, '/');) {
     setName(node.append_child("NAMESPACE"), part);

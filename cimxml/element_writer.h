@@ -13,7 +13,7 @@
 /// UTF-8; characters that XML cannot carry are replaced by U+FFFD.
 namespace orv::cimxml {
 
-/// What a CLASS element tells of a class.
+/// What a CLASS element says of a class.
 struct ClassOptions {
   bool localOnly = false;  ///< only what the class itself declares or overrides
   bool includeQualifiers = false;
@@ -34,7 +34,7 @@ void appendInstanceName(pugi::xml_node parent, const broker::ObjectPath& path);
 void appendInstancePath(pugi::xml_node parent, const broker::ObjectPath& path,
                         const std::string& host);
 
-/// INSTANCE. `origins` is the class whose definition tells each property's CLASSORIGIN; null: none
+/// INSTANCE. `origins` is the class whose definition gives each property's CLASSORIGIN; null: none
 /// is written.
 void appendInstance(pugi::xml_node parent, const broker::Instance& instance,
                     const broker::ClassDefinition* origins);

@@ -10,7 +10,7 @@
 #include "broker/values.h"
 #include "cmpi/abi/cmpi_types.h"
 
-/// CIM-XML messages as plain values: what a client asks, and the failures that it is told.
+/// CIM-XML messages as plain values: what a client asks, and the failures that it is given.
 namespace orv::cimxml {
 
 /// A failure that the client gets as an ERROR element: CIM status and text.

@@ -46,7 +46,7 @@ class ResponseWriter {
   /// An output parameter after the return value.
   void outParameter(const std::string& name, const char* type, const std::string& text);
 
-  /// Classes that tell the origin of instances' properties; null: none is written.
+  /// Classes that give the origin of instances' properties; null: none is written.
   void setOriginClasses(const broker::ClassRepository* classes);
 
   /// The whole message; an ERROR in place of the return value when `failure` is given.

@@ -33,7 +33,7 @@ class CmpiReferenceError : public CmpiStatus {
 /// it);
 /// - for a key whose name has no letter or digit, or has one of `=",`;
 /// - for a key with a '"' in its text;
-/// - for a key that is a reference itself (nothing tells where its keys end), or a real number (its
+/// - for a key that is a reference itself (nothing shows where its keys end), or a real number (its
 ///   "." reads as the beginning of such a key's keys).
 /// Commas, dots, colons and backslashes in the text of a key are carried; null and boolean keys get
 /// lost on the way without harm.

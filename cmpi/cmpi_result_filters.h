@@ -4,7 +4,7 @@
 #include "cmpi/cmpi_result.h"
 
 /// A CmpiResult whose record lives inside the object: the broker never sees it. Borrows the inner
-/// result and lives inside one operation. What the sinks answer is thrown by CmpiResult as ever.
+/// result and lives inside one operation. What the sinks answer is thrown by CmpiResult as usual.
 class CmpiResultFilter : public CmpiResult {
  public:
   CmpiResultFilter(const CmpiResultFilter&) = delete;

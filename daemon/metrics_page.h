@@ -9,7 +9,7 @@
 namespace orv::daemon {
 
 /// GET /metrics: what `orvcim metrics` prints, and the time of the last heartbeat. Always 200; a
-/// class that its provider does not answer for is told in the metrics.
+/// class that its provider does not answer for is reported in the metrics.
 ///
 /// Broker and watch must outlive the route.
 serve::GetRoute metricsRoute(broker::Broker& broker, const std::string& nameSpace,

@@ -67,7 +67,7 @@ class FetchedPorts {
   HykCtl::Util::AutoVector<Pnic> ports_;
 };
 
-/// Null when the host library cannot tell.
+/// Null when the host library does not know.
 std::unique_ptr<FetchedPorts> fetchPorts(const std::optional<std::string>& deviceName) {
   try {
     return std::make_unique<FetchedPorts>(deviceName);

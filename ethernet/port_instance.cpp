@@ -100,7 +100,7 @@ void setPciLocation(CmpiInstance& instance, PciDevice& device) {
                                   "PCI DeviceID", "PCI Segment"}));
 }
 
-/// False when the host library cannot tell; any other exception passes.
+/// False when the host library does not know; any other exception passes.
 bool readLinkSettings(Pnic& port, PnicLinkSettings& settings) {
   try {
     port.GetLinkSettings(settings);

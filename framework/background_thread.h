@@ -83,7 +83,7 @@ class BackgroundThread {
   /// Starts the thread unless it runs, with a copy of the request's context that the broker
   /// prepares for it and that is released when it ends. The caller holds the group's mutex.
   ///
-  /// False when there is no thread to be had. Fails: CmpiStatus when the broker prepares no
+  /// False when no thread can be made. Fails: CmpiStatus when the broker prepares no
   /// context; std::bad_alloc.
   bool start(const CmpiBroker& broker, const CmpiContext& request, ThreadWork work);
 

@@ -13,7 +13,7 @@
 /// The process of the broker that this process descends from.
 namespace ORV {
 
-/// What the kernel tells of a process in /proc/PID/stat; see proc(5).
+/// What the kernel says of a process in /proc/PID/stat; see proc(5).
 struct ProcessStat {
   std::string name;              ///< of its program or as it has renamed itself; up to 15 bytes
   pid_t parent = 0;              ///< 0 when there is none, or none that this process can see
@@ -46,7 +46,7 @@ ProcessTable thisMachine();
 ///
 /// The broker's daemon is the farthest one named "sfcbd" among `process` and its ancestors, since
 /// the daemon's children, which serve requests, keep its name. On SIGHUP the daemon ends its
-/// children and runs its program anew, in the same process: its start time stays. So the broker is
+/// children and runs its program again, in the same process: its start time stays. So the broker is
 /// as old as the oldest living child of the daemon, other than the branch of `process`, which may
 /// have come at any time; and as old as the daemon when there is no other child.
 std::optional<std::uint64_t> brokerStart(pid_t process, const ProcessTable& processes);

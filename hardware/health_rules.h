@@ -28,7 +28,7 @@ struct Judgement {
 };
 
 /// The worst of the rules that hold. When none holds, the element is OK, or Unknown when the host
-/// refused to tell: then the reason is among the words, and it is so beside the rules that hold.
+/// refused to say: then the reason is among the words, in addition to the rules that hold.
 Judgement judge(const Sensor& sensor, const Growth& growth);
 Judgement judge(const MemoryModule& module, const Growth& growth);
 Judgement judge(const PowerSupply& supply, const Growth& growth);

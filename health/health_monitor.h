@@ -13,7 +13,7 @@ namespace OrvLatchedHealth {
 ORV::ThreadWork HealthMonitorThread();
 
 /// One cycle: asks the broker for the instances of the twelve monitored classes, in order, and
-/// latches in `store` each that is not OK, at the time that `now` tells.
+/// latches in `store` each that is not OK, at the time that `now` gives.
 ///
 /// Returns the greatest HealthState of any instance, OK ones included; 0 when none has one. A class
 /// that fails is logged and passed over; what it gave before stays. After each class that did not

@@ -47,7 +47,7 @@ std::optional<CmpiObjectPath> elementPath(const HealthInfo& record);
 /// The latched states of all elements that were ever worse than OK, in the order of their first
 /// latch. Grows without bound, by one record an element.
 ///
-/// Knows no clock, thread or lock: the owner guards it, and tells it the time.
+/// Knows no clock, thread or lock: the owner guards it, and gives it the time.
 class LatchedStore {
  public:
   using Records = std::vector<std::unique_ptr<HealthInfo>>;

@@ -60,9 +60,9 @@ std::string hostName() {
 
 CmpiDateTime now() { return CmpiDateTime::ofSeconds(static_cast<CMPIUint64>(std::time(nullptr))); }
 
-/// One heartbeat. The instance is built anew each time, in memory of its own: a filter that selects
-/// properties cuts the delivered instance for good, and a thread that lives for a year must not
-/// keep what it makes.
+/// One heartbeat. The instance is built afresh each time, in memory of its own: a filter that
+/// selects properties cuts the delivered instance for good, and a thread that lives for a year must
+/// not keep what it makes.
 void beat(const ORV::ThreadTools& thread, const std::string& host, CMPIUint32 stamp) {
   const CmpiMemoryMark mark(thread.broker);
   try {

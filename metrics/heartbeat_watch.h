@@ -23,7 +23,7 @@ struct Subscribing {
 ///
 /// Subscribes when it is first asked, and not before: the first subscriber starts the provider's
 /// thread, which delivers one heartbeat at once, and a host whose metrics nobody asks for treats
-/// its clients as ever.
+/// its clients as usual.
 class HeartbeatWatch {
  public:
   /// What `subscribing` uses must outlive the watch.

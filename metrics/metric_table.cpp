@@ -6,7 +6,7 @@ namespace {
 constexpr prometheus::MetricType kGauge = prometheus::MetricType::Gauge;
 constexpr prometheus::MetricType kCounter = prometheus::MetricType::Counter;
 
-/// A metric that tells by its labels.
+/// A metric whose labels carry the information.
 MetricRow info(const char* name, const char* help, std::vector<LabelRow> labels) {
   return {name, kGauge, nullptr, nullptr, help, std::move(labels)};
 }

@@ -6,7 +6,8 @@
 
 #include "metrics/conversions.h"
 
-/// What the host tells Prometheus: one row for each metric. docs/metrics.md is written from it.
+/// What the host reports to Prometheus: one row for each metric. docs/metrics.md is written from
+/// it.
 namespace orv::metrics {
 
 struct LabelRow {
@@ -18,7 +19,7 @@ struct LabelRow {
 struct MetricRow {
   const char* name;
   prometheus::MetricType type;
-  const char* property;  ///< null: the labels are what it tells, and its value is 1
+  const char* property;  ///< null: the labels carry the information; the value is 1
   const Conversion* conversion;
   const char* help;
   std::vector<LabelRow> labels;  ///< besides those of the class

@@ -14,7 +14,7 @@ template <typename Record, typename Type>
 struct Fact {
   const char* name;  ///< in host files, and of the CIM property that shows the fact unchanged
   Type Record::*member;
-  const char* meaning = "";  ///< for the reference page, where name and type do not tell it
+  const char* meaning = "";  ///< for the reference page, where name and type do not say it
 };
 
 template <typename Record, typename Type>

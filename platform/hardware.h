@@ -12,14 +12,14 @@
 ///
 /// Each record lists its facts. A fact whose name begins with a capital letter is the CIM property
 /// of that name; the others identify the element, relate it to others, or feed the rules of its
-/// health. An absent value is one that the host does not tell.
+/// health. An absent value is one that the host does not report.
 ///
 /// Every record begins with three facts of the same meaning:
 /// - `id` identifies the element on this host, and stays the same from one start of the host to the
 ///   next where the hardware has an identity (serial number, WWN, PCI address, SMBIOS handle);
 /// - `name` is for people, mostly the kernel's name;
 /// - `refused` says why the host could not be asked about the element's health, or a part of it
-///   (no permission, asleep, no answer in time); empty when everything was told.
+///   (no permission, asleep, no answer in time); empty when everything was answered.
 namespace Hardware {
 
 using platform::Fact;

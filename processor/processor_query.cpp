@@ -11,7 +11,7 @@ using ORV::ParamList;
 constexpr HSI_Status kOk = ORV::kKernelQueryOk;
 constexpr HSI_Status kFailed = ORV::kKernelQueryFailed;
 
-/// What the kernel tells about the host as a whole.
+/// What the kernel says about the host as a whole.
 struct HostFacts {
   HsiPowerManagement powerManagement{};
   HsiTopology topology{};

@@ -40,7 +40,7 @@ Authenticator::Authenticator(Check check, Settings settings)
 
 Authenticator::Hash Authenticator::hashOf(const std::string& user,
                                           const std::string& password) const {
-  // A name has no null character, so the text tells where the password begins.
+  // A name has no null character, so the text shows where the password begins.
   std::string text = user + '\0' + password;
   Hash hash{};
   const int error = gnutls_hmac_fast(GNUTLS_MAC_SHA256, key_.data(), key_.size(), text.data(),

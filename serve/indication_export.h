@@ -49,11 +49,11 @@ class IndicationExport {
 
   /// Makes ready for indications to a destination; again is allowed.
   ///
-  /// Fails: std::runtime_error when there are too many, or no thread is to be had.
+  /// Fails: std::runtime_error when there are too many, or no thread can be made.
   void prepare(const Destination& destination);
 
   /// Queues an indication for a destination that has been prepared; nothing for another one. Never
-  /// waits for a listener, never throws: what there is no memory for is lost, and said so.
+  /// waits for a listener, never throws: what there is no memory for is lost, and logged.
   void enqueue(const Destination& destination, const broker::Instance& indication) noexcept;
 
   /// Drops the queue of a destination that nobody subscribes for any more. Does not wait.

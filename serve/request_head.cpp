@@ -73,7 +73,7 @@ bool hasValue(const RequestHead& head, const char* name, string_view value) {
   return given != nullptr && *given == value;
 }
 
-/// Browsers tell for whom they make a request, also where they send no Origin: images, scripts and
+/// Browsers say for whom they make a request, also where they send no Origin: images, scripts and
 /// frames of a page. "none" is what the user typed.
 bool isForAnotherSite(const RequestHead& head) {
   if (head.header("Sec-Fetch-Site") == nullptr) return false;

@@ -15,7 +15,7 @@ struct StoredObject {
   std::string creator;  ///< address of the client that made it
 };
 
-/// The text is not what `storeText` writes; what() tells why.
+/// The text is not what `storeText` writes; what() says why.
 class StoreError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -39,7 +39,7 @@ class Subscriptions {
   Subscriptions& operator=(const Subscriptions&) = delete;
 
   /// Reads the file and makes its subscriptions. One that cannot be made, since its provider
-  /// refuses or is gone, is kept and told in the log. Called once, before the first operation.
+  /// refuses or is gone, is kept and logged. Called once, before the first operation.
   ///
   /// Fails: std::runtime_error when the file cannot be read.
   void restore();

@@ -22,7 +22,7 @@ class TlsCredentials {
   TlsCredentials(const TlsCredentials&) = delete;
   TlsCredentials& operator=(const TlsCredentials&) = delete;
 
-  /// Reads the files again. What cannot be read is told in the log and changes nothing; handshakes
+  /// Reads the files again. What cannot be read is logged and changes nothing; handshakes
   /// that begin later use what was read. Thread-safe.
   void reload();
 

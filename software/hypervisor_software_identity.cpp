@@ -28,7 +28,7 @@ std::uint64_t lastStartMicroseconds() {
   return static_cast<std::uint64_t>(std::time(nullptr) - host.uptime) * kMicrosecondsPerSecond;
 }
 
-/// What is published about the running image when the host does not tell its version.
+/// What is published about the running image when the host does not give its version.
 HykuserVersion_SystemVersion fallbackVersion() {
   HykuserVersion_SystemVersion image{};
   setField(image.productName, HostType_OSIsHYK() ? kHypervisorProductName : kHostedProductName);

@@ -23,7 +23,7 @@ broker::PropertyList propertyList(const Options& options) {
   return options.properties;
 }
 
-// A property list drops the keys that it does not name, while the path still tells them: they are
+// A property list drops the keys that it does not name, while the path still has them: they are
 // shown, so that the instances can be told apart.
 std::vector<broker::Instance> withKeys(std::vector<broker::Instance> instances) {
   for (broker::Instance& instance : instances) {

@@ -18,7 +18,7 @@ int runWatch(const Options& options, Session& session, Printer& printer);
 int runHealth(const Options& options, Session& session, Printer& printer);
 
 /// Prints metrics for Prometheus, after the providers' first look at the hardware. What the host
-/// does not answer is told on standard error.
+/// does not answer is named on standard error.
 int runMetrics(const Options& options, Session& session);
 
 /// Becomes the daemon that serves CIM clients. Returns only with a failure.

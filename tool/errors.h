@@ -26,7 +26,7 @@ class CimError : public std::runtime_error {
   CimError(CMPIrc rc, const std::optional<std::string>& message);
 };
 
-/// The one line that tells a status to a person: name, number and text. A status without a text
+/// The one line that explains a status to a person: name, number and text. A status without a text
 /// gets a general one.
 std::string statusLine(CMPIrc rc, const std::optional<std::string>& message);
 

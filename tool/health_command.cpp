@@ -35,7 +35,7 @@ std::string textOf(const Session& session, const Instance& instance, const char*
 
 /// The element that a record is about, as it is now.
 struct AffectedElement {
-  std::string path;        ///< empty when it cannot be told
+  std::string path;        ///< empty when it is not known
   std::string name = "-";  ///< ElementName
   std::string now = "-";   ///< health; "-" for an element that is gone
   std::vector<std::string> wrong;
@@ -108,7 +108,7 @@ void printJson(Session& session, const Instance& rollup, const std::vector<Insta
 }  // namespace
 
 // The monitors release what they made on their attached threads after each class: that is the sign
-// we can see. A host whose hardware tells nothing gives no sign, hence the limit.
+// we can see. A host whose hardware reports nothing gives no sign, hence the limit.
 void waitForFirstLook(broker::Broker& broker, const std::string& nameSpace) {
   constexpr auto kLimit = std::chrono::seconds(5);
   constexpr auto kStep = std::chrono::milliseconds(5);

@@ -4,8 +4,8 @@
 
 namespace orv::tool {
 
-/// Looks whether a file describes a simulated host, so that a wrong one is told once and before any
-/// request.
+/// Looks whether a file describes a simulated host, so that a wrong one is reported once and before
+/// any request.
 ///
 /// Fails: BadInput with the file and the place of what is wrong.
 void checkHostFile(const std::string& path);

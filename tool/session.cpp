@@ -89,7 +89,7 @@ void checkLibrary(const std::string& file, const std::vector<RegistrationSection
   }
 }
 
-// Which file serves a location: the one that its name tells, else the first.
+// Which file serves a location: the one that its name says, else the first.
 std::map<std::string, std::string> librariesOf(const std::vector<RegistrationSection>& sections,
                                                const std::vector<std::string>& files) {
   std::map<std::string, std::string> libraries;

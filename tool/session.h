@@ -13,7 +13,7 @@ namespace orv::tool {
 /// What a session asks, and with what.
 struct SessionOptions {
   /// Empty: the one beside the executable. Of several, each serves the registrations whose location
-  /// its name tells: lib<location>.so.
+  /// its name says: lib<location>.so.
   std::vector<std::string> libraries;
   std::vector<std::string>
       schemas;               ///< directories, in order; empty: the one beside the executable

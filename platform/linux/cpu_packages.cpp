@@ -42,7 +42,7 @@ Builders buildLocated(const std::vector<CpuEntry>& cpus) {
   return packages;
 }
 
-/// Puts CPUs that do not tell their package to one, see groupCpus().
+/// Assigns CPUs that do not show their package to one, see groupCpus().
 class Placement {
  public:
   Placement(const std::vector<CpuEntry>& cpus, Builders& packages, const AskThreads& ask)
@@ -148,7 +148,7 @@ class Placement {
   }
 
   void addStoppedPackages() {
-    std::map<std::optional<unsigned>, std::vector<unsigned>> groups;  // by node, if that tells
+    std::map<std::optional<unsigned>, std::vector<unsigned>> groups;  // by node, if known
     const bool byNode = packagesAreNodes();
     for (const CpuEntry* cpu : unplaced_) {
       const bool isNodeKnown = byNode && cpu->numaNode && !isNodeOfAPackage(cpu->numaNode);
@@ -181,7 +181,7 @@ class Placement {
   Builders& packages_;
   std::vector<const CpuEntry*> unplaced_;  // ascending, then those of foreign nodes
   unsigned threadsPerCore_ = 1;            // of the largest core
-  unsigned toldCapacity_ = 0;              // threads of a package; 0: not told
+  unsigned toldCapacity_ = 0;              // threads of a package; 0: not known
   unsigned largest_ = 0;                   // threads of the largest package's located cores
 };
 

@@ -6,7 +6,7 @@
 
 #include "platform/linux/cpu_topology.h"
 
-/// Packages and cores, made of the CPUs that the kernel tells of. Pure functions.
+/// Packages and cores, made of the CPUs that the kernel reports. Pure functions.
 namespace LinuxHost {
 
 struct CpuCore {
@@ -23,7 +23,7 @@ struct CpuPackage {
 };
 
 /// How many threads a core and a package of an online CPU's kind have, running or not; 0 where the
-/// processor does not tell.
+/// processor does not say.
 struct ThreadCounts {
   unsigned perCore = 0;
   unsigned perPackage = 0;
@@ -33,16 +33,16 @@ using AskThreads = std::function<ThreadCounts(unsigned cpu)>;
 /// Groups CPUs to cores and cores to packages, in ascending order of package numbers. A core runs
 /// when any of its CPUs is online.
 ///
-/// An offline CPU does not tell where it belongs. It first completes a running core to as many
+/// An offline CPU does not show where it belongs. It first completes a running core to as many
 /// threads as such a core has; all but one of them are offline when SMT is switched off. Those that
 /// remain are cores that do not run. Both go to the package of the nearest lower CPU, else the
 /// nearest higher one, that has CPUs in the same NUMA node and room: a package has room for as many
-/// threads as the processor tells, else as the largest package has in its running cores.
+/// threads as the processor says, else as the largest package has in its running cores.
 ///
 /// CPUs that no package has room for are packages that are offline as a whole, as far as that can
-/// be known: of the size that the processor tells, else one for each NUMA node if every running
+/// be known: of the size that the processor gives, else one for each NUMA node if every running
 /// package is a node of its own. Otherwise they are left out: too few cores are less wrong than
-/// too many. `ask` is called only when a CPU does not tell where it belongs.
+/// too many. `ask` is called only when a CPU does not show where it belongs.
 std::vector<CpuPackage> groupCpus(const std::vector<CpuEntry>& cpus, const AskThreads& ask);
 
 }  // namespace LinuxHost

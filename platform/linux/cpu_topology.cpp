@@ -23,7 +23,7 @@ std::optional<unsigned> numaNodeOf(const std::string& directory) {
   return {};
 }
 
-/// The lowest CPU that shares a core with this one. A kernel that does not tell leaves each CPU a
+/// The lowest CPU that shares a core with this one. A kernel that does not say leaves each CPU a
 /// core of its own. Core numbers do not help: they may repeat within a package.
 unsigned coreOf(const std::string& directory, unsigned number) {
   for (const char* file : {"/topology/core_cpus_list", "/topology/thread_siblings_list"}) {

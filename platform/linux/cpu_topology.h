@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-/// What the kernel tells about CPUs in sysfs.
+/// What the kernel says about CPUs in sysfs.
 namespace LinuxHost {
 
 /// One present CPU (a hardware thread) as sysfs describes it.
 struct CpuEntry {
   unsigned number = 0;
   bool online = true;
-  /// Absent for an offline CPU, whose topology the kernel does not tell.
+  /// Absent for an offline CPU, whose topology the kernel does not give.
   std::optional<std::int64_t> package;
   unsigned core = 0;  ///< the lowest CPU that shares the core
   std::optional<unsigned> numaNode;

@@ -33,7 +33,7 @@ HsiCore identificationOf(const CpuidLeaves& leaves);
 /// with NULs; without a NUL when it fills all 48 bytes.
 HsiCpuModel brandOf(const CpuidLeaves& leaves);
 
-/// Threads that each core of this kind has, running or not; 0 when the CPU does not tell.
+/// Threads that each core of this kind has, running or not; 0 when the CPU does not say.
 unsigned threadsPerCore(const CpuidLeaves& leaves);
 
 /// The same of a package.

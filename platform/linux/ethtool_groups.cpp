@@ -26,7 +26,7 @@ bool isFailure(int error) {
 }
 
 /// The errno values with which a driver says that it has no such facts, and the kernel that it
-/// tells them to privileged callers only.
+/// gives them to privileged callers only.
 bool isRefusal(int error) {
   constexpr int kNotSupportedInsideTheKernel = 524;  // some drivers let it out
   return error == EOPNOTSUPP || error == kNotSupportedInsideTheKernel || error == EPERM ||
@@ -85,7 +85,7 @@ LinkModeBits bitmapAt(const LinkSettingsAnswer& answer, std::size_t position, st
 
 }  // namespace
 
-/// The kernel tells the length of its bitmaps, negated, to a caller that names a wrong one (zero
+/// The kernel gives the length of its bitmaps, negated, to a caller that names a wrong one (zero
 /// here), and answers the second question, which names that length. Three bitmaps follow the
 /// header: supported, advertised, and what the link partner advertises.
 LinkSettingsAnswer askLinkSettings(EthtoolChannel& channel, const std::string& port) {

@@ -31,7 +31,7 @@ std::optional<ethtool_channels> askChannels(EthtoolChannel& channel, const std::
 ethtool_wolinfo askWakeOnLan(EthtoolChannel& channel, const std::string& port);
 ethtool_coalesce askCoalesce(EthtoolChannel& channel, const std::string& port);
 ethtool_drvinfo askDriver(EthtoolChannel& channel, const std::string& port);
-/// All zero when the adapter has no address of its own or the kernel does not tell.
+/// All zero when the adapter has no address of its own or the kernel does not give it.
 Nodemgr::Network::MacAddress::Bytes askPermanentAddress(EthtoolChannel& channel,
                                                         const std::string& port);
 

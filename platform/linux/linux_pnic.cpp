@@ -104,7 +104,7 @@ std::uint32_t LinuxPnic::GetLinkSpeed() {
 
 MacAddress LinuxPnic::GetMacAddress() {
   if (link_.permanentAddress) return MacAddress(*link_.permanentAddress);
-  // The link message tells the permanent address since Linux 5.6; the driver knew it before.
+  // The link message carries the permanent address since Linux 5.6; the driver knew it before.
   const auto& permanent =
       permanentAddress_.get([this] { return askPermanentAddress(*channel_, link_.name); });
   if (permanent != MacAddress::Bytes{}) return MacAddress(permanent);

@@ -20,7 +20,7 @@ struct ParentDevice {
   std::string bus;   ///< "pci", "virtio", "usb" ...; empty for a device without a bus
 };
 
-/// One network link, as one RTM_NEWLINK message tells it.
+/// One network link, as one RTM_NEWLINK message describes it.
 struct LinkRecord {
   int index = 0;
   unsigned hardwareType = 0;  ///< ARPHRD_...
@@ -36,7 +36,7 @@ struct LinkRecord {
   rtnl_link_stats64 statistics{};
 };
 
-/// One address of one link, as one RTM_NEWADDR message tells it.
+/// One address of one link, as one RTM_NEWADDR message describes it.
 struct AddressRecord {
   int linkIndex = 0;
   int family = 0;  ///< AF_INET or AF_INET6

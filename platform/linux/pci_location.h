@@ -26,7 +26,7 @@ std::optional<PciLocation> parsePciAddress(std::string_view text);
 
 /// The PCI function of a port's parent device: the device itself, or the one that carries a virtio
 /// device. Nothing when neither is on PCI; a USB adapter's host controller, for example, is not the
-/// adapter. Vendor and device number come from sysfs below `sysRoot`; those that it does not tell
+/// adapter. Vendor and device number come from sysfs below `sysRoot`; those that it does not give
 /// are zero.
 std::optional<PciLocation> readPciLocation(const ParentDevice& parent, const std::string& sysRoot);
 

@@ -25,7 +25,7 @@ class RouteSocket {
   RouteSocket();
 
   /// Every link, and every address of every link, in the kernel's order. A dump during which the
-  /// kernel's tables changed is taken anew.
+  /// kernel's tables changed is repeated.
   std::vector<LinkRecord> dumpLinks();
   std::vector<AddressRecord> dumpAddresses();
 

@@ -30,7 +30,7 @@ struct NetworkInfoImpl::State {
   std::shared_ptr<const SimulatedHost> host = simulated::loadHost();
 };
 
-// The file is read here, but an unreadable one is told by the calls for ports, as the real host
+// The file is read here, but an unreadable one is reported by the calls for ports, as the real host
 // does: its constructor asks for nothing.
 NetworkInfoImpl::NetworkInfoImpl() : state_(std::make_unique<State>()) {}
 NetworkInfoImpl::~NetworkInfoImpl() = default;

@@ -156,7 +156,7 @@ void askAta(const std::string& device, Hardware::Disk& disk) {
     disk.refused = kAsleep;
     return;
   }
-  // A disk without SMART, or with SMART disabled, aborts these: it tells nothing, and refuses
+  // A disk without SMART, or with SMART disabled, aborts these: it says nothing, and refuses
   // nothing.
   if (const auto status = ataRegisters(smartReturnStatus(file).sense)) {
     disk.smartPassed = smartPassed(*status);

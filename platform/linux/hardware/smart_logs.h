@@ -7,7 +7,7 @@
 
 #include "platform/hardware.h"
 
-/// What disks tell of their health, from the bytes that they answer with: functions of their
+/// What disks report of their health, from the bytes that they answer with: functions of their
 /// arguments. Bytes that are too short, or of another form, change nothing.
 namespace LinuxHost {
 

@@ -9,7 +9,7 @@
 namespace LinuxHost {
 
 /// One memory device (structure type 17) of an SMBIOS table. Texts are clean, and empty where the
-/// firmware tells none.
+/// firmware gives none.
 struct SmbiosMemoryDevice {
   std::uint16_t handle = 0;
   std::string locator;  ///< as printed on the board: "DIMM_A1"

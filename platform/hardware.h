@@ -381,8 +381,7 @@ struct Extent {
 struct Query {
   /// Without it only identities and relations are wanted: no device is asked.
   bool health = true;
-  /// Only this element's health is wanted; empty: that of all. Records of other elements may then
-  /// be as without `health`.
+  /// Only this element is wanted; empty: all. Others may then be absent, or as without `health`.
   std::string onlyId;
 };
 
@@ -390,8 +389,8 @@ struct Query {
 ///
 /// Devices are asked by threads of their own. A call takes at most kAnswerLimitMilliseconds,
 /// however many devices do not answer; a device that has not answered has that in `refused`, and is
-/// not asked again before its earlier answer is there. Fails: std::bad_alloc, and whatever a
-/// simulated host is told to throw.
+/// not asked again before its earlier answer is there. Fails: std::bad_alloc, std::system_error
+/// where no descriptor is left, and whatever a simulated host is told to throw.
 System system();
 std::vector<Sensor> sensors(const Query& query);
 std::vector<MemoryModule> memoryModules(const Query& query);

@@ -2,7 +2,6 @@
 
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
-#include "platform/linux/sysfs.h"
 
 namespace LinuxHost {
 namespace {
@@ -89,7 +88,7 @@ std::vector<Pool> readPools(const BlockDevices& devices) {
 std::vector<Extent> readExtents(const BlockDevices& devices) {
   std::vector<Extent> extents;
   forEachArray(devices, [&](const BlockDevice& array, const std::string& md) {
-    for (const std::string& entry : namesIn(md)) {
+    for (const std::string& entry : entriesOf(md)) {
       if (entry.rfind("dev-", 0) != 0) continue;
       const std::string path = md + "/" + entry;
       Extent extent;

@@ -4,7 +4,9 @@
 #include <sys/sysmacros.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "platform/linux/hardware/kernel_texts.h"
@@ -94,11 +96,15 @@ UdevProperties udevProperties(const std::string& number) {
       unsignedNumber(colon == std::string::npos ? "" : std::string_view(number).substr(colon + 1));
   if (!major || !minor) return {};
   const std::unique_ptr<udev, Unref> context(udev_new());
-  if (context == nullptr) return {};
+  if (context == nullptr) throw std::bad_alloc();
+  errno = 0;
   const auto device = std::unique_ptr<udev_device, Unref>(udev_device_new_from_devnum(
       context.get(), 'b', makedev(static_cast<unsigned>(*major), static_cast<unsigned>(*minor))));
   UdevProperties properties;
-  if (device == nullptr) return properties;
+  if (device == nullptr) {
+    throwIfExhausted(errno);
+    return properties;
+  }
   udev_list_entry* entry = udev_device_get_properties_list_entry(device.get());
   for (; entry != nullptr; entry = udev_list_entry_get_next(entry)) {
     const char* name = udev_list_entry_get_name(entry);
@@ -110,7 +116,7 @@ UdevProperties udevProperties(const std::string& number) {
 
 BlockDevices::BlockDevices(const HostPaths& paths, const UdevLookup& lookup) {
   const std::string directory = paths.sys + "/class/block";
-  for (const std::string& name : namesIn(directory)) {
+  for (const std::string& name : entriesOf(directory)) {
     if (!isStorage(name)) continue;
     if (auto device = readDevice(directory, name, lookup)) all_.push_back(std::move(*device));
   }

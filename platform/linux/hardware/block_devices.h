@@ -14,7 +14,7 @@ namespace LinuxHost {
 using UdevProperties = std::map<std::string, std::string>;
 using UdevLookup = std::function<UdevProperties(const std::string& number)>;
 
-/// Asks libudev.
+/// Asks libudev. Fails: as the functions of host_paths.h.
 UdevProperties udevProperties(const std::string& number);
 
 /// A block device of the kernel.

@@ -62,6 +62,7 @@ struct DeviceWorkers::State {
   JobPointer jobFor(RawQuestion question);
   void startThreads(const std::shared_ptr<State>& self);
   void giveUp(const JobPointer& job);
+  std::string refusal(const JobPointer& job, std::chrono::milliseconds limit) const;
   void work();
   static void* threadBody(void* self);
 };
@@ -111,7 +112,7 @@ JobPointer DeviceWorkers::State::jobFor(RawQuestion question) {
   return job;
 }
 
-/// As many as there are questions, as far as the limit and the system allow.
+/// As many as there are questions, as far as the limit and the system allow. Fails: std::bad_alloc.
 void DeviceWorkers::State::startThreads(const std::shared_ptr<State>& self) {
   const BlockedSignals blocked;
   for (std::size_t wanted = queue.size(); wanted > 0 && threads < mostThreads; --wanted) {
@@ -126,6 +127,7 @@ void DeviceWorkers::State::startThreads(const std::shared_ptr<State>& self) {
 
 /// A job that no thread has taken is forgotten; one that is being asked stays.
 void DeviceWorkers::State::giveUp(const JobPointer& job) {
+  if (job->progress == Progress::kAnswered) return;
   if (job->progress == Progress::kAsked) {
     job->overdue = true;
     return;
@@ -136,7 +138,16 @@ void DeviceWorkers::State::giveUp(const JobPointer& job) {
   busy.erase(job->device);
 }
 
-DeviceWorkers::DeviceWorkers(unsigned mostThreads) : state_(std::make_shared<State>(mostThreads)) {}
+std::string DeviceWorkers::State::refusal(const JobPointer& job,
+                                          std::chrono::milliseconds limit) const {
+  if (job->progress == Progress::kAnswered) return "asking it failed";
+  if (job->progress == Progress::kAsked) return "no answer within " + seconds(limit);
+  if (threads == 0) return "not asked: no thread could be started";
+  return "not asked: " + std::to_string(threads) + " devices do not answer";
+}
+
+DeviceWorkers::DeviceWorkers(unsigned mostThreads, std::chrono::milliseconds limit)
+    : limit_(limit), state_(std::make_shared<State>(mostThreads)) {}
 
 unsigned DeviceWorkers::threads() const {
   const std::lock_guard lock(state_->mutex);
@@ -151,25 +162,22 @@ std::vector<DeviceWorkers::RawOutcome> DeviceWorkers::askRaw(std::vector<RawQues
   std::vector<RawOutcome> outcomes(questions.size());
 
   std::unique_lock lock(state_->mutex);
+  // What nobody waits for any more is not asked later, whichever way this ends.
+  const auto giveUpAll = [this](const std::vector<JobPointer>* left) {
+    for (const JobPointer& job : *left) state_->giveUp(job);
+  };
+  const std::unique_ptr<const std::vector<JobPointer>, decltype(giveUpAll)> atEnd(&jobs, giveUpAll);
   for (RawQuestion& question : questions) jobs.push_back(state_->jobFor(std::move(question)));
   state_->startThreads(state_);
   const auto isSettled = [](const JobPointer& job) {
     return job->progress == Progress::kAnswered || job->overdue;
   };
-  state_->answered.wait_until(lock, deadline,
-                              [&] { return std::all_of(jobs.begin(), jobs.end(), isSettled); });
+  state_->answered.wait_until(lock, deadline, [&] {
+    return state_->threads == 0 || std::all_of(jobs.begin(), jobs.end(), isSettled);
+  });
   for (std::size_t i = 0; i < jobs.size(); ++i) {
-    const JobPointer& job = jobs[i];
-    if (job->progress == Progress::kAnswered) {
-      outcomes[i].answer = job->answer;
-      if (job->answer == nullptr) outcomes[i].refused = "asking it failed";
-      continue;
-    }
-    outcomes[i].refused =
-        job->progress == Progress::kAsked
-            ? "no answer within " + seconds(limit)
-            : "not asked: " + std::to_string(state_->threads) + " devices do not answer";
-    state_->giveUp(job);
+    if (jobs[i]->progress == Progress::kAnswered) outcomes[i].answer = jobs[i]->answer;
+    if (outcomes[i].answer == nullptr) outcomes[i].refused = state_->refusal(jobs[i], limit);
   }
   return outcomes;
 }

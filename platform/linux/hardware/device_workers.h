@@ -4,7 +4,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "platform/hardware.h"
 
 namespace LinuxHost {
 
@@ -16,7 +19,10 @@ namespace LinuxHost {
 /// there. Any thread may call; the threads keep what they need alive.
 class DeviceWorkers {
  public:
-  explicit DeviceWorkers(unsigned mostThreads = 8);
+  /// `limit` is that of a call that gives none.
+  explicit DeviceWorkers(unsigned mostThreads = 8,
+                         std::chrono::milliseconds limit =
+                             std::chrono::milliseconds(Hardware::kAnswerLimitMilliseconds));
 
   template <typename Answer>
   struct Question {
@@ -34,6 +40,10 @@ class DeviceWorkers {
   /// another call share its answer, so all questions about one device are of one kind.
   ///
   /// Fails: std::bad_alloc.
+  template <typename Answer>
+  std::vector<Outcome<Answer>> ask(std::vector<Question<Answer>> questions) {
+    return ask(std::move(questions), limit_);
+  }
   template <typename Answer>
   std::vector<Outcome<Answer>> ask(std::vector<Question<Answer>> questions,
                                    std::chrono::milliseconds limit) {
@@ -70,6 +80,7 @@ class DeviceWorkers {
   std::vector<RawOutcome> askRaw(std::vector<RawQuestion> questions,
                                  std::chrono::milliseconds limit);
 
+  std::chrono::milliseconds limit_;
   std::shared_ptr<State> state_;
 };
 

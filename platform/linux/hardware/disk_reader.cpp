@@ -1,5 +1,3 @@
-#include <chrono>
-
 #include "platform/linux/hardware/disk_commands.h"
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
@@ -22,7 +20,7 @@ std::string nvmeController(const std::string& diskPath) {
   const std::string device = resolved(diskPath + "/device");
   const std::string name(baseName(device));
   if (beginsWith(name, "nvme-subsys")) {
-    for (const std::string& entry : namesIn(device)) {
+    for (const std::string& entry : entriesOf(device)) {
       if (beginsWith(entry, "nvme") && isDigits(entry.substr(4))) {
         return resolved(device + "/" + entry);
       }
@@ -110,8 +108,7 @@ bool sleeps(const BlockDevice& device) {
 
 void askDisks(std::vector<Disk>& disks, const std::vector<std::size_t>& positions,
               std::vector<Question> questions, DeviceWorkers& workers) {
-  const auto outcomes = workers.ask(std::move(questions),
-                                    std::chrono::milliseconds(Hardware::kAnswerLimitMilliseconds));
+  const auto outcomes = workers.ask(std::move(questions));
   for (std::size_t i = 0; i < positions.size(); ++i) {
     if (outcomes[i].answer != nullptr) {
       disks[positions[i]] = *outcomes[i].answer;

@@ -26,8 +26,8 @@ std::vector<MemoryModule> memoryModules(const Query&) {
   return LinuxHost::readMemoryModules(HostPaths());
 }
 
-std::vector<PowerSupply> powerSupplies(const Query&) {
-  return LinuxHost::readPowerSupplies(HostPaths());
+std::vector<PowerSupply> powerSupplies(const Query& query) {
+  return LinuxHost::readPowerSupplies(HostPaths(), query);
 }
 
 std::vector<Battery> batteries(const Query&) { return LinuxHost::readBatteries(HostPaths()); }
@@ -37,12 +37,12 @@ std::vector<Disk> disks(const Query& query) {
   return LinuxHost::readDisks(paths, blockDevices(paths), query, LinuxHost::deviceWorkers());
 }
 
-std::vector<PciFunction> storageControllers(const Query&) {
-  return LinuxHost::readPciFunctions(HostPaths(), kStorage);
+std::vector<PciFunction> storageControllers(const Query& query) {
+  return LinuxHost::readPciFunctions(HostPaths(), kStorage, query);
 }
 
-std::vector<PciFunction> networkControllers(const Query&) {
-  return LinuxHost::readPciFunctions(HostPaths(), kNetwork);
+std::vector<PciFunction> networkControllers(const Query& query) {
+  return LinuxHost::readPciFunctions(HostPaths(), kNetwork, query);
 }
 
 std::vector<StoragePort> storagePorts(const Query& query) {

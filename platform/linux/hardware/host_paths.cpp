@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <new>
+#include <system_error>
 
 #include "platform/linux/file_descriptor.h"
 #include "platform/linux/hardware/kernel_texts.h"
@@ -20,21 +22,43 @@ struct Free {
   void operator()(char* text) const { std::free(text); }
 };
 
+std::optional<std::string> fileText(const std::string& path) {
+  errno = 0;
+  auto text = readText(path);
+  if (!text) throwIfExhausted(errno);
+  return text;
+}
+
 }  // namespace
+
+void throwIfExhausted(int error) {
+  if (error == ENOMEM) throw std::bad_alloc();
+  if (error == EMFILE || error == ENFILE) {
+    throw std::system_error(error, std::generic_category(), "hardware cannot be read");
+  }
+}
 
 std::string resolved(const std::string& path) {
   const std::unique_ptr<char, Free> target(realpath(path.c_str(), nullptr));
+  if (target == nullptr) throwIfExhausted(errno);
   return target == nullptr ? "" : target.get();
 }
 
+std::vector<std::string> entriesOf(const std::string& directory) {
+  errno = 0;
+  std::vector<std::string> names = namesIn(directory);
+  if (names.empty()) throwIfExhausted(errno);
+  return names;
+}
+
 std::string textIn(const std::string& path) {
-  const auto text = readText(path);
+  const auto text = fileText(path);
   return text ? cleanText(*text) : "";
 }
 
 template <typename Number>
 std::optional<Number> numberIn(const std::string& path) {
-  const auto text = readText(path);
+  const auto text = fileText(path);
   const auto number = text ? unsignedNumber(*text) : std::nullopt;
   if (!number || *number > std::numeric_limits<Number>::max()) return std::nullopt;
   return static_cast<Number>(*number);
@@ -48,7 +72,10 @@ std::optional<std::string> bytesIn(const std::string& path, int& error) {
   constexpr std::size_t kMost = 1024 * 1024;
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   error = errno;
-  if (!file.isOpen()) return std::nullopt;
+  if (!file.isOpen()) {
+    throwIfExhausted(error);
+    return std::nullopt;
+  }
   std::string bytes;
   char piece[4096];
   while (bytes.size() < kMost) {

@@ -6,7 +6,6 @@
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
 #include "platform/linux/hardware/smbios.h"
-#include "platform/linux/sysfs.h"
 
 namespace LinuxHost {
 namespace {
@@ -65,10 +64,10 @@ bool beginsWith(const std::string& text, const char* word) { return text.rfind(w
 std::vector<CountedModule> countedModules(const HostPaths& paths) {
   std::vector<CountedModule> counted;
   const std::string controllers = paths.sys + "/devices/system/edac/mc";
-  for (const std::string& controller : namesIn(controllers)) {
+  for (const std::string& controller : entriesOf(controllers)) {
     if (!beginsWith(controller, "mc")) continue;
     const std::string directory = controllers + "/" + controller;
-    for (const std::string& module : namesIn(directory)) {
+    for (const std::string& module : entriesOf(directory)) {
       if (!beginsWith(module, "dimm") && !beginsWith(module, "rank")) continue;
       const std::string path = directory + "/" + module;
       counted.push_back({keyText("edac-" + controller + "-" + module), textIn(path + "/dimm_label"),

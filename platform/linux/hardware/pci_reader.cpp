@@ -8,7 +8,8 @@ namespace {
 using Hardware::PciFunction;
 
 std::optional<std::uint64_t> errorsIn(const std::string& path) {
-  const auto text = readText(path);
+  int error = 0;
+  const auto text = bytesIn(path, error);
   return text ? aerTotal(*text) : std::nullopt;
 }
 
@@ -38,10 +39,12 @@ PciFunction readFunction(const std::string& address, const std::string& path) {
 
 }  // namespace
 
-std::vector<PciFunction> readPciFunctions(const HostPaths& paths, unsigned baseClass) {
+std::vector<PciFunction> readPciFunctions(const HostPaths& paths, unsigned baseClass,
+                                          const Hardware::Query& query) {
   std::vector<PciFunction> functions;
   const std::string directory = paths.sys + "/bus/pci/devices";
-  for (const std::string& address : namesIn(directory)) {
+  for (const std::string& address : entriesOf(directory)) {
+    if (!query.onlyId.empty() && query.onlyId != keyText(address)) continue;
     const std::string path = directory + "/" + address;
     const auto code = hexNumber(textIn(path + "/class"));
     if (code && *code >> 16 == baseClass) functions.push_back(readFunction(address, path));

@@ -2,7 +2,6 @@
 
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
-#include "platform/linux/sysfs.h"
 
 namespace LinuxHost {
 namespace {
@@ -14,7 +13,7 @@ using Hardware::PowerSupply;
 template <typename Visit>
 void forEachSupply(const HostPaths& paths, Visit visit) {
   const std::string directory = paths.sys + "/class/power_supply";
-  for (const std::string& name : namesIn(directory)) {
+  for (const std::string& name : entriesOf(directory)) {
     const std::string path = directory + "/" + name;
     const std::string type = textIn(path + "/type");
     if (type.empty() || textIn(path + "/scope") == "Device") continue;
@@ -62,12 +61,13 @@ Battery readBattery(const std::string& name, const std::string& path) {
 
 }  // namespace
 
-std::vector<PowerSupply> readPowerSupplies(const HostPaths& paths) {
+std::vector<PowerSupply> readPowerSupplies(const HostPaths& paths, const Hardware::Query& query) {
   std::vector<PowerSupply> supplies;
   forEachSupply(paths, [&](const std::string& name, const std::string& path, const auto& type) {
     if (type == "Battery") return;
     PowerSupply supply;
     supply.id = keyText(name);
+    if (!query.onlyId.empty() && query.onlyId != supply.id) return;
     supply.name = cleanText(name);
     supply.type = type;
     supply.health = textIn(path + "/health");

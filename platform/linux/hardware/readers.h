@@ -9,15 +9,18 @@
 #include "platform/linux/hardware/host_paths.h"
 
 /// One reader for each kind of hardware. Absent files are absent facts; see platform/hardware.h.
+/// What is known by its name alone is looked up where the query wants one element.
 namespace LinuxHost {
 
 Hardware::System readSystem(const HostPaths& paths);
 std::vector<Hardware::MemoryModule> readMemoryModules(const HostPaths& paths);
-std::vector<Hardware::PowerSupply> readPowerSupplies(const HostPaths& paths);
+std::vector<Hardware::PowerSupply> readPowerSupplies(const HostPaths& paths,
+                                                     const Hardware::Query& query = {});
 std::vector<Hardware::Battery> readBatteries(const HostPaths& paths);
 
 /// PCI functions of a base class: 0x01 storage, 0x02 network.
-std::vector<Hardware::PciFunction> readPciFunctions(const HostPaths& paths, unsigned baseClass);
+std::vector<Hardware::PciFunction> readPciFunctions(const HostPaths& paths, unsigned baseClass,
+                                                    const Hardware::Query& query = {});
 
 /// Counters of SAS phys come from the host adapter, which may not answer: asked by `workers`.
 std::vector<Hardware::StoragePort> readStoragePorts(const HostPaths& paths,

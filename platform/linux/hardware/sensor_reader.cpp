@@ -1,7 +1,6 @@
 #include <sensors/error.h>
 #include <sensors/sensors.h>
 
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -142,10 +141,10 @@ CurrentChips& currentChips() {
 std::string chipDirectory(const HostPaths& paths) {
   const std::string directory = paths.sys + "/class/hwmon";
   std::string found;
-  for (const std::string& number : namesIn(directory)) {
+  for (const std::string& number : entriesOf(directory)) {
     const std::string chip = directory + "/" + number;
     found += number + " " + resolved(chip) + " " + textIn(chip + "/name") + "\n";
-    for (const std::string& entry : namesIn(chip)) found += entry + "\n";
+    for (const std::string& entry : entriesOf(chip)) found += entry + "\n";
   }
   return found;
 }
@@ -359,8 +358,7 @@ std::vector<Sensor> readSensors(const HostPaths& paths, const Hardware::Query& q
          [held, chip, paths, path = disk != nullptr ? disk->path : "",
           name = disk != nullptr ? disk->name : ""] { return askChip(chip, paths, path, name); }});
   }
-  const auto outcomes = workers.ask(std::move(questions),
-                                    std::chrono::milliseconds(Hardware::kAnswerLimitMilliseconds));
+  const auto outcomes = workers.ask(std::move(questions));
   for (std::size_t i = 0; i < positions.size(); ++i) {
     std::vector<Sensor>& sensors = chips[positions[i]].sensors;
     if (outcomes[i].answer != nullptr) {

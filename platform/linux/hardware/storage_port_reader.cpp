@@ -1,5 +1,3 @@
-#include <chrono>
-
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
 #include "platform/linux/sysfs.h"
@@ -21,7 +19,7 @@ std::string portDirectory(const std::string& classPath) {
 }
 
 void readAtaDevices(const std::string& link, StoragePort& port) {
-  for (const std::string& device : namesIn(link)) {
+  for (const std::string& device : entriesOf(link)) {
     if (!beginsWith(device, "dev")) continue;
     const std::string kind = textIn(link + "/" + device + "/ata_device/" + device + "/class");
     if (!kind.empty() && kind != "none" && kind != "unknown") port.deviceAttached = 1;
@@ -36,7 +34,7 @@ StoragePort readAtaPort(const std::string& name, const std::string& classPath) {
   port.id = keyText(std::string(baseName(directoryOf(directory))) + "/port" +
                     (number.empty() ? name : number));
   port.deviceAttached = 0;
-  for (const std::string& link : namesIn(directory)) {
+  for (const std::string& link : entriesOf(directory)) {
     if (!beginsWith(link, "link") || link.find('.') != std::string::npos) continue;
     port.linkState = textIn(directory + "/" + link + "/ata_link/" + link + "/sata_spd");
     port.speed = linkSpeed(port.linkState);
@@ -70,15 +68,14 @@ std::vector<StoragePort> readSasPhys(const HostPaths& paths, const Hardware::Que
   const std::string directory = paths.sys + "/class/sas_phy";
   std::vector<StoragePort> ports;
   std::vector<DeviceWorkers::Question<StoragePort>> questions;
-  for (const std::string& name : namesIn(directory)) {
+  for (const std::string& name : entriesOf(directory)) {
     const std::string path = directory + "/" + name;
     ports.push_back(sasPhyIdentity(name, path));
     questions.push_back(
         {"phy " + path, [port = ports.back(), path] { return askSasPhy(port, path); }});
   }
   if (!query.health) return ports;
-  const auto outcomes = workers.ask(std::move(questions),
-                                    std::chrono::milliseconds(Hardware::kAnswerLimitMilliseconds));
+  const auto outcomes = workers.ask(std::move(questions));
   for (std::size_t i = 0; i < ports.size(); ++i) {
     if (outcomes[i].answer != nullptr) {
       ports[i] = *outcomes[i].answer;
@@ -95,7 +92,7 @@ std::vector<StoragePort> readStoragePorts(const HostPaths& paths, const Hardware
                                           DeviceWorkers& workers) {
   std::vector<StoragePort> ports;
   const std::string directory = paths.sys + "/class/ata_port";
-  for (const std::string& name : namesIn(directory)) {
+  for (const std::string& name : entriesOf(directory)) {
     ports.push_back(readAtaPort(name, directory + "/" + name));
   }
   for (StoragePort& phy : readSasPhys(paths, query, workers)) ports.push_back(std::move(phy));

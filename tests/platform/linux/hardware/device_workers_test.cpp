@@ -2,11 +2,27 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
+#include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
+
+namespace {
+std::atomic<bool> noThreads{false};
+}
+
+extern "C" {
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                          void* argument) {
+  if (noThreads) return EAGAIN;
+  return __real_pthread_create(thread, attributes, body, argument);
+}
+}
 
 namespace LinuxHost {
 namespace {
@@ -121,6 +137,22 @@ TEST(DeviceWorkers, ThereAreNeverMoreThreadsThanTheLimit) {
   gate->open();
   waitUntilIdle(workers);
   EXPECT_EQ(gate->timesAsked(), 2u);  // what nobody waits for any more is not asked
+}
+
+TEST(DeviceWorkers, WithoutAThreadNothingIsAskedOrWaitedFor) {
+  DeviceWorkers workers;
+  const auto gate = std::make_shared<Gate>();
+  noThreads = true;
+  const auto outcomes = workers.ask(questionsTo(gate, {"a", "b"}), kLong);
+  noThreads = false;
+  for (const auto& outcome : outcomes) {
+    EXPECT_EQ(outcome.answer, nullptr);
+    EXPECT_EQ(outcome.refused, "not asked: no thread could be started");
+  }
+  gate->open();
+  EXPECT_NE(workers.ask(questionsTo(gate, {"a"}), kLong)[0].answer, nullptr);
+  waitUntilIdle(workers);
+  EXPECT_EQ(gate->timesAsked(), 1u);
 }
 
 TEST(DeviceWorkers, TwoCallsShareOneAnswer) {

@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <system_error>
 
 #include "tests/platform/linux/hardware/hardware_tree.h"
 
@@ -396,6 +399,37 @@ TEST_F(ArrayReaders, ALogicalVolumeIsAVolumeMountedOrNot) {
   EXPECT_EQ(volumes[0].id, "LVM-abc");
   EXPECT_EQ(volumes[0].name, "vg-root");
   EXPECT_TRUE(volumes[0].suspended);
+}
+
+// A host without descriptors would look like one without hardware.
+TEST_F(Readers, WithoutDescriptorsNothingIsSaidOfTheHardware) {
+  tree_.nvmeDisk(0);
+  tree_.file("class/power_supply/AC/type", "Mains\n");
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit none = before;
+  none.rlim_cur = 3;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_THROW(disks(), std::system_error);
+  EXPECT_THROW(readPowerSupplies(tree_.paths()), std::system_error);
+  EXPECT_THROW(readMemoryModules(tree_.paths()), std::system_error);
+  EXPECT_THROW(readPciFunctions(tree_.paths(), 1), std::system_error);
+  EXPECT_THROW(storagePorts(), std::system_error);
+  EXPECT_THROW(readSensors(tree_.paths(), {}, workers_), std::system_error);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(readPowerSupplies(tree_.paths()).size(), 1u);
+}
+
+TEST_F(Readers, OneFunctionOrSupplyIsLookedUpByItsName) {
+  const std::string pci = "bus/pci/devices/";
+  tree_.file(pci + "0000:00:1f.2/class", "0x010601\n")
+      .file(pci + "0000:01:00.0/class", "0x010802\n");
+  tree_.file("class/power_supply/AC/type", "Mains\n").file("class/power_supply/UPS/type", "UPS\n");
+  const auto found = readPciFunctions(tree_.paths(), 1, {true, "0000:01:00.0"});
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].id, "0000:01:00.0");
+  EXPECT_EQ(readPowerSupplies(tree_.paths(), {true, "UPS"}).size(), 1u);
+  EXPECT_THAT(readPciFunctions(tree_.paths(), 1, {true, "0000:09:00.0"}), IsEmpty());
 }
 
 TEST_F(Readers, AHugeHostIsRead) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -8,11 +7,18 @@
 #include <optional>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "platform/param_list.h"
 
-/// The nodes of the kernel information interface as a table. A platform says in its rows what each
-/// node answers from a host of its own type; what a call refuses is the same on every platform.
+/// The nodes of the kernel information interface as a table, the same for every platform: which
+/// node has a value, which has instances, and what names one. A platform brings a type `Answers`
+/// with
+///
+///     using Host = ...;   // what it answers from
+///     static std::optional<HsiTopology> topology(Host&, const Parameters&);
+///
+/// and so on, one function for each row; the answer is absent where the parameters name nothing.
 namespace platform {
 
 using Parameters = std::vector<HSI_Param>;
@@ -55,6 +61,23 @@ constexpr NodeValue<Host> valueFrom(unsigned parameters) {
           }};
 }
 
+/// Every node.
+template <typename Answers, typename Host = typename Answers::Host>
+constexpr KernelNode<Host> kKernelNodes[] = {
+    {kHsiNetInterfaces, {}, {0, Answers::listInterfaces}},
+    {kHsiInterfaceIpv4, valueFrom<Host, Answers::ipv4>(1), {}},
+    {kHsiInterfaceNetmask, valueFrom<Host, Answers::netmask>(1), {}},
+    {kHsiInterfaceIpv6List, {}, {1, Answers::listIpv6}},
+    {kHsiInterfaceIpv6, valueFrom<Host, Answers::ipv6>(2), {}},
+    {kHsiTopology, valueFrom<Host, Answers::topology>(0), {}},
+    {kHsiCpuModel, valueFrom<Host, Answers::cpuModel>(0), {}},
+    {kHsiCore, valueFrom<Host, Answers::core>(1), {0, Answers::listCores}},
+    {kHsiPackage, valueFrom<Host, Answers::coreCount>(1), {0, Answers::listPackages}},
+    {kHsiCoreState, valueFrom<Host, Answers::coreState>(1), {}},
+    {kHsiCoreDetail, valueFrom<Host, Answers::coreDetail>(1), {}},
+    {kHsiPowerManagement, valueFrom<Host, Answers::powerManagement>(0), {}},
+};
+
 /// Null unless there is such a parameter and it is a text.
 inline const std::string* textAt(const Parameters& parameters, std::size_t index) {
   return index < parameters.size() && parameters[index].isText ? &parameters[index].text : nullptr;
@@ -92,32 +115,31 @@ inline const Parameters& parametersOf(const HSI_ParamList* list) {
   return list == nullptr ? none : list->parameters;
 }
 
-template <typename Host, std::size_t size>
-const KernelNode<Host>* findNode(const KernelNode<Host> (&nodes)[size], std::uint32_t number) {
-  const auto* end = std::end(nodes);
-  const auto* found = std::find_if(
-      std::begin(nodes), end, [&](const KernelNode<Host>& node) { return node.number == number; });
-  return found == end ? nullptr : found;
+/// Null for a number that is not a node.
+template <typename Answers, typename Host = typename Answers::Host>
+const KernelNode<Host>* findNode(std::uint32_t number) {
+  for (const KernelNode<Host>& node : kKernelNodes<Answers>) {
+    if (node.number == number) return &node;
+  }
+  return nullptr;
 }
 
-/// HSI_Get on a table of nodes.
-template <typename Host, std::size_t size>
-HSI_Status readNode(const KernelNode<Host> (&nodes)[size], Host& host, std::uint32_t number,
-                    const HSI_ParamList* list, void* value, std::size_t valueSize) {
-  const KernelNode<Host>* node = findNode(nodes, number);
+/// HSI_Get on a host.
+template <typename Answers, typename Host = typename Answers::Host>
+HSI_Status readNode(Host& host, std::uint32_t number, const HSI_ParamList* list, void* value,
+                    std::size_t size) {
+  const KernelNode<Host>* node = findNode<Answers>(number);
   if (node == nullptr || node->value.read == nullptr || value == nullptr) return kNodeFailed;
   const Parameters& parameters = parametersOf(list);
-  if (valueSize != node->value.size || parameters.size() != node->value.parameters) {
-    return kNodeFailed;
-  }
+  if (size != node->value.size || parameters.size() != node->value.parameters) return kNodeFailed;
   return node->value.read(host, parameters, value) ? kNodeAnswered : kNodeFailed;
 }
 
-/// HSI_GetInstanceListAlloc on a table of nodes.
-template <typename Host, std::size_t size>
-HSI_Status listNode(const KernelNode<Host> (&nodes)[size], Host& host, std::uint32_t number,
-                    const HSI_ParamList* list, HSI_ParamList** instances) {
-  const KernelNode<Host>* node = findNode(nodes, number);
+/// HSI_GetInstanceListAlloc on a host.
+template <typename Answers, typename Host = typename Answers::Host>
+HSI_Status listNode(Host& host, std::uint32_t number, const HSI_ParamList* list,
+                    HSI_ParamList** instances) {
+  const KernelNode<Host>* node = findNode<Answers>(number);
   if (node == nullptr || node->instances.list == nullptr || instances == nullptr) {
     return kNodeFailed;
   }

@@ -45,41 +45,6 @@ const SimulatedCore* coreOf(Host& host, const Parameters& parameters) {
   return core == nullptr ? nullptr : *core;
 }
 
-std::optional<HsiIpv4Address> readIpv4(Host& host, const Parameters& parameters) {
-  const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr || !interface->ipv4) return {};
-  return interface->ipv4->address;
-}
-
-std::optional<HsiIpv4Address> readNetmask(Host& host, const Parameters& parameters) {
-  const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr || !interface->ipv4) return {};
-  return interface->ipv4->netmask;
-}
-
-std::optional<HsiIpv6Address> readIpv6(Host& host, const Parameters& parameters) {
-  const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr) return {};
-  const auto* ipv6 = namedElement(interface->ipv6, &SimulatedIpv6::id, parameters, 1);
-  if (ipv6 == nullptr) return {};
-  HsiIpv6Address value{};
-  ipv6->address.copy(value.text, sizeof value.text);
-  value.prefixLength = ipv6->prefixLength;
-  return value;
-}
-
-std::optional<HsiTopology> readTopology(Host& host, const Parameters&) {
-  HsiTopology topology{};
-  topology.hyperThreading = host.processors.hyperThreading;
-  return topology;
-}
-
-std::optional<HsiCpuModel> readModel(Host& host, const Parameters&) {
-  HsiCpuModel model{};
-  host.processors.modelName.copy(model.data(), model.size());
-  return model;
-}
-
 /// Four letters as a register holds them.
 std::uint32_t registerOf(std::string_view letters) {
   std::uint32_t word = 0;
@@ -87,83 +52,102 @@ std::uint32_t registerOf(std::string_view letters) {
   return word;
 }
 
-std::optional<HsiCore> readCore(Host& host, const Parameters& parameters) {
-  const SimulatedCore* core = coreOf(host, parameters);
-  if (core == nullptr) return {};
-  const std::string_view vendor = core->vendor;
-  HsiCore value{};
-  value.stepping = core->stepping;
-  value.vendor.ebx = registerOf(vendor.substr(0, 4));
-  value.vendor.edx = registerOf(vendor.substr(4, 4));
-  value.vendor.ecx = registerOf(vendor.substr(8, 4));  // the last four letters, not the middle ones
-  value.features.ebx = core->featureEbx;
-  value.features.ecx = core->featureEcx;
-  value.extended.ecx = core->extendedEcx;
-  value.extended.edx = core->extendedEdx;
-  return value;
-}
+struct SimulatedAnswers {
+  using Host = const SimulatedHost;
 
-std::optional<HsiCoreCount> readPackage(Host& host, const Parameters& parameters) {
-  const SimulatedPackage* package = numberedElement(host.processors.packages, parameters);
-  if (package == nullptr) return {};
-  return package->coreCount;
-}
+  static std::optional<HsiIpv4Address> ipv4(Host& host, const Parameters& parameters) {
+    const SimulatedInterface* interface = interfaceOf(host, parameters);
+    if (interface == nullptr || !interface->ipv4) return {};
+    return interface->ipv4->address;
+  }
 
-std::optional<HsiCoreState> readCoreState(Host& host, const Parameters& parameters) {
-  const SimulatedCore* core = coreOf(host, parameters);
-  if (core == nullptr) return {};
-  HsiCoreState state{};
-  state.running = core->running ? 1 : 0;
-  return state;
-}
+  static std::optional<HsiIpv4Address> netmask(Host& host, const Parameters& parameters) {
+    const SimulatedInterface* interface = interfaceOf(host, parameters);
+    if (interface == nullptr || !interface->ipv4) return {};
+    return interface->ipv4->netmask;
+  }
 
-std::optional<HsiCoreDetail> readCoreDetail(Host& host, const Parameters& parameters) {
-  if (coreOf(host, parameters) == nullptr) return {};
-  return HsiCoreDetail{};
-}
+  static std::optional<HsiIpv6Address> ipv6(Host& host, const Parameters& parameters) {
+    const SimulatedInterface* interface = interfaceOf(host, parameters);
+    if (interface == nullptr) return {};
+    const auto* found = namedElement(interface->ipv6, &SimulatedIpv6::id, parameters, 1);
+    if (found == nullptr) return {};
+    HsiIpv6Address value{};
+    found->address.copy(value.text, sizeof value.text);
+    value.prefixLength = found->prefixLength;
+    return value;
+  }
 
-std::optional<HsiPowerManagement> readPower(Host& host, const Parameters&) {
-  HsiPowerManagement power{};
-  host.processors.powerPolicy.copy(power.policy, sizeof power.policy - 1);
-  return power;
-}
+  static std::optional<HsiTopology> topology(Host& host, const Parameters&) {
+    HsiTopology value{};
+    value.hyperThreading = host.processors.hyperThreading;
+    return value;
+  }
 
-std::optional<Parameters> listInterfaces(Host& host, const Parameters&) {
-  return platform::textsOf(host.interfaces, &SimulatedInterface::name);
-}
+  static std::optional<HsiCpuModel> cpuModel(Host& host, const Parameters&) {
+    HsiCpuModel model{};
+    host.processors.modelName.copy(model.data(), model.size());
+    return model;
+  }
 
-std::optional<Parameters> listIpv6(Host& host, const Parameters& parameters) {
-  const SimulatedInterface* interface = interfaceOf(host, parameters);
-  if (interface == nullptr) return {};
-  return platform::textsOf(interface->ipv6, &SimulatedIpv6::id);
-}
+  static std::optional<HsiCore> core(Host& host, const Parameters& parameters) {
+    const SimulatedCore* found = coreOf(host, parameters);
+    if (found == nullptr) return {};
+    const std::string_view vendor = found->vendor;
+    HsiCore value{};
+    value.stepping = found->stepping;
+    value.vendor.ebx = registerOf(vendor.substr(0, 4));
+    value.vendor.edx = registerOf(vendor.substr(4, 4));
+    value.vendor.ecx = registerOf(vendor.substr(8, 4));  // the text's end: not EBX, ECX, EDX
+    value.features.ebx = found->featureEbx;
+    value.features.ecx = found->featureEcx;
+    value.extended.ecx = found->extendedEcx;
+    value.extended.edx = found->extendedEdx;
+    return value;
+  }
 
-std::optional<Parameters> listCores(Host& host, const Parameters&) {
-  return platform::numbersUpTo(coresOf(host).size());
-}
+  static std::optional<HsiCoreCount> coreCount(Host& host, const Parameters& parameters) {
+    const SimulatedPackage* package = numberedElement(host.processors.packages, parameters);
+    if (package == nullptr) return {};
+    return package->coreCount;
+  }
 
-std::optional<Parameters> listPackages(Host& host, const Parameters&) {
-  return platform::numbersUpTo(host.processors.packages.size());
-}
+  static std::optional<HsiCoreState> coreState(Host& host, const Parameters& parameters) {
+    const SimulatedCore* core = coreOf(host, parameters);
+    if (core == nullptr) return {};
+    HsiCoreState state{};
+    state.running = core->running ? 1 : 0;
+    return state;
+  }
 
-template <auto read>
-constexpr auto value(unsigned parameters) {
-  return platform::valueFrom<Host, read>(parameters);
-}
+  static std::optional<HsiCoreDetail> coreDetail(Host& host, const Parameters& parameters) {
+    if (coreOf(host, parameters) == nullptr) return {};
+    return HsiCoreDetail{};
+  }
 
-constexpr platform::KernelNode<Host> kNodes[] = {
-    {kHsiNetInterfaces, {}, {0, listInterfaces}},
-    {kHsiInterfaceIpv4, value<readIpv4>(1), {}},
-    {kHsiInterfaceNetmask, value<readNetmask>(1), {}},
-    {kHsiInterfaceIpv6List, {}, {1, listIpv6}},
-    {kHsiInterfaceIpv6, value<readIpv6>(2), {}},
-    {kHsiTopology, value<readTopology>(0), {}},
-    {kHsiCpuModel, value<readModel>(0), {}},
-    {kHsiCore, value<readCore>(1), {0, listCores}},
-    {kHsiPackage, value<readPackage>(1), {0, listPackages}},
-    {kHsiCoreState, value<readCoreState>(1), {}},
-    {kHsiCoreDetail, value<readCoreDetail>(1), {}},
-    {kHsiPowerManagement, value<readPower>(0), {}},
+  static std::optional<HsiPowerManagement> powerManagement(Host& host, const Parameters&) {
+    HsiPowerManagement power{};
+    host.processors.powerPolicy.copy(power.policy, sizeof power.policy - 1);
+    return power;
+  }
+
+  static std::optional<Parameters> listInterfaces(Host& host, const Parameters&) {
+    return platform::textsOf(host.interfaces, &SimulatedInterface::name);
+  }
+
+  static std::optional<Parameters> listIpv6(Host& host, const Parameters& parameters) {
+    const SimulatedInterface* interface = interfaceOf(host, parameters);
+    if (interface == nullptr) return {};
+    return platform::textsOf(interface->ipv6, &SimulatedIpv6::id);
+  }
+
+  static std::optional<Parameters> listCores(Host& host, const Parameters&) {
+    return platform::numbersUpTo(coresOf(host).size());
+  }
+
+  static std::optional<Parameters> listPackages(Host& host, const Parameters&) {
+    return platform::numbersUpTo(host.processors.packages.size());
+  }
 };
 
 template <typename T>
@@ -190,13 +174,13 @@ bool fails(const SimulatedHsi& hsi, std::uint32_t node, const HSI_ParamList* par
 HSI_Status readNode(Host& host, std::uint32_t node, const HSI_ParamList* parameters, void* value,
                     std::size_t size) {
   if (fails(host.hsi, node, parameters)) return platform::kNodeFailed;
-  return platform::readNode(kNodes, host, node, parameters, value, size);
+  return platform::readNode<SimulatedAnswers>(host, node, parameters, value, size);
 }
 
 HSI_Status listNode(Host& host, std::uint32_t node, const HSI_ParamList* parameters,
                     HSI_ParamList** list) {
   if (fails(host.hsi, node, parameters)) return platform::kNodeFailed;
-  return platform::listNode(kNodes, host, node, parameters, list);
+  return platform::listNode<SimulatedAnswers>(host, node, parameters, list);
 }
 
 }  // namespace simulated

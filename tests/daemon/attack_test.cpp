@@ -180,8 +180,10 @@ TEST(AttackedService, GoodClientsAreServedWithoutErrorOrGrowth) {
   EXPECT_EQ(warmUp.failures, 0);
   EXPECT_EQ(attack.failures, 0);
   EXPECT_GE(attack.answers, kGood);
+#ifndef __SANITIZE_ADDRESS__  // which keeps what is freed, to see who uses it later
   // What 40 clients hold who send a mebibyte each and take no answer, and the allocator's share.
   EXPECT_LT(after, before + 100 * 1024);
+#endif
   std::printf("%ld answers to %d good clients among %d bad ones in %lld s; %ld KiB, then %ld KiB\n",
               attack.answers.load(), kGood, 4 * kOfEachBadKind,
               static_cast<long long>(duration().count()), before, after);

@@ -1,4 +1,3 @@
-#include <array>
 #include <cstddef>
 
 #include "ethernet/ethernet_port_provider.h"
@@ -31,19 +30,18 @@ constexpr PortType kPortTypes[] = {
     {PnicPortMode::kFibre, 10000, 105},       // 10GBase-SR
 };
 
-constexpr std::array<CMPIUint16, 5> kPortModes = {1, 2, 3, 4, 5};
+constexpr CMPIUint16 kPortModes[] = {1, 2, 3, 4, 5};
 constexpr CMPIUint16 kOtherPortMode = 0;
 
-constexpr std::array<CMPIUint16, 3> kTransceivers = {1, 2, 0};
+constexpr CMPIUint16 kTransceivers[] = {1, 2, 0};
 constexpr CMPIUint16 kOtherTransceiver = 0;
 
 // Deliberate (contract.md#wake-on-modes): mode 7 is 0, and what is not a mode is 1.
-constexpr std::array<CMPIUint16, 7> kWakeOnModes = {2, 3, 4, 5, 6, 7, 0};
+constexpr CMPIUint16 kWakeOnModes[] = {2, 3, 4, 5, 6, 7, 0};
 constexpr CMPIUint16 kOtherWakeOnMode = 1;
 
 template <std::size_t size>
-CMPIUint16 lookUp(const std::array<CMPIUint16, size>& table, std::uint32_t index,
-                  CMPIUint16 outOfRange) {
+CMPIUint16 lookUp(const CMPIUint16 (&table)[size], std::uint32_t index, CMPIUint16 outOfRange) {
   return index < size ? table[index] : outOfRange;
 }
 

@@ -1,8 +1,8 @@
 #include "platform/linux/release_texts.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
+#include <iterator>
 #include <optional>
 #include <system_error>
 #include <vector>
@@ -10,8 +10,8 @@
 namespace LinuxHost {
 namespace {
 
-constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr std::string_view kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view kSpaces = " \t\r";
@@ -77,8 +77,8 @@ std::string isoDate(std::string_view word) {
 
 /// Month and day at `position`, and the year after a time of day and perhaps a time zone.
 std::string calendarDate(const std::vector<std::string_view>& words, std::size_t position) {
-  const auto* month = std::find(kMonths.begin(), kMonths.end(), words[position]);
-  if (month == kMonths.end() || position + 1 >= words.size()) return {};
+  const auto* month = std::find(std::begin(kMonths), std::end(kMonths), words[position]);
+  if (month == std::end(kMonths) || position + 1 >= words.size()) return {};
   const auto day = dayOf(words[position + 1]);
   if (!day) return {};
   for (std::size_t i = position + 2; i < words.size() && i < position + 5; ++i) {
@@ -91,9 +91,9 @@ std::string calendarDate(const std::vector<std::string_view>& words, std::size_t
 std::string mailDate(const std::vector<std::string_view>& words, std::size_t position) {
   if (position + 2 >= words.size()) return {};
   const auto day = dayOf(words[position]);
-  const auto* month = std::find(kMonths.begin(), kMonths.end(), words[position + 1]);
+  const auto* month = std::find(std::begin(kMonths), std::end(kMonths), words[position + 1]);
   const auto year = yearOf(words[position + 2]);
-  if (!day || month == kMonths.end() || !year) return {};
+  if (!day || month == std::end(kMonths) || !year) return {};
   return dateText(*month, *day, *year);
 }
 

@@ -47,7 +47,7 @@ std::string deviceNameOfPort(const CmpiObjectPath& port);
 std::optional<std::string> deviceNameOfSatellite(const CmpiObjectPath& satellite);
 
 /// As above, for the port that an association's path refers to under `role`. A reference that is
-/// absent, null or no reference at all names none.
+/// absent, null or not a reference names none.
 std::string deviceNameOfAssociation(const CmpiObjectPath& association, const char* role);
 
 }  // namespace EthernetProvider

@@ -5,7 +5,7 @@
 #include "platform/system_info.h"
 
 /// What the users of the kernel information interface share. In this header alone: a program that
-/// asks the kernel nothing needs no such interface.
+/// does not ask the kernel needs no such interface.
 namespace ORV {
 
 inline constexpr int kKernelQuerySignature = 21;

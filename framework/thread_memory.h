@@ -18,9 +18,6 @@ class AttachedThreadMemory {
   AttachedThreadMemory() : context_(nullptr), entry_(nullptr) {}
   explicit AttachedThreadMemory(const CmpiContext& context);
 
-  /// Whether the object manager offers the entry.
-  bool isOffered() const { return entry_ != nullptr; }
-
   /// Invokes the entry on the context and drops its status; does nothing where it is not offered.
   /// No broker object made on this thread since it attached may be used afterwards.
   void release() const;

@@ -33,7 +33,7 @@ CmpiObjectPath pathWith(const std::string& nameSpace, const char* className, con
   return path;
 }
 
-/// Absent for a key that is absent, null or no text.
+/// Absent for a key that is absent, null or not a text.
 std::optional<std::string> textKey(const CmpiObjectPath& path, const char* name) {
   const CmpiData key = path.getKey(name);
   if (key.getType() != CMPI_string && key.getType() != CMPI_chars) return std::nullopt;

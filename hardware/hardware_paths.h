@@ -23,7 +23,7 @@ CmpiObjectPath systemPath(const std::string& nameSpace, const ScopingSystem& sys
 CmpiObjectPath elementPath(const std::string& nameSpace, const ScopingSystem& system,
                            const HardwareClass& row, const std::string& id);
 
-/// The id in a path of the class; empty when its key is absent or no text, or another key names
+/// The id in a path of the class; empty when its key is absent or not a text, or another key names
 /// another class or system.
 std::string idOf(const CmpiObjectPath& path, const HardwareClass& row, const ScopingSystem& system);
 

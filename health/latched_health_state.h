@@ -5,7 +5,7 @@
 
 namespace OrvLatchedHealth {
 
-/// Serves Orvane_LatchedHealthState, one instance a latched record, and Orvane_RollupHealthState,
+/// Serves Orvane_LatchedHealthState, one instance per latched record, and Orvane_RollupHealthState,
 /// one instance, both read-only; and is the indication provider of
 /// Orvane_KernelIPChangedIndication.
 ///

@@ -16,7 +16,7 @@ struct EventIdText {
 };
 
 /// Reads the EventId key of a request's path: the number at the front of its text, 0 when there is
-/// none. False when the key is absent, null or no text; `id` is untouched then.
+/// none. False when the key is absent, null or not a text; `id` is untouched then.
 bool findEventIdKey(const CmpiObjectPath& path, std::uint32_t& id);
 
 /// Returns to `result` the record as an instance on the request's path, reduced to `properties`.

@@ -45,7 +45,7 @@ bool buildPathFromRecord(const HealthInfo& record, CmpiObjectPath& path);
 std::optional<CmpiObjectPath> elementPath(const HealthInfo& record);
 
 /// The latched states of all elements that were ever worse than OK, in the order of their first
-/// latch. Grows without bound, by one record an element.
+/// latch. Grows without bound, by one record per element.
 ///
 /// Knows no clock, thread or lock: the owner guards it, and gives it the time.
 class LatchedStore {

@@ -13,7 +13,7 @@ namespace OrvSoftware {
 constexpr const char* kHypervisorIdentityClass = "Orvane_HypervisorSoftwareIdentity";
 constexpr const char* kInstanceIdKey = "InstanceID";
 
-/// The InstanceID key of a path; empty when it is absent, null or no text.
+/// The InstanceID key of a path; empty when it is absent, null or not a text.
 std::string instanceIdOf(const CmpiObjectPath& path);
 
 /// Sets the properties of an Orvane_HypervisorSoftwareIdentity from the version record.

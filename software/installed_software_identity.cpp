@@ -52,8 +52,8 @@ bool isAlternateImage(const CmpiObjectPath& software) {
   return instanceIdOf(software).rfind(kAlternateIdentityPrefix, 0) == 0;
 }
 
-/// The image that a request names; null when the key is absent, null or no reference. A path that
-/// has no namespace of its own stands in the request's.
+/// The image that a request names; null when the key is absent, null or not a reference. A path
+/// that has no namespace of its own stands in the request's.
 CmpiObjectPath softwareKey(const CmpiObjectPath& request) {
   const CmpiData key = request.getKey(kSoftwareRole);
   if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) {

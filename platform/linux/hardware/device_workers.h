@@ -14,8 +14,8 @@ namespace LinuxHost {
 /// Asks devices that may not answer, without ever waiting longer than a given time.
 ///
 /// A device is asked by one thread at a time, and at most `mostThreads` threads ask. They end when
-/// nothing is left to ask. One that waits for a device for ever is never ended: the kernel lets
-/// nobody. Such a device is not asked again, and not waited for, before its earlier answer is
+/// nothing is left to ask. One that waits for a device for ever is never ended, since nobody
+/// can. Such a device is not asked again, and not waited for, before its earlier answer is
 /// there. Any thread may call; the threads keep what they need alive.
 class DeviceWorkers {
  public:

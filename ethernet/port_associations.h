@@ -4,6 +4,7 @@
 
 #include "cmpi/cmpi_instance.h"
 #include "ethernet/port_paths.h"
+#include "framework/rows.h"
 #include "platform/pnic.h"
 
 namespace EthernetProvider {
@@ -21,17 +22,9 @@ struct PortAssociation {
   std::string (*systemCreationClassName)();
 };
 
-/// The table of them, in the order in which a port's associations are returned.
-struct PortAssociations {
-  const PortAssociation* first;
-  const PortAssociation* last;
-
-  const PortAssociation* begin() const { return first; }
-  const PortAssociation* end() const { return last; }
-};
-
-/// The rows stand beside the fill operations, in port_satellites.cpp.
-PortAssociations portAssociations();
+/// In the order in which a port's associations are returned. The rows stand beside the fill
+/// operations, in port_satellites.cpp.
+ORV::Rows<PortAssociation> portAssociations();
 
 /// A fresh association instance on a path without keys of its own: the port's role first, then the
 /// satellite's.

@@ -1,4 +1,3 @@
-#include <iterator>
 #include <string>
 
 #include "ethernet/ethernet_port_provider.h"
@@ -102,6 +101,6 @@ void EthernetPortProvider::fillEPFirmwareInstance(CmpiInstance& instance, Pnic* 
   });
 }
 
-PortAssociations portAssociations() { return {std::begin(kRows), std::end(kRows)}; }
+ORV::Rows<PortAssociation> portAssociations() { return kRows; }
 
 }  // namespace EthernetProvider

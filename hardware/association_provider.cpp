@@ -236,9 +236,10 @@ bool canBeResult(bool (*canBeEnd)(const HardwareClass*), const char* const* fore
   for (auto foreign = foreignClasses; *foreign != nullptr; ++foreign) {
     if (isResult(*foreign)) return true;
   }
-  return std::any_of(
-      kHardwareClasses.begin(), kHardwareClasses.end(),
-      [&](const HardwareClass& row) { return canBeEnd(&row) && isResult(row.className); });
+  const auto classes = hardwareClasses();
+  return std::any_of(classes.begin(), classes.end(), [&](const HardwareClass& row) {
+    return canBeEnd(&row) && isResult(row.className);
+  });
 }
 
 /// What the result class leaves of the places.
@@ -259,7 +260,7 @@ CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiRes
   // Of the system's parts only results are looked for; from a part, only those of its class.
   const Wanted isOfClass = isOneOfClasses(className, className);
   const Wanted& wanted = sameName(className.c_str(), kSystemClass) ? isResult : isOfClass;
-  for (const Association& association : kAssociations) {
+  for (const Association& association : associations()) {
     Places places = withRoles(association, placesOf(association, className), filters);
     if (!places.left && !places.right) continue;
     if (!isA(nameSpace, association.className, assocClass)) continue;

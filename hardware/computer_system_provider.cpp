@@ -39,7 +39,7 @@ bool isServed(const CmpiObjectPath& path) {
 /// The words of every element that is as bad as the worst, each after the element's name.
 Judgement worstOfAll() {
   Judgement worst;
-  for (const HardwareClass& row : kHardwareClasses) {
+  for (const HardwareClass& row : hardwareClasses()) {
     for (const Element& element : row.elements(Query{})) {
       const Judgement& judgement = element.judgement;
       if (judgement.health <= kOk || judgement.health < worst.health) continue;

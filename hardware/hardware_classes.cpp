@@ -166,10 +166,7 @@ std::vector<Battery> presentBatteries(const Query& query) {
   return present;
 }
 
-}  // namespace
-
-// In the order in which the health monitor polls them.
-const std::array<HardwareClass, 11> kHardwareClasses = {{
+constexpr HardwareClass kRows[] = {
     {kSensorClass, KeyKind::kDevice, elementsBy<sensors>},
     {kMemoryClass, KeyKind::kPhysical, elementsBy<memoryModules>},
     {kPowerSupplyClass, KeyKind::kDevice, elementsBy<powerSupplies>},
@@ -181,10 +178,14 @@ const std::array<HardwareClass, 11> kHardwareClasses = {{
     {kDiskClass, KeyKind::kDevice, elementsBy<disks>},
     {kStoragePortClass, KeyKind::kDevice, elementsBy<storagePorts>},
     {kPoolClass, KeyKind::kPool, elementsBy<pools>},
-}};
+};
+
+}  // namespace
+
+ORV::Rows<HardwareClass> hardwareClasses() { return kRows; }
 
 const HardwareClass* findHardwareClass(const std::string& className) {
-  for (const HardwareClass& row : kHardwareClasses) {
+  for (const HardwareClass& row : kRows) {
     if (ORV::sameName(className.c_str(), row.className)) return &row;
   }
   return nullptr;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <array>
 #include <string>
 #include <vector>
 
+#include "framework/rows.h"
 #include "hardware/element.h"
 
 /// The classes of elements, one row each.
@@ -35,7 +35,8 @@ constexpr const char* kVolumeClass = "Orvane_StorageVolume";
 constexpr const char* kExtentClass = "Orvane_StorageExtent";
 constexpr const char* kPortControllerClass = "Orvane_PortController";
 
-extern const std::array<HardwareClass, 11> kHardwareClasses;
+/// In the order in which the health monitor polls them.
+ORV::Rows<HardwareClass> hardwareClasses();
 
 /// The row of a class name in any case; null when it is not ours.
 const HardwareClass* findHardwareClass(const std::string& className);

@@ -39,7 +39,7 @@ bool isMonitored(const HardwareClass* row) {
 template <bool (*isPart)(const HardwareClass*)>
 std::vector<Pair> partsOfSystem(const Wanted& wanted) {
   std::vector<Pair> pairs;
-  for (const HardwareClass& row : kHardwareClasses) {
+  for (const HardwareClass& row : hardwareClasses()) {
     if (!isPart(&row) || !wanted(row.className)) continue;
     for (const Element& element : row.elements(kIdentities)) {
       pairs.push_back({End{}, End{&row, element.id}});
@@ -57,7 +57,7 @@ std::vector<Pair> memoryOfSystem(const Wanted& wanted) {
 /// A sensor belongs to the element that it names, or else to the system.
 std::vector<Pair> monitoredElements(const Wanted&) {
   std::map<std::string, const HardwareClass*> known;
-  for (const HardwareClass& row : kHardwareClasses) {
+  for (const HardwareClass& row : hardwareClasses()) {
     if (!isMonitored(&row)) continue;
     for (const Element& element : row.elements(kIdentities)) known.emplace(element.id, &row);
   }
@@ -94,9 +94,7 @@ std::vector<Pair> membersOfPools(const Wanted&) {
 constexpr const char* kForeignDevices[] = {"Orvane_EthernetPort", "Orvane_Processor", nullptr};
 constexpr const char* kNone[] = {nullptr};
 
-}  // namespace
-
-const std::array<Association, 6> kAssociations = {{
+constexpr Association kAssociations[] = {
     {"Orvane_SystemDevice", "GroupComponent", "PartComponent", isSystem, isDevice,
      partsOfSystem<isDevice>, kForeignDevices},
     {"Orvane_SystemPackaging", "Antecedent", "Dependent", isPhysical, isSystem, memoryOfSystem,
@@ -108,7 +106,11 @@ const std::array<Association, 6> kAssociations = {{
     {"Orvane_MediaPresent", "Antecedent", "Dependent", isDisk, isOnDisk, mediaOfDisks, kNone},
     {"Orvane_PoolComponent", "GroupComponent", "PartComponent", isPool, isExtent, membersOfPools,
      kNone},
-}};
+};
+
+}  // namespace
+
+ORV::Rows<Association> associations() { return kAssociations; }
 
 const Association* findAssociation(const std::string& className) {
   for (const Association& association : kAssociations) {

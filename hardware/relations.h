@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -42,7 +41,7 @@ struct Association {
   const char* const* foreignClasses;
 };
 
-extern const std::array<Association, 6> kAssociations;
+ORV::Rows<Association> associations();
 
 /// The association of a class name in any case; null when it is not ours.
 const Association* findAssociation(const std::string& className);

@@ -59,10 +59,8 @@ Program::Program(const std::vector<std::string>& arguments) {
 }
 
 Program::~Program() {
-  if (pid_ > 0) {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
+  signal(SIGKILL);
+  if (pid_ > 0) waitpid(pid_, nullptr, 0);
   closeEnd(out_);
   closeEnd(err_);
 }
@@ -86,13 +84,16 @@ bool Program::waitForOutput(const std::string& text, std::chrono::seconds limit)
   return true;
 }
 
-void Program::signal(int number) const { kill(pid_, number); }
+// One that has ended has no number any more; -1 would be every process of the machine.
+void Program::signal(int number) const {
+  if (pid_ > 0) kill(pid_, number);
+}
 
 Outcome Program::wait(std::chrono::seconds limit) {
   const Clock::time_point end = Clock::now() + limit;
   while (collect(end)) {
   }
-  if (out_ >= 0 || err_ >= 0) kill(pid_, SIGKILL);
+  if (out_ >= 0 || err_ >= 0) signal(SIGKILL);
   int status = 0;
   waitpid(pid_, &status, 0);
   pid_ = -1;

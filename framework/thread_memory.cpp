@@ -46,6 +46,7 @@ AttachedThreadMemory::AttachedThreadMemory(const CmpiContext& context)
     : context_(context), entry_(nullptr) {
   if (context.isNull() || context.getEnc()->ft == nullptr) return;
   const std::uintptr_t word = wordAfterTable(context.getEnc()->ft);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): looked at as a number until it is known to be code
   if (isCode(word)) entry_ = reinterpret_cast<Entry>(word);
 }
 

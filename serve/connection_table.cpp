@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace orv::serve {
@@ -52,8 +53,8 @@ void ConnectionTable::endAt(Connection* connection, Clock::time_point deadline) 
 }
 
 void ConnectionTable::runAt(Connection* connection, Clock::time_point deadline,
-                            std::function<void()> action) {
-  set(connection, deadline, false, std::move(action));
+                            std::function<bool()> action) {
+  set(connection, deadline, true, std::move(action));
 }
 
 void ConnectionTable::letGoOn(Connection* connection) {
@@ -62,6 +63,13 @@ void ConnectionTable::letGoOn(Connection* connection) {
 
 void ConnectionTable::abortAt(Connection* connection, Clock::time_point deadline) {
   set(connection, deadline, true, nullptr);
+}
+
+bool ConnectionTable::goesOn(Connection& connection) try {
+  const auto action = std::exchange(connection.atDeadline, nullptr);
+  return action && action();
+} catch (const std::exception&) {
+  return false;
 }
 
 /// The HTTP library sees it and cleans up.
@@ -74,7 +82,7 @@ void ConnectionTable::end(const Connection& connection) {
 }
 
 void ConnectionTable::set(Connection* connection, Clock::time_point deadline, bool abort,
-                          std::function<void()> action) {
+                          std::function<bool()> action) {
   const std::lock_guard<std::mutex> lock(mutex_);
   connection->deadline = deadline;
   connection->atDeadline = std::move(action);
@@ -98,11 +106,7 @@ void ConnectionTable::run() {
         continue;
       }
       connection.deadline = Clock::time_point::max();
-      if (const auto action = std::exchange(connection.atDeadline, nullptr)) {
-        action();
-      } else {
-        end(connection);
-      }
+      if (!goesOn(connection)) end(connection);
     }
     // A wait until the end of time overflows in some run-time libraries.
     changed_.wait_until(lock, std::min(wakeAt_, now + std::chrono::hours(1)));

@@ -33,7 +33,7 @@ class ConnectionTable {
     std::string address;     ///< of the client
     bool overLimit = false;  ///< to be refused
     Clock::time_point deadline = Clock::time_point::max();
-    std::function<void()> atDeadline;  ///< empty: the connection is ended
+    std::function<bool()> atDeadline;  ///< empty: the connection is ended
     bool abort = false;                ///< what it has not taken is thrown away then
   };
 
@@ -53,8 +53,9 @@ class ConnectionTable {
   void endAt(Connection* connection, Clock::time_point deadline);
   /// The same, and what the client has not taken by then does not wait for it in the kernel.
   void abortAt(Connection* connection, Clock::time_point deadline);
-  /// `action` runs once at `deadline`, in the table's thread and under its lock.
-  void runAt(Connection* connection, Clock::time_point deadline, std::function<void()> action);
+  /// `action` runs once at `deadline`, in the table's thread and under its lock. Where it answers
+  /// false or throws, the connection is ended as by `abortAt`.
+  void runAt(Connection* connection, Clock::time_point deadline, std::function<bool()> action);
   /// The connection may take as long as it likes.
   void letGoOn(Connection* connection);
 
@@ -62,7 +63,8 @@ class ConnectionTable {
 
  private:
   void set(Connection* connection, Clock::time_point deadline, bool abort,
-           std::function<void()> action);
+           std::function<bool()> action);
+  static bool goesOn(Connection& connection);
   static void end(const Connection& connection);
   void run();
 

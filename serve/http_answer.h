@@ -1,10 +1,13 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "serve/body_stream.h"
 
 /// What the HTTP server asks the rest of the service, and what it is answered.
 namespace orv::serve {
@@ -21,6 +24,9 @@ struct HttpAnswer {
   std::string body;
   std::string mediaType = "application/xml; charset=\"utf-8\"";
   std::vector<std::pair<std::string, std::string>> headers;  ///< besides Content-Type
+  /// Instead of `body`; null: there is none. It has ended, or nobody else holds it any more, when
+  /// the client has gone.
+  std::shared_ptr<BodyStream> stream = nullptr;
 };
 
 /// A request that only reads: GET, or HEAD, of which the server sends the head alone.

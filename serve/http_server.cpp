@@ -1,6 +1,8 @@
 #include "serve/http_server.h"
 
 #include <microhttpd.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
@@ -10,6 +12,7 @@
 #include <map>
 #include <mutex>
 #include <new>
+#include <set>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -324,8 +327,10 @@ struct HttpServer::Impl {
     bodies.give(std::exchange(exchange.bodyHeld, 0));
     if (exchange.delay.count() == 0) return handBack(connection, exchange);
     try {
-      table.runAt(exchange.place, Clock::now() + exchange.delay,
-                  [this, connection, &exchange] { handBack(connection, exchange); });
+      table.runAt(exchange.place, Clock::now() + exchange.delay, [this, connection, &exchange] {
+        handBack(connection, exchange);
+        return true;
+      });
     } catch (const std::bad_alloc&) {
       handBack(connection, exchange);
     }
@@ -363,21 +368,87 @@ struct HttpServer::Impl {
 
   static void release(void* text) { delete static_cast<std::string*>(text); }
 
+  /// A body that the library asks for when the client can take more. Lives as long as the response.
+  struct StreamReader : BodyStream::Reader {
+    StreamReader(Impl& owner, MHD_Connection* of, ConnectionTable::Connection* at,
+                 std::shared_ptr<BodyStream> body)
+        : server(owner), connection(of), place(at), stream(std::move(body)) {}
+    void pause() override { MHD_suspend_connection(connection); }
+    void goOn() override { MHD_resume_connection(connection); }
+
+    Impl& server;
+    MHD_Connection* const connection;
+    ConnectionTable::Connection* const place;
+    const std::shared_ptr<BodyStream> stream;
+  };
+
+  static ssize_t readStream(void* given, std::uint64_t, char* to, std::size_t size) try {
+    auto& reader = *static_cast<StreamReader*>(given);
+    Impl& server = reader.server;
+    // What is handed over now is to be taken before the next beat.
+    server.table.runAt(reader.place, Clock::now() + server.settings.limits.beatTime,
+                       [stream = reader.stream] { return stream->beat(); });
+    std::size_t taken = 0;
+    const BodyStream::State state = reader.stream->read(reader, to, size, taken);
+    if (state == BodyStream::State::kEnded) return MHD_CONTENT_READER_END_OF_STREAM;
+    return static_cast<ssize_t>(taken);
+  } catch (const std::exception&) {
+    return MHD_CONTENT_READER_END_WITH_ERROR;
+  }
+
+  static void endStream(void* given) {
+    const std::unique_ptr<StreamReader> reader(static_cast<StreamReader*>(given));
+    reader->stream->abandon();
+    const std::lock_guard<std::mutex> lock(reader->server.mutex);
+    reader->server.streams.erase(reader->stream);
+  }
+
+  MHD_Response* streamOf(MHD_Connection* connection, const Exchange& exchange) {
+    auto reader =
+        std::make_unique<StreamReader>(*this, connection, exchange.place, exchange.answer.stream);
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (stopping) return nullptr;
+    constexpr std::size_t kPieceBytes = 4096;
+    streams.insert(reader->stream);
+    MHD_Response* response = MHD_create_response_from_callback(
+        MHD_SIZE_UNKNOWN, kPieceBytes, &readStream, reader.get(), &endStream);
+    if (response == nullptr) {
+      streams.erase(reader->stream);
+      return nullptr;
+    }
+    reader.release();
+    noticeDeath(exchange.place->socket);
+    return response;
+  }
+
+  /// The kernel gives up on a client that acknowledges nothing for so long.
+  static void noticeDeath(int socket) {
+    constexpr unsigned kMilliseconds = 60'000;
+    ::setsockopt(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, &kMilliseconds, sizeof kMilliseconds);
+  }
+
+  MHD_Response* bodyOf(Exchange& exchange) {
+    auto body = std::make_unique<std::string>(std::move(exchange.answer.body));
+    std::string* text = body.get();
+    const auto inTime = milliseconds(1000 * text->size() / settings.limits.writeBytesPerSecond);
+    MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
+        text->size(), text->data(), &release, text);
+    if (response == nullptr) return nullptr;
+    body.release();
+    if (exchange.place != nullptr) {
+      table.abortAt(exchange.place, Clock::now() + settings.limits.writeTime + inTime);
+    }
+    return response;
+  }
+
   MHD_Result send(MHD_Connection* connection, Exchange& exchange) {
     if (exchange.refusal == 0 && !answers.take(exchange.answer.body.size())) exchange.refusal = 503;
     if (exchange.refusal == 0) exchange.answerHeld = exchange.answer.body.size();
     if (exchange.refusal != 0) exchange.answer = refusalAnswer(exchange);
-    auto body = std::make_unique<std::string>(std::move(exchange.answer.body));
-    std::string* text = body.get();
-    MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
-        text->size(), text->data(), &release, text);
+    MHD_Response* response =
+        exchange.answer.stream != nullptr ? streamOf(connection, exchange) : bodyOf(exchange);
     if (response == nullptr) return MHD_NO;
-    body.release();
     addHeaders(response, exchange);
-    const auto inTime = milliseconds(1000 * text->size() / settings.limits.writeBytesPerSecond);
-    if (exchange.place != nullptr) {
-      table.abortAt(exchange.place, Clock::now() + settings.limits.writeTime + inTime);
-    }
     const MHD_Result queued =
         MHD_queue_response(connection, static_cast<unsigned>(exchange.answer.status), response);
     MHD_destroy_response(response);
@@ -458,9 +529,9 @@ struct HttpServer::Impl {
   void stop() {
     if (daemon == nullptr) return;
     MHD_quiesce_daemon(daemon);  // the listening socket stays open until the end
+    endStreams();
     {
       std::unique_lock<std::mutex> lock(mutex);
-      stopping = true;
       changed.wait_for(lock, settings.limits.stopTime, [this] { return underWay == 0; });
     }
     workers.reset();
@@ -468,6 +539,17 @@ struct HttpServer::Impl {
     MHD_stop_daemon(daemon);
     daemon = nullptr;
     socket.reset();
+  }
+
+  /// From here on no stream begins.
+  void endStreams() {
+    std::set<std::shared_ptr<BodyStream>> all;
+    {
+      const std::lock_guard<std::mutex> lock(mutex);
+      stopping = true;
+      all = streams;
+    }
+    for (const auto& stream : all) stream->end();
   }
 
   /// What no worker began, or what waits to be told of a wrong password.
@@ -488,9 +570,10 @@ struct HttpServer::Impl {
   Budget bodies;
   Budget answers;
   ConnectionTable table;
-  std::mutex mutex;  // guards suspended, underWay and the change of stopping
+  std::mutex mutex;  // guards suspended, streams, underWay and the change of stopping
   std::condition_variable changed;
   std::map<MHD_Connection*, Exchange*> suspended;  // with a worker, or waiting for one
+  std::set<std::shared_ptr<BodyStream>> streams;   // that clients listen to
   std::size_t underWay = 0;                        // exchanges from there to their answer's end
   std::atomic<bool> stopping{false};
   std::unique_ptr<WorkerPool> workers;

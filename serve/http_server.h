@@ -27,7 +27,9 @@ struct HttpLimits {
   std::chrono::milliseconds idleTime{15'000};     ///< until the first line, TLS included
   std::chrono::milliseconds writeTime{30'000};    ///< for a client to take a response, and beyond
   std::size_t writeBytesPerSecond = 16U * 1024;   ///< that, at this rate
-  std::chrono::milliseconds stopTime{3'000};      ///< for requests under way, when the server stops
+  /// How often a client that listens to a stream hears that the server is there.
+  std::chrono::milliseconds beatTime{15'000};
+  std::chrono::milliseconds stopTime{3'000};  ///< for requests under way, when the server stops
 };
 
 struct HttpSettings {

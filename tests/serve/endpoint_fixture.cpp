@@ -38,10 +38,18 @@ std::string namespacePath(const std::string& nameSpace) {
   return path + "</LOCALNAMESPACEPATH>";
 }
 
+}  // namespace
+
+std::shared_ptr<const broker::ClassRepository> servedClasses() {
+  return readClasses(std::string(ORV_SOURCE_DIR) + "/schema", kAlertMof);
+}
+
+namespace {
+
 broker::Broker::Options brokerOptions() {
   const std::string schema = std::string(ORV_SOURCE_DIR) + "/schema";
   broker::Broker::Options options;
-  options.namespaces["root/cimv2"] = readClasses(schema, kAlertMof);
+  options.namespaces["root/cimv2"] = servedClasses();
   options.namespaces["root/interop"] = readClasses(schema + "/interop", "");
   options.registration = broker::readRegistrationFile(schema + "/orvprovider.reg");
   options.libraries["orvprovider"] = ORV_SIMULATED_LIBRARY;
@@ -153,11 +161,13 @@ std::string textOf(const pugi::xml_node& node) {
   return text.str();
 }
 
-ServedLibrary::ServedLibrary(serve::Endpoint::Settings settings, const std::string& host)
+ServedLibrary::ServedLibrary(serve::Endpoint::Settings settings, const std::string& host,
+                             const Prepare& prepare)
     : host_(host.empty() ? fileText(ORV_SOURCE_DIR "/tests/hosts/example.json") : host) {
   broker::Broker::Options options = brokerOptions();
   const auto namespaces = options.namespaces;
   broker_ = std::make_unique<broker::TestBroker>(std::move(options));
+  if (prepare) prepare(*broker_, settings);
   if (settings.host.empty()) settings.host = "serving-host";
   endpoint_ = std::make_unique<serve::Endpoint>(*broker_, namespaces, settings);
   serve::ListenSocket socket(serve::ListenAddress{"127.0.0.1", 0});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
@@ -44,9 +45,15 @@ std::string listParameter(const std::string& name, const std::vector<std::string
 /// An element as it stands in a document.
 std::string textOf(const pugi::xml_node& node);
 
+/// The classes of root/cimv2 that a ServedLibrary has.
+std::shared_ptr<const broker::ClassRepository> servedClasses();
+
 class ServedLibrary {
  public:
-  explicit ServedLibrary(serve::Endpoint::Settings settings = {}, const std::string& host = "");
+  /// Adds to the settings what needs the broker, such as routes.
+  using Prepare = std::function<void(broker::TestBroker&, serve::Endpoint::Settings&)>;
+  explicit ServedLibrary(serve::Endpoint::Settings settings = {}, const std::string& host = "",
+                         const Prepare& prepare = nullptr);
   ~ServedLibrary();
   ServedLibrary(const ServedLibrary&) = delete;
   ServedLibrary& operator=(const ServedLibrary&) = delete;

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -18,7 +19,11 @@
 #include "serve/endpoint.h"
 #include "serve/log.h"
 #include "tool/errors.h"
+#include "tool/locations.h"
 #include "tool/start_lines.h"
+#include "web/events.h"
+#include "web/json_interface.h"
+#include "web/page_files.h"
 
 namespace orv::daemon {
 namespace {
@@ -126,6 +131,26 @@ serve::Endpoint::Settings settingsOf(const Options& options) {
   return settings;
 }
 
+/// None in a namespace in which nothing is served.
+std::shared_ptr<const broker::ClassRepository> classesOf(const tool::Session& session,
+                                                         const std::string& nameSpace) {
+  const auto found = session.namespaces().find(nameSpace);
+  if (found == session.namespaces().end()) return std::make_shared<broker::ClassRepository>();
+  return found->second;
+}
+
+std::vector<std::string> indicationClasses(const tool::Session& session) {
+  std::vector<std::string> names;
+  for (const broker::RegistrationSection& section : session.registration()) {
+    if (section.indication) names.push_back(section.className);
+  }
+  return names;
+}
+
+void append(std::vector<serve::GetRoute>& routes, std::vector<serve::GetRoute> more) {
+  std::move(more.begin(), more.end(), std::back_inserter(routes));
+}
+
 /// Tells the system's manager that we are alive, as often as it wants to hear it.
 class Watchdog {
  public:
@@ -193,6 +218,11 @@ void serve(const Options& options) {
   settings.http.authenticator = authenticator.get();
   metrics::HeartbeatWatch heartbeats(subscribingTo(session.broker()), options.nameSpace);
   settings.routes = {metricsRoute(session.broker(), options.nameSpace, heartbeats)};
+  const web::Host host{session.broker(), classesOf(session, options.nameSpace), options.nameSpace};
+  web::Events events(host, indicationClasses(session));
+  append(settings.routes, web::jsonRoutes(host));
+  append(settings.routes, web::pageRoutes({tool::defaultPage()}));
+  settings.routes.push_back(events.route());
   const std::string url = (credentials != nullptr ? "https://" : "http://") + socket.authority();
   serve::Endpoint endpoint(session.broker(), session.namespaces(), settings);
   endpoint.start(std::move(socket));

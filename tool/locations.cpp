@@ -65,6 +65,11 @@ std::string defaultSchema() {
                          {"../" ORV_INSTALL_DATADIR "/orvprovider/schema"});
 }
 
+std::string defaultPage() {
+  std::string tried;
+  return firstOf({"../" ORV_INSTALL_DATADIR "/orvprovider/page"}, tried);
+}
+
 std::string defaultDaemon() {
   return firstThatExists("the daemon orvcimd", nullptr, {"../sbin/orvcimd", "orvcimd"});
 }

@@ -17,4 +17,7 @@ std::string defaultDaemon();
 /// installed.
 std::string defaultHostLibrary(bool simulated);
 
+/// Directory of the page that the service shows to browsers; empty where it is not installed.
+std::string defaultPage();
+
 }  // namespace orv::tool

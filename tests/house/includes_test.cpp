@@ -39,9 +39,10 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"metrics", {"cimxml", "broker", "cmpi/abi"}},
     {"notation", {"broker", "cmpi/abi"}},
     {"serve", {"metrics", "cimxml", "broker", "cmpi/abi"}},
+    {"web", {"serve", "notation", "broker", "cmpi/abi"}},
     // platform/simulated: the host file's parser
     {"tool", {"metrics", "notation", "broker", "cmpi/abi", "platform/simulated"}},
-    {"daemon", {"tool", "serve", "metrics", "broker", "cmpi/abi"}},
+    {"daemon", {"tool", "web", "serve", "metrics", "broker", "cmpi/abi"}},
 };
 
 // These may include anything; nothing above may include them.

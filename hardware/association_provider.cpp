@@ -11,7 +11,6 @@
 #include "framework/text.h"
 #include "hardware/hardware_paths.h"
 #include "hardware/relations.h"
-#include "platform/computer_system.h"
 
 namespace Hardware {
 namespace {
@@ -40,9 +39,6 @@ class AssociationProvider : public virtual CmpiInstanceMI, public virtual OMC::S
                           const char* resultRole) override;
 
  private:
-  ScopingSystem scopingSystem(const CmpiContext& context) const {
-    return {OMC::getComputerSystemClassName(), OMC::getComputerSystemName(context, broker)};
-  }
   template <typename Visit>
   void forEachLink(const CmpiContext& context, const std::string& nameSpace,
                    const Association& association, const Wanted& wanted, Visit visit) const;
@@ -52,7 +48,8 @@ class AssociationProvider : public virtual CmpiInstanceMI, public virtual OMC::S
                           const CmpiObjectPath& system, Visit visit) const;
 };
 
-CmpiObjectPath pathOf(const End& end, const std::string& nameSpace, const ScopingSystem& system) {
+CmpiObjectPath pathOf(const End& end, const std::string& nameSpace,
+                      const ORV::ScopingKeys& system) {
   return end.isSystem() ? systemPath(nameSpace, system)
                         : elementPath(nameSpace, system, *end.row, end.id);
 }
@@ -65,7 +62,7 @@ template <typename Visit>
 void AssociationProvider::forEachLink(const CmpiContext& context, const std::string& nameSpace,
                                       const Association& association, const Wanted& wanted,
                                       Visit visit) const {
-  const ScopingSystem system = scopingSystem(context);
+  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
   for (const Pair& pair : association.pairs(wanted)) {
     leavingOutUncarriable([&] {
       visit(pathOf(pair.left, nameSpace, system), pathOf(pair.right, nameSpace, system));

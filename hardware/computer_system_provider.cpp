@@ -9,7 +9,6 @@
 #include "framework/text.h"
 #include "hardware/hardware_classes.h"
 #include "hardware/hardware_paths.h"
-#include "platform/computer_system.h"
 
 namespace Hardware {
 namespace {
@@ -25,11 +24,6 @@ class ComputerSystemProvider : public CmpiInstanceMI {
                            const CmpiObjectPath& path, const char** properties) override;
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
                          const char** properties) override;
-
- private:
-  ScopingSystem scopingSystem(const CmpiContext& context) const {
-    return {OMC::getComputerSystemClassName(), OMC::getComputerSystemName(context, broker)};
-  }
 };
 
 bool isServed(const CmpiObjectPath& path) {
@@ -92,17 +86,17 @@ std::string captionOf(const System& facts) {
   return caption.substr(0, size);
 }
 
-CmpiInstance systemInstance(const std::string& nameSpace, const ScopingSystem& system,
+CmpiInstance systemInstance(const std::string& nameSpace, const ORV::ScopingKeys& system,
                             const char** properties) {
   constexpr CMPIUint16 kEnabled = 2;
   constexpr CMPIUint16 kNotApplicable = 12;
   CmpiInstance instance(systemPath(nameSpace, system));
   const char* keys[] = {"CreationClassName", "Name", nullptr};
   instance.setPropertyFilter(properties, keys);
-  instance.setProperty("CreationClassName", system.className.c_str());
-  instance.setProperty("Name", system.name.c_str());
+  instance.setProperty("CreationClassName", system.systemCreationClassName.c_str());
+  instance.setProperty("Name", system.systemName.c_str());
   const System facts = Hardware::system();
-  instance.setProperty("ElementName", system.name.c_str());
+  instance.setProperty("ElementName", system.systemName.c_str());
   instance.setProperty("Caption", captionOf(facts).c_str());
   instance.setProperty("NameFormat", "HostName");
   instance.setProperty("EnabledState", kEnabled);
@@ -115,7 +109,7 @@ CmpiInstance systemInstance(const std::string& nameSpace, const ScopingSystem& s
 CmpiStatus ComputerSystemProvider::enumInstanceNames(const CmpiContext& context, CmpiResult& result,
                                                      const CmpiObjectPath& path) {
   if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
-  result.returnData(systemPath(ORV::nameSpaceOf(path), scopingSystem(context)));
+  result.returnData(systemPath(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker)));
   result.returnDone();
   return CMPI_RC_OK;
 }
@@ -124,23 +118,24 @@ CmpiStatus ComputerSystemProvider::enumInstances(const CmpiContext& context, Cmp
                                                  const CmpiObjectPath& path,
                                                  const char** properties) {
   if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
-  result.returnData(systemInstance(ORV::nameSpaceOf(path), scopingSystem(context), properties));
+  result.returnData(
+      systemInstance(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker), properties));
   result.returnDone();
   return CMPI_RC_OK;
 }
 
 /// A host name is the same in any case.
-bool namesThisSystem(const CmpiObjectPath& path, const ScopingSystem& system) {
+bool namesThisSystem(const CmpiObjectPath& path, const ORV::ScopingKeys& system) {
   const CmpiData name = path.getKey("Name");
   if (name.getType() != CMPI_string && name.getType() != CMPI_chars) return false;
-  return ORV::sameName(ORV::textOf(name).value_or("").c_str(), system.name.c_str());
+  return ORV::sameName(ORV::textOf(name).value_or("").c_str(), system.systemName.c_str());
 }
 
 CmpiStatus ComputerSystemProvider::getInstance(const CmpiContext& context, CmpiResult& result,
                                                const CmpiObjectPath& path,
                                                const char** properties) {
   if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
-  const ScopingSystem system = scopingSystem(context);
+  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
   if (!namesThisSystem(path, system)) return CMPI_RC_ERR_NOT_FOUND;
   result.returnData(systemInstance(ORV::nameSpaceOf(path), system, properties));
   result.returnDone();

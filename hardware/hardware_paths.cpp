@@ -12,11 +12,11 @@ namespace {
 using Keys = std::vector<std::pair<const char*, std::string>>;
 
 /// The last key is the element's own.
-Keys keysOf(const ScopingSystem& system, const HardwareClass& row, const std::string& id) {
+Keys keysOf(const ORV::ScopingKeys& system, const HardwareClass& row, const std::string& id) {
   switch (row.keys) {
     case KeyKind::kDevice:
-      return {{"SystemCreationClassName", system.className},
-              {"SystemName", system.name},
+      return {{"SystemCreationClassName", system.systemCreationClassName},
+              {"SystemName", system.systemName},
               {"CreationClassName", row.className},
               {"DeviceID", id}};
     case KeyKind::kPhysical:
@@ -56,18 +56,19 @@ void setValue(CmpiInstance& instance, const char* name, Number number) {
 
 }  // namespace
 
-CmpiObjectPath systemPath(const std::string& nameSpace, const ScopingSystem& system) {
-  return pathWith(nameSpace, kSystemClass,
-                  {{"CreationClassName", system.className}, {"Name", system.name}});
+CmpiObjectPath systemPath(const std::string& nameSpace, const ORV::ScopingKeys& system) {
+  return pathWith(
+      nameSpace, kSystemClass,
+      {{"CreationClassName", system.systemCreationClassName}, {"Name", system.systemName}});
 }
 
-CmpiObjectPath elementPath(const std::string& nameSpace, const ScopingSystem& system,
+CmpiObjectPath elementPath(const std::string& nameSpace, const ORV::ScopingKeys& system,
                            const HardwareClass& row, const std::string& id) {
   return pathWith(nameSpace, row.className, keysOf(system, row, id));
 }
 
 std::string idOf(const CmpiObjectPath& path, const HardwareClass& row,
-                 const ScopingSystem& system) {
+                 const ORV::ScopingKeys& system) {
   const Keys keys = keysOf(system, row, "");
   const std::optional<std::string> id = textKey(path, keys.back().first);
   if (!id) return "";
@@ -94,7 +95,7 @@ void setHealth(CmpiInstance& instance, const Judgement& judgement) {
   if (!judgement.words.empty()) setTexts(instance, "StatusDescriptions", judgement.words);
 }
 
-CmpiInstance elementInstance(const std::string& nameSpace, const ScopingSystem& system,
+CmpiInstance elementInstance(const std::string& nameSpace, const ORV::ScopingKeys& system,
                              const HardwareClass& row, const Element& element,
                              const char** properties) {
   const Keys keys = keysOf(system, row, element.id);

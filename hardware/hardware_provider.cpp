@@ -7,7 +7,6 @@
 #include "framework/text.h"
 #include "hardware/hardware_classes.h"
 #include "hardware/hardware_paths.h"
-#include "platform/computer_system.h"
 
 namespace Hardware {
 namespace {
@@ -23,11 +22,6 @@ class HardwareProvider : public CmpiInstanceMI {
                            const CmpiObjectPath& path, const char** properties) override;
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
                          const char** properties) override;
-
- private:
-  ScopingSystem scopingSystem(const CmpiContext& context) const {
-    return {OMC::getComputerSystemClassName(), OMC::getComputerSystemName(context, broker)};
-  }
 };
 
 const HardwareClass* requestedClass(const CmpiObjectPath& path) {
@@ -39,7 +33,7 @@ CmpiStatus HardwareProvider::enumInstanceNames(const CmpiContext& context, CmpiR
   const HardwareClass* row = requestedClass(path);
   if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
   const std::string nameSpace = ORV::nameSpaceOf(path);
-  const ScopingSystem system = scopingSystem(context);
+  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
   for (const Element& element : row->elements(Query{false, ""})) {
     result.returnData(elementPath(nameSpace, system, *row, element.id));
   }
@@ -52,7 +46,7 @@ CmpiStatus HardwareProvider::enumInstances(const CmpiContext& context, CmpiResul
   const HardwareClass* row = requestedClass(path);
   if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
   const std::string nameSpace = ORV::nameSpaceOf(path);
-  const ScopingSystem system = scopingSystem(context);
+  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
   for (const Element& element : row->elements(Query{})) {
     result.returnData(elementInstance(nameSpace, system, *row, element, properties));
   }
@@ -64,7 +58,7 @@ CmpiStatus HardwareProvider::getInstance(const CmpiContext& context, CmpiResult&
                                          const CmpiObjectPath& path, const char** properties) {
   const HardwareClass* row = requestedClass(path);
   if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const ScopingSystem system = scopingSystem(context);
+  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
   const std::string id = idOf(path, *row, system);
   if (id.empty()) return CMPI_RC_ERR_NOT_FOUND;
   const std::vector<Element> elements = row->elements(Query{true, id});

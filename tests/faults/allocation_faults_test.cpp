@@ -1,4 +1,4 @@
-// Every allocation of the library fails in turn, in every operation of every class of both
+// Every allocation of the library fails in turn, in every operation of every class of all
 // libraries. A status is the answer, the process lives, and the next request is answered as ever.
 
 #include <cstdio>
@@ -13,10 +13,12 @@ using AllocationFaults = Faults;
 
 TEST_P(AllocationFaults, EveryAllocationFailsInTurn) {
   watchAllocationsOf(GetParam().file);
+  const Sample sample(GetParam().isHost ? 32 : 1);  // a host's hardware is thousands of texts
   std::size_t points = 0;
   const std::size_t live = broker::TestBroker::liveObjects();
   for (const NamedOperation& operation : operations_) {
     for (std::size_t number = 0;; ++number) {
+      if (!sample.holds(number)) continue;
       sayOnCrash(operation.name, number);
       bool happened = false;
       CMPIrc rc = CMPI_RC_OK;
@@ -32,11 +34,11 @@ TEST_P(AllocationFaults, EveryAllocationFailsInTurn) {
     }
   }
   std::printf("%zu allocations failed in %zu operations\n", points, operations_.size());
-  EXPECT_GT(points, operations_.size());
+  EXPECT_GT(points, GetParam().isHost ? 100U : operations_.size());
   EXPECT_EQ(broker::TestBroker::liveObjects(), live);
 }
 
-INSTANTIATE_TEST_SUITE_P(Libraries, AllocationFaults, bothLibraries(), productName);
+INSTANTIATE_TEST_SUITE_P(Libraries, AllocationFaults, allLibraries(), productName);
 
 }  // namespace
 }  // namespace orv::test

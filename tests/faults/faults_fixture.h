@@ -16,15 +16,26 @@ namespace orv::test {
 struct Product {
   const char* name;
   const char* file;
+  bool isHost;  ///< that of the computer system and its hardware
 };
+
+inline std::unique_ptr<LoadedLibrary> load(const Product& product) {
+  return product.isHost ? std::make_unique<LoadedLibrary>("", product.file)
+                        : std::make_unique<LoadedLibrary>(product.file);
+}
+
+inline std::string registrationOf(const Product& product) {
+  return std::string(ORV_SOURCE_DIR) +
+         (product.isHost ? "/schema/host/orvhost.reg" : "/schema/orvprovider.reg");
+}
 
 /// A library, loaded, with what it answers when nothing fails.
 class Faults : public testing::TestWithParam<Product> {
  protected:
   void SetUp() override {
     setenv("ORV_HOST_FILE", ORV_SOURCE_DIR "/tests/hosts/example.json", 1);
-    library_ = std::make_unique<LoadedLibrary>(GetParam().file);
-    operations_ = everyOperation(**library_);
+    library_ = load(GetParam());
+    operations_ = everyOperation(**library_, registrationOf(GetParam()));
     ASSERT_GT(operations_.size(), 50U);
   }
 
@@ -38,9 +49,11 @@ inline std::string productName(const testing::TestParamInfo<Product>& product) {
   return product.param.name;
 }
 
-inline auto bothLibraries() {
-  return testing::Values(Product{"ThisHost", ORV_REAL_LIBRARY},
-                         Product{"SimulatedHost", ORV_SIMULATED_LIBRARY});
+inline auto allLibraries() {
+  return testing::Values(Product{"ThisHost", ORV_REAL_LIBRARY, false},
+                         Product{"SimulatedHost", ORV_SIMULATED_LIBRARY, false},
+                         Product{"ThisHostsHardware", ORV_HOST_LIBRARY, true},
+                         Product{"SimulatedHardware", ORV_SIMULATED_HOST_LIBRARY, true});
 }
 
 }  // namespace orv::test

@@ -94,7 +94,7 @@ TEST_P(Faults, NeitherSysNorProcIsThere) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Libraries, Faults, bothLibraries(), productName);
+INSTANTIATE_TEST_SUITE_P(Libraries, Faults, allLibraries(), productName);
 
 }  // namespace
 }  // namespace orv::test

@@ -49,17 +49,6 @@ Request requestOf(Operation operation, const ObjectPath& path) {
   return request;
 }
 
-std::vector<std::string> registeredClasses() {
-  std::vector<std::string> classes;
-  for (const auto& section :
-       broker::readRegistrationFile(std::string(ORV_SOURCE_DIR) + "/schema/orvprovider.reg")) {
-    const bool isKnown =
-        std::find(classes.begin(), classes.end(), section.className) != classes.end();
-    if (!isKnown && (section.instance || section.association)) classes.push_back(section.className);
-  }
-  return classes;
-}
-
 long daysOfLastCommit() {
   const Outcome outcome =
       run({"/usr/bin/env", "git", "-C", ORV_SOURCE_DIR, "log", "-1", "--format=%ct"});
@@ -82,7 +71,18 @@ void tell(int number) {
 
 }  // namespace
 
-std::vector<NamedOperation> everyOperation(broker::TestBroker& broker) {
+std::vector<std::string> registeredClasses(const std::string& registrationFile) {
+  std::vector<std::string> classes;
+  for (const auto& section : broker::readRegistrationFile(registrationFile)) {
+    const bool isKnown =
+        std::find(classes.begin(), classes.end(), section.className) != classes.end();
+    if (!isKnown && (section.instance || section.association)) classes.push_back(section.className);
+  }
+  return classes;
+}
+
+std::vector<NamedOperation> everyOperation(broker::TestBroker& broker,
+                                           const std::string& registrationFile) {
   std::vector<NamedOperation> all;
   const auto add = [&](const OperationName& operation, const ObjectPath& path,
                        const std::string& object) {
@@ -93,7 +93,7 @@ std::vector<NamedOperation> everyOperation(broker::TestBroker& broker) {
     named.objects = response.instances.size() + response.paths.size();
     all.push_back(std::move(named));
   };
-  for (const std::string& name : registeredClasses()) {
+  for (const std::string& name : registeredClasses(registrationFile)) {
     ObjectPath path;
     path.nameSpace = "root/cimv2";
     path.className = name;

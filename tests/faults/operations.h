@@ -16,9 +16,13 @@ struct NamedOperation {
   std::size_t objects = 0;
 };
 
-/// Every operation of every registered class but the indications; those on one object are asked for
-/// the first one of the class, and for one that does not exist.
-std::vector<NamedOperation> everyOperation(broker::TestBroker& broker);
+/// Every operation of every class of a registration but the indications; those on one object are
+/// asked for the first one of the class, and for one that does not exist.
+std::vector<NamedOperation> everyOperation(broker::TestBroker& broker,
+                                           const std::string& registrationFile);
+
+/// The classes of a registration that have instances or are associations.
+std::vector<std::string> registeredClasses(const std::string& registrationFile);
 
 /// Whether a status is one that a client may get: a CIM status, or the system's.
 bool isStatus(CMPIrc rc);

@@ -27,10 +27,10 @@ inline broker::ClassRepository bothSchemas() {
 
 class LoadedLibrary {
  public:
-  explicit LoadedLibrary(const std::string& libraryFile) : broker_(options(libraryFile)) {}
-  /// With the second library, of the computer system and its hardware.
-  LoadedLibrary(const std::string& libraryFile, const std::string& hostLibraryFile)
-      : broker_(bothOptions(libraryFile, hostLibraryFile)) {}
+  /// Without a file its classes are not served. The second file is the library of the computer
+  /// system and its hardware.
+  explicit LoadedLibrary(const std::string& libraryFile, const std::string& hostLibraryFile = "")
+      : broker_(options(libraryFile, hostLibraryFile)) {}
   /// Stops the library's threads; the library itself stays.
   ~LoadedLibrary() { broker_.shutdown(); }
   LoadedLibrary(const LoadedLibrary&) = delete;
@@ -40,27 +40,22 @@ class LoadedLibrary {
   broker::TestBroker* operator->() { return &broker_; }
 
  private:
-  static std::string schema() { return std::string(ORV_SOURCE_DIR) + "/schema"; }
-
-  static broker::Broker::Options options(const std::string& libraryFile) {
+  static broker::Broker::Options options(const std::string& libraryFile,
+                                         const std::string& hostLibraryFile) {
+    const std::string schema = std::string(ORV_SOURCE_DIR) + "/schema";
     broker::Broker::Options options;
-    options.namespaces["root/cimv2"] =
-        std::make_shared<const broker::ClassRepository>(broker::loadSchema(schema()));
-    options.registration = broker::readRegistrationFile(schema() + "/orvprovider.reg");
-    options.libraryFile = libraryFile;
-    return options;
-  }
-
-  static broker::Broker::Options bothOptions(const std::string& libraryFile,
-                                             const std::string& hostLibraryFile) {
-    broker::Broker::Options options;
-    options.namespaces["root/cimv2"] =
-        std::make_shared<const broker::ClassRepository>(bothSchemas());
-    options.registration = broker::readRegistrationFile(schema() + "/orvprovider.reg");
-    for (auto& section : broker::readRegistrationFile(schema() + "/host/orvhost.reg")) {
-      options.registration.push_back(std::move(section));
-    }
-    options.libraries = {{"orvprovider", libraryFile}, {"orvhost", hostLibraryFile}};
+    options.namespaces["root/cimv2"] = std::make_shared<const broker::ClassRepository>(
+        hostLibraryFile.empty() ? broker::loadSchema(schema) : bothSchemas());
+    const auto add = [&](const std::string& location, const std::string& file,
+                         const std::string& registration) {
+      if (file.empty()) return;
+      options.libraries[location] = file;
+      for (auto& section : broker::readRegistrationFile(registration)) {
+        options.registration.push_back(std::move(section));
+      }
+    };
+    add("orvprovider", libraryFile, schema + "/orvprovider.reg");
+    add("orvhost", hostLibraryFile, schema + "/host/orvhost.reg");
     return options;
   }
 

@@ -82,6 +82,7 @@ std::optional<BlockDevice> readDevice(const std::string& directory, const std::s
     device.parent = std::string(baseName(std::string_view(device.path).substr(0, end)));
   }
   device.disk = device.parent.empty() && !isMadeOfOthers(name);
+  if (device.disk) device.hardware = resolved(device.path + "/device");
   device.noted = lookup(device.number);
   device.id = device.disk ? diskId(device) : otherId(device);
   return device;

@@ -21,6 +21,7 @@ UdevProperties udevProperties(const std::string& number);
 struct BlockDevice {
   std::string name;      ///< sda, sda1, nvme0n1, dm-0, md0
   std::string path;      ///< of its directory in sysfs, all links resolved
+  std::string hardware;  ///< that of the device which it is on; empty for partitions and others
   std::string number;    ///< major:minor
   std::string parent;    ///< name of the disk that a partition is of; empty otherwise
   std::string id;        ///< stable identity; the name where the device has none

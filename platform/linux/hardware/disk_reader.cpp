@@ -16,8 +16,8 @@ bool isDigits(const std::string& text) {
 
 /// Directory of the NVMe controller behind a namespace: its device, or, below a subsystem with
 /// several paths, the first controller there. Empty for other disks.
-std::string nvmeController(const std::string& diskPath) {
-  const std::string device = resolved(diskPath + "/device");
+std::string nvmeController(const BlockDevice& disk) {
+  const std::string& device = disk.hardware;
   const std::string name(baseName(device));
   if (beginsWith(name, "nvme-subsys")) {
     for (const std::string& entry : entriesOf(device)) {
@@ -50,8 +50,8 @@ std::string firstGiven(std::string text, const std::string& otherwise) {
 
 /// What the kernel has at hand.
 Disk identityOf(const BlockDevice& device) {
-  const std::string hardware = resolved(device.path + "/device");
-  const std::string controller = nvmeController(device.path);
+  const std::string& hardware = device.hardware;
+  const std::string controller = nvmeController(device);
   const std::string& source = controller.empty() ? hardware : controller;
   Disk disk;
   disk.id = device.id;
@@ -80,8 +80,8 @@ using Question = DeviceWorkers::Question<Disk>;
 
 /// What is to be asked of the disk itself; nothing for a kind that has no health of its own.
 std::function<Disk()> questionTo(const HostPaths& paths, const BlockDevice& device, Disk disk) {
-  const std::string hardware = resolved(device.path + "/device");
-  const std::string controller = nvmeController(device.path);
+  const std::string& hardware = device.hardware;
+  const std::string controller = nvmeController(device);
   if (!controller.empty()) {
     const std::string file = paths.dev + "/" + std::string(baseName(controller));
     return [file, disk]() mutable {
@@ -101,8 +101,8 @@ std::function<Disk()> questionTo(const HostPaths& paths, const BlockDevice& devi
 
 /// Suspended is the disk's device, or the NVMe controller's on its bus.
 bool sleeps(const BlockDevice& device) {
-  const std::string controller = nvmeController(device.path);
-  return controller.empty() ? isSuspended(resolved(device.path + "/device"))
+  const std::string controller = nvmeController(device);
+  return controller.empty() ? isSuspended(device.hardware)
                             : isSuspended(resolved(controller + "/device"));
 }
 
@@ -126,7 +126,7 @@ std::vector<Disk> readDisks(const HostPaths& paths, const BlockDevices& devices,
   std::vector<std::size_t> positions;
   std::vector<Question> questions;
   for (const BlockDevice& device : devices.all()) {
-    if (!device.disk || resolved(device.path + "/device").empty()) continue;
+    if (device.hardware.empty()) continue;
     disks.push_back(identityOf(device));
     const bool wanted = query.onlyId.empty() || query.onlyId == device.id;
     if (!query.health || !wanted || !isReachable(disks.back())) continue;
@@ -143,9 +143,9 @@ std::vector<Disk> readDisks(const HostPaths& paths, const BlockDevices& devices,
   return disks;
 }
 
-std::string asleepReason(const HostPaths& paths, const std::string& sysPath,
+std::string asleepReason(const HostPaths& paths, const std::string& hardware,
                          const std::string& name) {
-  if (isSuspended(resolved(sysPath + "/device"))) return kAsleep;
+  if (isSuspended(hardware)) return kAsleep;
   return isAtaInStandby(paths.dev + "/" + name) ? kAsleep : "";
 }
 

@@ -39,7 +39,7 @@ std::vector<Hardware::Sensor> readSensors(const HostPaths& paths, const Hardware
 
 /// Why a disk may not be asked now: its device is suspended, or it is in standby. Empty when it may
 /// be. Opens the device; does not wake it.
-std::string asleepReason(const HostPaths& paths, const std::string& sysPath,
+std::string asleepReason(const HostPaths& paths, const std::string& hardware,
                          const std::string& name);
 
 constexpr const char* kAsleep = "asleep: not asked, so that it is not woken";

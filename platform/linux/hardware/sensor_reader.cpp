@@ -111,7 +111,12 @@ class LibSensors {
   explicit LibSensors(std::string found) : found_(std::move(found)) {
     sensors_parse_error_wfn = dropParseError;
     sensors_fatal_error = throwNoMemory;
-    usable_ = sensors_init(nullptr) == 0;
+    try {
+      usable_ = sensors_init(nullptr) == 0;
+    } catch (...) {
+      sensors_cleanup();  // what it had found would be there twice the next time
+      throw;
+    }
   }
   ~LibSensors() { sensors_cleanup(); }
   LibSensors(const LibSensors&) = delete;
@@ -156,7 +161,8 @@ std::shared_ptr<LibSensors> chipsOfNow(const HostPaths& paths) {
   const std::string found = chipDirectory(paths);
   const std::lock_guard lock(current.mutex);
   const bool inUse = current.chips.use_count() > 1;
-  if (current.chips != nullptr && (inUse || current.chips->found() == found)) return current.chips;
+  const bool usable = current.chips != nullptr && current.chips->isUsable();
+  if (inUse || (usable && current.chips->found() == found)) return current.chips;
   current.chips.reset();
   current.chips = std::make_shared<LibSensors>(found);
   return current.chips;
@@ -293,9 +299,7 @@ bool isPciAddress(std::string_view text) {
 /// The disk whose device the chip's device is, or lies below.
 const BlockDevice* diskOf(const std::string& chipDevice, const BlockDevices& disks) {
   for (const BlockDevice& disk : disks.all()) {
-    if (!disk.disk) continue;
-    const std::string device = resolved(disk.path + "/device");
-    if (!device.empty() && device == chipDevice) return &disk;
+    if (!disk.hardware.empty() && disk.hardware == chipDevice) return &disk;
   }
   return nullptr;
 }
@@ -309,12 +313,12 @@ std::string monitoredBy(const std::string& chipDevice, const BlockDevice* disk) 
 }
 
 /// Everything that is asked of one chip. A disk's temperature is not asked for while it sleeps.
-std::vector<Sensor> askChip(const Chip& chip, const HostPaths& paths, const std::string& diskPath,
+std::vector<Sensor> askChip(const Chip& chip, const HostPaths& paths, const std::string& hardware,
                             const std::string& diskName) {
   std::vector<Sensor> sensors = chip.sensors;
   const bool isDiskChip = std::string_view(chip.name->prefix) == "drivetemp";
   const std::string asleep =
-      isDiskChip && !diskName.empty() ? asleepReason(paths, diskPath, diskName) : "";
+      isDiskChip && !diskName.empty() ? asleepReason(paths, hardware, diskName) : "";
   for (std::size_t i = 0; i < sensors.size(); ++i) {
     if (asleep.empty()) {
       ChipReader(*chip.name).read(*chip.features[i], *kindOf(*chip.features[i]), sensors[i]);
@@ -354,9 +358,10 @@ std::vector<Sensor> readSensors(const HostPaths& paths, const Hardware::Query& q
     if (!isWanted(chip, query)) continue;
     positions.push_back(i);
     questions.push_back(
-        {"chip " + chip.text,
-         [held, chip, paths, path = disk != nullptr ? disk->path : "",
-          name = disk != nullptr ? disk->name : ""] { return askChip(chip, paths, path, name); }});
+        {"chip " + chip.text, [held, chip, paths, hardware = disk != nullptr ? disk->hardware : "",
+                               name = disk != nullptr ? disk->name : ""] {
+           return askChip(chip, paths, hardware, name);
+         }});
   }
   const auto outcomes = workers.ask(std::move(questions));
   for (std::size_t i = 0; i < positions.size(); ++i) {

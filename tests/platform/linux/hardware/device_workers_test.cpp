@@ -97,11 +97,13 @@ TEST(DeviceWorkers, NoQuestionNoThread) {
 TEST(DeviceWorkers, ADeviceThatHangsDoesNotHoldTheOthers) {
   DeviceWorkers workers;
   const auto gate = std::make_shared<Gate>();
+  const auto alone = workers.ask(questionsTo(gate, {"hung"}), kShort);
+  EXPECT_EQ(alone[0].answer, nullptr);
+  EXPECT_EQ(alone[0].refused, "no answer within 20 ms");
   std::vector<Question> questions = questionsTo(gate, {"hung"});
   questions.push_back({"good", [] { return 1; }});
-  const auto outcomes = workers.ask(std::move(questions), kShort);
+  const auto outcomes = workers.ask(std::move(questions), kLong);
   EXPECT_EQ(outcomes[0].answer, nullptr);
-  EXPECT_EQ(outcomes[0].refused, "no answer within 20 ms");
   ASSERT_NE(outcomes[1].answer, nullptr);
   gate->open();
   waitUntilIdle(workers);
@@ -128,6 +130,9 @@ TEST(DeviceWorkers, ADeviceThatHangsIsNeitherAskedAgainNorWaitedFor) {
 TEST(DeviceWorkers, ThereAreNeverMoreThreadsThanTheLimit) {
   DeviceWorkers workers(2);
   const auto gate = std::make_shared<Gate>();
+  do {  // on a busy machine a thread may begin later than the limit
+    workers.ask(questionsTo(gate, {"a", "b"}), kShort);
+  } while (gate->timesAsked() < 2);
   const auto outcomes = workers.ask(questionsTo(gate, {"a", "b", "c", "d"}), kShort);
   EXPECT_EQ(workers.threads(), 2u);
   EXPECT_THAT(outcomes[1].refused, HasSubstr("no answer"));

@@ -111,7 +111,7 @@ std::string plainText(const Value& value) {
 
 std::string macText(const Value& value) {
   constexpr std::size_t kDigits = 12;
-  const std::string digits = plainText(value);
+  std::string digits = plainText(value);
   const auto isDigit = [](unsigned char c) { return std::isxdigit(c) != 0; };
   if (digits.size() != kDigits || !std::all_of(digits.begin(), digits.end(), isDigit)) {
     return digits;

@@ -119,7 +119,7 @@ void DeviceWorkers::State::startThreads(const std::shared_ptr<State>& self) {
     auto argument = std::make_unique<std::shared_ptr<State>>(self);
     pthread_t thread;
     if (pthread_create(&thread, nullptr, threadBody, argument.get()) != 0) return;
-    argument.release();  // the thread's
+    static_cast<void>(argument.release());  // the thread's
     pthread_detach(thread);
     ++threads;
   }

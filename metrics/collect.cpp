@@ -69,15 +69,6 @@ broker::Request enumeration(const ClassRows& rows, const std::string& nameSpace)
   return request;
 }
 
-std::string elementOf(const Ask& ask, const Instance& record, const char* association) {
-  broker::Request request;
-  request.operation = broker::Operation::kAssociatorNames;
-  request.path = record.path;
-  request.filter.assocClass = association;
-  const broker::Response response = ask(request);
-  return response.ok() && !response.paths.empty() ? elementName(response.paths.front()) : "";
-}
-
 /// One class on its way from the host to its families.
 void addClass(const Ask& ask, const ClassRows& rows, const std::vector<Instance>& instances,
               std::vector<MetricFamily>& families) {

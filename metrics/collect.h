@@ -2,19 +2,15 @@
 
 #include <prometheus/metric_family.h>
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "broker/broker.h"
+#include "metrics/ask.h"
 #include "metrics/metric_table.h"
 
 namespace orv::metrics {
-
-/// Asks a host: the embedded broker, or another one over the network. What it throws passes through
-/// whoever asks.
-using Ask = std::function<broker::Response(const broker::Request&)>;
 
 /// A class that the host did not answer for.
 struct ClassFailure {

@@ -33,4 +33,13 @@ std::string elementName(const broker::ObjectPath& path) {
   return name;
 }
 
+std::string elementOf(const Ask& ask, const broker::Instance& instance, const char* association) {
+  broker::Request request;
+  request.operation = broker::Operation::kAssociatorNames;
+  request.path = instance.path;
+  request.filter.assocClass = association;
+  const broker::Response response = ask(request);
+  return response.ok() && !response.paths.empty() ? elementName(response.paths.front()) : "";
+}
+
 }  // namespace orv::metrics

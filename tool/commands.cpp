@@ -185,6 +185,8 @@ int runCommand(const Options& options, Session& session, Printer& printer) {
       return runHealth(options, session, printer);
     case Command::kMetrics:
       return runMetrics(options, session);
+    case Command::kCheck:
+      return runCheck(options, session);
     case Command::kServe:
       return runServe(options);
   }

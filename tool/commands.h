@@ -21,6 +21,12 @@ int runHealth(const Options& options, Session& session, Printer& printer);
 /// does not answer is named on standard error.
 int runMetrics(const Options& options, Session& session);
 
+/// Prints a monitoring plugin's verdict on the host. Returns its exit status.
+///
+/// Fails: BadInput for a threshold that is not a range, std::runtime_error when the state cannot be
+/// written.
+int runCheck(const Options& options, Session& session);
+
 /// Becomes the daemon that serves CIM clients. Returns only with a failure.
 ///
 /// Fails: BadInput when the daemon is not there.

@@ -1,5 +1,8 @@
 #include "tool/errors.h"
 
+#include <algorithm>
+#include <iostream>
+
 #include "tool/readable_text.h"
 
 namespace orv::tool {
@@ -11,5 +14,12 @@ std::string statusLine(CMPIrc rc, const std::optional<std::string>& message) {
 
 CimError::CimError(CMPIrc rc, const std::optional<std::string>& message)
     : std::runtime_error(statusLine(rc, message)) {}
+
+int reportUnknown(const std::string& reason) {
+  std::string line = oneLine(reason);
+  std::replace(line.begin(), line.end(), '|', '/');  // performance data would begin there
+  std::cout << "ORVANE UNKNOWN - " << line << std::endl;
+  return kExitUnknown;
+}
 
 }  // namespace orv::tool

@@ -12,6 +12,7 @@ enum ExitStatus {
   kExitOk = 0,
   kExitCimError = 1,  ///< a request was made and refused
   kExitBadInput = 2,  ///< wrong usage, or a file or text that is not what it should be
+  kExitUnknown = 3,   ///< check: no verdict
 };
 
 /// What the user gave us cannot be used. The text is one line.
@@ -29,5 +30,9 @@ class CimError : public std::runtime_error {
 /// The one line that explains a status to a person: name, number and text. A status without a text
 /// gets a general one.
 std::string statusLine(CMPIrc rc, const std::optional<std::string>& message);
+
+/// Says on standard output, as monitoring plugins do, that a check could not be made, and why.
+/// Returns the exit status for it.
+int reportUnknown(const std::string& reason);
 
 }  // namespace orv::tool

@@ -12,7 +12,8 @@
 
 namespace {
 
-int complain(const std::exception& e, int status) {
+int complain(const std::exception& e, int status, orv::tool::Command command) {
+  if (command == orv::tool::Command::kCheck) return orv::tool::reportUnknown(e.what());
   std::cerr << "orvcim: " << e.what() << "\n";
   return status;
 }
@@ -21,10 +22,12 @@ int complain(const std::exception& e, int status) {
 
 int main(int argc, char** argv) {
   using namespace orv::tool;
+  Command command = Command::kList;
   try {
     int exitStatus = kExitOk;
     const std::optional<Options> options = parseCommandLine(argc, argv, exitStatus);
     if (!options) return exitStatus;
+    command = options->command;
     if (options->command == Command::kServe) return runServe(*options);
     if (options->command == Command::kWatch) blockEndSignals();
     if (!options->verbose) hideStartLines();
@@ -34,10 +37,10 @@ int main(int argc, char** argv) {
     if (!std::cout.flush()) throw std::runtime_error("standard output cannot be written");
     return status;
   } catch (const BadInput& e) {
-    return complain(e, kExitBadInput);
+    return complain(e, kExitBadInput, command);
   } catch (const CimError& e) {
-    return complain(e, kExitCimError);
+    return complain(e, kExitCimError, command);
   } catch (const std::exception& e) {
-    return complain(e, kExitCimError);
+    return complain(e, kExitCimError, command);
   }
 }

@@ -26,7 +26,8 @@ constexpr const char* kFooter = R"(Examples:
 An object path is Class.Key="value",Other=5 with an optional namespace: in front, as `orvcim names`
 prints them. Quote it for the shell.
 
-Exit status: 0, 1 when a request was answered with an error, 2 for wrong usage or unusable files.)";
+Exit status: 0, 1 when a request was answered with an error, 2 for wrong usage or unusable files;
+of check 0 OK, 1 warning, 2 critical, 3 unknown.)";
 
 struct CommandText {
   Command command;
@@ -69,6 +70,9 @@ constexpr CommandText kCommands[] = {
      "orvcim metrics\n"
      "orvcim metrics > /var/lib/prometheus/node-exporter/orvane.prom.new &&\n"
      "    mv /var/lib/prometheus/node-exporter/orvane.prom{.new,}"},
+    {Command::kCheck, "check", "A monitoring plugin's verdict on the host, with performance data",
+     "orvcim check --state /var/lib/orvcim/check.json\n"
+     "orvcim check --port eth0 --port eth1 --down-critical 0 --latched-warning ''"},
     {Command::kServe, "serve",
      "CIM-XML over HTTP for CIM clients, until Ctrl-C; takes the options of orvcimd(8) too",
      "orvcim serve\n"
@@ -193,6 +197,47 @@ void addText(CLI::App& sub, const char* name, std::optional<std::string>& target
   sub.add_option(name, target, description)->type_name("NAME");
 }
 
+struct ThresholdOption {
+  const char* name;
+  const char* description;
+};
+
+constexpr ThresholdOption kThresholds[] = {
+    {"health-warning", "Roll-up health: 5 OK, 10 degraded, ... 30 not recoverable (~:5)"},
+    {"health-critical", "Likewise (~:15)"},
+    {"latched-warning", "Worst latched health, likewise (~:5)"},
+    {"latched-critical", "Likewise (~:15)"},
+    {"down-warning", "Number of ports that are down (0)"},
+    {"down-critical", "Likewise (none)"},
+    {"errors-warning", "Errors per second of a port since the last run; needs --state (1)"},
+    {"errors-critical", "Likewise (10)"},
+    {"heartbeat-warning", "Age of the last heartbeat in seconds (none)"},
+    {"heartbeat-critical", "Likewise (none)"}};
+
+void addCheck(CLI::App& app, Options& options) {
+  CLI::App* check = addCommand(app, options, Command::kCheck);
+  check
+      ->add_option("--port", options.ports,
+                   "A port that must be there and up; may be given again (default: those that are "
+                   "enabled)")
+      ->allow_extra_args(false)
+      ->type_name("NAME");
+  check
+      ->add_option("--state", options.stateFile,
+                   "File that keeps the counters for the next run, which tells errors per second")
+      ->type_name("FILE");
+  for (const ThresholdOption& threshold : kThresholds) {
+    check
+        ->add_option_function<std::string>(
+            "--" + std::string(threshold.name),
+            [&options, name = threshold.name](const std::string& range) {
+              options.thresholds[name] = range;
+            },
+            threshold.description)
+        ->type_name("RANGE");
+  }
+}
+
 // Associators can be told apart by either end, references by the near one only.
 void addAssociationCommand(CLI::App& app, Options& options, Command command) {
   CLI::App* sub = addCommand(app, options, command);
@@ -227,6 +272,7 @@ void addCommands(CLI::App& app, Options& options) {
   watch->add_option("CLASS", options.classNames, "Indication classes")->required()->type_name("");
   addCommand(app, options, Command::kHealth);
   addCommand(app, options, Command::kMetrics);
+  addCheck(app, options);
   CLI::App* serve = addCommand(app, options, Command::kServe);
   serve
       ->add_option("--listen", options.listen,
@@ -255,6 +301,11 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
     if (!extras.empty() && options.command != Command::kServe)
       throw CLI::ExtrasError(app.get_name(), extras);
   } catch (const CLI::ParseError& e) {
+    const bool wrong = e.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success);
+    if (wrong && app.got_subcommand(textOf(Command::kCheck).name)) {
+      exitStatus = reportUnknown(e.what());
+      return std::nullopt;
+    }
     if (const std::optional<std::string> word = strayWord(app)) {
       std::cerr << "orvcim: " << unknownCommand(*word) << "\nRun orvcim --help for the commands.\n";
       exitStatus = kExitBadInput;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,18 +22,22 @@ enum class Command {
   kWatch,
   kHealth,
   kMetrics,
+  kCheck,
   kServe,
 };
 
 /// What the command line asks for.
 struct Options {
   Command command = Command::kList;
-  std::string className;                   ///< names, instances
-  std::string objectPath;                  ///< get and the association commands
-  std::vector<std::string> classNames;     ///< watch
-  std::string listen;                      ///< serve; empty: as the daemon has it
-  std::vector<std::string> daemonOptions;  ///< serve: what else is for the daemon
-  std::vector<std::string> properties;     ///< empty: all
+  std::string className;                          ///< names, instances
+  std::string objectPath;                         ///< get and the association commands
+  std::vector<std::string> classNames;            ///< watch
+  std::string listen;                             ///< serve; empty: as the daemon has it
+  std::vector<std::string> daemonOptions;         ///< serve: what else is for the daemon
+  std::map<std::string, std::string> thresholds;  ///< check: ranges by option, where given
+  std::vector<std::string> ports;                 ///< check; empty: all
+  std::string stateFile;                          ///< check; empty: none
+  std::vector<std::string> properties;            ///< empty: all
   std::optional<std::string> assocClass, resultClass, role, resultRole;
   PrintOptions print;
   std::string nameSpace = "root/cimv2";

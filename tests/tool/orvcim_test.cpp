@@ -194,6 +194,73 @@ TEST(Orvcim, MetricsOfAHostThatFailsSayWhichClassesAreMissing) {
   EXPECT_THAT(outcome.out, HasSubstr("orvane_image_info{"));
 }
 
+// ---- The monitoring plugin ----
+
+std::string hostWithErrors(int errors) {
+  return R"({"systemName": "host-7", "ports": [{"name": "eth0", "enabled": true, "linkUp": true,
+             "statistics": {"errorsRx": )" +
+         std::to_string(errors) + "}}]}";
+}
+
+TEST(OrvcimCheck, AGoodHostIsOk) {
+  const Directory dir;
+  const Outcome outcome = orvcim({"check"}, dir.write("host.json", hostWithErrors(0)));
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  EXPECT_THAT(outcome.out,
+              StartsWith("ORVANE OK - health unknown; no latched record; 1 port up; heartbeat "));
+  EXPECT_THAT(outcome.out, HasSubstr(" | 'health'=0;~:5;~:15;0 "));
+  EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 1);
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST(OrvcimCheck, ErrorsBetweenTwoRunsAreJudged) {
+  const Directory dir;
+  const std::string host = dir.write("host.json", hostWithErrors(0));
+  const std::string state = dir.path() + "/state.json";
+  EXPECT_EQ(orvcim({"check", "--state", state}, host).status, 0);
+  // As if the first run had been a minute ago.
+  std::ifstream in(state);
+  json stored = json::parse(in);
+  stored["time"] = stored["time"].get<double>() - 60;
+  dir.write("state.json", stored.dump());
+  dir.write("host.json", hostWithErrors(6000));
+  const Outcome outcome = orvcim({"check", "--state", state}, host);
+  EXPECT_EQ(outcome.status, 2) << outcome.out;
+  EXPECT_THAT(outcome.out, StartsWith("ORVANE CRITICAL - port eth0: "));
+  EXPECT_THAT(outcome.out, HasSubstr("errors per second"));
+}
+
+TEST(OrvcimCheck, ThresholdsAreOptions) {
+  const Directory dir;
+  const std::string host = dir.write("host.json", hostWithErrors(0));
+  EXPECT_EQ(orvcim({"check", "--port", "eth0", "--port", "eth9"}, host).status, 1);
+  EXPECT_EQ(orvcim({"check", "--port", "eth9", "--down-critical", "0"}, host).status, 2);
+  EXPECT_EQ(orvcim({"check", "--port", "eth9", "--down-warning", ""}, host).status, 0);
+  EXPECT_EQ(orvcim({"check", "--health-critical", "@0:4"}, host).status, 2);
+}
+
+TEST(OrvcimCheck, WhatCannotBeCheckedIsUnknown) {
+  const Directory dir;
+  const std::string host = dir.write("host.json", hostWithErrors(0));
+  const auto expectUnknown = [](const Outcome& outcome, const std::string& reason) {
+    EXPECT_EQ(outcome.status, 3) << outcome.out << outcome.err;
+    EXPECT_THAT(outcome.out, StartsWith("ORVANE UNKNOWN - "));
+    EXPECT_THAT(outcome.out, HasSubstr(reason));
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 1) << outcome.out;
+  };
+  expectUnknown(orvcim({"check", "--down-warning", "many"}, host),
+                "--down-warning: \"many\" is not a range, such as 10, 10:, ~:10, 10:20 or @10:20");
+  expectUnknown(orvcim({"check", "--nonsense"}, host), "--nonsense");
+  expectUnknown(orvcim({"check", "--down-warning"}, host), "--down-warning");
+  expectUnknown(orvcim({"check"}, dir.path() + "/none.json"), "none.json");
+  expectUnknown(orvcim({"check", "--state", dir.path() + "/none/state"}, host),
+                "cannot be written");
+  expectUnknown(orvcim({"check", "--namespace", "root/none"}, host),
+                "CMPI_RC_ERR_INVALID_NAMESPACE");
+  expectUnknown(orvcim({"check"}, dir.write("failing.json", R"({"ports": {"throw": "nodemgr"}})")),
+                "Orvane_EthernetPort cannot be read");
+}
+
 // ---- Associations ----
 
 std::vector<std::string> classesOf(const json& instances) {

@@ -1,0 +1,94 @@
+#include "metrics/check_state.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+using metrics::CheckState;
+using metrics::readState;
+using metrics::StoredState;
+using metrics::writeState;
+using testing::HasSubstr;
+
+class CheckStateTest : public testing::Test {
+ protected:
+  CheckStateTest() {
+    if (mkdtemp(directory_) == nullptr) std::abort();
+  }
+  ~CheckStateTest() override { fs::remove_all(directory_); }
+
+  std::string file() const { return std::string(directory_) + "/state.json"; }
+  void write(const std::string& text) const { std::ofstream(file()) << text; }
+
+  char directory_[32] = "/tmp/orv-check-XXXXXX";
+};
+
+TEST_F(CheckStateTest, IsReadAsItWasWritten) {
+  writeState(file(), {1700000000.25, "host-7", {{"eth0", 18446744073709551615U}, {"a\"\\\n", 0}}});
+  const StoredState stored = readState(file());
+  ASSERT_TRUE(stored.state) << stored.complaint;
+  EXPECT_EQ(stored.state->time, 1700000000.25);
+  EXPECT_EQ(stored.state->host, "host-7");
+  EXPECT_EQ(stored.state->errors.at("eth0"), 18446744073709551615U);
+  EXPECT_EQ(stored.state->errors.at("a\"\\\n"), 0U);
+  EXPECT_EQ(stored.complaint, "");
+}
+
+TEST_F(CheckStateTest, IsTheOwnersAloneAndLeavesNothingBeside) {
+  writeState(file(), {});
+  writeState(file(), {});
+  struct stat status {};
+  ASSERT_EQ(stat(file().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  EXPECT_EQ(std::distance(fs::directory_iterator(directory_), fs::directory_iterator()), 1);
+}
+
+TEST_F(CheckStateTest, AnAbsentFileIsNoComplaint) {
+  const StoredState stored = readState(file());
+  EXPECT_FALSE(stored.state);
+  EXPECT_EQ(stored.complaint, "");
+}
+
+TEST_F(CheckStateTest, ADamagedFileIsToldAndNotUsed) {
+  for (const char* text :
+       {"", "{", "[]", "5", "{}", R"({"time":"x","host":"h","errors":{}})",
+        R"({"time":1,"host":5,"errors":{}})", R"({"time":1,"host":"h","errors":{"eth0":-1}})",
+        R"({"time":1,"host":"h","errors":{"eth0":1.5}})", R"({"time":1,"host":"h","errors":[1]})",
+        "\xFF\xFE"}) {
+    write(text);
+    const StoredState stored = readState(file());
+    EXPECT_FALSE(stored.state) << text;
+    EXPECT_THAT(stored.complaint, HasSubstr("was damaged and is begun anew")) << text;
+  }
+  write(R"({"time":1,"host":"h","errors":{}})" + std::string(2'000'000, ' '));
+  EXPECT_THAT(readState(file()).complaint, HasSubstr("was damaged")) << "too large";
+}
+
+TEST_F(CheckStateTest, ADirectoryInItsPlaceIsToldNotRead) {
+  fs::create_directory(file());
+  EXPECT_FALSE(readState(file()).state);
+  EXPECT_NE(readState(file()).complaint, "");
+  EXPECT_THROW(writeState(file(), {}), std::runtime_error);
+}
+
+TEST_F(CheckStateTest, AFileThatCannotBeWrittenIsNamed) {
+  try {
+    writeState(std::string(directory_) + "/none/state.json", {});
+    FAIL();
+  } catch (const std::runtime_error& e) {
+    EXPECT_THAT(e.what(), HasSubstr("/none/state.json cannot be written: No such file"));
+  }
+}
+
+}  // namespace
+}  // namespace orv::test

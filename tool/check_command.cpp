@@ -1,0 +1,101 @@
+#include <chrono>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+#include "metrics/check.h"
+#include "metrics/heartbeat_watch.h"
+#include "tool/commands.h"
+#include "tool/errors.h"
+#include "tool/readable_text.h"
+
+namespace orv::tool {
+namespace {
+
+using metrics::CheckSettings;
+using metrics::HeartbeatFacts;
+using metrics::ThresholdRange;
+using metrics::Thresholds;
+
+struct Threshold {
+  const char* option;
+  Thresholds CheckSettings::*quantity;
+  std::optional<ThresholdRange> Thresholds::*level;
+};
+
+constexpr Threshold kThresholds[] = {
+    {"health-warning", &CheckSettings::health, &Thresholds::warning},
+    {"health-critical", &CheckSettings::health, &Thresholds::critical},
+    {"latched-warning", &CheckSettings::latched, &Thresholds::warning},
+    {"latched-critical", &CheckSettings::latched, &Thresholds::critical},
+    {"down-warning", &CheckSettings::down, &Thresholds::warning},
+    {"down-critical", &CheckSettings::down, &Thresholds::critical},
+    {"errors-warning", &CheckSettings::errors, &Thresholds::warning},
+    {"errors-critical", &CheckSettings::errors, &Thresholds::critical},
+    {"heartbeat-warning", &CheckSettings::heartbeat, &Thresholds::warning},
+    {"heartbeat-critical", &CheckSettings::heartbeat, &Thresholds::critical}};
+
+std::optional<ThresholdRange> readRange(const char* option, const std::string& text) {
+  if (text.empty()) return std::nullopt;
+  const std::optional<ThresholdRange> range = ThresholdRange::parse(text);
+  if (range) return range;
+  throw BadInput("--" + std::string(option) + ": \"" + oneLine(text) +
+                 "\" is not a range, such as 10, 10:, ~:10, 10:20 or @10:20");
+}
+
+CheckSettings settingsOf(const Options& options) {
+  CheckSettings settings = metrics::defaultCheck();
+  settings.ports = options.ports;
+  for (const Threshold& threshold : kThresholds) {
+    const auto given = options.thresholds.find(threshold.option);
+    if (given == options.thresholds.end()) continue;
+    settings.*threshold.quantity.*threshold.level = readRange(threshold.option, given->second);
+  }
+  return settings;
+}
+
+double now() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+/// The heartbeat of the provider in this process, which sends one at once to its first subscriber.
+/// A subscription at the service would cost its clients more than it tells: the first of them
+/// starts the heartbeat's clock.
+HeartbeatFacts ownHeartbeat(broker::Broker& broker, const std::string& nameSpace) {
+  constexpr std::chrono::seconds kPatience(5);
+  metrics::HeartbeatWatch watch(
+      {[&](const broker::IndicationFilter& filter, broker::IndicationHandler handler) {
+         return broker.subscribe(filter, std::move(handler));
+       },
+       [&](broker::SubscriptionId id) { broker.unsubscribe(id); }},
+      nameSpace);
+  return {watch.waitForFirst(kPatience), static_cast<double>(kPatience.count())};
+}
+
+}  // namespace
+
+int runCheck(const Options& options, Session& session) {
+  const CheckSettings settings = settingsOf(options);
+  broker::Broker& broker = session.broker();
+  waitForFirstLook(broker, options.nameSpace);
+  const metrics::HostFacts facts = metrics::readHost(
+      [&](const broker::Request& request) { return broker.request(request); }, options.nameSpace);
+  const HeartbeatFacts heartbeat = ownHeartbeat(broker, options.nameSpace);
+  const bool keeps = !options.stateFile.empty();
+  const metrics::StoredState previous =
+      keeps ? metrics::readState(options.stateFile) : metrics::StoredState();
+  metrics::CheckResult result = metrics::judge(facts, heartbeat, previous, settings, now());
+  if (keeps && result.next) {
+    try {
+      metrics::writeState(options.stateFile, *result.next);
+    } catch (const std::runtime_error& e) {
+      // A fault that was seen is still the news.
+      if (result.verdict == metrics::Verdict::kOk) throw;
+      std::cerr << "orvcim: " << e.what() << "\n";
+    }
+  }
+  std::cout << result.line << "\n";
+  return static_cast<int>(result.verdict);
+}
+
+}  // namespace orv::tool

@@ -21,6 +21,7 @@ CheckState stateOf(const json& stored) {
   CheckState state;
   state.time = stored.at("time").get<double>();
   state.host = stored.at("host").get<std::string>();
+  if (!stored.at("errors").is_object()) throw std::invalid_argument("not counters by port");
   for (const auto& [device, errors] : stored.at("errors").items()) {
     if (!errors.is_number_unsigned()) throw std::invalid_argument("not a counter");
     state.errors[device] = errors.get<std::uint64_t>();

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <utility>
 
+#include "broker/date_times.h"
 #include "cimxml/messages.h"
 
 namespace orv::cimxml {
@@ -70,13 +71,6 @@ Value readKeyValue(const pugi::xml_node& node) {
   return Value::ofString(text);
 }
 
-CMPIType typeOf(const pugi::xml_node& node) {
-  const string_view name = node.attribute("TYPE").as_string("string");
-  const auto type = broker::dataTypeNamed(name);
-  if (type && broker::typeName(*type) == name) return *type;  // in XML the case of letters matters
-  badParameter("unknown TYPE \"" + std::string(name) + "\"");
-}
-
 /// The UTF-16 unit of a text with one character.
 std::uint64_t char16Of(const std::string& text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -113,34 +107,84 @@ Value readInteger(CMPIType type, const std::string& text) {
       type, hasSign ? number.signedNumber() : static_cast<std::int64_t>(number.number()));
 }
 
-Value readValue(CMPIType type, const std::string& text) {
-  if (type == CMPI_string || type == CMPI_dateTime) return Value::ofString(text);
-  if (type == CMPI_boolean) return Value::ofBoolean(booleanOf(text));
-  if (type == CMPI_char16) return Value::ofUnsigned(type, char16Of(text));
-  if (type != CMPI_real32 && type != CMPI_real64) return readInteger(type, text);
+/// A number of 32 bits is read as one: what its digits mean depends on its width.
+Value readReal(CMPIType type, const std::string& text) {
+  float single = 0;
   double number = 0;
-  if (!parseWhole(text, number)) badParameter("\"" + text + "\" is not a number");
-  return Value::ofReal(type, number);
+  const bool isNumber = type == CMPI_real32 ? parseWhole(text, single) : parseWhole(text, number);
+  if (!isNumber) badParameter("\"" + text + "\" is not a number");
+  return Value::ofReal(type, type == CMPI_real32 ? single : number);
 }
 
-Value readProperty(const pugi::xml_node& node) {
+Value readDateTime(const std::string& text) {
+  auto time = broker::parseDateTime(text);
+  return time ? Value::ofDateTime(std::move(*time)) : Value::ofString(text);
+}
+
+Value readValue(CMPIType type, const std::string& text) {
+  if (type == CMPI_string) return Value::ofString(text);
+  if (type == CMPI_dateTime) return readDateTime(text);
+  if (type == CMPI_boolean) return Value::ofBoolean(booleanOf(text));
+  if (type == CMPI_char16) return Value::ofUnsigned(type, char16Of(text));
+  if (type == CMPI_real32 || type == CMPI_real64) return readReal(type, text);
+  return readInteger(type, text);
+}
+
+Instance readInstance(const pugi::xml_node& node, int depth);
+
+/// The text of an embedded instance.
+Value readEmbedded(const std::string& text, int depth) {
+  if (depth > kMaximumEmbeddedDepth) badParameter("instances embedded too deep");
+  pugi::xml_document document;
+  try {
+    parseDocument(document, text);
+    return Value::ofInstance(readInstance(document.child("INSTANCE"), depth));
+  } catch (const BadMessage& bad) {
+    badParameter(std::string("an embedded instance cannot be read: ") + bad.what());
+  }
+}
+
+bool isEmbedded(const pugi::xml_node& property) {
+  for (const char* name : {"EmbeddedObject", "EMBEDDEDOBJECT"}) {
+    if (property.attribute(name)) return true;
+  }
+  return false;
+}
+
+Value readProperty(const pugi::xml_node& node, int depth) {
   if (is(node, "PROPERTY.REFERENCE")) {
     const pugi::xml_node reference = node.child("VALUE.REFERENCE");
     return reference ? Value::ofReference(readReference(reference)) : Value::ofNull(CMPI_ref);
   }
-  const CMPIType type = typeOf(node);
+  const bool embedded = isEmbedded(node);
+  const CMPIType type = embedded ? static_cast<CMPIType>(CMPI_instance) : dataTypeOf(node);
+  const auto read = [&](const pugi::xml_node& value) {
+    const char* text = value.text().get();
+    return embedded ? readEmbedded(text, depth + 1) : readValue(type, text);
+  };
   if (is(node, "PROPERTY")) {
     const pugi::xml_node value = node.child("VALUE");
-    return value ? readValue(type, value.text().get()) : Value::ofNull(type);
+    return value ? read(value) : Value::ofNull(type);
   }
   const pugi::xml_node values = node.child("VALUE.ARRAY");
   if (!values) return Value::ofNull(static_cast<CMPIType>(type | CMPI_ARRAY));
   Value::Array elements;
   for (const pugi::xml_node element : values.children()) {
-    elements.push_back(is(element, "VALUE") ? readValue(type, element.text().get())
-                                            : Value::ofNull(type));
+    elements.push_back(is(element, "VALUE") ? read(element) : Value::ofNull(type));
   }
   return Value::ofArray(type, std::move(elements));
+}
+
+Instance readInstance(const pugi::xml_node& node, int depth) {
+  Instance instance;
+  instance.path.className = node.attribute("CLASSNAME").value();
+  if (instance.path.className.empty()) notValid("INSTANCE without CLASSNAME");
+  for (const pugi::xml_node property : node.children()) {
+    if (string_view(property.name()).substr(0, 8) != "PROPERTY") continue;
+    instance.properties.push_back(
+        {property.attribute("NAME").value(), readProperty(property, depth)});
+  }
+  return instance;
 }
 
 }  // namespace
@@ -153,6 +197,13 @@ void parseDocument(pugi::xml_document& document, string_view text) {
                                                     std::to_string(result.offset));
   }
   checkDepth(document);
+}
+
+CMPIType dataTypeOf(const pugi::xml_node& node) {
+  const string_view name = node.attribute("TYPE").as_string("string");
+  const auto type = broker::dataTypeNamed(name);
+  if (type && broker::typeName(*type) == name) return *type;  // in XML the case of letters matters
+  badParameter("unknown TYPE \"" + std::string(name) + "\"");
 }
 
 pugi::xml_node firstElement(const pugi::xml_node& node) {
@@ -211,16 +262,7 @@ ObjectPath readInstanceName(const pugi::xml_node& node) {
   return path;
 }
 
-Instance readInstance(const pugi::xml_node& node) {
-  Instance instance;
-  instance.path.className = node.attribute("CLASSNAME").value();
-  if (instance.path.className.empty()) notValid("INSTANCE without CLASSNAME");
-  for (const pugi::xml_node property : node.children()) {
-    if (string_view(property.name()).substr(0, 8) != "PROPERTY") continue;
-    instance.properties.push_back({property.attribute("NAME").value(), readProperty(property)});
-  }
-  return instance;
-}
+Instance readInstance(const pugi::xml_node& node) { return readInstance(node, 0); }
 
 Instance readInstanceText(string_view text) {
   pugi::xml_document document;

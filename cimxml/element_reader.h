@@ -26,13 +26,19 @@ pugi::xml_node requireChild(const pugi::xml_node& node, const char* name);
 /// "root/cimv2" of a LOCALNAMESPACEPATH.
 std::string nameSpaceText(const pugi::xml_node& localPath);
 
+/// The type that an element's TYPE names; string where it names none.
+CMPIType dataTypeOf(const pugi::xml_node& node);
+
 /// INSTANCENAME.
 broker::ObjectPath readInstanceName(const pugi::xml_node& node);
 
 /// VALUE.REFERENCE, or one of the path elements that it may hold.
 broker::ObjectPath readReference(const pugi::xml_node& node);
 
-/// INSTANCE. The path has the class name only.
+/// Instances may be embedded in one another this deep.
+constexpr int kMaximumEmbeddedDepth = 8;
+
+/// INSTANCE. The path has the class name only. A date-time that is malformed stays a text.
 broker::Instance readInstance(const pugi::xml_node& node);
 
 /// One INSTANCE element given as text, as in an embedded instance.

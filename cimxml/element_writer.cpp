@@ -85,22 +85,6 @@ void setName(xml_node node, const std::string& name) {
   node.append_attribute("NAME") = cleanText(name).c_str();
 }
 
-xml_node appendText(xml_node parent, const char* element, const std::string& text) {
-  xml_node node = parent.append_child(element);
-  node.append_child(pugi::node_pcdata).set_value(cleanText(text).c_str());
-  return node;
-}
-
-void appendNameSpace(xml_node parent, const std::string& nameSpace) {
-  xml_node node = parent.append_child("LOCALNAMESPACEPATH");
-  std::istringstream parts(nameSpace);
-  // A leading slash gives a first part without a name, which shows the client what the provider
-  // said.
-  for (std::string part; std::getline(parts, part, '/');) {
-    setName(node.append_child("NAMESPACE"), part);
-  }
-}
-
 void appendReference(xml_node parent, const ObjectPath& path) {
   xml_node node = parent.append_child("VALUE.REFERENCE");
   if (!path.host.empty()) return appendInstancePath(node, path, path.host);
@@ -251,6 +235,22 @@ std::string cleanText(std::string_view text) {
     }
   }
   return clean;
+}
+
+xml_node appendText(xml_node parent, const char* element, const std::string& text) {
+  xml_node node = parent.append_child(element);
+  node.append_child(pugi::node_pcdata).set_value(cleanText(text).c_str());
+  return node;
+}
+
+void appendNameSpace(xml_node parent, const std::string& nameSpace) {
+  xml_node node = parent.append_child("LOCALNAMESPACEPATH");
+  std::istringstream parts(nameSpace);
+  // A leading slash gives a first part without a name, which shows the client what the provider
+  // said.
+  for (std::string part; std::getline(parts, part, '/');) {
+    setName(node.append_child("NAMESPACE"), part);
+  }
 }
 
 void appendInstanceName(xml_node parent, const ObjectPath& path) {

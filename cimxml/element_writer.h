@@ -27,6 +27,12 @@ std::string cleanText(std::string_view text);
 /// MESSAGE in a document of its own; what it asks or answers goes below.
 pugi::xml_node appendMessage(pugi::xml_document& document, const std::string& id);
 
+/// An element with a text.
+pugi::xml_node appendText(pugi::xml_node parent, const char* element, const std::string& text);
+
+/// LOCALNAMESPACEPATH.
+void appendNameSpace(pugi::xml_node parent, const std::string& nameSpace);
+
 /// INSTANCENAME.
 void appendInstanceName(pugi::xml_node parent, const broker::ObjectPath& path);
 

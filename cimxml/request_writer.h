@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "cimxml/messages.h"
+
+namespace orv::cimxml {
+
+/// The message of an intrinsic method call, as request_reader reads it. `failure` has no place in
+/// it. Characters that XML cannot carry are replaced by U+FFFD.
+std::string callMessage(const Call& call);
+
+}  // namespace orv::cimxml

@@ -9,9 +9,9 @@
 
 namespace orv::notation {
 
-using broker::ClassRepository;
+using broker::ClassSource;
 
-Json toJson(const broker::Value& value, const ClassRepository& classes, bool withNulls) {
+Json toJson(const broker::Value& value, const ClassSource& classes, bool withNulls) {
   if (value.null) return nullptr;
   return std::visit(
       [&](const auto& content) -> Json {
@@ -37,7 +37,7 @@ Json toJson(const broker::Value& value, const ClassRepository& classes, bool wit
       value.content);
 }
 
-Json toJson(const broker::ObjectPath& path, const ClassRepository& classes) {
+Json toJson(const broker::ObjectPath& path, const ClassSource& classes) {
   Json keys = Json::object();
   for (const broker::Key& key : path.keys) keys[key.name] = toJson(key.value, classes, true);
   return {{"path", objectPathText(path)},
@@ -46,7 +46,7 @@ Json toJson(const broker::ObjectPath& path, const ClassRepository& classes) {
           {"keys", std::move(keys)}};
 }
 
-Json toJson(const broker::Instance& instance, const ClassRepository& classes, bool withNulls) {
+Json toJson(const broker::Instance& instance, const ClassSource& classes, bool withNulls) {
   Json properties = Json::object();
   const broker::ClassDefinition* definition = classes.find(instance.path.className);
   for (const broker::Property* p : orderedProperties(instance, definition, withNulls)) {

@@ -44,7 +44,7 @@ Value plainValue(const KeyText& key) {
 }  // namespace
 
 broker::ObjectPath readObjectPath(std::string_view text, const std::string& nameSpace,
-                                  const broker::ClassRepository& classes) {
+                                  const broker::ClassSource& classes) {
   const broker::ObjectPathText parsed = broker::parseObjectPath(text);
   broker::ObjectPath path;
   path.host = parsed.host;

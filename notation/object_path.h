@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "broker/class_repository.h"
+#include "broker/class_source.h"
 #include "broker/values.h"
 
 namespace orv::notation {
@@ -14,7 +14,7 @@ namespace orv::notation {
 ///
 /// Fails: broker::ObjectPathError, when the text or that of a reference is not an object path.
 broker::ObjectPath readObjectPath(std::string_view text, const std::string& nameSpace,
-                                  const broker::ClassRepository& classes);
+                                  const broker::ClassSource& classes);
 
 /// The text that readObjectPath reads as the path: references quoted, keys that are null left
 /// out.

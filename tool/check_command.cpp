@@ -61,26 +61,25 @@ double now() {
 /// The heartbeat of the provider in this process, which sends one at once to its first subscriber.
 /// A subscription at the service would cost its clients more than it tells: the first of them
 /// starts the heartbeat's clock.
-HeartbeatFacts ownHeartbeat(broker::Broker& broker, const std::string& nameSpace) {
+HeartbeatFacts ownHeartbeat(client::CimClient& client, const std::string& nameSpace) {
   constexpr std::chrono::seconds kPatience(5);
   metrics::HeartbeatWatch watch(
       {[&](const broker::IndicationFilter& filter, broker::IndicationHandler handler) {
-         return broker.subscribe(filter, std::move(handler));
+         return client.subscribe(filter, std::move(handler));
        },
-       [&](broker::SubscriptionId id) { broker.unsubscribe(id); }},
+       [&](broker::SubscriptionId id) { client.unsubscribe(id); }},
       nameSpace);
   return {watch.waitForFirst(kPatience), static_cast<double>(kPatience.count())};
 }
 
 }  // namespace
 
-int runCheck(const Options& options, Session& session) {
+int runCheck(const Options& options, client::CimClient& client) {
   const CheckSettings settings = settingsOf(options);
-  broker::Broker& broker = session.broker();
-  waitForFirstLook(broker, options.nameSpace);
+  client.waitForHealth(options.nameSpace);
   const metrics::HostFacts facts = metrics::readHost(
-      [&](const broker::Request& request) { return broker.request(request); }, options.nameSpace);
-  const HeartbeatFacts heartbeat = ownHeartbeat(broker, options.nameSpace);
+      [&](const broker::Request& request) { return client.request(request); }, options.nameSpace);
+  const HeartbeatFacts heartbeat = ownHeartbeat(client, options.nameSpace);
   const bool keeps = !options.stateFile.empty();
   const metrics::StoredState previous =
       keeps ? metrics::readState(options.stateFile) : metrics::StoredState();

@@ -1,10 +1,11 @@
 #include "tool/commands.h"
 
-#include <iostream>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "broker/object_path_text.h"
 #include "notation/json.h"
 #include "tool/errors.h"
 #include "tool/object_paths.h"
@@ -13,15 +14,12 @@
 namespace orv::tool {
 namespace {
 
-using broker::RegistrationSection;
+using broker::Operation;
 using broker::Response;
+using client::CimClient;
+using client::ServedClass;
 using notation::Json;
 using notation::jsonText;
-
-broker::PropertyList propertyList(const Options& options) {
-  if (options.properties.empty()) return std::nullopt;
-  return options.properties;
-}
 
 // A property list drops the keys that it does not name, while the path still has them: they are
 // shown, so that the instances can be told apart.
@@ -35,30 +33,16 @@ std::vector<broker::Instance> withKeys(std::vector<broker::Instance> instances) 
   return instances;
 }
 
-std::string kinds(const RegistrationSection& section) {
-  std::string text;
-  const std::pair<bool, const char*> parts[] = {{section.instance, "instance"},
-                                                {section.association, "association"},
-                                                {section.indication, "indication"},
-                                                {section.method, "method"}};
-  for (const auto& [present, name] : parts) {
-    if (present) text += (text.empty() ? "" : ", ") + std::string(name);
-  }
-  return text;
-}
-
 struct ListRow {
-  std::string className;
-  std::string kind;
+  ServedClass served;
   std::optional<std::size_t> count;  // absent: has none to count, or the request failed
   std::string error;
 };
 
-ListRow listRow(const RegistrationSection& section, const Options& options, Session& session) {
-  ListRow row{section.className, kinds(section), std::nullopt, ""};
-  if (!section.instance) return row;
-  const Response response =
-      session.broker().enumerateInstanceNames(options.nameSpace, section.className);
+ListRow listRow(const ServedClass& served, const Options& options, CimClient& client) {
+  ListRow row{served, std::nullopt, ""};
+  if (!served.countable) return row;
+  const Response response = enumerateInstanceNames(client, options.nameSpace, served.name);
   if (response.ok()) {
     row.count = response.paths.size();
   } else {
@@ -67,85 +51,89 @@ ListRow listRow(const RegistrationSection& section, const Options& options, Sess
   return row;
 }
 
-void printList(const std::vector<ListRow>& rows, Format format) {
-  if (format == Format::kJson) {
+void printList(const std::vector<ListRow>& rows, Printer& printer) {
+  if (printer.format() == Format::kJson) {
     Json array = Json::array();
     for (const ListRow& row : rows) {
-      Json one = {{"class", row.className}, {"kind", row.kind}};
+      Json one = {{"class", row.served.name}, {"kind", row.served.kind}};
       one["instances"] = row.count ? Json(*row.count) : Json(nullptr);
       if (!row.error.empty()) one["error"] = row.error;
       array.push_back(std::move(one));
     }
-    std::cout << jsonText(array) << "\n";
+    printer.out() << jsonText(array) << "\n";
     return;
   }
   TextTable table({"CLASS", "KIND", "INSTANCES"});
   for (const ListRow& row : rows) {
-    table.add({row.className, row.kind,
+    table.add({row.served.name, row.served.kind,
                row.count           ? std::to_string(*row.count)
                : row.error.empty() ? "-"
                                    : "error"});
   }
-  table.print(std::cout);
+  table.print(printer.out());
 }
 
-bool isIn(const RegistrationSection& section, const std::string& nameSpace) {
-  for (const std::string& name : section.namespaces) {
-    if (name == "*" || broker::sameName(name, nameSpace)) return true;
-  }
-  return false;
-}
-
-int runList(const Options& options, Session& session, Printer& printer) {
+int runList(const Options& options, CimClient& client, Printer& printer) {
+  const client::ServedClasses served = client.servedClasses(options.nameSpace);
+  if (served.rc != CMPI_RC_OK) throw CimError(served.rc, served.message);
   std::vector<ListRow> rows;
-  for (const RegistrationSection& section : session.registration()) {
-    if (isIn(section, options.nameSpace)) rows.push_back(listRow(section, options, session));
-  }
-  if (rows.empty()) {
-    throw CimError(CMPI_RC_ERR_INVALID_NAMESPACE,
-                   "no class is served in namespace " + options.nameSpace);
-  }
-  printList(rows, printer.format());
+  for (const ServedClass& one : served.classes) rows.push_back(listRow(one, options, client));
+  printList(rows, printer);
   int status = kExitOk;
   for (const ListRow& row : rows) {
     if (row.error.empty()) continue;
-    std::cerr << "orvcim: " << row.className << ": " << row.error << "\n";
+    printer.complain(row.served.name + ": " + row.error);
     status = kExitCimError;
   }
   return status;
 }
 
-int runGet(const Options& options, Session& session, Printer& printer) {
-  const broker::ObjectPath path =
-      objectPathArgument(options.objectPath, options.nameSpace, session.classes());
-  const Response response = session.broker().getInstance(path, propertyList(options));
-  successful(response);
-  if (response.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND, std::nullopt);
-  printer.instance(withKeys(response.instances).front());
-  return kExitOk;
+/// What a command asks for with one request.
+struct Question {
+  Command command;
+  Operation operation;
+};
+
+constexpr Question kQuestions[] = {
+    {Command::kNames, Operation::kEnumerateInstanceNames},
+    {Command::kInstances, Operation::kEnumerateInstances},
+    {Command::kGet, Operation::kGetInstance},
+    {Command::kAssociators, Operation::kAssociators},
+    {Command::kAssociatorNames, Operation::kAssociatorNames},
+    {Command::kReferences, Operation::kReferences},
+    {Command::kReferenceNames, Operation::kReferenceNames},
+};
+
+broker::Request requestOf(const Options& options, Operation operation, CimClient& client) {
+  broker::Request request;
+  request.operation = operation;
+  if (options.objectPath.empty()) {
+    request.path.nameSpace = options.nameSpace;
+    request.path.className = options.className;
+  } else {
+    request.path = objectPathArgument(options.objectPath, options.nameSpace,
+                                      client.classes(nameSpaceOf(options)));
+  }
+  if (!options.properties.empty()) request.properties = options.properties;
+  request.filter = {options.assocClass, options.resultClass, options.role, options.resultRole};
+  return request;
 }
 
-int runAssociation(const Options& options, Session& session, Printer& printer) {
-  const broker::ObjectPath source =
-      objectPathArgument(options.objectPath, options.nameSpace, session.classes());
-  const broker::AssociationFilter filter = {options.assocClass, options.resultClass, options.role,
-                                            options.resultRole};
-  broker::Broker& broker = session.broker();
-  const broker::PropertyList properties = propertyList(options);
-  switch (options.command) {
-    case Command::kAssociators:
-      printer.instances(
-          withKeys(successful(broker.associators(source, filter, properties)).instances));
+int runQuestion(const Options& options, Operation operation, CimClient& client, Printer& printer) {
+  const Response response = client.request(requestOf(options, operation, client));
+  successful(response);
+  switch (operation) {
+    case Operation::kEnumerateInstanceNames:
+    case Operation::kAssociatorNames:
+    case Operation::kReferenceNames:
+      printer.paths(response.paths);
       break;
-    case Command::kReferences:
-      printer.instances(
-          withKeys(successful(broker.references(source, filter, properties)).instances));
-      break;
-    case Command::kAssociatorNames:
-      printer.paths(successful(broker.associatorNames(source, filter)).paths);
+    case Operation::kGetInstance:
+      if (response.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND, std::nullopt);
+      printer.instance(withKeys(response.instances).front());
       break;
     default:
-      printer.paths(successful(broker.referenceNames(source, filter)).paths);
+      printer.instances(withKeys(response.instances));
   }
   return kExitOk;
 }
@@ -157,40 +145,36 @@ const Response& successful(const Response& response) {
   return response;
 }
 
-int runCommand(const Options& options, Session& session, Printer& printer) {
-  broker::Broker& broker = session.broker();
+std::string nameSpaceOf(const Options& options) {
+  if (options.objectPath.empty()) return options.nameSpace;
+  try {
+    const std::string own = broker::parseObjectPath(options.objectPath).nameSpace;
+    return own.empty() ? options.nameSpace : own;
+  } catch (const broker::ObjectPathError& e) {
+    throw BadInput(e.what());
+  }
+}
+
+int runCommand(const Options& options, CimClient& client, Printer& printer) {
+  for (const Question& question : kQuestions) {
+    if (question.command == options.command) {
+      return runQuestion(options, question.operation, client, printer);
+    }
+  }
   switch (options.command) {
     case Command::kList:
-      return runList(options, session, printer);
-    case Command::kNames:
-      printer.paths(
-          successful(broker.enumerateInstanceNames(options.nameSpace, options.className)).paths);
-      return kExitOk;
-    case Command::kInstances:
-      printer.instances(
-          withKeys(successful(broker.enumerateInstances(options.nameSpace, options.className,
-                                                        propertyList(options)))
-                       .instances));
-      return kExitOk;
-    case Command::kGet:
-      return runGet(options, session, printer);
-    case Command::kAssociators:
-    case Command::kAssociatorNames:
-    case Command::kReferences:
-    case Command::kReferenceNames:
-      return runAssociation(options, session, printer);
+      return runList(options, client, printer);
     case Command::kWatch:
-      return runWatch(options, session, printer);
+      return runWatch(options, client, printer);
     case Command::kHealth:
-      return runHealth(options, session, printer);
+      return runHealth(options, client, printer);
     case Command::kMetrics:
-      return runMetrics(options, session);
+      return runMetrics(options, client, printer);
     case Command::kCheck:
-      return runCheck(options, session);
-    case Command::kServe:
-      return runServe(options);
+      return runCheck(options, client);
+    default:
+      return kExitBadInput;
   }
-  return kExitBadInput;
 }
 
 }  // namespace orv::tool

@@ -5,23 +5,33 @@
 #include "tool/commands.h"
 #include "tool/end_signals.h"
 #include "tool/errors.h"
+#include "tool/local_client.h"
 #include "tool/options.h"
 #include "tool/printer.h"
-#include "tool/session.h"
+#include "tool/remote_command.h"
 #include "tool/start_lines.h"
 
 namespace {
 
-int complain(const std::exception& e, int status, orv::tool::Command command) {
-  if (command == orv::tool::Command::kCheck) return orv::tool::reportUnknown(e.what());
+using namespace orv::tool;
+
+int complain(const std::exception& e, int status, Command command) {
+  if (command == Command::kCheck) return reportUnknown(e.what());
   std::cerr << "orvcim: " << e.what() << "\n";
   return status;
+}
+
+int runLocally(const Options& options) {
+  if (!options.verbose) hideStartLines();
+  LocalClient client(options.session);
+  Printer printer(std::cout, client.classes(nameSpaceOf(options)), options.print,
+                  [](const std::string& text) { std::cerr << "orvcim: " << text << "\n"; });
+  return runCommand(options, client, printer);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  using namespace orv::tool;
   Command command = Command::kList;
   try {
     int exitStatus = kExitOk;
@@ -30,16 +40,11 @@ int main(int argc, char** argv) {
     command = options->command;
     if (options->command == Command::kServe) return runServe(*options);
     if (options->command == Command::kWatch) blockEndSignals();
-    if (!options->verbose) hideStartLines();
-    Session session(options->session);
-    Printer printer(std::cout, session.classes(), options->print);
-    const int status = runCommand(*options, session, printer);
+    const int status = isRemote(*options) ? runRemotely(*options) : runLocally(*options);
     if (!std::cout.flush()) throw std::runtime_error("standard output cannot be written");
     return status;
   } catch (const BadInput& e) {
     return complain(e, kExitBadInput, command);
-  } catch (const CimError& e) {
-    return complain(e, kExitCimError, command);
   } catch (const std::exception& e) {
     return complain(e, kExitCimError, command);
   }

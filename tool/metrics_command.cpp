@@ -1,20 +1,16 @@
-#include <iostream>
-
 #include "metrics/collect.h"
 #include "tool/commands.h"
 #include "tool/errors.h"
 
 namespace orv::tool {
 
-int runMetrics(const Options& options, Session& session) {
-  waitForFirstLook(session.broker(), options.nameSpace);
+int runMetrics(const Options& options, client::CimClient& client, Printer& printer) {
+  client.waitForHealth(options.nameSpace);
   const metrics::Metrics found = metrics::collect(
-      [&](const broker::Request& request) { return session.broker().request(request); },
-      options.nameSpace);
-  std::cout << metrics::textOf(found.families);
+      [&](const broker::Request& request) { return client.request(request); }, options.nameSpace);
+  printer.out() << metrics::textOf(found.families);
   for (const metrics::ClassFailure& failure : found.failures) {
-    std::cerr << "orvcim: " + failure.className + ": " + statusLine(failure.rc, failure.message) +
-                     "\n";
+    printer.complain(failure.className + ": " + statusLine(failure.rc, failure.message));
   }
   return found.failures.empty() ? kExitOk : kExitCimError;
 }

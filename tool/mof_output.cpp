@@ -19,7 +19,7 @@ using notation::orderedProperties;
 
 class Writer {
  public:
-  Writer(std::ostream& out, const broker::ClassRepository& classes, bool withNulls)
+  Writer(std::ostream& out, const broker::ClassSource& classes, bool withNulls)
       : out_(out), classes_(classes), withNulls_(withNulls) {}
 
   void instance(const Instance& instance, const std::string& indent) {
@@ -52,13 +52,13 @@ class Writer {
   }
 
   std::ostream& out_;
-  const broker::ClassRepository& classes_;
+  const broker::ClassSource& classes_;
   bool withNulls_;
 };
 
 }  // namespace
 
-void writeMof(std::ostream& out, const Instance& instance, const broker::ClassRepository& classes,
+void writeMof(std::ostream& out, const Instance& instance, const broker::ClassSource& classes,
               bool withNulls) {
   Writer(out, classes, withNulls).instance(instance, "");
   out << ";\n";

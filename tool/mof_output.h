@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "broker/class_repository.h"
+#include "broker/class_source.h"
 #include "broker/values.h"
 
 namespace orv::tool {
@@ -15,6 +15,6 @@ namespace orv::tool {
 ///
 /// Embedded instances are written out in their place.
 void writeMof(std::ostream& out, const broker::Instance& instance,
-              const broker::ClassRepository& classes, bool withNulls);
+              const broker::ClassSource& classes, bool withNulls);
 
 }  // namespace orv::tool

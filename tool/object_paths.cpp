@@ -7,7 +7,7 @@
 namespace orv::tool {
 
 broker::ObjectPath objectPathArgument(std::string_view text, const std::string& nameSpace,
-                                      const broker::ClassRepository& classes) {
+                                      const broker::ClassSource& classes) {
   try {
     return notation::readObjectPath(text, nameSpace, classes);
   } catch (const broker::ObjectPathError& e) {

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "broker/class_repository.h"
+#include "broker/class_source.h"
 #include "broker/values.h"
 
 namespace orv::tool {
@@ -12,6 +12,6 @@ namespace orv::tool {
 ///
 /// Fails: BadInput.
 broker::ObjectPath objectPathArgument(std::string_view text, const std::string& nameSpace,
-                                      const broker::ClassRepository& classes);
+                                      const broker::ClassSource& classes);
 
 }  // namespace orv::tool

@@ -20,6 +20,8 @@ constexpr const char* kFooter = R"(Examples:
   orvcim instances Orvane_EthernetPort --format table
   orvcim watch Orvane_CIMHeartbeat Orvane_KernelIPChangedIndication
   orvcim --simulate host.json list
+  orvcim --url https://admin@host7:5989 health
+  orvcim --hosts hosts.txt health
 
 `orvcim COMMAND --help` explains a command and has examples of its own.
 
@@ -46,6 +48,7 @@ constexpr CommandText kCommands[] = {
      "orvcim names CIM_IPProtocolEndpoint --format json"},
     {Command::kInstances, "instances", "Instances of a class",
      "orvcim instances Orvane_EthernetPort --format table\n"
+     "orvcim instances Orvane_EthernetPort --url https://admin@host7:5989\n"
      "orvcim instances Orvane_EPStatisticalInformation --property bytesRx bytesTx"},
     {Command::kGet, "get", "One instance",
      "orvcim get 'Orvane_RollupHealthState.Name=\"Orvane Rollup Health State\"'\n"
@@ -62,10 +65,12 @@ constexpr CommandText kCommands[] = {
      "orvcim reference-names \"$(orvcim names Orvane_EthernetPort | head -n 1)\""},
     {Command::kWatch, "watch", "Print indications as they arrive, until Ctrl-C",
      "orvcim watch Orvane_CIMHeartbeat Orvane_KernelIPChangedIndication\n"
-     "orvcim watch Orvane_CIMHeartbeat --format json"},
+     "orvcim watch Orvane_CIMHeartbeat --format json\n"
+     "orvcim watch Orvane_CIMHeartbeat --url https://admin@host7:5989"},
     {Command::kHealth, "health", "Roll-up health and latched health records",
      "orvcim health\n"
-     "orvcim health --format json"},
+     "orvcim health --format json\n"
+     "orvcim health --hosts hosts.txt"},
     {Command::kMetrics, "metrics", "Metrics of the host in the text format of Prometheus",
      "orvcim metrics\n"
      "orvcim metrics > /var/lib/prometheus/node-exporter/orvane.prom.new &&\n"
@@ -168,6 +173,30 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_flag("-v,--verbose", options.verbose,
                "Show what provider libraries write when they start");
   app.set_version_flag("--version", "orvcim " ORV_VERSION);
+}
+
+void addRemoteOptions(CLI::App& app, RemoteOptions& remote) {
+  app.add_option("--url", remote.urls,
+                 "Ask this CIM-XML server instead of this host; may be given again")
+      ->allow_extra_args(false)
+      ->type_name("https://USER@HOST:PORT");
+  app.add_option("--hosts", remote.hostsFile, "Ask the servers of this file, one URL a line")
+      ->type_name("FILE");
+  app.add_option("--password-file", remote.passwordFile,
+                 "Password of the URLs' users (default: ~/.netrc, or the terminal)")
+      ->type_name("FILE");
+  app.add_option("--ca", remote.authorities,
+                 "Authorities that vouch for servers, PEM (default: the system's)")
+      ->type_name("FILE");
+  app.add_flag("--insecure", remote.insecure, "Do not check the certificates of servers");
+  app.add_option("--timeout", remote.timeoutSeconds, "Seconds for one answer of a server")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 86400))
+      ->type_name("SECONDS");
+  app.add_option("--interop-namespace", remote.interopNamespace,
+                 "Where a server keeps subscriptions, for watch")
+      ->capture_default_str()
+      ->type_name("NAME");
 }
 
 CLI::App* addCommand(CLI::App& app, Options& options, Command command) {
@@ -285,14 +314,16 @@ void addCommands(CLI::App& app, Options& options) {
 std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitStatus) {
   Options options;
   options.print.width = terminalWidth();
-  CLI::App app{"Asks the providers of liborvprovider through an embedded object manager.",
-               "orvcim"};
+  CLI::App app{
+      "Asks this host's CIM providers, without an object manager, or the CIM servers of others.",
+      "orvcim"};
   app.footer(kFooter);
   app.formatter(std::make_shared<HelpFormatter>());
   app.allow_extras();  // so that a stray word can be named; refused below
   app.fallthrough();
   app.require_subcommand(1);
   addGlobalOptions(app, options);
+  addRemoteOptions(app, options.remote);
   addCommands(app, options);
   try {
     app.parse(argc, argv);

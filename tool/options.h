@@ -26,6 +26,17 @@ enum class Command {
   kServe,
 };
 
+/// Which servers are asked instead of this host, and how.
+struct RemoteOptions {
+  std::vector<std::string> urls;
+  std::string hostsFile;     ///< empty: none
+  std::string passwordFile;  ///< empty: none
+  std::string authorities;   ///< PEM file; empty: the system's
+  bool insecure = false;
+  int timeoutSeconds = 60;
+  std::string interopNamespace = "root/interop";
+};
+
 /// What the command line asks for.
 struct Options {
   Command command = Command::kList;
@@ -43,6 +54,7 @@ struct Options {
   std::string nameSpace = "root/cimv2";
   bool verbose = false;  ///< let the start lines of provider libraries through
   SessionOptions session;
+  RemoteOptions remote;
 };
 
 /// Reads the command line. When there is nothing more to do (help, version, wrong usage), writes

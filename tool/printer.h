@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <ostream>
+#include <string>
+#include <utility>
 #include <vector>
 
-#include "broker/class_repository.h"
+#include "broker/class_source.h"
 #include "broker/values.h"
 
 namespace orv::tool {
@@ -20,11 +23,21 @@ struct PrintOptions {
 /// Writes answers in the wanted format.
 class Printer {
  public:
-  /// `out` and `classes` must outlive the printer.
-  Printer(std::ostream& out, const broker::ClassRepository& classes, PrintOptions options)
-      : out_(out), classes_(classes), options_(options) {}
+  /// Takes one line about what went wrong beside the answer.
+  using Complain = std::function<void(const std::string&)>;
+
+  /// `out` and what `classes` finds in must outlive the printer.
+  Printer(std::ostream& out, broker::ClassSource classes, PrintOptions options, Complain complain)
+      : out_(out),
+        classes_(std::move(classes)),
+        options_(options),
+        complain_(std::move(complain)) {}
 
   Format format() const { return options_.format; }
+  const broker::ClassSource& classes() const { return classes_; }
+  std::ostream& out() { return out_; }
+
+  void complain(const std::string& text) const { complain_(text); }
 
   /// JSON: an array, also when empty.
   void instances(const std::vector<broker::Instance>& instances);
@@ -37,8 +50,9 @@ class Printer {
 
  private:
   std::ostream& out_;
-  const broker::ClassRepository& classes_;
+  broker::ClassSource classes_;
   PrintOptions options_;
+  Complain complain_;
 };
 
 /// Columns of the terminal on standard output; 120 when it is none.

@@ -108,7 +108,7 @@ std::string cellText(const broker::PropertyDefinition* property, const Value& va
 }
 
 void writeTable(std::ostream& out, const std::vector<Instance>& instances,
-                const broker::ClassRepository& classes, bool withNulls, std::size_t width) {
+                const broker::ClassSource& classes, bool withNulls, std::size_t width) {
   bool first = true;
   for (const auto& group : byClass(instances, [](const Instance& i) { return i.path.className; })) {
     const std::string& className = group.front()->path.className;

@@ -4,7 +4,7 @@
 #include <ostream>
 #include <vector>
 
-#include "broker/class_repository.h"
+#include "broker/class_source.h"
 #include "broker/values.h"
 
 namespace orv::tool {
@@ -13,7 +13,7 @@ namespace orv::tool {
 /// row for each instance when that fits into `width` columns, else a block of "property  value"
 /// lines for each.
 void writeTable(std::ostream& out, const std::vector<broker::Instance>& instances,
-                const broker::ClassRepository& classes, bool withNulls, std::size_t width);
+                const broker::ClassSource& classes, bool withNulls, std::size_t width);
 
 /// The same for object paths: a row for each, a column for each key.
 void writeTable(std::ostream& out, const std::vector<broker::ObjectPath>& paths);

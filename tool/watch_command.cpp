@@ -13,12 +13,11 @@ namespace {
 // Subscriptions that end with the object, the latest first.
 class Subscriptions {
  public:
-  explicit Subscriptions(broker::Broker& broker) : broker_(broker) {}
+  Subscriptions(client::CimClient& client, Printer& printer) : client_(client), printer_(printer) {}
   ~Subscriptions() {
     for (auto id = ids_.rbegin(); id != ids_.rend(); ++id) {
-      const broker::Response response = broker_.unsubscribe(*id);
-      if (!response.ok())
-        std::cerr << "orvcim: " << statusLine(response.rc, response.message) << "\n";
+      const broker::Response response = client_.unsubscribe(*id);
+      if (!response.ok()) printer_.complain(statusLine(response.rc, response.message));
     }
   }
   Subscriptions(const Subscriptions&) = delete;
@@ -30,18 +29,19 @@ class Subscriptions {
     filter.query = "SELECT * FROM " + className;
     filter.sourceNamespace = options.nameSpace;
     filter.name = "orvcim:" + className;
-    const broker::SubscribeResult result = broker_.subscribe(filter, handler);
+    const broker::SubscribeResult result = client_.subscribe(filter, handler);
     if (!result.ok()) throw CimError(result.rc, result.message);
     ids_.push_back(result.id);
   }
 
  private:
-  broker::Broker& broker_;
+  client::CimClient& client_;
+  Printer& printer_;
   std::vector<broker::SubscriptionId> ids_;
 };
 
-void requireIndicationClass(const Session& session, const std::string& className) {
-  const broker::ClassDefinition* definition = session.classes().find(className);
+void requireIndicationClass(const broker::ClassSource& classes, const std::string& className) {
+  const broker::ClassDefinition* definition = classes.find(className);
   if (definition == nullptr) {
     throw CimError(CMPI_RC_ERR_INVALID_CLASS, "class " + className + " is not known");
   }
@@ -50,14 +50,17 @@ void requireIndicationClass(const Session& session, const std::string& className
 
 }  // namespace
 
-int runWatch(const Options& options, Session& session, Printer& printer) {
-  for (const std::string& name : options.classNames) requireIndicationClass(session, name);
+int runWatch(const Options& options, client::CimClient& client, Printer& printer) {
+  for (const std::string& name : options.classNames) {
+    requireIndicationClass(printer.classes(), name);
+  }
   std::mutex printing;  // handlers of several subscriptions may run at once
   const auto print = [&](const broker::Instance& indication) {
     const std::lock_guard<std::mutex> lock(printing);
     printer.indication(indication);
+    if (!printer.out()) raiseEndSignal();  // nobody reads any more
   };
-  Subscriptions subscriptions(session.broker());
+  Subscriptions subscriptions(client, printer);
   for (const std::string& name : options.classNames) subscriptions.add(options, name, print);
   std::cerr << "orvcim: watching; Ctrl-C ends\n";
   waitForEndSignal();

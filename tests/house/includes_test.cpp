@@ -36,12 +36,13 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"broker", {"cmpi/abi"}},
     {"broker/testing", {"broker", "cmpi/abi"}},  // what only tests need
     {"cimxml", {"broker", "cmpi/abi"}},
+    {"client", {"cimxml", "broker", "cmpi/abi"}},
     {"metrics", {"cimxml", "broker", "cmpi/abi"}},
     {"notation", {"broker", "cmpi/abi"}},
     {"serve", {"metrics", "cimxml", "broker", "cmpi/abi"}},
     {"web", {"serve", "notation", "broker", "cmpi/abi"}},
     // platform/simulated: the host file's parser
-    {"tool", {"metrics", "notation", "broker", "cmpi/abi", "platform/simulated"}},
+    {"tool", {"client", "metrics", "notation", "broker", "cmpi/abi", "platform/simulated"}},
     {"daemon", {"tool", "web", "serve", "metrics", "broker", "cmpi/abi"}},
 };
 

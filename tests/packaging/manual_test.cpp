@@ -36,13 +36,20 @@ INSTANTIATE_TEST_SUITE_P(Pages, ManualPage,
 TEST(Manual, TellsEveryCommandAndOptionOfTheTool) {
   const std::string page = manualText(kManual + "orvcim.1");
   const std::string help = run({ORV_BINARY_DIR "/bin/orvcim", "--help"}).out;
-  for (const char* word : {"list",        "names",           "instances",
-                           "get",         "associators",     "associator-names",
-                           "references",  "reference-names", "watch",
-                           "health",      "metrics",         "check",
-                           "serve",       "--format",        "--nulls",
-                           "--namespace", "--library",       "--schema",
-                           "--simulate",  "--version",       "--help"}) {
+  for (const char* word : {"list",        "names",
+                           "instances",   "get",
+                           "associators", "associator-names",
+                           "references",  "reference-names",
+                           "watch",       "health",
+                           "metrics",     "check",
+                           "serve",       "--format",
+                           "--nulls",     "--namespace",
+                           "--library",   "--schema",
+                           "--simulate",  "--url",
+                           "--hosts",     "--password-file",
+                           "--ca",        "--insecure",
+                           "--timeout",   "--interop-namespace",
+                           "--version",   "--help"}) {
     EXPECT_THAT(help, HasSubstr(word));
     EXPECT_THAT(page, HasSubstr(word));
   }

@@ -93,6 +93,32 @@ class RealAnswersTest : public RealBrokerTest, public testing::WithParamInterfac
     return json::parse(outcome.out, nullptr, false);
   }
 
+  /// Our tool as a client of the real broker.
+  Outcome remote(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> command = {ORV_BINARY_DIR "/bin/orvcim", "--url",
+                                        "http://127.0.0.1:5988"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    command.insert(command.end(), {"--format", "json"});
+    return sandbox_->run(command);
+  }
+  json remoteTool(const std::vector<std::string>& arguments) const {
+    const Outcome outcome = remote(arguments);
+    EXPECT_EQ(outcome.status, 0) << testing::PrintToString(arguments) << outcome.err;
+    return json::parse(outcome.out, nullptr, false);
+  }
+
+  void expectToolsToAgree(const std::vector<std::string>& arguments) const {
+    const json there = remoteTool(arguments);
+    const json here = tool(arguments);
+    const std::string what = testing::PrintToString(arguments);
+    if (arguments.front().find("names") != std::string::npos) {
+      EXPECT_EQ(pathsOfTool(there), pathsOfTool(here)) << what;
+    } else {
+      const auto list = [](const json& one) { return one.is_array() ? one : json::array({one}); };
+      EXPECT_TRUE(agree(instancesOfTool(list(there)), instancesOfTool(list(here)))) << what;
+    }
+  }
+
   std::vector<std::string> servedClasses() const {
     std::vector<std::string> classes;
     for (const json& row : tool({"list"})) {
@@ -187,6 +213,36 @@ TEST_P(RealAnswersTest, FailuresAgree) {
         text == "The requested object could not be found" || text == "Class not found";
     EXPECT_TRUE(isOwn || embedded.err.find(text) != std::string::npos) << object << ": " << text;
   }
+}
+
+TEST_P(RealAnswersTest, OurToolReadsTheSameThroughTheRealBroker) {
+  for (const std::string& name : servedClasses()) {
+    expectToolsToAgree({"names", name});
+    expectToolsToAgree({"instances", name});
+  }
+  for (const std::string& object : objects()) {
+    const std::string path = "root/cimv2:" + object;
+    for (const char* command :
+         {"get", "associators", "associator-names", "references", "reference-names"}) {
+      expectToolsToAgree({command, path});
+    }
+  }
+}
+
+TEST_P(RealAnswersTest, OurToolHasWordsAndFailuresOfTheRealBroker) {
+  const Outcome health = remote({"health"});
+  EXPECT_EQ(health.status, 0) << health.err;
+  EXPECT_THAT(health.out, HasSubstr("healthText"));
+  const json list = remoteTool({"list"});
+  EXPECT_TRUE(std::any_of(list.begin(), list.end(), [](const json& row) {
+    return row["class"] == "Orvane_EthernetPort" && row["instances"].is_number();
+  })) << list;
+  const Outcome none = remote({"instances", "Orvane_None"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_THAT(none.err, HasSubstr("CMPI_RC_ERR_INVALID_CLASS (5)"));
+  const Outcome elsewhere = remote({"names", "Orvane_Processor", "-n", "root/none"});
+  EXPECT_EQ(elsewhere.status, 1);
+  EXPECT_THAT(elsewhere.err, HasSubstr("CMPI_RC_ERR_INVALID_NAMESPACE (3)"));
 }
 
 std::string hostName(const testing::TestParamInfo<Library>& host) {

@@ -1,5 +1,7 @@
 // Indications, and the life of the broker that carries them.
 
+#include <signal.h>
+
 #include <algorithm>
 
 #include "tests/real_broker/broker_fixture.h"
@@ -46,6 +48,22 @@ TEST_F(RealIndicationsTest, HeartbeatsAndAddressChangesReachAListener) {
   EXPECT_THAT(beat, HasSubstr("<PROPERTY NAME=\"stamp\""));
   EXPECT_EQ(unsubscribe("beats"), "");
   EXPECT_EQ(unsubscribe("changes"), "");
+}
+
+TEST_F(RealIndicationsTest, OurToolWatchesTheRealBrokerAndLeavesNothingBehind) {
+  serveWithHeartbeat();
+  Program watch({ORV_BINARY_DIR "/bin/orvcim", "--url", "http://127.0.0.1:5988", "watch",
+                 "Orvane_CIMHeartbeat"});
+  EXPECT_TRUE(watch.waitForOutput("instance of Orvane_CIMHeartbeat", seconds(75)));
+  watch.signal(SIGTERM);
+  const Outcome outcome = watch.wait();
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  for (const char* name :
+       {"CIM_IndicationFilter", "CIM_IndicationHandler", "CIM_IndicationSubscription"}) {
+    const Reply left = ask("EnumerateInstanceNames", classParameter(name), "root/interop");
+    EXPECT_EQ(left.code(), 0) << left.body;
+    EXPECT_EQ(left.count("INSTANCENAME"), 0U) << left.body;
+  }
 }
 
 TEST_F(RealIndicationsTest, PersistedSubscriptionsNeverHoldUpARestart) {

@@ -117,7 +117,7 @@ class SameAnswers : public testing::TestWithParam<const char*> {
     const std::string what = testing::PrintToString(all);
     EXPECT_EQ(remote.status, local.status) << what << remote.err << local.err;
     EXPECT_EQ(withoutTimes(remote.out), withoutTimes(local.out)) << what;
-    if (local.status == 0) EXPECT_EQ(remote.err, "") << what;
+    EXPECT_EQ(remote.err.empty(), local.status == 0) << what << remote.err;
     answers_ += local.out.empty() || local.out == "[]\n" ? 0 : 1;
   }
 
@@ -211,7 +211,9 @@ TEST(RemoteList, HasEveryClassThatTheServerServes) {
   for (const json& row : json::parse(here({"list", "--format", "json"}).out)) {
     ASSERT_EQ(remote.count(row["class"]), 1U) << row;
     const json& other = remote[row["class"]];
-    if (!row["instances"].is_null()) EXPECT_EQ(other["instances"], row["instances"]) << row;
+    if (!row["instances"].is_null()) {
+      EXPECT_EQ(other["instances"], row["instances"]) << row;
+    }
     EXPECT_THAT(row["kind"].get<std::string>(), HasSubstr(other["kind"].get<std::string>()));
   }
   const Outcome interop = there(service.url(), {"list", "-n", "root/interop"});

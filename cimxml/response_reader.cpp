@@ -41,7 +41,9 @@ void readInstanceWithPath(const xml_node& node, Reply& reply) {
 void readPath(const xml_node& node, Reply& reply) { reply.paths.push_back(readReference(node)); }
 
 void readObjectPath(const xml_node& node, Reply& reply) {
-  reply.paths.push_back(readReference(firstElement(node)));
+  const xml_node path = firstElement(node);
+  if (!path) notValid("an empty OBJECTPATH");
+  reply.paths.push_back(readReference(path));
 }
 
 /// What may stand in a return value.

@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <mutex>
@@ -141,6 +142,14 @@ struct HttpTransport::Impl {
 
   std::string where() const { return settings.url.name(); }
 
+  /// The limit that was reached: of the whole request, or of its connection.
+  std::chrono::milliseconds timePassed() const {
+    curl_off_t microseconds = 0;
+    curl_easy_getinfo(easy, CURLINFO_TOTAL_TIME_T, &microseconds);
+    const bool whole = std::chrono::microseconds(microseconds) >= settings.timeout;
+    return whole ? settings.timeout : std::min(settings.timeout, kConnectTime);
+  }
+
   [[noreturn]] void fail(CURLcode code) const {
     const std::string& host = settings.url.host;
     const std::string detail = error[0] != '\0' ? error.data() : curl_easy_strerror(code);
@@ -154,7 +163,7 @@ struct HttpTransport::Impl {
       case CURLE_COULDNT_CONNECT:
         throw ConnectionError("cannot connect to " + where() + ": " + reason);
       case CURLE_OPERATION_TIMEDOUT:
-        throw ConnectionError("no answer from " + where() + " within " + seconds(settings.timeout));
+        throw ConnectionError("no answer from " + where() + " within " + seconds(timePassed()));
       case CURLE_PEER_FAILED_VERIFICATION:
         throw ConnectionError("the certificate of " + where() + " is not trusted: " + detail +
                               "; --ca names the authority that signed it");

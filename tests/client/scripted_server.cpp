@@ -13,7 +13,10 @@
 namespace orv::test {
 namespace {
 
+constexpr char kTlsHandshake = 0x16;
+
 bool isWhole(const std::string& request) {
+  if (!request.empty() && request.front() == kTlsHandshake) return true;
   const std::size_t end = request.find("\r\n\r\n");
   if (end == std::string::npos) return false;
   const std::string mark = "Content-Length: ";

@@ -8,6 +8,7 @@
 #include "tool/commands.h"
 #include "tool/errors.h"
 #include "tool/readable_text.h"
+#include "tool/remote_command.h"
 
 namespace orv::tool {
 namespace {
@@ -59,8 +60,7 @@ double now() {
 }
 
 /// The heartbeat of the provider in this process, which sends one at once to its first subscriber.
-/// A subscription at the service would cost its clients more than it tells: the first of them
-/// starts the heartbeat's clock.
+/// Another host is not asked: the first subscriber there would take it from those who wait for it.
 HeartbeatFacts ownHeartbeat(client::CimClient& client, const std::string& nameSpace) {
   constexpr std::chrono::seconds kPatience(5);
   metrics::HeartbeatWatch watch(
@@ -76,10 +76,12 @@ HeartbeatFacts ownHeartbeat(client::CimClient& client, const std::string& nameSp
 
 int runCheck(const Options& options, client::CimClient& client) {
   const CheckSettings settings = settingsOf(options);
+  successful(client::enumerateInstanceNames(client, options.nameSpace, "Orvane_RollupHealthState"));
   client.waitForHealth(options.nameSpace);
   const metrics::HostFacts facts = metrics::readHost(
       [&](const broker::Request& request) { return client.request(request); }, options.nameSpace);
-  const HeartbeatFacts heartbeat = ownHeartbeat(client, options.nameSpace);
+  std::optional<HeartbeatFacts> heartbeat;
+  if (!isRemote(options)) heartbeat = ownHeartbeat(client, options.nameSpace);
   const bool keeps = !options.stateFile.empty();
   const metrics::StoredState previous =
       keeps ? metrics::readState(options.stateFile) : metrics::StoredState();

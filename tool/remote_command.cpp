@@ -102,8 +102,11 @@ int runOnOne(const Options& options, const RemoteSettings& settings) {
 }
 
 int runOnMany(const Options& options, const std::vector<RemoteSettings>& servers) {
-  if (options.command == Command::kWatch) {
-    throw BadInput("watch takes one --url; start it once for each host");
+  const std::pair<Command, const char*> ofOneHost[] = {
+      {Command::kWatch, "watch"}, {Command::kCheck, "check"}, {Command::kMetrics, "metrics"}};
+  for (const auto& [command, name] : ofOneHost) {
+    if (options.command != command) continue;
+    throw BadInput(std::string(name) + " takes one --url; start it once for each host");
   }
   std::vector<FleetHost> hosts;
   for (const RemoteSettings& settings : servers) {

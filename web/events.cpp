@@ -35,22 +35,7 @@ std::string idOfProcess() {
 }  // namespace
 
 Events::Events(const Host& host, const std::vector<std::string>& classNames, Limits limits)
-    : host_(host), limits_(limits), firstOfId_(idOfProcess()) {
-  for (const std::string& className : classNames) {
-    broker::IndicationFilter filter;
-    filter.query = "SELECT * FROM " + className;
-    filter.sourceNamespace = host_.nameSpace;
-    filter.name = "orvcimd:events:" + className;
-    const broker::SubscribeResult result = host_.broker.subscribe(
-        filter, [this](const broker::Instance& indication) { send(indication); });
-    if (result.ok()) {
-      subscriptions_.push_back(result.id);
-    } else {
-      log(serve::LogLevel::kWarning, "/api/events has no " + className + ": " +
-                                         result.message.value_or(broker::statusText(result.rc)));
-    }
-  }
-}
+    : host_(host), limits_(limits), firstOfId_(idOfProcess()), classNames_(classNames) {}
 
 Events::~Events() {
   for (const broker::SubscriptionId id : subscriptions_) host_.broker.unsubscribe(id);
@@ -71,7 +56,7 @@ serve::GetRoute Events::route() {
 
 HttpAnswer Events::listen() {
   auto stream = std::make_shared<BodyStream>(limits_.listenerBytes, kBeat);
-  const std::lock_guard<std::mutex> lock(mutex_);
+  std::unique_lock<std::mutex> lock(mutex_);
   forgetTheGone();
   if (listeners_.size() >= limits_.listeners) {
     HttpAnswer answer = serve::errorAnswer(503, "too many clients listen to events");
@@ -81,7 +66,29 @@ HttpAnswer Events::listen() {
   stream->append(kStart);
   for (const std::string& event : kept_) stream->append(event);
   listeners_.push_back(stream);
+  lock.unlock();
+  subscribeOnce();  // after it listens: the first indications come at once
   return {200, "", "text/event-stream", {{"Cache-Control", "no-store"}}, stream};
+}
+
+void Events::subscribeOnce() {
+  const std::lock_guard<std::mutex> lock(subscribing_);
+  if (subscribed_) return;
+  subscribed_ = true;
+  for (const std::string& className : classNames_) {
+    broker::IndicationFilter filter;
+    filter.query = "SELECT * FROM " + className;
+    filter.sourceNamespace = host_.nameSpace;
+    filter.name = "orvcimd:events:" + className;
+    const broker::SubscribeResult result = host_.broker.subscribe(
+        filter, [this](const broker::Instance& indication) { send(indication); });
+    if (result.ok()) {
+      subscriptions_.push_back(result.id);
+    } else {
+      log(serve::LogLevel::kWarning, "/api/events has no " + className + ": " +
+                                         result.message.value_or(broker::statusText(result.rc)));
+    }
+  }
 }
 
 /// In the thread that delivers.

@@ -16,8 +16,9 @@ namespace orv::web {
 
 /// The host's indications as server-sent events.
 ///
-/// Subscribes for as long as it lives, and keeps the last indications, which whoever begins to
-/// listen is sent first.
+/// Subscribes when somebody listens for the first time, so that a host whose page nobody opens
+/// treats its clients as ever: the first subscriber of a heartbeat is sent one at once. From then
+/// on it keeps the last indications, which whoever begins to listen is sent first.
 class Events {
  public:
   struct Limits {
@@ -27,7 +28,7 @@ class Events {
     std::size_t keptBytes = 64U << 10;       ///< the same; at most `listenerBytes`
   };
 
-  /// Subscribes to these classes. One that cannot be subscribed to is told in the log.
+  /// Indications of these classes. One that cannot be subscribed to is told in the log.
   Events(const Host& host, const std::vector<std::string>& classNames)
       : Events(host, classNames, Limits()) {}
   Events(const Host& host, const std::vector<std::string>& classNames, Limits limits);
@@ -42,6 +43,7 @@ class Events {
 
  private:
   serve::HttpAnswer listen();
+  void subscribeOnce();
   void send(const broker::Instance& indication);
   void keep(std::string event);
   void forgetTheGone();
@@ -49,12 +51,15 @@ class Events {
   const Host host_;
   const Limits limits_;
   const std::string firstOfId_;
+  const std::vector<std::string> classNames_;
+  std::mutex subscribing_;  // guards the next two; never locked by a delivery
+  bool subscribed_ = false;
+  std::vector<broker::SubscriptionId> subscriptions_;
   std::mutex mutex_;  // guards what follows; a stream's lock is taken under it
   std::list<std::weak_ptr<serve::BodyStream>> listeners_;
   std::deque<std::string> kept_;
   std::size_t keptBytes_ = 0;
   std::uint64_t lastId_ = 0;
-  std::vector<broker::SubscriptionId> subscriptions_;  // of the constructing thread alone
 };
 
 }  // namespace orv::web

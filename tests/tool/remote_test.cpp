@@ -322,6 +322,8 @@ TEST(RemoteUsage, WhatCannotBeUsedIsToldBeforeAnyRequest) {
   EXPECT_THAT(errorOf({"--url", "http://h", "--timeout", "0", "list"}), HasSubstr("--timeout"));
   EXPECT_THAT(errorOf({"--url", "http://h", "--url", "http://i", "watch", "C"}),
               HasSubstr("watch takes one --url"));
+  EXPECT_THAT(errorOf({"--url", "http://h", "--url", "http://i", "metrics"}),
+              HasSubstr("metrics takes one --url"));
   EXPECT_THAT(errorOf({"--url", "http://u@h", "--password-file", "/nonexistent", "list"}),
               HasSubstr("/nonexistent"));
 }

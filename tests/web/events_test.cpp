@@ -69,6 +69,7 @@ TEST(Events, WhoComesLaterIsToldOfTheLastOnes) {
   Events::Limits limits;
   limits.kept = 2;
   ServedWeb served({"T_Alert"}, {}, limits);
+  const auto first = listener(served);
   for (unsigned i = 1; i <= 3; ++i) test::deliverAlert(served.broker(), i);
   const RawClient client(served.port());
   client.send(getText("/api/events"));
@@ -76,6 +77,20 @@ TEST(Events, WhoComesLaterIsToldOfTheLastOnes) {
   ASSERT_TRUE(client.receiveUntil("\"number\":3", &text)) << text;
   EXPECT_THAT(text, HasSubstr("\"number\":2"));
   EXPECT_THAT(text, Not(HasSubstr("\"number\":1")));
+}
+
+// The first subscriber is sent a heartbeat: it is for those who wait for one.
+TEST(Events, NobodySubscribesBeforeSomebodyListens) {
+  ServedWeb served;
+  const int before = test::alertCalls().activated;
+  EXPECT_EQ(served.get("/api/names/Orvane_Processor").status, 200);
+  EXPECT_EQ(test::alertCalls().activated, before);
+  const auto first = listener(served);
+  test::deliverAlert(served.broker(), 1);
+  EXPECT_TRUE(first->receiveUntil("\"number\":1"));
+  EXPECT_EQ(test::alertCalls().activated, before + 1);
+  const auto second = listener(served);
+  EXPECT_EQ(test::alertCalls().activated, before + 1);
 }
 
 TEST(Events, AHeartbeatOfTheSimulatedHostArrives) {

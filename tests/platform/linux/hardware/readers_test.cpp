@@ -403,6 +403,11 @@ TEST_F(ArrayReaders, ALogicalVolumeIsAVolumeMountedOrNot) {
 
 // A host without descriptors would look like one without hardware.
 TEST_F(Readers, WithoutDescriptorsNothingIsSaidOfTheHardware) {
+#ifdef __SANITIZE_ADDRESS__
+  // It probes memory through a pipe, and calls every type that it meets for the first time wrong
+  // when it gets none.
+  GTEST_SKIP() << "the undefined-behaviour sanitizer beside it needs descriptors of its own";
+#endif
   tree_.nvmeDisk(0);
   tree_.file("class/power_supply/AC/type", "Mains\n");
   rlimit before{};

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -99,6 +100,12 @@ Words linesOf(const std::string& text) {
 
 // ---- The same answers ----
 
+// When the host was started is told to the second, and is now less the time that it has run: one
+// second later now and then.
+std::string withoutTimeOfStart(const std::string& text) {
+  return std::regex_replace(text, std::regex("LastStartTime[^\n]*"), "LastStartTime");
+}
+
 class SameAnswers : public testing::TestWithParam<const char*> {
  protected:
   void expectSame(const Words& arguments) {
@@ -107,7 +114,7 @@ class SameAnswers : public testing::TestWithParam<const char*> {
     const Outcome remote = there(service_.url(), all);
     const std::string what = testing::PrintToString(all);
     EXPECT_EQ(remote.status, local.status) << what << remote.err << local.err;
-    EXPECT_EQ(remote.out, local.out) << what;
+    EXPECT_EQ(withoutTimeOfStart(remote.out), withoutTimeOfStart(local.out)) << what;
     EXPECT_EQ(remote.err.empty(), local.status == 0) << what << remote.err;
     answers_ += local.out.empty() || local.out == "[]\n" ? 0 : 1;
   }

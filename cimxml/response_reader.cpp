@@ -16,9 +16,12 @@ using pugi::xml_node;
   throw BadMessage("response-not-valid", text);
 }
 
+/// A server's word for a status may be any number; those that the type cannot hold are failures
+/// like others.
 CimError readError(const xml_node& node) {
   const int code = node.attribute("CODE").as_int();
-  const auto rc = code > 0 ? static_cast<CMPIrc>(code) : CMPI_RC_ERR_FAILED;
+  const bool isStatus = code > 0 && code <= CMPI_RC_ERROR;
+  const auto rc = isStatus ? static_cast<CMPIrc>(code) : CMPI_RC_ERR_FAILED;
   return {rc, node.attribute("DESCRIPTION").value()};
 }
 

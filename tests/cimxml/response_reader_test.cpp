@@ -171,6 +171,17 @@ TEST(CimXmlResponseReader, AFailureHasItsStatusAndText) {
   EXPECT_TRUE(read.instances.empty());
 }
 
+TEST(CimXmlResponseReader, AStatusThatIsNoneIsAFailureLikeOthers) {
+  for (const char* code : {"99999999999", "-1", "0", "201", "x", ""}) {
+    const Reply read = readReply(
+        std::string("<CIM><MESSAGE ID=\"1\"><SIMPLERSP><IMETHODRESPONSE NAME=\"GetInstance\">"
+                    "<ERROR CODE=\"") +
+        code + "\"/></IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>");
+    ASSERT_TRUE(read.failure) << code;
+    EXPECT_EQ(read.failure->rc(), CMPI_RC_ERR_FAILED) << code;
+  }
+}
+
 TEST(CimXmlResponseReader, AnAnswerWithoutAValueIsASuccess) {
   ResponseWriter writer(call(), {});
   writer.noReturnValue();

@@ -417,6 +417,8 @@ struct HttpServer::Impl {
       return nullptr;
     }
     reader.release();
+    // Nothing follows it: a client that is too slow for its stream does not keep the connection.
+    MHD_add_response_header(response, "Connection", "close");
     noticeDeath(exchange.place->socket);
     return response;
   }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <thread>
 
 namespace orv::test {
@@ -98,11 +99,14 @@ std::string Browser::missing() {
 
 Browser::Browser(int width, int height, bool dark) {
   if (mkdtemp(directory_) == nullptr) std::abort();
-  driver_ = std::make_unique<Program>(std::vector<std::string>{kDriver, "--port=0"});
   const std::string before = "started successfully on port ";
-  if (!driver_->waitForOutput(before) || !driver_->waitForOutput(".\n")) {
-    ADD_FAILURE() << driver_->output();
-    return;
+  // The driver takes a free port of IPv6 and ends when it is not free in IPv4.
+  for (int tries = 0; tries < 5; ++tries) {
+    driver_ = std::make_unique<Program>(std::vector<std::string>{kDriver, "--port=0"});
+    if (driver_->waitForOutput(before)) break;
+  }
+  if (driver_->output().find(before) == std::string::npos || !driver_->waitForOutput(".\n")) {
+    throw std::runtime_error("chromedriver does not start: " + driver_->output());
   }
   const std::string& said = driver_->output();
   base_ = "http://127.0.0.1:" +

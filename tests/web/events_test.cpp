@@ -62,6 +62,7 @@ TEST(Events, TheHeadSaysWhatComes) {
   EXPECT_THAT(head, HasSubstr("Content-Type: text/event-stream\r\n"));
   EXPECT_THAT(head, HasSubstr("Cache-Control: no-store\r\n"));
   EXPECT_THAT(head, HasSubstr("Cross-Origin-Resource-Policy: same-origin\r\n"));
+  EXPECT_THAT(head, HasSubstr("Connection: close\r\n"));  // nothing follows a stream
   EXPECT_EQ(served.get("/api/events?x=1").status, 400);
 }
 

@@ -427,6 +427,30 @@ TEST_F(FleetTest, EveryHostWellIsASuccess) {
   EXPECT_EQ(outcome.err, "");
 }
 
+// ---- For monitoring ----
+
+TEST(RemoteMonitoring, MetricsAreThoseOfTheHost) {
+  const Service service;
+  const Outcome outcome = there(service.url(), {"metrics"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("\norvane_port_speed_bytes_per_second{device=\"nic0\"} "));
+}
+
+// The heartbeat is left to those who wait for it.
+TEST(RemoteMonitoring, ACheckTellsWhatTheHostTells) {
+  const Service service;
+  const Outcome outcome = there(service.url(), {"check"});
+  EXPECT_EQ(outcome.status, 3) << outcome.out;
+  EXPECT_THAT(outcome.out, StartsWith("ORVANE UNKNOWN - port nic1 does not tell its state | "));
+  EXPECT_THAT(outcome.out, Not(HasSubstr("heartbeat")));
+}
+
+TEST(RemoteMonitoring, AHostThatIsNotReachedIsUnknown) {
+  const Outcome outcome = there("http://127.0.0.1:9", {"check"});
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.out, StartsWith("ORVANE UNKNOWN - cannot connect to http://127.0.0.1:9"));
+}
+
 // ---- Watching ----
 
 class RemoteWatch : public testing::TestWithParam<int> {

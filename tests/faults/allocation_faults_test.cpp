@@ -3,8 +3,9 @@
 
 #include <cstdio>
 
+#include "tests/faults/failing_allocation.h"
 #include "tests/faults/faults_fixture.h"
-#include "tests/faults/library_allocations.h"
+#include "tests/faults/library_code.h"
 
 namespace orv::test {
 namespace {
@@ -12,7 +13,7 @@ namespace {
 using AllocationFaults = Faults;
 
 TEST_P(AllocationFaults, EveryAllocationFailsInTurn) {
-  watchAllocationsOf(GetParam().file);
+  watchLibrary(GetParam().file);
   const Sample sample(GetParam().isHost ? 32 : 1);  // a host's hardware is thousands of texts
   std::size_t points = 0;
   const std::size_t live = broker::TestBroker::liveObjects();

@@ -16,7 +16,8 @@ namespace orv::test {
 struct Product {
   const char* name;
   const char* file;
-  bool isHost;  ///< that of the computer system and its hardware
+  bool isHost;       ///< that of the computer system and its hardware
+  bool isSimulated;  ///< asks a host file instead of the system
 };
 
 inline std::unique_ptr<LoadedLibrary> load(const Product& product) {
@@ -50,10 +51,10 @@ inline std::string productName(const testing::TestParamInfo<Product>& product) {
 }
 
 inline auto allLibraries() {
-  return testing::Values(Product{"ThisHost", ORV_REAL_LIBRARY, false},
-                         Product{"SimulatedHost", ORV_SIMULATED_LIBRARY, false},
-                         Product{"ThisHostsHardware", ORV_HOST_LIBRARY, true},
-                         Product{"SimulatedHardware", ORV_SIMULATED_HOST_LIBRARY, true});
+  return testing::Values(Product{"ThisHost", ORV_REAL_LIBRARY, false, false},
+                         Product{"SimulatedHost", ORV_SIMULATED_LIBRARY, false, true},
+                         Product{"ThisHostsHardware", ORV_HOST_LIBRARY, true, false},
+                         Product{"SimulatedHardware", ORV_SIMULATED_HOST_LIBRARY, true, true});
 }
 
 }  // namespace orv::test

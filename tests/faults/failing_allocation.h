@@ -1,15 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 
-/// Replaces malloc, calloc and realloc of the program, so that an allocation of the provider
-/// library can fail: one that the library asks for itself, or through the C and C++ runtime and the
+/// Replaces malloc, calloc and realloc of the program, so that an allocation of the watched library
+/// (library_code.h) can fail: one that it asks for itself, or through the C and C++ runtime and the
 /// other libraries that it uses. Those of the broker and of the test never fail.
 namespace orv::test {
-
-/// Names the library by its file; it must be loaded.
-void watchAllocationsOf(const std::string& library);
 
 /// While it lives, the library's allocations are counted, and the one with this number (from 0)
 /// fails.

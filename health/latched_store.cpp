@@ -168,7 +168,7 @@ void LatchedStore::add(const CmpiObjectPath& element, std::uint16_t healthState,
     syslog(LOG_ERR, kDropped, unsigned{record->healthState}, record->className);
     return;
   }
-  // A record that cannot lead to its element would mislead for ever.
+  // Deliberate (contract.md#record-without-way): fatal.
   if (!givesBack(*record, element)) std::abort();
   healthList_.push_back(std::move(record));
 }

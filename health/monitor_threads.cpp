@@ -46,7 +46,7 @@ void startMonitorThreads(const CmpiBroker& broker, const CmpiContext& context) {
       continue;
     }
     syslog(LOG_ERR, monitor.failure, monitor.starter);
-    std::abort();
+    std::abort();  // Deliberate (contract.md#no-monitor-thread).
   }
   if (failure != nullptr) std::rethrow_exception(failure);
 }

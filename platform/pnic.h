@@ -3,7 +3,9 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "platform/fact.h"
@@ -214,6 +216,31 @@ struct PnicDriverInfo {
 };
 static_assert(platform::everyMemberIsAFact<PnicDriverInfo>());
 
+/// A call of Pnic that fills a record.
+template <typename Record>
+struct RecordCall {
+  const char* name;    ///< of the call
+  const char* member;  ///< of a port in a host file that answers the call
+};
+
+/// One row per record that ports give. Everything that hosts do alike with all records follows from
+/// these rows, so that a new record is a row, a call in Pnic and what the Linux host knows of it.
+constexpr std::tuple kRecordCalls{
+    RecordCall<PnicLinkSettings>{"GetLinkSettings", "linkSettings"},
+    RecordCall<PnicStatistics>{"GetStatistics", "statistics"},
+    RecordCall<PnicCoalesceParams>{"GetCoalesceParams", "coalesce"},
+    RecordCall<PnicDriverInfo>{"GetDriverInfo", "driverInfo"},
+};
+
+/// The row of one record.
+template <typename Record>
+constexpr RecordCall<Record> recordCall = std::get<RecordCall<Record>>(kRecordCalls);
+
+template <typename... Record>
+std::variant<Record*...> pointerToOneOf(const std::tuple<RecordCall<Record>...>&);
+/// A record of any kind, to be filled.
+using AnyRecord = decltype(pointerToOneOf(kRecordCalls));
+
 /// Where a port sits on PCI.
 class PciDevice {
  public:
@@ -251,11 +278,15 @@ class Pnic {
   virtual bool IsCapabilitySupported() = 0;
   /// Bytes.
   virtual std::uint32_t GetMtu() = 0;
-  /// Fills a record that the caller has zeroed; so do the next three.
-  virtual void GetLinkSettings(PnicLinkSettings& settings) = 0;
-  virtual void GetStatistics(PnicStatistics& statistics) = 0;
-  virtual void GetCoalesceParams(PnicCoalesceParams& params) = 0;
-  virtual void GetDriverInfo(PnicDriverInfo& info) = 0;
+
+  // Each fills a record that the caller has zeroed.
+  void GetLinkSettings(PnicLinkSettings& settings) { fill(&settings); }
+  void GetStatistics(PnicStatistics& statistics) { fill(&statistics); }
+  void GetCoalesceParams(PnicCoalesceParams& params) { fill(&params); }
+  void GetDriverInfo(PnicDriverInfo& info) { fill(&info); }
+
+  /// How a host answers each of these calls.
+  virtual void fill(AnyRecord record) = 0;
 };
 
 }  // namespace Nodemgr::Network

@@ -3,21 +3,19 @@
 #include <linux/if.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
+#include <variant>
 
+#include "platform/linux/ethtool_groups.h"
 #include "platform/linux/parent_device.h"
+#include "platform/linux/pci_location.h"
 #include "platform/linux/sysfs.h"
 #include "platform/nodemgr_exception.h"
 
 namespace LinuxHost {
 
-using Nodemgr::Network::Duplex;
-using Nodemgr::Network::MacAddress;
-using Nodemgr::Network::PciDevice;
-using Nodemgr::Network::PnicCoalesceParams;
-using Nodemgr::Network::PnicDriverInfo;
-using Nodemgr::Network::PnicLinkSettings;
-using Nodemgr::Network::PnicStatistics;
+using namespace Nodemgr::Network;
 
 namespace {
 
@@ -34,6 +32,124 @@ class LocatedPciDevice : public PciDevice {
 
  private:
   PciLocation location_;
+};
+
+/// An answer that is fetched when it is first wanted and never again, not even after a failure:
+/// the failure is then repeated.
+template <typename Value>
+class AskedOnce {
+ public:
+  template <typename Ask>
+  const Value& get(Ask ask) {
+    if (!asked_) {
+      try {
+        value_ = ask();
+      } catch (const Nodemgr::Lib::NodemgrException& e) {
+        failure_ = e.what();
+      }
+      asked_ = true;
+    }
+    if (!value_) throw Nodemgr::Lib::NodemgrException(failure_);
+    return *value_;
+  }
+
+ private:
+  bool asked_ = false;
+  std::string failure_;
+  std::optional<Value> value_;
+};
+
+class LinuxPnic : public Pnic {
+ public:
+  LinuxPnic(LinkRecord link, std::shared_ptr<EthtoolChannel> channel, std::string sysRoot)
+      : link_(std::move(link)), channel_(std::move(channel)), sysRoot_(std::move(sysRoot)) {}
+
+  std::string GetName() override { return link_.name; }
+  PciDevice* GetPciDevice() override {
+    return pci_.get([this] { return locatedPciDevice(); }).get();
+  }
+  Duplex GetDuplex() override { return linkSettings().linkMode.second; }
+  bool IsLinkUp() override { return (link_.flags & IFF_LOWER_UP) != 0; }
+  bool IsEnabled() override { return (link_.flags & IFF_UP) != 0; }
+  std::uint32_t GetLinkSpeed() override {
+    return static_cast<std::uint32_t>(linkSettings().linkMode.first);
+  }
+  MacAddress GetMacAddress() override {
+    if (link_.permanentAddress) return MacAddress(*link_.permanentAddress);
+    // The link message carries the permanent address since Linux 5.6; the driver knew it before.
+    const auto& permanent =
+        permanentAddress_.get([this] { return askPermanentAddress(*channel_, link_.name); });
+    if (permanent != MacAddress::Bytes{}) return MacAddress(permanent);
+    return MacAddress(link_.address.value_or(MacAddress::Bytes{}));
+  }
+  bool IsCapabilityEnabled() override { return queues().used > 1; }
+  bool IsCapabilitySupported() override { return queues().possible > 1; }
+  std::uint32_t GetMtu() override { return link_.mtu; }
+  void fill(AnyRecord record) override {
+    std::visit([this](auto* wanted) { give(*wanted); }, record);
+  }
+
+ private:
+  void give(PnicLinkSettings& settings) {
+    settings = linkSettings();
+    settings.wolSupported = decodeWakeModes(wakeOnLan().supported);
+    settings.wolOptions = decodeWakeModes(wakeOnLan().wolopts);
+  }
+  void give(PnicStatistics& statistics) const { statistics = statisticsOf(link_.statistics); }
+  void give(PnicCoalesceParams& params) {
+    params = coalesce_.get([this] { return decodeCoalesce(askCoalesce(*channel_, link_.name)); });
+  }
+  void give(PnicDriverInfo& info) {
+    info = driver_.get([this] { return decodeDriver(askDriver(*channel_, link_.name)); });
+  }
+
+  /// Receive queues that the driver could use and does use.
+  struct QueueCounts {
+    std::uint32_t possible = 0;
+    std::uint32_t used = 0;
+  };
+
+  const PnicLinkSettings& linkSettings() {
+    return linkSettings_.get(
+        [this] { return decodeLinkSettings(askLinkSettings(*channel_, link_.name)); });
+  }
+  const ethtool_wolinfo& wakeOnLan() {
+    return wakeOnLan_.get([this] { return askWakeOnLan(*channel_, link_.name); });
+  }
+  const QueueCounts& queues() {
+    return queues_.get([this] { return askQueues(); });
+  }
+  /// A driver that does not count its channels has exactly the queues that sysfs shows.
+  QueueCounts askQueues() const {
+    QueueCounts counts;
+    if (const auto channels = askChannels(*channel_, link_.name)) {
+      counts.possible = channels->max_rx + channels->max_combined;
+      counts.used = channels->rx_count + channels->combined_count;
+      return counts;
+    }
+    const auto names = namesIn(linkDirectory(sysRoot_, link_.name) + "/queues");
+    const auto receives = [](const std::string& name) { return name.compare(0, 3, "rx-") == 0; };
+    counts.used = static_cast<std::uint32_t>(std::count_if(names.begin(), names.end(), receives));
+    counts.possible = counts.used;
+    return counts;
+  }
+  /// Null when the port is not on PCI.
+  std::unique_ptr<PciDevice> locatedPciDevice() const {
+    if (!link_.parent) return nullptr;
+    const auto location = readPciLocation(*link_.parent, sysRoot_);
+    return location ? std::make_unique<LocatedPciDevice>(*location) : nullptr;
+  }
+
+  LinkRecord link_;
+  std::shared_ptr<EthtoolChannel> channel_;
+  std::string sysRoot_;
+  AskedOnce<PnicLinkSettings> linkSettings_;
+  AskedOnce<ethtool_wolinfo> wakeOnLan_;
+  AskedOnce<PnicCoalesceParams> coalesce_;
+  AskedOnce<PnicDriverInfo> driver_;
+  AskedOnce<QueueCounts> queues_;
+  AskedOnce<MacAddress::Bytes> permanentAddress_;
+  AskedOnce<std::unique_ptr<PciDevice>> pci_;
 };
 
 }  // namespace
@@ -62,105 +178,9 @@ PnicStatistics statisticsOf(const rtnl_link_stats64& counters) {
   return statistics;
 }
 
-template <typename Value>
-template <typename Ask>
-const Value& AskedOnce<Value>::get(Ask ask) {
-  if (!asked_) {
-    try {
-      value_ = ask();
-    } catch (const Nodemgr::Lib::NodemgrException& e) {
-      failure_ = e.what();
-    }
-    asked_ = true;
-  }
-  if (!value_) throw Nodemgr::Lib::NodemgrException(failure_);
-  return *value_;
-}
-
-LinuxPnic::LinuxPnic(LinkRecord link, std::shared_ptr<EthtoolChannel> channel, std::string sysRoot)
-    : link_(std::move(link)), channel_(std::move(channel)), sysRoot_(std::move(sysRoot)) {}
-
-std::string LinuxPnic::GetName() { return link_.name; }
-
-PciDevice* LinuxPnic::GetPciDevice() {
-  return pci_
-      .get([this]() -> std::unique_ptr<PciDevice> {
-        if (!link_.parent) return nullptr;
-        const auto location = readPciLocation(*link_.parent, sysRoot_);
-        return location ? std::make_unique<LocatedPciDevice>(*location) : nullptr;
-      })
-      .get();
-}
-
-Duplex LinuxPnic::GetDuplex() { return linkSettings().linkMode.second; }
-
-bool LinuxPnic::IsLinkUp() { return (link_.flags & IFF_LOWER_UP) != 0; }
-
-bool LinuxPnic::IsEnabled() { return (link_.flags & IFF_UP) != 0; }
-
-std::uint32_t LinuxPnic::GetLinkSpeed() {
-  return static_cast<std::uint32_t>(linkSettings().linkMode.first);
-}
-
-MacAddress LinuxPnic::GetMacAddress() {
-  if (link_.permanentAddress) return MacAddress(*link_.permanentAddress);
-  // The link message carries the permanent address since Linux 5.6; the driver knew it before.
-  const auto& permanent =
-      permanentAddress_.get([this] { return askPermanentAddress(*channel_, link_.name); });
-  if (permanent != MacAddress::Bytes{}) return MacAddress(permanent);
-  return MacAddress(link_.address.value_or(MacAddress::Bytes{}));
-}
-
-bool LinuxPnic::IsCapabilityEnabled() { return queues().used > 1; }
-
-bool LinuxPnic::IsCapabilitySupported() { return queues().possible > 1; }
-
-std::uint32_t LinuxPnic::GetMtu() { return link_.mtu; }
-
-void LinuxPnic::GetLinkSettings(PnicLinkSettings& settings) {
-  settings = linkSettings();
-  settings.wolSupported = decodeWakeModes(wakeOnLan().supported);
-  settings.wolOptions = decodeWakeModes(wakeOnLan().wolopts);
-}
-
-void LinuxPnic::GetStatistics(PnicStatistics& statistics) {
-  statistics = statisticsOf(link_.statistics);
-}
-
-void LinuxPnic::GetCoalesceParams(PnicCoalesceParams& params) {
-  params = coalesce_.get([this] { return decodeCoalesce(askCoalesce(*channel_, link_.name)); });
-}
-
-void LinuxPnic::GetDriverInfo(PnicDriverInfo& info) {
-  info = driver_.get([this] { return decodeDriver(askDriver(*channel_, link_.name)); });
-}
-
-const PnicLinkSettings& LinuxPnic::linkSettings() {
-  return linkSettings_.get(
-      [this] { return decodeLinkSettings(askLinkSettings(*channel_, link_.name)); });
-}
-
-const ethtool_wolinfo& LinuxPnic::wakeOnLan() {
-  return wakeOnLan_.get([this] { return askWakeOnLan(*channel_, link_.name); });
-}
-
-const LinuxPnic::QueueCounts& LinuxPnic::queues() {
-  return queues_.get([this] { return askQueues(); });
-}
-
-/// A driver that does not count its channels has exactly the queues that sysfs shows.
-LinuxPnic::QueueCounts LinuxPnic::askQueues() {
-  QueueCounts counts;
-  if (const auto channels = askChannels(*channel_, link_.name)) {
-    counts.possible = channels->max_rx + channels->max_combined;
-    counts.used = channels->rx_count + channels->combined_count;
-    return counts;
-  }
-  const auto names = namesIn(linkDirectory(sysRoot_, link_.name) + "/queues");
-  const auto receives = [](const std::string& name) { return name.compare(0, 3, "rx-") == 0; };
-  counts.used = static_cast<std::uint32_t>(std::count_if(names.begin(), names.end(), receives));
-  counts.possible = counts.used;
-  return counts;
+std::unique_ptr<Pnic> makePnic(LinkRecord link, std::shared_ptr<EthtoolChannel> channel,
+                               std::string sysRoot) {
+  return std::make_unique<LinuxPnic>(std::move(link), std::move(channel), std::move(sysRoot));
 }
 
 }  // namespace LinuxHost

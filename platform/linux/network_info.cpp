@@ -39,7 +39,7 @@ struct NetworkInfoImpl::State {
   std::shared_ptr<LinuxHost::EthtoolChannel> channel = LinuxHost::kernelEthtoolChannel();
 
   std::unique_ptr<Nodemgr::Network::Pnic> port(LinkRecord link) {
-    return std::make_unique<LinuxHost::LinuxPnic>(std::move(link), channel, kSysRoot);
+    return LinuxHost::makePnic(std::move(link), channel, kSysRoot);
   }
 };
 

@@ -86,10 +86,9 @@ void readValue(const Value& value, MacAddress& mac) {
 
 /// {"GetMtu": "nodemgr", ...}
 void readValue(const Value& value, AccessorFaults& faults) {
+  const std::vector<std::string> known = accessorNames();
   value.forEachMember([&](const std::string& name, const Value& member) {
-    const bool known = std::any_of(std::begin(kAccessorNames), std::end(kAccessorNames),
-                                   [&](const char* accessor) { return name == accessor; });
-    if (!known) member.refuse("unknown member");
+    if (std::count(known.begin(), known.end(), name) == 0) member.refuse("unknown member");
     faults[name] = readFaultName(member);
   });
 }

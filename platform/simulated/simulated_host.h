@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <variant>
 #include <vector>
 
@@ -49,31 +50,42 @@ struct SimulatedPci {
 static_assert(platform::everyMemberIsAFact<SimulatedPci>());
 
 /// The operations of a port and of its PCI descriptor that `faults` may name.
-constexpr const char* kAccessorNames[] = {"GetName",
-                                          "GetPciDevice",
-                                          "GetDuplex",
-                                          "IsLinkUp",
-                                          "IsEnabled",
-                                          "GetLinkSpeed",
-                                          "GetMacAddress",
-                                          "IsCapabilityEnabled",
-                                          "IsCapabilitySupported",
-                                          "GetMtu",
-                                          "GetLinkSettings",
-                                          "GetStatistics",
-                                          "GetCoalesceParams",
-                                          "GetDriverInfo",
-                                          "GetSegment",
-                                          "GetBus",
-                                          "GetSlot",
-                                          "GetFunction",
-                                          "GetVendorId",
-                                          "GetDeviceId"};
+inline std::vector<std::string> accessorNames() {
+  std::vector<std::string> names = {
+      "GetName",   "GetPciDevice", "GetDuplex",     "IsLinkUp",
+      "IsEnabled", "GetLinkSpeed", "GetMacAddress", "IsCapabilityEnabled",
+      "GetMtu",    "GetSegment",   "GetBus",        "IsCapabilitySupported",
+      "GetSlot",   "GetFunction",  "GetVendorId",   "GetDeviceId"};
+  std::apply([&](const auto&... call) { (names.push_back(call.name), ...); },
+             Nodemgr::Network::kRecordCalls);
+  return names;
+}
 
 /// What accessors throw, by their names.
 using AccessorFaults = std::map<std::string, Fault, std::less<>>;
 
-struct SimulatedPort {
+/// One record of a port, or the fault in its place.
+template <typename Record>
+struct PortRecord {
+  OrFault<Record> valueOrFault;
+};
+
+/// One of each record that ports give.
+template <typename Calls>
+struct PortRecords;
+template <typename... Record>
+struct PortRecords<const std::tuple<Nodemgr::Network::RecordCall<Record>...>>
+    : PortRecord<Record>... {
+  /// Their facts, as those of `Port`, which derives from this; each tells the call that it answers.
+  template <typename Port>
+  static constexpr auto factsOf() {
+    using Nodemgr::Network::recordCall;
+    return std::tuple{Fact<Port, OrFault<Record>>{
+        recordCall<Record>.member, &PortRecord<Record>::valueOrFault, recordCall<Record>.name}...};
+  }
+};
+
+struct SimulatedPort : PortRecords<decltype(Nodemgr::Network::kRecordCalls)> {
   std::string name;
   Nodemgr::Network::Duplex duplex = Nodemgr::Network::Duplex::kAuto;
   bool linkUp = false;
@@ -84,14 +96,15 @@ struct SimulatedPort {
   bool capabilityEnabled = false;
   std::uint32_t mtu = 0;
   std::optional<SimulatedPci> pci;
-  OrFault<Nodemgr::Network::PnicLinkSettings> linkSettings;
-  OrFault<Nodemgr::Network::PnicStatistics> statistics;
-  OrFault<Nodemgr::Network::PnicCoalesceParams> coalesce;
-  OrFault<Nodemgr::Network::PnicDriverInfo> driverInfo;
   AccessorFaults faults;
 
+  template <typename Record>
+  const OrFault<Record>& record() const {
+    return PortRecord<Record>::valueOrFault;
+  }
+
   static constexpr auto facts() {
-    return std::tuple{
+    std::tuple own{
         Fact{"name", &SimulatedPort::name},
         Fact{"duplex", &SimulatedPort::duplex, "0 automatic, 1 full, 2 half"},
         Fact{"linkUp", &SimulatedPort::linkUp},
@@ -102,12 +115,9 @@ struct SimulatedPort {
         Fact{"capabilityEnabled", &SimulatedPort::capabilityEnabled},
         Fact{"mtu", &SimulatedPort::mtu, "bytes"},
         Fact{"pci", &SimulatedPort::pci, "without one the port is not on PCI"},
-        Fact{"linkSettings", &SimulatedPort::linkSettings},
-        Fact{"statistics", &SimulatedPort::statistics},
-        Fact{"coalesce", &SimulatedPort::coalesce},
-        Fact{"driverInfo", &SimulatedPort::driverInfo},
         Fact{"faults", &SimulatedPort::faults, "from an accessor to `\"nodemgr\"` or `\"other\"`"},
     };
+    return std::tuple_cat(own, factsOf<SimulatedPort>());
   }
 };
 static_assert(platform::everyMemberIsAFact<SimulatedPort>());

@@ -16,13 +16,6 @@ void throwIfFaulty(const SimulatedPort& port, const char* accessor) {
   if (fault != port.faults.end()) throwFault(fault->second);
 }
 
-/// The record, or what stands in its place.
-template <typename Record>
-const Record& recordOf(const OrFault<Record>& valueOrFault) {
-  if (const Fault* fault = std::get_if<Fault>(&valueOrFault)) throwFault(*fault);
-  return std::get<Record>(valueOrFault);
-}
-
 class FilePciDevice : public PciDevice {
  public:
   explicit FilePciDevice(const SimulatedPort& port) : port_(port) {}
@@ -58,21 +51,20 @@ class FilePnic : public Pnic {
   bool IsCapabilityEnabled() override { return port(__func__).capabilityEnabled; }
   bool IsCapabilitySupported() override { return port(__func__).capabilitySupported; }
   std::uint32_t GetMtu() override { return port(__func__).mtu; }
-  void GetLinkSettings(PnicLinkSettings& settings) override {
-    settings = recordOf(port(__func__).linkSettings);
+  void fill(AnyRecord record) override {
+    std::visit([this](auto* wanted) { give(*wanted); }, record);
   }
-  void GetStatistics(PnicStatistics& statistics) override {
-    statistics = recordOf(port(__func__).statistics);
-  }
-  void GetCoalesceParams(PnicCoalesceParams& params) override {
-    params = recordOf(port(__func__).coalesce);
-  }
-  void GetDriverInfo(PnicDriverInfo& info) override { info = recordOf(port(__func__).driverInfo); }
 
  private:
   const SimulatedPort& port(const char* accessor) const {
     throwIfFaulty(*port_, accessor);
     return *port_;
+  }
+  template <typename Record>
+  void give(Record& record) const {
+    const auto& valueOrFault = port(recordCall<Record>.name).template record<Record>();
+    if (const Fault* fault = std::get_if<Fault>(&valueOrFault)) throwFault(*fault);
+    record = std::get<Record>(valueOrFault);
   }
 
   std::shared_ptr<const SimulatedPort> port_;

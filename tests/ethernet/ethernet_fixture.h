@@ -13,8 +13,8 @@
 
 namespace EthernetProvider {
 
-/// Every class that the provider serves. port_associations_test states the table of associations
-/// once more, in full.
+/// Every class that the provider serves. That its table is the schema's is for
+/// port_associations_test to say.
 inline std::vector<std::string> allClasses() {
   std::vector<std::string> classes = {kPortClass};
   for (const PortAssociation& row : portAssociations()) classes.push_back(row.satelliteClass);

@@ -1,6 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
+#include <optional>
+#include <set>
+#include <tuple>
+
+#include "broker/registration.h"
 #include "cmpi/cmpi_reference.h"
 #include "tests/ethernet/ethernet_fixture.h"
 
@@ -14,102 +21,108 @@ using orv::test::objectPath;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr unsigned kDriver = 1;
-constexpr unsigned kFirmware = 2;
-constexpr unsigned kStatistics = 4;
-constexpr unsigned kCoalesce = 8;
-constexpr unsigned kAll = 15;
-constexpr unsigned kNone = 0;
-
 struct AssociationRow {
-  unsigned bit;
-  const char* className;
-  const char* portRole;
-  const char* satelliteRole;
-  const char* satelliteClass;
+  std::string className;
+  std::string portRole;
+  std::string satelliteRole;
+  std::string satelliteClass;
+
+  bool operator==(const AssociationRow& other) const {
+    return std::tie(className, portRole, satelliteRole, satelliteClass) ==
+           std::tie(other.className, other.portRole, other.satelliteRole, other.satelliteClass);
+  }
 };
 
-const AssociationRow kRows[] = {
-    {kDriver, "Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent",
-     "Orvane_EPDriverSoftwareIdentity"},
-    {kFirmware, "Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent",
-     "Orvane_EPFirmwareSoftwareIdentity"},
-    {kStatistics, "Orvane_EPStatistics", "Element", "Stats", "Orvane_EPStatisticalInformation"},
-    {kCoalesce, "Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData",
-     "Orvane_EPCoalesceSettingData"},
-};
+/// What the schema and the registration say of the port's associations, in the registration's
+/// order: the expectation of every test here, made without the provider's own table.
+std::vector<AssociationRow> declaredRows() {
+  std::vector<AssociationRow> rows;
+  for (const auto& section :
+       orv::broker::readRegistrationFile(std::string(ORV_SOURCE_DIR) + "/schema/orvprovider.reg")) {
+    if (!section.association || section.provider != "EthernetPortProvider") continue;
+    AssociationRow row;
+    row.className = section.className;
+    for (const auto& property : orv::test::projectSchema()->find(section.className)->properties) {
+      if (property.type != CMPI_ref) continue;
+      const bool port = property.referenceClass == kPortClass;
+      (port ? row.portRole : row.satelliteRole) = property.name;
+      if (!port) row.satelliteClass = property.referenceClass;
+    }
+    rows.push_back(row);
+  }
+  return rows;
+}
+const std::vector<AssociationRow> kRows = declaredRows();
 
-/// What one value of one filter lets through: the associations of a port, and whether the request
-/// is answered at all, which it is not for a role that no association has at that end.
-struct PortFilter {
-  const char* value;
-  unsigned passes;
-  bool answered = true;
-};
+// Clients rely on this order and spelling. Others may follow.
+TEST(PortAssociationTable, BeginsWithTheseFour) {
+  const AssociationRow first[] = {
+      {"Orvane_EPDriverElementSoftwareIdentity", "Dependent", "Antecedent",
+       "Orvane_EPDriverSoftwareIdentity"},
+      {"Orvane_EPFirmwareElementSoftwareIdentity", "Dependent", "Antecedent",
+       "Orvane_EPFirmwareSoftwareIdentity"},
+      {"Orvane_EPStatistics", "Element", "Stats", "Orvane_EPStatisticalInformation"},
+      {"Orvane_EPCoalesceElementSettingData", "ManagedElement", "SettingData",
+       "Orvane_EPCoalesceSettingData"}};
+  ASSERT_GE(kRows.size(), std::size(first));
+  for (std::size_t i = 0; i < std::size(first); ++i) EXPECT_EQ(kRows[i], first[i]) << i;
+}
 
-const PortFilter kPortRoles[] = {
-    {nullptr, kAll},
-    {"", kAll},
-    {"Dependent", kDriver | kFirmware},
-    {"dependent", kDriver | kFirmware},
-    {"Element", kStatistics},
-    {"ELEMENT", kStatistics},
-    {"ManagedElement", kCoalesce},
-    {"managedelement", kCoalesce},
-    {"Antecedent", kNone, false},
-    {"Stats", kNone, false},
-    {"SettingData", kNone, false},
-    {"Nonsense", kNone, false},
-};
+TEST(PortAssociationTable, IsWhatTheSchemaDeclares) {
+  std::vector<AssociationRow> served;
+  for (const PortAssociation& row : portAssociations()) {
+    served.push_back({row.className, row.portRole, row.satelliteRole, row.satelliteClass});
+  }
+  EXPECT_EQ(served, kRows);
+}
 
-const PortFilter kPortResultRoles[] = {
-    {nullptr, kAll},
-    {"", kAll},
-    {"Antecedent", kDriver | kFirmware},
-    {"ANTECEDENT", kDriver | kFirmware},
-    {"Stats", kStatistics},
-    {"stats", kStatistics},
-    {"SettingData", kCoalesce},
-    {"settingData", kCoalesce},
-    {"Dependent", kNone, false},
-    {"Element", kNone, false},
-    {"ManagedElement", kNone, false},
-    {"Nonsense", kNone, false},
-};
+/// A filter of a request: null, empty, or a name.
+using Filter = std::optional<std::string>;
 
-const PortFilter kPortResultClasses[] = {
-    {nullptr, kAll},
-    {"", kAll},
-    {"Orvane_EPDriverSoftwareIdentity", kDriver},
-    {"orvane_epdriversoftwareidentity", kDriver},
-    {"Orvane_EPFirmwareSoftwareIdentity", kFirmware},
-    {"Orvane_EPStatisticalInformation", kStatistics},
-    {"Orvane_EPCoalesceSettingData", kCoalesce},
-    {"CIM_SoftwareIdentity", kDriver | kFirmware},
-    {"cim_softwareidentity", kDriver | kFirmware},
-    {"CIM_LogicalElement", kDriver | kFirmware},
-    {"CIM_StatisticalInformation", kStatistics},
-    {"CIM_SettingData", kCoalesce},
-    {"CIM_ManagedElement", kAll},
-    {"Orvane_EthernetPort", kNone},
-    {"CIM_NetworkPort", kNone},
-    {"Nonsense", kNone},
-};
+const char* textOf(const Filter& filter) { return filter ? filter->c_str() : nullptr; }
+std::string shown(const Filter& filter) { return filter ? "\"" + *filter + "\"" : "(null)"; }
+bool isOpen(const Filter& filter) { return !filter || filter->empty(); }
 
-const PortFilter kPortAssocClasses[] = {
-    {nullptr, kAll},
-    {"", kAll},
-    {"Orvane_EPDriverElementSoftwareIdentity", kDriver},
-    {"Orvane_EPFirmwareElementSoftwareIdentity", kFirmware},
-    {"orvane_epfirmwareelementsoftwareidentity", kFirmware},
-    {"Orvane_EPStatistics", kStatistics},
-    {"Orvane_EPCoalesceElementSettingData", kCoalesce},
-    {"CIM_ElementSoftwareIdentity", kDriver | kFirmware},
-    {"CIM_Statistics", kStatistics},
-    {"CIM_ElementSettingData", kCoalesce},
-    {"Orvane_InstalledSoftwareIdentity", kNone},
-    {"Nonsense", kNone},
-};
+/// Every filter worth trying: none, each of the names, the first in other letters, a stranger.
+std::vector<Filter> filtersOf(const std::set<std::string>& names) {
+  std::vector<Filter> filters = {std::nullopt, "", "Nonsense", names.begin()->c_str()};
+  for (char& c : *filters.back())
+    c = static_cast<char>(std::isupper(c) ? std::tolower(c) : std::toupper(c));
+  filters.insert(filters.end(), names.begin(), names.end());
+  return filters;
+}
+
+/// Each role in both kinds of letters.
+std::vector<Filter> roleFilters() {
+  std::set<std::string> names;
+  for (const AssociationRow& row : kRows) names.insert({row.portRole, row.satelliteRole});
+  return filtersOf(names);
+}
+
+/// Each of the classes and `other`, and everything above them.
+std::vector<Filter> classFilters(std::string AssociationRow::*member, const char* other) {
+  std::set<std::string> names = {other};
+  for (const AssociationRow& row : kRows) names.insert(row.*member);
+  for (const std::string& start : std::set<std::string>(names)) {
+    for (const auto* c = orv::test::projectSchema()->find(start); c != nullptr;
+         c = orv::test::projectSchema()->find(c->superclass)) {
+      names.insert(c->name);
+    }
+  }
+  return filtersOf(names);
+}
+
+bool passes(const Filter& role, const std::string& name) {
+  return isOpen(role) || orv::broker::sameName(*role, name);
+}
+bool passesClass(const Filter& filter, const std::string& className) {
+  return isOpen(filter) || orv::test::projectSchema()->isA(className, *filter);
+}
+/// A role that no association has at that end is not answered at all.
+bool isRole(const Filter& role, std::string AssociationRow::*member) {
+  return std::any_of(kRows.begin(), kRows.end(),
+                     [&](const AssociationRow& row) { return passes(role, row.*member); });
+}
 
 class PortAssociations : public EthernetTest {
  protected:
@@ -128,16 +141,6 @@ class PortAssociations : public EthernetTest {
     for (const Instance& instance : answer.instances) names.push_back(instance.path.className);
     return names;
   }
-  static std::vector<std::string> classNames(unsigned bits) {
-    std::vector<std::string> names;
-    for (const AssociationRow& row : kRows) {
-      if ((bits & row.bit) != 0) names.emplace_back(row.className);
-    }
-    return names;
-  }
-  static std::string shown(const char* filter) {
-    return filter == nullptr ? "(null)" : "\"" + std::string(filter) + "\"";
-  }
   static void expectNothing(const Answer& answer) {
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_EQ(answer.message, std::nullopt);
@@ -154,22 +157,32 @@ class PortAssociations : public EthernetTest {
 
 TEST_F(PortAssociations, EveryCombinationOfFiltersFromAPort) {
   const ObjectPath source = objectPath("Orvane_EthernetPort", {{"DeviceID", "nic0"}});
-  for (const PortFilter& role : kPortRoles) {
-    for (const PortFilter& resultRole : kPortResultRoles) {
-      for (const PortFilter& resultClass : kPortResultClasses) {
-        for (const PortFilter& assocClass : kPortAssocClasses) {
-          const bool answered = role.answered && resultRole.answered;
-          const unsigned passing =
-              role.passes & resultRole.passes & resultClass.passes & assocClass.passes;
-          const Answer answer =
-              references(source, assocClass.value, resultClass.value, role.value, resultRole.value);
+  const auto resultClasses = classFilters(&AssociationRow::satelliteClass, kPortClass);
+  const auto assocClasses =
+      classFilters(&AssociationRow::className, "Orvane_InstalledSoftwareIdentity");
+  for (const Filter& role : roleFilters()) {
+    for (const Filter& resultRole : roleFilters()) {
+      const bool answered = isRole(role, &AssociationRow::portRole) &&
+                            isRole(resultRole, &AssociationRow::satelliteRole);
+      for (const Filter& resultClass : resultClasses) {
+        for (const Filter& assocClass : assocClasses) {
+          std::vector<std::string> passing;
+          for (const AssociationRow& row : kRows) {
+            if (passes(role, row.portRole) && passes(resultRole, row.satelliteRole) &&
+                passesClass(resultClass, row.satelliteClass) &&
+                passesClass(assocClass, row.className)) {
+              passing.push_back(row.className);
+            }
+          }
+          const Answer answer = references(source, textOf(assocClass), textOf(resultClass),
+                                           textOf(role), textOf(resultRole));
           ASSERT_EQ(answer.rc, CMPI_RC_OK);
-          ASSERT_EQ(classNames(answer), classNames(passing))
-              << "association class " << shown(assocClass.value) << ", result class "
-              << shown(resultClass.value) << ", role " << shown(role.value) << ", result role "
-              << shown(resultRole.value);
+          ASSERT_EQ(classNames(answer), passing)
+              << "association class " << shown(assocClass) << ", result class "
+              << shown(resultClass) << ", role " << shown(role) << ", result role "
+              << shown(resultRole);
           ASSERT_EQ(answer.doneCount, answered ? 1 : 0)
-              << "role " << shown(role.value) << ", result role " << shown(resultRole.value);
+              << "role " << shown(role) << ", result role " << shown(resultRole);
         }
       }
     }
@@ -177,67 +190,25 @@ TEST_F(PortAssociations, EveryCombinationOfFiltersFromAPort) {
 }
 
 /// Filters from a satellite either apply or they do not; the association class never matters.
-struct SatelliteFilters {
-  unsigned bit;
-  std::vector<const char*> applyingRoles;
-  std::vector<const char*> applyingResultRoles;
-};
-
-const SatelliteFilters kSatelliteFilters[] = {
-    {kDriver, {nullptr, "", "Antecedent", "antecedent"}, {nullptr, "", "Dependent", "DEPENDENT"}},
-    {kFirmware, {nullptr, "", "Antecedent", "antecedent"}, {nullptr, "", "Dependent", "DEPENDENT"}},
-    {kStatistics, {nullptr, "", "Stats", "STATS"}, {nullptr, "", "Element", "element"}},
-    {kCoalesce,
-     {nullptr, "", "SettingData", "settingdata"},
-     {nullptr, "", "ManagedElement", "managedElement"}},
-};
-const char* const kAllRoles[] = {nullptr,          "",
-                                 "Antecedent",     "antecedent",
-                                 "Stats",          "STATS",
-                                 "SettingData",    "settingdata",
-                                 "Dependent",      "DEPENDENT",
-                                 "Element",        "element",
-                                 "ManagedElement", "managedElement",
-                                 "Nonsense"};
-const std::pair<const char*, bool> kSatelliteResultClasses[] = {
-    {nullptr, true},
-    {"", true},
-    {"Orvane_EthernetPort", true},
-    {"orvane_ethernetport", true},
-    {"CIM_EthernetPort", true},
-    {"CIM_NetworkPort", true},
-    {"CIM_ManagedElement", true},
-    {"Orvane_EPStatisticalInformation", false},
-    {"CIM_SoftwareIdentity", false},
-    {"Nonsense", false},
-};
-
-bool isAmong(const std::vector<const char*>& values, const char* value) {
-  for (const char* one : values) {
-    if (one == value || (one != nullptr && value != nullptr && std::string(one) == value)) {
-      return true;
-    }
-  }
-  return false;
-}
-
 TEST_F(PortAssociations, EveryCombinationOfFiltersFromEachSatellite) {
-  for (std::size_t i = 0; i < std::size(kRows); ++i) {
-    const AssociationRow& row = kRows[i];
-    const SatelliteFilters& filters = kSatelliteFilters[i];
-    ASSERT_EQ(row.bit, filters.bit);
+  const auto resultClasses = classFilters(&AssociationRow::satelliteClass, kPortClass);
+  const auto assocClasses =
+      classFilters(&AssociationRow::className, "Orvane_InstalledSoftwareIdentity");
+  for (const AssociationRow& row : kRows) {
     const ObjectPath source = satellitePathOf(row.satelliteClass, "nic0");
-    for (const char* role : kAllRoles) {
-      for (const char* resultRole : kAllRoles) {
-        for (const auto& [resultClass, classApplies] : kSatelliteResultClasses) {
-          for (const PortFilter& assocClass : kPortAssocClasses) {
-            const bool applies = isAmong(filters.applyingRoles, role) &&
-                                 isAmong(filters.applyingResultRoles, resultRole) && classApplies;
-            const Answer answer =
-                references(source, assocClass.value, resultClass, role, resultRole);
+    for (const Filter& role : roleFilters()) {
+      for (const Filter& resultRole : roleFilters()) {
+        for (const Filter& resultClass : resultClasses) {
+          const bool applies = passes(role, row.satelliteRole) &&
+                               passes(resultRole, row.portRole) &&
+                               passesClass(resultClass, kPortClass);
+          for (const Filter& assocClass : assocClasses) {
+            const Answer answer = references(source, textOf(assocClass), textOf(resultClass),
+                                             textOf(role), textOf(resultRole));
             ASSERT_EQ(answer.rc, CMPI_RC_OK);
-            ASSERT_EQ(classNames(answer), classNames(applies ? row.bit : kNone))
-                << row.satelliteClass << ": association class " << shown(assocClass.value)
+            ASSERT_EQ(classNames(answer),
+                      applies ? std::vector{row.className} : std::vector<std::string>{})
+                << row.satelliteClass << ": association class " << shown(assocClass)
                 << ", result class " << shown(resultClass) << ", role " << shown(role)
                 << ", result role " << shown(resultRole);
             ASSERT_EQ(answer.doneCount, applies ? 1 : 0);
@@ -248,12 +219,31 @@ TEST_F(PortAssociations, EveryCombinationOfFiltersFromEachSatellite) {
   }
 }
 
+// Some of those combinations as clients send them, stated without the schema.
+TEST_F(PortAssociations, FiltersNameSuperclassesAndRoles) {
+  const ObjectPath source = objectPath("Orvane_EthernetPort", {{"DeviceID", "nic0"}});
+  const std::vector<std::string> identities = {"Orvane_EPDriverElementSoftwareIdentity",
+                                               "Orvane_EPFirmwareElementSoftwareIdentity"};
+  EXPECT_EQ(classNames(references(source, "CIM_ElementSoftwareIdentity")), identities);
+  EXPECT_EQ(classNames(references(source, nullptr, "cim_softwareidentity")), identities);
+  EXPECT_EQ(classNames(references(source, nullptr, "CIM_LogicalElement")), identities);
+  EXPECT_EQ(classNames(references(source, nullptr, nullptr, "dependent")), identities);
+  EXPECT_EQ(classNames(references(source, nullptr, nullptr, nullptr, "ANTECEDENT")), identities);
+  EXPECT_THAT(classNames(references(source, "CIM_Statistics")), ElementsAre("Orvane_EPStatistics"));
+  EXPECT_THAT(classNames(references(source, nullptr, "CIM_StatisticalInformation")),
+              ElementsAre("Orvane_EPStatistics"));
+  EXPECT_THAT(classNames(references(source, nullptr, nullptr, "Element", "stats")),
+              ElementsAre("Orvane_EPStatistics"));
+  EXPECT_EQ(references(source, nullptr, "CIM_ManagedElement").instances.size(), kRows.size());
+  EXPECT_THAT(references(source, nullptr, "CIM_NetworkPort").instances, IsEmpty());
+}
+
 TEST_F(PortAssociations, PortsReferencesHaveTwoPropertiesEach) {
   const ObjectPath source = portPathOf("nic0");
   const Answer answer = references(source);
-  ASSERT_EQ(answer.instances.size(), 4u);
+  ASSERT_EQ(answer.instances.size(), kRows.size());
   EXPECT_EQ(answer.doneCount, 1);
-  for (std::size_t i = 0; i < 4; ++i) {
+  for (std::size_t i = 0; i < kRows.size(); ++i) {
     const AssociationRow& row = kRows[i];
     const Instance& instance = answer.instances[i];
     EXPECT_EQ(instance.path.className, row.className);
@@ -269,8 +259,8 @@ TEST_F(PortAssociations, PortsPathIsReferredToAsItStands) {
   const ObjectPath source =
       objectPath("Orvane_EthernetPort", {{"DeviceID", "nic0"}, {"SystemName", "another"}});
   const Answer answer = references(source);
-  ASSERT_EQ(answer.instances.size(), 4u);
-  for (std::size_t i = 0; i < 4; ++i) {
+  ASSERT_EQ(answer.instances.size(), kRows.size());
+  for (std::size_t i = 0; i < kRows.size(); ++i) {
     EXPECT_EQ(*answer.instances[i].property(kRows[i].portRole), Value::ofReference(source));
   }
 }
@@ -304,8 +294,8 @@ TEST_F(PortAssociations, SystemKeysComeFromTheHost) {
 TEST_F(PortAssociations, EverythingIsInTheRequestsNamespace) {
   const Answer fromPort =
       references(objectPath("Orvane_EthernetPort", {{"DeviceID", "nic0"}}, "root/other"));
-  ASSERT_EQ(fromPort.instances.size(), 4u);
-  for (std::size_t i = 0; i < 4; ++i) {
+  ASSERT_EQ(fromPort.instances.size(), kRows.size());
+  for (std::size_t i = 0; i < kRows.size(); ++i) {
     EXPECT_EQ(fromPort.instances[i].property(kRows[i].satelliteRole)->reference().nameSpace,
               "root/other");
   }
@@ -317,7 +307,7 @@ TEST_F(PortAssociations, EverythingIsInTheRequestsNamespace) {
 
 TEST_F(PortAssociations, SourceClassCountsWithoutRegardToCase) {
   EXPECT_EQ(references(objectPath("ORVANE_ethernetport", {{"DeviceID", "a"}})).instances.size(),
-            4u);
+            kRows.size());
   for (const AssociationRow& row : kRows) {
     std::string name = row.satelliteClass;
     for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -341,7 +331,7 @@ TEST_F(PortAssociations, RoleAndResultRoleOfDifferentAssociationsAreDoneWithNoth
 TEST_F(PortAssociations, StatisticsAreAnsweredWhateverAssociationClassIsNamed) {
   const Answer answer = references(satellitePathOf("Orvane_EPStatisticalInformation", "nic0"),
                                    "Orvane_EPDriverElementSoftwareIdentity");
-  EXPECT_EQ(classNames(answer), classNames(kStatistics));
+  EXPECT_THAT(classNames(answer), ElementsAre("Orvane_EPStatistics"));
   EXPECT_EQ(answer.doneCount, 1);
 }
 
@@ -365,7 +355,7 @@ TEST_F(PortAssociations, UnknownRoleComesBeforeTheDeviceId) {
 
 TEST_F(PortAssociations, EmptyDeviceIdIsOne) {
   const Answer answer = references(objectPath("Orvane_EthernetPort", {{"DeviceID", ""}}));
-  ASSERT_EQ(answer.instances.size(), 4u);
+  ASSERT_EQ(answer.instances.size(), kRows.size());
   EXPECT_EQ(*answer.instances[2].property("Stats"),
             Value::ofReference(satellitePathOf("Orvane_EPStatisticalInformation", "")));
 }
@@ -449,7 +439,7 @@ TEST_F(PortAssociations, PortsThatCannotBeCarriedAreLeftOutOfTheAssociationClass
 
 TEST_F(PortAssociations, AssociatorsAskTheHostForTheOnePortOnly) {
   network_.ports = {orv::test::portNamed("nic0"), orv::test::portNamed("nic1")};
-  EXPECT_EQ(associators(portPathOf("nic0")).instances.size(), 4u);
+  EXPECT_EQ(associators(portPathOf("nic0")).instances.size(), kRows.size());
   EXPECT_THAT(network_.namesAsked, testing::Each("nic0"));
   EXPECT_EQ(network_.lists, 0);
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,22 @@ TEST_P(RegisteredInstances, AreListedAndFoundByTheirNames) {
   for (const ObjectPath& path : names.paths) {
     const Response one = library_->getInstance(path);
     expectAnswered(one, one.instances.size(), className());
+  }
+}
+
+// A name with other keys than the class declares is a name that no client can build.
+TEST_P(RegisteredInstances, HaveTheKeysThatTheirClassDeclares) {
+  const broker::ClassRepository schema = bothSchemas();
+  const broker::ClassDefinition* definition = schema.find(className());
+  ASSERT_NE(definition, nullptr);
+  std::set<std::string> declared;
+  for (const broker::PropertyDefinition& property : definition->properties) {
+    if (property.key) declared.insert(property.name);
+  }
+  for (const ObjectPath& path : library_->enumerateInstanceNames("root/cimv2", className()).paths) {
+    std::set<std::string> given;
+    for (const auto& key : path.keys) given.insert(key.name);
+    EXPECT_EQ(given, declared) << path.toText();
   }
 }
 

@@ -135,7 +135,7 @@ const std::vector<std::string> kDeviceKeys = {"CreationClassName", "DeviceID",
 const std::vector<std::string> kEndpointKeys = {"CreationClassName", "Name",
                                                 "SystemCreationClassName", "SystemName"};
 
-TEST(Schema, ClassesHaveTheBasesAndKeysThatTheirInstancesSet) {
+TEST(Schema, ClassesHaveTheBasesAndKeysThatClientsRelyOn) {
   const ClassRepository schema = ourSchema();
   const ClassKeys rows[] = {
       {"Orvane_EthernetPort", "CIM_EthernetPort", kDeviceKeys},

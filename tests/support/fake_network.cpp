@@ -50,17 +50,8 @@ class FakePnic : public Nodemgr::Network::Pnic {
     return answer("IsCapabilitySupported", facts_.capabilitySupported);
   }
   std::uint32_t GetMtu() override { return answer("GetMtu", facts_.mtu); }
-  void GetLinkSettings(Nodemgr::Network::PnicLinkSettings& settings) override {
-    settings = answer("GetLinkSettings", facts_.settings);
-  }
-  void GetStatistics(Nodemgr::Network::PnicStatistics& statistics) override {
-    statistics = answer("GetStatistics", facts_.statistics);
-  }
-  void GetCoalesceParams(Nodemgr::Network::PnicCoalesceParams& params) override {
-    params = answer("GetCoalesceParams", facts_.coalesce);
-  }
-  void GetDriverInfo(Nodemgr::Network::PnicDriverInfo& info) override {
-    info = answer("GetDriverInfo", facts_.driver);
+  void fill(Nodemgr::Network::AnyRecord record) override {
+    std::visit([this](auto* wanted) { give(*wanted); }, record);
   }
 
  private:
@@ -70,6 +61,22 @@ class FakePnic : public Nodemgr::Network::Pnic {
     const auto fault = facts_.faults.find(accessor);
     if (fault != facts_.faults.end()) throwFault(fault->second);
     return value;
+  }
+
+  template <typename Record>
+  void give(Record& record) {
+    record = answer(Nodemgr::Network::recordCall<Record>.name, described(record));
+  }
+  const auto& described(const Nodemgr::Network::PnicLinkSettings&) const { return facts_.settings; }
+  const auto& described(const Nodemgr::Network::PnicStatistics&) const { return facts_.statistics; }
+  const auto& described(const Nodemgr::Network::PnicCoalesceParams&) const {
+    return facts_.coalesce;
+  }
+  const auto& described(const Nodemgr::Network::PnicDriverInfo&) const { return facts_.driver; }
+  /// What no test describes stays empty.
+  template <typename Record>
+  const Record& described(const Record& record) const {
+    return record;
   }
 
   PortFacts facts_;

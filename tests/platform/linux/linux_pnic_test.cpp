@@ -14,6 +14,7 @@ namespace {
 using Nodemgr::Lib::NodemgrException;
 using Nodemgr::Network::Duplex;
 using Nodemgr::Network::MacAddress;
+using Nodemgr::Network::Pnic;
 using Nodemgr::Network::PnicCoalesceParams;
 using Nodemgr::Network::PnicDriverInfo;
 using Nodemgr::Network::PnicLinkSettings;
@@ -34,11 +35,11 @@ LinkRecord exampleLink() {
 
 class LinuxPnicTest : public testing::Test {
  protected:
-  LinuxPnic port() { return LinuxPnic(link, ethtool, tree.root()); }
+  std::unique_ptr<Pnic> port() { return makePnic(link, ethtool, tree.root()); }
 
-  static MacAddress::Bytes macOf(LinuxPnic& port) {
+  static MacAddress::Bytes macOf(const std::unique_ptr<Pnic>& port) {
     MacAddress::Bytes bytes{};
-    port.GetMacAddress().GetBinaryAddress(bytes.data());
+    port->GetMacAddress().GetBinaryAddress(bytes.data());
     return bytes;
   }
 
@@ -48,27 +49,27 @@ class LinuxPnicTest : public testing::Test {
 };
 
 TEST_F(LinuxPnicTest, TellsWhatTheLinkMessageToldWithoutAsking) {
-  LinuxPnic nic = port();
-  EXPECT_EQ(nic.GetName(), "nic0");
-  EXPECT_EQ(nic.GetMtu(), 1500U);
-  EXPECT_TRUE(nic.IsEnabled());
-  EXPECT_TRUE(nic.IsLinkUp());
+  const auto nic = port();
+  EXPECT_EQ(nic->GetName(), "nic0");
+  EXPECT_EQ(nic->GetMtu(), 1500U);
+  EXPECT_TRUE(nic->IsEnabled());
+  EXPECT_TRUE(nic->IsLinkUp());
   PnicStatistics statistics;
-  nic.GetStatistics(statistics);
+  nic->GetStatistics(statistics);
   EXPECT_TRUE(ethtool->asked.empty());
 }
 
 TEST_F(LinuxPnicTest, TellsAdministrativeAndLinkStateApart) {
   link.flags = IFF_UP;
-  EXPECT_TRUE(port().IsEnabled());
-  EXPECT_FALSE(port().IsLinkUp());
+  EXPECT_TRUE(port()->IsEnabled());
+  EXPECT_FALSE(port()->IsLinkUp());
   link.flags = 0;
-  EXPECT_FALSE(port().IsEnabled());
+  EXPECT_FALSE(port()->IsEnabled());
 }
 
 TEST_F(LinuxPnicTest, PrefersTheLinksPermanentAddress) {
   link.permanentAddress = {2, 0x1a, 0x2b, 0xab, 0xcd, 0xef};
-  LinuxPnic nic = port();
+  const auto nic = port();
   EXPECT_THAT(macOf(nic), ElementsAre(2, 0x1a, 0x2b, 0xab, 0xcd, 0xef));
   EXPECT_TRUE(ethtool->asked.empty());
 }
@@ -80,17 +81,17 @@ TEST_F(LinuxPnicTest, AsksTheDriverForAPermanentAddressThatTheLinkLacks) {
   header.cmd = ETHTOOL_GPERMADDR;
   header.size = 6;
   std::memcpy(answer.data(), &header, sizeof header);
-  LinuxPnic nic = port();
+  const auto nic = port();
   EXPECT_THAT(macOf(nic), Each(7));
   EXPECT_THAT(macOf(nic), Each(7));
   EXPECT_EQ(ethtool->asked[ETHTOOL_GPERMADDR], 1);
 }
 
 TEST_F(LinuxPnicTest, FallsBackToTheAddressInUse) {
-  LinuxPnic nic = port();
+  const auto nic = port();
   EXPECT_THAT(macOf(nic), ElementsAre(2, 0, 0, 0, 0, 9));
   link.address.reset();
-  LinuxPnic bare = port();
+  const auto bare = port();
   EXPECT_THAT(macOf(bare), Each(0));
 }
 
@@ -103,18 +104,18 @@ TEST_F(LinuxPnicTest, AsksForEachGroupOnce) {
   ethtool->setAnswer(ETHTOOL_GCOALESCE, ethtool_coalesce{});
   ethtool->setAnswer(ETHTOOL_GDRVINFO, ethtool_drvinfo{});
   ethtool->setAnswer(ETHTOOL_GCHANNELS, ethtool_channels{});
-  LinuxPnic nic = port();
+  const auto nic = port();
   for (int round = 0; round < 3; ++round) {
     PnicLinkSettings settings;
-    nic.GetLinkSettings(settings);
-    EXPECT_EQ(nic.GetLinkSpeed(), 10000U);
-    EXPECT_EQ(nic.GetDuplex(), Duplex::kFull);
+    nic->GetLinkSettings(settings);
+    EXPECT_EQ(nic->GetLinkSpeed(), 10000U);
+    EXPECT_EQ(nic->GetDuplex(), Duplex::kFull);
     PnicCoalesceParams params;
-    nic.GetCoalesceParams(params);
+    nic->GetCoalesceParams(params);
     PnicDriverInfo info;
-    nic.GetDriverInfo(info);
-    nic.IsCapabilityEnabled();
-    nic.IsCapabilitySupported();
+    nic->GetDriverInfo(info);
+    nic->IsCapabilityEnabled();
+    nic->IsCapabilitySupported();
   }
   EXPECT_EQ(ethtool->asked[ETHTOOL_GLINKSETTINGS], 2) << "one question takes two calls";
   EXPECT_EQ(ethtool->asked[ETHTOOL_GWOL], 1);
@@ -125,9 +126,9 @@ TEST_F(LinuxPnicTest, AsksForEachGroupOnce) {
 }
 
 TEST_F(LinuxPnicTest, WithoutLinkSettingsIsAtSpeedZeroAndDuplexAutomatic) {
-  LinuxPnic nic = port();
-  EXPECT_EQ(nic.GetLinkSpeed(), 0U);
-  EXPECT_EQ(nic.GetDuplex(), Duplex::kAuto);
+  const auto nic = port();
+  EXPECT_EQ(nic->GetLinkSpeed(), 0U);
+  EXPECT_EQ(nic->GetDuplex(), Duplex::kAuto);
 }
 
 TEST_F(LinuxPnicTest, PutsTheWakeModesIntoTheLinkSettings) {
@@ -136,25 +137,25 @@ TEST_F(LinuxPnicTest, PutsTheWakeModesIntoTheLinkSettings) {
   wake.wolopts = WAKE_MAGIC;
   ethtool->setAnswer(ETHTOOL_GWOL, wake);
   PnicLinkSettings settings;
-  port().GetLinkSettings(settings);
+  port()->GetLinkSettings(settings);
   EXPECT_THAT(settings.wolSupported, ElementsAre(WakeOnMode::kPhy, WakeOnMode::kMagic));
   EXPECT_THAT(settings.wolOptions, ElementsAre(WakeOnMode::kMagic));
 }
 
 TEST_F(LinuxPnicTest, ThatIsGoneThrowsFromEveryGroupAndStaysGone) {
   ethtool->goneNow = true;
-  LinuxPnic nic = port();
+  const auto nic = port();
   PnicLinkSettings settings;
   PnicCoalesceParams params;
   PnicDriverInfo info;
   for (int round = 0; round < 2; ++round) {
-    EXPECT_THROW(nic.GetLinkSettings(settings), NodemgrException);
-    EXPECT_THROW(nic.GetLinkSpeed(), NodemgrException);
-    EXPECT_THROW(nic.GetDuplex(), NodemgrException);
-    EXPECT_THROW(nic.GetCoalesceParams(params), NodemgrException);
-    EXPECT_THROW(nic.GetDriverInfo(info), NodemgrException);
-    EXPECT_THROW(nic.IsCapabilityEnabled(), NodemgrException);
-    EXPECT_THROW(nic.IsCapabilitySupported(), NodemgrException);
+    EXPECT_THROW(nic->GetLinkSettings(settings), NodemgrException);
+    EXPECT_THROW(nic->GetLinkSpeed(), NodemgrException);
+    EXPECT_THROW(nic->GetDuplex(), NodemgrException);
+    EXPECT_THROW(nic->GetCoalesceParams(params), NodemgrException);
+    EXPECT_THROW(nic->GetDriverInfo(info), NodemgrException);
+    EXPECT_THROW(nic->IsCapabilityEnabled(), NodemgrException);
+    EXPECT_THROW(nic->IsCapabilitySupported(), NodemgrException);
   }
   EXPECT_EQ(ethtool->asked[ETHTOOL_GLINKSETTINGS], 1);
   EXPECT_EQ(ethtool->asked[ETHTOOL_GCOALESCE], 1);
@@ -165,11 +166,11 @@ TEST_F(LinuxPnicTest, SupportsManyQueuesThatItsDriverCouldUse) {
   channels.max_combined = 8;
   channels.combined_count = 1;
   ethtool->setAnswer(ETHTOOL_GCHANNELS, channels);
-  EXPECT_TRUE(port().IsCapabilitySupported());
-  EXPECT_FALSE(port().IsCapabilityEnabled());
+  EXPECT_TRUE(port()->IsCapabilitySupported());
+  EXPECT_FALSE(port()->IsCapabilityEnabled());
   channels.combined_count = 4;
   ethtool->setAnswer(ETHTOOL_GCHANNELS, channels);
-  EXPECT_TRUE(port().IsCapabilityEnabled());
+  EXPECT_TRUE(port()->IsCapabilityEnabled());
 }
 
 TEST_F(LinuxPnicTest, CountsReceiveAndCombinedQueuesOnly) {
@@ -179,29 +180,29 @@ TEST_F(LinuxPnicTest, CountsReceiveAndCombinedQueuesOnly) {
   channels.max_rx = 1;
   channels.rx_count = 1;
   ethtool->setAnswer(ETHTOOL_GCHANNELS, channels);
-  EXPECT_FALSE(port().IsCapabilitySupported());
-  EXPECT_FALSE(port().IsCapabilityEnabled());
+  EXPECT_FALSE(port()->IsCapabilitySupported());
+  EXPECT_FALSE(port()->IsCapabilityEnabled());
   channels.max_rx = 2;
   channels.rx_count = 2;
   ethtool->setAnswer(ETHTOOL_GCHANNELS, channels);
-  EXPECT_TRUE(port().IsCapabilitySupported());
-  EXPECT_TRUE(port().IsCapabilityEnabled());
+  EXPECT_TRUE(port()->IsCapabilitySupported());
+  EXPECT_TRUE(port()->IsCapabilityEnabled());
 }
 
 TEST_F(LinuxPnicTest, CountsTheQueuesInSysfsWhereTheDriverCountsNone) {
   tree.directory("class/net/nic0/queues/rx-0").directory("class/net/nic0/queues/tx-0");
-  EXPECT_FALSE(port().IsCapabilitySupported());
+  EXPECT_FALSE(port()->IsCapabilitySupported());
   tree.directory("class/net/nic0/queues/rx-1");
-  EXPECT_TRUE(port().IsCapabilitySupported());
-  EXPECT_TRUE(port().IsCapabilityEnabled());
+  EXPECT_TRUE(port()->IsCapabilitySupported());
+  EXPECT_TRUE(port()->IsCapabilityEnabled());
 }
 
 TEST_F(LinuxPnicTest, OwnsItsPciDescriptor) {
   link.parent = ParentDevice{"0000:03:00.1", "pci"};
   tree.file("bus/pci/devices/0000:03:00.1/vendor", "0x8086\n")
       .file("bus/pci/devices/0000:03:00.1/device", "0x10fb\n");
-  LinuxPnic nic = port();
-  auto* pci = nic.GetPciDevice();
+  const auto nic = port();
+  auto* pci = nic->GetPciDevice();
   ASSERT_NE(pci, nullptr);
   EXPECT_EQ(pci->GetSegment(), 0);
   EXPECT_EQ(pci->GetBus(), 3);
@@ -209,10 +210,10 @@ TEST_F(LinuxPnicTest, OwnsItsPciDescriptor) {
   EXPECT_EQ(pci->GetFunction(), 1);
   EXPECT_EQ(pci->GetVendorId(), 0x8086);
   EXPECT_EQ(pci->GetDeviceId(), 0x10fb);
-  EXPECT_EQ(nic.GetPciDevice(), pci);
+  EXPECT_EQ(nic->GetPciDevice(), pci);
 }
 
-TEST_F(LinuxPnicTest, WithoutPciHasNoDescriptor) { EXPECT_EQ(port().GetPciDevice(), nullptr); }
+TEST_F(LinuxPnicTest, WithoutPciHasNoDescriptor) { EXPECT_EQ(port()->GetPciDevice(), nullptr); }
 
 TEST(PortStatistics, KeepEachOfTheNineteenCounters) {
   rtnl_link_stats64 counters{};

@@ -21,7 +21,11 @@ using Nodemgr::Network::Duplex;
 using Nodemgr::Network::LinkMode;
 using Nodemgr::Network::LinkSpeed;
 using Nodemgr::Network::MacAddress;
+using Nodemgr::Network::PnicCoalesceParams;
+using Nodemgr::Network::PnicDriverInfo;
+using Nodemgr::Network::PnicLinkSettings;
 using Nodemgr::Network::PnicPortMode;
+using Nodemgr::Network::PnicStatistics;
 using Nodemgr::Network::TransceiverMode;
 using Nodemgr::Network::WakeOnMode;
 using testing::ElementsAre;
@@ -90,7 +94,7 @@ TEST(HostDefaults, Port) {
 
 TEST(HostDefaults, RecordsOfAPort) {
   const SimulatedPort port = portOf("");
-  const auto& settings = std::get<0>(port.linkSettings);
+  const auto& settings = std::get<0>(port.record<PnicLinkSettings>());
   EXPECT_THAT(settings.supportedPorts, IsEmpty());
   EXPECT_THAT(settings.supportedLinkModes, IsEmpty());
   EXPECT_EQ(settings.autoNegotiation, 0);
@@ -102,9 +106,9 @@ TEST(HostDefaults, RecordsOfAPort) {
   EXPECT_EQ(settings.transceiver, TransceiverMode::kInternal);
   EXPECT_THAT(settings.wolSupported, IsEmpty());
   EXPECT_THAT(settings.wolOptions, IsEmpty());
-  EXPECT_EQ(std::get<0>(port.statistics).packetsTx, 0U);
-  EXPECT_FALSE(std::get<0>(port.coalesce).adaptiveRx);
-  EXPECT_EQ(std::get<0>(port.driverInfo).driver, "");
+  EXPECT_EQ(std::get<0>(port.record<PnicStatistics>()).packetsTx, 0U);
+  EXPECT_FALSE(std::get<0>(port.record<PnicCoalesceParams>()).adaptiveRx);
+  EXPECT_EQ(std::get<0>(port.record<PnicDriverInfo>()).driver, "");
 }
 
 TEST(HostDefaults, PciMembersAreZero) {
@@ -238,7 +242,7 @@ TEST(HostMembers, LinkSettings) {
          "autoNegotiation": 1, "advertisedLinkModes": [[100, 2]], "advertisedAutoNegotiation": true,
          "linkMode": [1000, 1], "portMode": 3, "phyAddress": 17, "transceiver": 2,
          "wolSupported": [1, 7], "wolOptions": [6]})");
-  const auto& settings = std::get<0>(port.linkSettings);
+  const auto& settings = std::get<0>(port.record<PnicLinkSettings>());
   EXPECT_THAT(settings.supportedPorts,
               ElementsAre(PnicPortMode::kFibre, PnicPortMode::kTwistedPair));
   EXPECT_THAT(settings.supportedLinkModes,
@@ -258,7 +262,7 @@ TEST(HostMembers, EnumerationsOfLinkSettingsGoBeyondTheKnownRange) {
   const SimulatedPort port = portOf(
       R"("linkSettings": {"supportedPorts": [99], "linkMode": [40000, 9], "portMode": 5,
          "transceiver": 4294967295, "wolSupported": [0, 9], "wolOptions": ["0x40"]})");
-  const auto& settings = std::get<0>(port.linkSettings);
+  const auto& settings = std::get<0>(port.record<PnicLinkSettings>());
   EXPECT_THAT(settings.supportedPorts, ElementsAre(PnicPortMode{99}));
   EXPECT_EQ(settings.linkMode, (LinkMode{LinkSpeed{40000}, Duplex{9}}));
   EXPECT_EQ(settings.portMode, PnicPortMode{5});
@@ -267,33 +271,40 @@ TEST(HostMembers, EnumerationsOfLinkSettingsGoBeyondTheKnownRange) {
   EXPECT_THAT(settings.wolOptions, ElementsAre(WakeOnMode{64}));
 }
 
-/// With one member set to its greatest value, that fact of the record holds it and no other does.
-template <typename Record, typename Number>
-void expectEachMemberInItsOwnPlace(const char* member, OrFault<Record> SimulatedPort::*record) {
-  constexpr Number kMost = std::numeric_limits<Number>::max();
-  int numbers = 0;
+template <typename Record>
+Record* pointerTo(const Nodemgr::Network::RecordCall<Record>&);
+
+/// With one member set to its greatest value, that fact of the record holds it and every other is
+/// what it is by default. Returns how many members that could be tried with.
+template <typename Record>
+int expectEachMemberInItsOwnPlace(const std::string& record) {
+  int tried = 0;
   platform::forEachFact<Record>([&](const auto& set) {
-    if (!std::is_same_v<decltype(set.member), Number Record::*>) return;
-    ++numbers;
-    const SimulatedPort port = portOf(std::string("\"") + member + "\": {\"" + set.name +
-                                      "\": " + std::to_string(kMost) + "}");
-    platform::forEachFact<Record>([&](const auto& fact) {
-      const bool isSet = std::string(fact.name) == set.name;
-      EXPECT_EQ(std::get<0>(port.*record).*fact.member, isSet ? kMost : 0U)
-          << set.name << ", " << fact.name;
-    });
+    using Type = std::decay_t<decltype(Record{}.*set.member)>;
+    if constexpr (std::is_integral_v<Type>) {
+      ++tried;
+      Record expected;
+      expected.*set.member = std::numeric_limits<Type>::max();
+      const std::string most =
+          std::is_same_v<Type, bool> ? "true" : std::to_string(expected.*set.member);
+      const SimulatedPort port = portOf("\"" + record + "\": {\"" + set.name + "\": " + most + "}");
+      platform::forEachFact<Record>([&](const auto& fact) {
+        EXPECT_EQ(std::get<0>(port.record<Record>()).*fact.member, expected.*fact.member)
+            << record << ": " << set.name << ", " << fact.name;
+      });
+    }
   });
-  EXPECT_GT(numbers, 10);
+  return tried;
 }
 
-TEST(HostMembers, EachCounterHasItsOwnPlace) {
-  expectEachMemberInItsOwnPlace<Nodemgr::Network::PnicStatistics, std::uint64_t>(
-      "statistics", &SimulatedPort::statistics);
-}
-
-TEST(HostMembers, EachCoalescingValueHasItsOwnPlace) {
-  expectEachMemberInItsOwnPlace<Nodemgr::Network::PnicCoalesceParams, std::uint32_t>(
-      "coalesce", &SimulatedPort::coalesce);
+TEST(HostMembers, EachNumberAndFlagOfARecordHasItsOwnPlace) {
+  int tried = 0;
+  const auto tryRecord = [&](const auto& call) {
+    using Record = std::remove_pointer_t<decltype(pointerTo(call))>;
+    tried += expectEachMemberInItsOwnPlace<Record>(call.member);
+  };
+  std::apply([&](const auto&... call) { (tryRecord(call), ...); }, Nodemgr::Network::kRecordCalls);
+  EXPECT_GE(tried, 44);
 }
 
 // Spelled here once more: host files in use must stay readable.
@@ -305,7 +316,7 @@ TEST(HostMembers, CountersAndSettingsAreSpelledAsTheyAlwaysWere) {
                         "TxCarrierErrors": 12, "TxHeartbeatErrors": 13, "TxWindowErrors": 14},
          "coalesce": {"statsBlockUsecs": 1, "pktRateLow": 2, "rxUsecsIrq": 3, "txFramesIrq": 4,
                       "rxFrameLow": 5, "txFrameHigh": 6})");
-  const auto& statistics = std::get<0>(port.statistics);
+  const auto& statistics = std::get<0>(port.record<PnicStatistics>());
   EXPECT_EQ(statistics.packetsTx, 1U);
   EXPECT_EQ(statistics.bytesRx, 2U);
   EXPECT_EQ(statistics.droppedTx, 3U);
@@ -320,7 +331,7 @@ TEST(HostMembers, CountersAndSettingsAreSpelledAsTheyAlwaysWere) {
   EXPECT_EQ(statistics.txCarrierErrors, 12U);
   EXPECT_EQ(statistics.txHeartbeatErrors, 13U);
   EXPECT_EQ(statistics.txWindowErrors, 14U);
-  const auto& coalesce = std::get<0>(port.coalesce);
+  const auto& coalesce = std::get<0>(port.record<PnicCoalesceParams>());
   EXPECT_EQ(coalesce.statsBlockUsecs, 1U);
   EXPECT_EQ(coalesce.pktRateLow, 2U);
   EXPECT_EQ(coalesce.rxUsecsIrq, 3U);
@@ -331,18 +342,18 @@ TEST(HostMembers, CountersAndSettingsAreSpelledAsTheyAlwaysWere) {
 
 TEST(HostMembers, AdaptiveCoalescingIsTwoFlags) {
   const SimulatedPort receive = portOf(R"("coalesce": {"adaptiveRX": true})");
-  EXPECT_TRUE(std::get<0>(receive.coalesce).adaptiveRx);
-  EXPECT_FALSE(std::get<0>(receive.coalesce).adaptiveTx);
+  EXPECT_TRUE(std::get<0>(receive.record<PnicCoalesceParams>()).adaptiveRx);
+  EXPECT_FALSE(std::get<0>(receive.record<PnicCoalesceParams>()).adaptiveTx);
   const SimulatedPort send = portOf(R"("coalesce": {"adaptiveTX": true})");
-  EXPECT_FALSE(std::get<0>(send.coalesce).adaptiveRx);
-  EXPECT_TRUE(std::get<0>(send.coalesce).adaptiveTx);
+  EXPECT_FALSE(std::get<0>(send.record<PnicCoalesceParams>()).adaptiveRx);
+  EXPECT_TRUE(std::get<0>(send.record<PnicCoalesceParams>()).adaptiveTx);
 }
 
 TEST(HostMembers, DriverInfo) {
   const SimulatedPort port = portOf(
       R"("driverInfo": {"driver": "e5", "driverVersion": "2.1", "firmwareVersion": "0x80000a",
                         "busInfo": "0000:03:00.1"})");
-  const auto& info = std::get<0>(port.driverInfo);
+  const auto& info = std::get<0>(port.record<PnicDriverInfo>());
   EXPECT_EQ(info.driver, "e5");
   EXPECT_EQ(info.driverVersion, "2.1");
   EXPECT_EQ(info.firmwareVersion, "0x80000a");
@@ -431,14 +442,14 @@ TEST(HostFaults, StandInPlaceOfEachRecordOfAPort) {
   const SimulatedPort port = portOf(
       R"("linkSettings": {"throw": "nodemgr"}, "statistics": {"throw": "other"},
          "coalesce": {"throw": "nodemgr"}, "driverInfo": {"throw": "other"})");
-  EXPECT_EQ(std::get<Fault>(port.linkSettings), Fault::kNodemgr);
-  EXPECT_EQ(std::get<Fault>(port.statistics), Fault::kOther);
-  EXPECT_EQ(std::get<Fault>(port.coalesce), Fault::kNodemgr);
-  EXPECT_EQ(std::get<Fault>(port.driverInfo), Fault::kOther);
+  EXPECT_EQ(std::get<Fault>(port.record<PnicLinkSettings>()), Fault::kNodemgr);
+  EXPECT_EQ(std::get<Fault>(port.record<PnicStatistics>()), Fault::kOther);
+  EXPECT_EQ(std::get<Fault>(port.record<PnicCoalesceParams>()), Fault::kNodemgr);
+  EXPECT_EQ(std::get<Fault>(port.record<PnicDriverInfo>()), Fault::kOther);
 }
 
 TEST(HostFaults, EveryAccessorCanHaveOne) {
-  for (const std::string accessor : kAccessorNames) {
+  for (const std::string& accessor : accessorNames()) {
     const SimulatedPort port = portOf("\"faults\": {\"" + accessor + "\": \"other\"}");
     EXPECT_THAT(port.faults, ElementsAre(testing::Pair(accessor, Fault::kOther)));
   }
@@ -611,8 +622,8 @@ TEST(HostFiles, TheExampleIsAHost) {
   EXPECT_EQ(host.systemName, "host-7");
   const auto& ports = std::get<std::vector<SimulatedPort>>(host.ports);
   ASSERT_EQ(ports.size(), 2U);
-  EXPECT_EQ(std::get<0>(ports[0].statistics).packetsTx, 6442450944U);
-  EXPECT_EQ(std::get<Fault>(ports[1].statistics), Fault::kNodemgr);
+  EXPECT_EQ(std::get<0>(ports[0].record<PnicStatistics>()).packetsTx, 6442450944U);
+  EXPECT_EQ(std::get<Fault>(ports[1].record<PnicStatistics>()), Fault::kNodemgr);
   EXPECT_EQ(host.processors.packages.at(0).cores.at(0).extendedEdx, 0x20100000U);
   EXPECT_EQ(host.version.buildNumber, 1234);
   EXPECT_EQ(std::get<SimulatedHardware>(host.hardware).disks.at(0).used, 4);

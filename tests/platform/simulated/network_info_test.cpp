@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <optional>
+#include <tuple>
 
 #include "tests/support/host_with_ports.h"
 #include "tests/support/simulated_host_file.h"
@@ -14,8 +15,10 @@ namespace {
 using HykCtl::Network::NetworkInfoImpl;
 using Nodemgr::Lib::NodemgrException;
 using Nodemgr::Network::Duplex;
+using Nodemgr::Network::kRecordCalls;
 using Nodemgr::Network::MacAddress;
 using Nodemgr::Network::Pnic;
+using Nodemgr::Network::RecordCall;
 using testing::ElementsAre;
 
 std::vector<std::string> names(NetworkInfoImpl& info) {
@@ -135,13 +138,7 @@ struct Call {
   void (*call)(Pnic& pnic);
 };
 
-template <auto accessor, typename Record>
-void fill(Pnic& pnic) {
-  Record record;
-  (pnic.*accessor)(record);
-}
-
-constexpr Call kCalls[] = {
+const std::vector<Call> kSingleCalls = {
     {"GetName", [](Pnic& pnic) { pnic.GetName(); }},
     {"GetPciDevice", [](Pnic& pnic) { pnic.GetPciDevice(); }},
     {"GetDuplex", [](Pnic& pnic) { pnic.GetDuplex(); }},
@@ -152,13 +149,9 @@ constexpr Call kCalls[] = {
     {"IsCapabilityEnabled", [](Pnic& pnic) { pnic.IsCapabilityEnabled(); }},
     {"IsCapabilitySupported", [](Pnic& pnic) { pnic.IsCapabilitySupported(); }},
     {"GetMtu", [](Pnic& pnic) { pnic.GetMtu(); }},
-    {"GetLinkSettings", fill<&Pnic::GetLinkSettings, Nodemgr::Network::PnicLinkSettings>},
-    {"GetStatistics", fill<&Pnic::GetStatistics, Nodemgr::Network::PnicStatistics>},
-    {"GetCoalesceParams", fill<&Pnic::GetCoalesceParams, Nodemgr::Network::PnicCoalesceParams>},
-    {"GetDriverInfo", fill<&Pnic::GetDriverInfo, Nodemgr::Network::PnicDriverInfo>},
 };
 
-constexpr Call kPciCalls[] = {
+const std::vector<Call> kPciCalls = {
     {"GetSegment", [](Pnic& pnic) { pnic.GetPciDevice()->GetSegment(); }},
     {"GetBus", [](Pnic& pnic) { pnic.GetPciDevice()->GetBus(); }},
     {"GetSlot", [](Pnic& pnic) { pnic.GetPciDevice()->GetSlot(); }},
@@ -167,9 +160,23 @@ constexpr Call kPciCalls[] = {
     {"GetDeviceId", [](Pnic& pnic) { pnic.GetPciDevice()->GetDeviceId(); }},
 };
 
+template <typename... Record>
+std::vector<Call> callsOf(const std::tuple<RecordCall<Record>...>& rows) {
+  return {Call{std::get<RecordCall<Record>>(rows).name, [](Pnic& pnic) {
+                 Record record;
+                 pnic.fill(&record);
+               }}...};
+}
+
+/// Every call of a port.
+std::vector<Call> allCalls() {
+  std::vector<Call> calls = callsOf(kRecordCalls);
+  calls.insert(calls.end(), kSingleCalls.begin(), kSingleCalls.end());
+  return calls;
+}
+
 /// With the fault on one accessor, that one throws and no other of the calls does.
-template <std::size_t size>
-void expectOneFaultEach(const Call (&calls)[size]) {
+void expectOneFaultEach(const std::vector<Call>& calls) {
   for (const Call& faulty : calls) {
     for (const char* fault : {"nodemgr", "other"}) {
       const auto pnic = port(std::string("\"pci\": {}, \"faults\": {\"") + faulty.accessor +
@@ -182,27 +189,39 @@ void expectOneFaultEach(const Call (&calls)[size]) {
   }
 }
 
-TEST(SimulatedPortFaults, EachAccessorFailsAlone) { expectOneFaultEach(kCalls); }
+TEST(SimulatedPortFaults, EachAccessorFailsAlone) { expectOneFaultEach(allCalls()); }
 
 TEST(SimulatedPortFaults, EachAccessorOfThePciDescriptorFailsAlone) {
   expectOneFaultEach(kPciCalls);
 }
 
 TEST(SimulatedPortFaults, ARecordFailsWhereItsFaultStands) {
-  constexpr std::pair<const char*, const char*> kRecords[] = {{"linkSettings", "GetLinkSettings"},
-                                                              {"statistics", "GetStatistics"},
-                                                              {"coalesce", "GetCoalesceParams"},
-                                                              {"driverInfo", "GetDriverInfo"}};
-  for (const auto& [member, accessor] : kRecords) {
-    for (const char* fault : {"nodemgr", "other"}) {
-      const auto pnic = port(std::string("\"") + member + "\": {\"throw\": \"" + fault + "\"}");
-      for (const Call& call : kCalls) {
-        EXPECT_EQ(thrownBy([&] { call.call(*pnic); }),
-                  std::string(call.accessor) == accessor ? fault : "nothing")
-            << member << ", " << call.accessor;
-      }
+  const auto expectFault = [](const char* member, const char* accessor, const char* fault) {
+    const auto pnic = port(std::string("\"") + member + "\": {\"throw\": \"" + fault + "\"}");
+    for (const Call& call : allCalls()) {
+      EXPECT_EQ(thrownBy([&] { call.call(*pnic); }),
+                std::string(call.accessor) == accessor ? fault : "nothing")
+          << member << ", " << call.accessor;
     }
-  }
+  };
+  const auto expectBoth = [&](const auto& row) {
+    for (const char* fault : {"nodemgr", "other"}) expectFault(row.member, row.name, fault);
+  };
+  std::apply([&](const auto&... row) { (expectBoth(row), ...); }, kRecordCalls);
+}
+
+// Stated apart from the rows, with the call that each name stands for.
+TEST(SimulatedPortFaults, AreNamedAsTheCallsThatFail) {
+  const auto pnic = port(R"("faults": {"GetLinkSettings": "nodemgr", "GetStatistics": "other",
+                             "GetCoalesceParams": "nodemgr", "GetDriverInfo": "other"})");
+  Nodemgr::Network::PnicLinkSettings settings;
+  EXPECT_EQ(thrownBy([&] { pnic->GetLinkSettings(settings); }), "nodemgr");
+  Nodemgr::Network::PnicStatistics statistics;
+  EXPECT_EQ(thrownBy([&] { pnic->GetStatistics(statistics); }), "other");
+  Nodemgr::Network::PnicCoalesceParams params;
+  EXPECT_EQ(thrownBy([&] { pnic->GetCoalesceParams(params); }), "nodemgr");
+  Nodemgr::Network::PnicDriverInfo info;
+  EXPECT_EQ(thrownBy([&] { pnic->GetDriverInfo(info); }), "other");
 }
 
 TEST(SimulatedPortFaults, TheListFailsForAllAndForOne) {

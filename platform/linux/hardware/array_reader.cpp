@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
@@ -33,6 +34,24 @@ void readBlocks(const BlockDevice& device, Facts& facts) {
     return;
   }
   facts.blocks = *sectors / (*facts.blockSize / kSector);
+}
+
+// ---- Members of arrays ----
+
+Extent readExtent(const BlockDevices& devices, const BlockDevice& array, const std::string& path,
+                  const std::string& name) {
+  Extent extent;
+  extent.name = name;
+  extent.pool = array.id;
+  extent.state = textIn(path + "/state");
+  extent.errors = numberIn<std::uint64_t>(path + "/errors");
+  const BlockDevice* const member = devices.byName(name);
+  if (member != nullptr) {
+    extent.disk = devices.diskOf(*member);
+    readBlocks(*member, extent);
+  }
+  extent.id = array.id + "/" + (member != nullptr ? member->id : keyText(name));
+  return extent;
 }
 
 // ---- Volumes ----
@@ -85,26 +104,33 @@ std::vector<Pool> readPools(const BlockDevices& devices) {
   return pools;
 }
 
-std::vector<Extent> readExtents(const BlockDevices& devices) {
+KnownMembers::Ids KnownMembers::ids() const {
+  const std::lock_guard lock(mutex_);
+  return ids_;
+}
+
+void KnownMembers::replace(Ids ids) {
+  const std::lock_guard lock(mutex_);
+  ids_ = std::move(ids);
+}
+
+std::vector<Extent> readExtents(const BlockDevices& devices, KnownMembers& known) {
   std::vector<Extent> extents;
+  const KnownMembers::Ids before = known.ids();
+  KnownMembers::Ids now;
   forEachArray(devices, [&](const BlockDevice& array, const std::string& md) {
     for (const std::string& entry : entriesOf(md)) {
       if (entry.rfind("dev-", 0) != 0) continue;
-      const std::string path = md + "/" + entry;
-      Extent extent;
-      extent.name = entry.substr(4);
-      extent.pool = array.id;
-      extent.state = textIn(path + "/state");
-      extent.errors = numberIn<std::uint64_t>(path + "/errors");
-      const BlockDevice* const member = devices.byName(extent.name);
-      if (member != nullptr) {
-        extent.disk = devices.diskOf(*member);
-        readBlocks(*member, extent);
-      }
-      extent.id = array.id + "/" + (member != nullptr ? member->id : keyText(extent.name));
-      extents.push_back(std::move(extent));
+      extents.push_back(readExtent(devices, array, md + "/" + entry, entry.substr(4)));
+      Extent& extent = extents.back();
+      const std::string place = array.name + "/" + extent.name;
+      const auto was = before.find(place);
+      const bool isGone = devices.byName(extent.name) == nullptr;
+      if (isGone && was != before.end()) extent.id = was->second;
+      now[place] = extent.id;
     }
   });
+  known.replace(std::move(now));
   return extents;
 }
 

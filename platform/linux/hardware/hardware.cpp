@@ -12,6 +12,12 @@ LinuxHost::BlockDevices blockDevices(const LinuxHost::HostPaths& paths) {
   return LinuxHost::BlockDevices(paths, LinuxHost::udevProperties);
 }
 
+/// Those of the process. Never destroyed: threads may still ask while the process exits.
+LinuxHost::KnownMembers& knownMembers() {
+  static auto* const known = new LinuxHost::KnownMembers;
+  return *known;
+}
+
 }  // namespace
 
 using LinuxHost::HostPaths;
@@ -57,7 +63,7 @@ std::vector<Volume> volumes(const Query&) {
 }
 
 std::vector<Extent> extents(const Query&) {
-  return LinuxHost::readExtents(blockDevices(HostPaths()));
+  return LinuxHost::readExtents(blockDevices(HostPaths()), knownMembers());
 }
 
 }  // namespace Hardware

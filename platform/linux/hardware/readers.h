@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,7 +32,24 @@ std::vector<Hardware::StoragePort> readStoragePorts(const HostPaths& paths,
 std::vector<Hardware::Disk> readDisks(const HostPaths& paths, const BlockDevices& devices,
                                       const Hardware::Query& query, DeviceWorkers& workers);
 std::vector<Hardware::Pool> readPools(const BlockDevices& devices);
-std::vector<Hardware::Extent> readExtents(const BlockDevices& devices);
+
+/// Identities of array members as they were last seen. A disk that is pulled leaves nothing but its
+/// name in the array; its member keeps its identity for as long as the array lists it. Any thread
+/// may call.
+class KnownMembers {
+ public:
+  /// By array and member, as the kernel names them: "md0/sda1".
+  using Ids = std::map<std::string, std::string>;
+
+  Ids ids() const;
+  void replace(Ids ids);
+
+ private:
+  mutable std::mutex mutex_;  ///< guards `ids_`; nothing is locked before or after it
+  Ids ids_;
+};
+
+std::vector<Hardware::Extent> readExtents(const BlockDevices& devices, KnownMembers& known);
 std::vector<Hardware::Volume> readVolumes(const HostPaths& paths, const BlockDevices& devices);
 
 /// libsensors reads /sys itself. Chips are asked by `workers`.

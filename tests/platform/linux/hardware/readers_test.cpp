@@ -28,9 +28,13 @@ class Readers : public testing::Test {
   std::vector<Hardware::StoragePort> storagePorts(const Hardware::Query& query = {}) {
     return readStoragePorts(tree_.paths(), query, workers_);
   }
+  std::vector<Hardware::Extent> extents(const BlockDevices& devices) {
+    return readExtents(devices, members_);
+  }
 
   HardwareTree tree_;
   DeviceWorkers workers_;
+  KnownMembers members_;
 };
 
 TEST_F(Readers, AHostWithoutHardwareHasNone) {
@@ -41,7 +45,7 @@ TEST_F(Readers, AHostWithoutHardwareHasNone) {
   EXPECT_THAT(readBatteries(tree_.paths()), IsEmpty());
   EXPECT_THAT(readPciFunctions(tree_.paths(), 1), IsEmpty());
   EXPECT_THAT(readPools(devices()), IsEmpty());
-  EXPECT_THAT(readExtents(devices()), IsEmpty());
+  EXPECT_THAT(extents(devices()), IsEmpty());
   EXPECT_THAT(readVolumes(tree_.paths(), devices()), IsEmpty());
 }
 
@@ -354,14 +358,39 @@ TEST_F(ArrayReaders, AnArrayTellsStateAndMissingMembers) {
 }
 
 TEST_F(ArrayReaders, MembersTellStateArrayAndDisk) {
-  const auto extents = readExtents(devices(notes));
-  ASSERT_EQ(extents.size(), 2u);
-  EXPECT_EQ(extents[0].id, "md-a1:b2/partuuid-0001");
-  EXPECT_EQ(extents[0].pool, "md-a1:b2");
-  EXPECT_EQ(extents[0].disk, "naa.5000c500sda");
-  EXPECT_EQ(extents[0].state, "in_sync");
-  EXPECT_EQ(extents[1].state, "faulty");
-  EXPECT_EQ(extents[1].disk, "naa.5000c500sdb");
+  const auto members = extents(devices(notes));
+  ASSERT_EQ(members.size(), 2u);
+  EXPECT_EQ(members[0].id, "md-a1:b2/partuuid-0001");
+  EXPECT_EQ(members[0].pool, "md-a1:b2");
+  EXPECT_EQ(members[0].disk, "naa.5000c500sda");
+  EXPECT_EQ(members[0].state, "in_sync");
+  EXPECT_EQ(members[1].state, "faulty");
+  EXPECT_EQ(members[1].disk, "naa.5000c500sdb");
+}
+
+TEST_F(ArrayReaders, AMemberWhoseDiskIsPulledKeepsItsIdentity) {
+  const std::string id = extents(devices(notes)).at(1).id;
+  EXPECT_EQ(id, "md-a1:b2/naa.5000c500sdb");
+  tree_.remove("class/block/sdb");
+  for (int look = 1; look <= 2; ++look) {
+    const auto members = extents(devices(notes));
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(members[1].id, id) << look;
+    EXPECT_EQ(members[1].state, "faulty");
+    EXPECT_EQ(members[1].disk, "");
+  }
+  KnownMembers none;  // as in a process that starts later
+  EXPECT_EQ(readExtents(devices(notes), none).at(1).id, "md-a1:b2/sdb");
+}
+
+TEST_F(ArrayReaders, AMemberThatTheArrayNoLongerListsIsForgotten) {
+  extents(devices(notes));
+  const std::string member = "devices/virtual/block/md0/md/dev-sdb";
+  tree_.remove(member);
+  EXPECT_EQ(extents(devices(notes)).size(), 1u);
+  tree_.remove("class/block/sdb");
+  tree_.file(member + "/state", "spare\n");
+  EXPECT_EQ(extents(devices(notes)).at(1).id, "md-a1:b2/sdb");
 }
 
 TEST_F(ArrayReaders, AMountedFileSystemIsAVolume) {

@@ -297,7 +297,8 @@ const Rule<StoragePort> kStoragePortRules[] = {
     {"the link is down, with a device attached or up since start", kMajor,
      [](const StoragePort& p, const Growth& growth) -> std::string {
        const bool expected = growth.everHeld("link", p.speed.has_value()) || p.deviceAttached == 1;
-       return !p.speed && expected ? "link down" : kNothing;
+       const bool known = p.refused.empty();
+       return !p.speed && expected && known ? "link down" : kNothing;
      }},
     {"new invalid dwords since start", kDegraded,
      [](const StoragePort& p, const Growth& growth) {

@@ -262,6 +262,14 @@ TEST(StoragePortHealth, ALinkThatWasUpAndIsDownIsMajor) {
   expectHealth(judgedAfter(up, StoragePort{}), kMajor, "link down");
 }
 
+TEST(StoragePortHealth, ALinkThatWasUpAndIsNotToldIsUnknown) {
+  StoragePort up;
+  up.speed = 6'000'000'000;
+  StoragePort silent;
+  silent.refused = "no answer within 2 s";
+  expectHealth(judgedAfter(up, silent), kUnknown, "no answer within 2 s");
+}
+
 TEST(StoragePortHealth, ADownLinkWithADeviceIsMajor) {
   StoragePort port;
   port.deviceAttached = 1;

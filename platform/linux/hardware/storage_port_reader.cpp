@@ -7,6 +7,14 @@ namespace {
 
 using Hardware::StoragePort;
 
+/// Any text but a speed is a link that is down; without a text nothing is known of it.
+void readLink(const std::string& file, StoragePort& port) {
+  int error = 0;
+  if (!bytesIn(file, error)) port.refused = "link not read";
+  port.linkState = textIn(file);
+  port.speed = linkSpeed(port.linkState);
+}
+
 std::string directoryOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
 bool beginsWith(const std::string& text, const std::string& word) {
@@ -36,8 +44,7 @@ StoragePort readAtaPort(const std::string& name, const std::string& classPath) {
   port.deviceAttached = 0;
   for (const std::string& link : entriesOf(directory)) {
     if (!beginsWith(link, "link") || link.find('.') != std::string::npos) continue;
-    port.linkState = textIn(directory + "/" + link + "/ata_link/" + link + "/sata_spd");
-    port.speed = linkSpeed(port.linkState);
+    readLink(directory + "/" + link + "/ata_link/" + link + "/sata_spd", port);
     readAtaDevices(directory + "/" + link, port);
   }
   return port;
@@ -54,8 +61,7 @@ StoragePort sasPhyIdentity(const std::string& name, const std::string& path) {
 
 /// What the host adapter is asked for.
 StoragePort askSasPhy(StoragePort port, const std::string& path) {
-  port.linkState = textIn(path + "/negotiated_linkrate");
-  port.speed = linkSpeed(port.linkState);
+  readLink(path + "/negotiated_linkrate", port);
   port.invalidDwords = numberIn<std::uint64_t>(path + "/invalid_dword_count");
   port.disparityErrors = numberIn<std::uint64_t>(path + "/running_disparity_error_count");
   port.lossesOfSync = numberIn<std::uint64_t>(path + "/loss_of_dword_sync_count");

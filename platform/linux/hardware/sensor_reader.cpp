@@ -23,8 +23,8 @@ struct SensorKind {
   sensors_feature_type feature;
   std::uint16_t sensorType;
   int reading;
-  int otherReading;  ///< for chips without the first
-  int low, high, lowCritical, highCritical;
+  int otherReading;                                     ///< for chips without the first
+  int low, high, otherHigh, lowCritical, highCritical;  ///< of two, the first that a chip has
   int limitAlarms[2];
   int alarms[4];
   int fault;
@@ -38,6 +38,7 @@ constexpr SensorKind kSensorKinds[] = {
      kNone,
      SENSORS_SUBFEATURE_TEMP_MIN,
      SENSORS_SUBFEATURE_TEMP_MAX,
+     kNone,
      SENSORS_SUBFEATURE_TEMP_LCRIT,
      SENSORS_SUBFEATURE_TEMP_CRIT,
      {SENSORS_SUBFEATURE_TEMP_MIN_ALARM, SENSORS_SUBFEATURE_TEMP_MAX_ALARM},
@@ -51,6 +52,7 @@ constexpr SensorKind kSensorKinds[] = {
      SENSORS_SUBFEATURE_IN_AVERAGE,
      SENSORS_SUBFEATURE_IN_MIN,
      SENSORS_SUBFEATURE_IN_MAX,
+     kNone,
      SENSORS_SUBFEATURE_IN_LCRIT,
      SENSORS_SUBFEATURE_IN_CRIT,
      {SENSORS_SUBFEATURE_IN_MIN_ALARM, SENSORS_SUBFEATURE_IN_MAX_ALARM},
@@ -64,6 +66,7 @@ constexpr SensorKind kSensorKinds[] = {
      SENSORS_SUBFEATURE_CURR_AVERAGE,
      SENSORS_SUBFEATURE_CURR_MIN,
      SENSORS_SUBFEATURE_CURR_MAX,
+     kNone,
      SENSORS_SUBFEATURE_CURR_LCRIT,
      SENSORS_SUBFEATURE_CURR_CRIT,
      {SENSORS_SUBFEATURE_CURR_MIN_ALARM, SENSORS_SUBFEATURE_CURR_MAX_ALARM},
@@ -79,6 +82,7 @@ constexpr SensorKind kSensorKinds[] = {
      SENSORS_SUBFEATURE_FAN_MAX,
      kNone,
      kNone,
+     kNone,
      {SENSORS_SUBFEATURE_FAN_MIN_ALARM, SENSORS_SUBFEATURE_FAN_MAX_ALARM},
      {SENSORS_SUBFEATURE_FAN_ALARM, kNone, kNone, kNone},
      SENSORS_SUBFEATURE_FAN_FAULT,
@@ -89,6 +93,7 @@ constexpr SensorKind kSensorKinds[] = {
      SENSORS_SUBFEATURE_POWER_AVERAGE,
      SENSORS_SUBFEATURE_POWER_MIN,
      SENSORS_SUBFEATURE_POWER_MAX,
+     SENSORS_SUBFEATURE_POWER_CAP,
      SENSORS_SUBFEATURE_POWER_LCRIT,
      SENSORS_SUBFEATURE_POWER_CRIT,
      {SENSORS_SUBFEATURE_POWER_MIN_ALARM, SENSORS_SUBFEATURE_POWER_MAX_ALARM},
@@ -219,6 +224,7 @@ class ChipReader {
     if (has) sensor.reading = scaled(value, kind.scale);
     sensor.low = limit(feature, kind.low, kind.scale);
     sensor.high = limit(feature, kind.high, kind.scale);
+    if (!sensor.high) sensor.high = limit(feature, kind.otherHigh, kind.scale);
     sensor.lowCritical = limit(feature, kind.lowCritical, kind.scale);
     sensor.highCritical = limit(feature, kind.highCritical, kind.scale);
     for (const int alarm : kind.limitAlarms) sensor.limitAlarm |= flag(feature, alarm);

@@ -1,19 +1,12 @@
 // The library itself on trees of our own making, mounted over /sys in a mount namespace.
 
+#include "tests/hardware/recorded_tree.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-
-#include "broker/broker.h"
-#include "broker/mof_reader.h"
-#include "broker/registration.h"
-#include "tests/platform/linux/hardware/hardware_tree.h"
+#include <cstdio>
 
 namespace orv::test {
 namespace {
@@ -23,56 +16,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr const char* kMounted[] = {"class", "devices", "bus", "firmware", "fs"};
-
-broker::Broker::Options hostLibrary() {
-  auto classes = std::make_shared<broker::ClassRepository>();
-  broker::MofReader reader(*classes);
-  reader.readDirectory(ORV_SOURCE_DIR "/schema");
-  reader.readFile(ORV_SOURCE_DIR "/schema/host/orvhost.mof");
-  broker::Broker::Options options;
-  options.namespaces["root/cimv2"] = classes;
-  options.registration = broker::readRegistrationFile(ORV_SOURCE_DIR "/schema/host/orvhost.reg");
-  options.libraryFile = ORV_HOST_LIBRARY;
-  return options;
-}
-
-class RecordedTree : public testing::Test {
+class RecordedHost : public RecordedTree {
  protected:
-  void SetUp() override {
-    if (unshare(CLONE_NEWNS) != 0 ||
-        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-      GTEST_SKIP() << "no mount namespace: " << std::strerror(errno);
-    }
-    setenv("SYSTEMD_DEVICE_VERIFY_SYSFS", "0", 1);  // libudev takes the tree for a sysfs
-  }
-
-  /// From now on the library sees the tree.
-  void mountTree() {
-    for (const char* name : kMounted) {
-      const std::string place = std::string("/sys/") + name;
-      ASSERT_EQ(
-          mount((tree_.root() + "/" + name).c_str(), place.c_str(), nullptr, MS_BIND, nullptr), 0)
-          << place << ": " << std::strerror(errno);
-    }
-  }
-  void TearDown() override {
-    for (const char* name : kMounted) umount((std::string("/sys/") + name).c_str());
-  }
-
-  std::vector<Instance> instances(const std::string& className) {
-    const broker::Response response = broker_.enumerateInstances("root/cimv2", className);
-    EXPECT_EQ(response.rc, CMPI_RC_OK) << className;
-    return response.instances;
-  }
-  static unsigned healthOf(const Instance& instance) {
-    return static_cast<unsigned>(std::stoul(instance.property("HealthState")->toText()));
-  }
-  static std::string wordsOf(const Instance& instance) {
-    const broker::Value* words = instance.property("StatusDescriptions");
-    return words == nullptr || words->null ? "" : words->toText();
-  }
-
   /// A chip of hardware monitoring with temperatures.
   void chip(unsigned number, const std::string& name, unsigned sensors, int milliCelsius) {
     const std::string path = "devices/virtual/hwmon/hwmon" + std::to_string(number);
@@ -86,12 +31,9 @@ class RecordedTree : public testing::Test {
       tree_.file(prefix + "_label", "T" + std::to_string(i) + "\n");
     }
   }
-
-  LinuxHost::HardwareTree tree_;
-  broker::Broker broker_{hostLibrary()};
 };
 
-TEST_F(RecordedTree, AnEmptyTreeHasNoHardware) {
+TEST_F(RecordedHost, AnEmptyTreeHasNoHardware) {
   mountTree();
   for (const auto& section :
        broker::readRegistrationFile(ORV_SOURCE_DIR "/schema/host/orvhost.reg")) {
@@ -101,7 +43,7 @@ TEST_F(RecordedTree, AnEmptyTreeHasNoHardware) {
   EXPECT_EQ(instances("OMC_UnitaryComputerSystem").size(), 1u);
 }
 
-TEST_F(RecordedTree, SensorsFollowTheirReadings) {
+TEST_F(RecordedHost, SensorsFollowTheirReadings) {
   chip(0, "coretemp", 2, 40000);
   mountTree();
   auto sensors = instances("Orvane_NumericSensor");
@@ -119,7 +61,7 @@ TEST_F(RecordedTree, SensorsFollowTheirReadings) {
   EXPECT_EQ(healthOf(sensors[1]), 25u);
 }
 
-TEST_F(RecordedTree, ASensorThatCannotBeReadIsUnknown) {
+TEST_F(RecordedHost, ASensorThatCannotBeReadIsUnknown) {
   chip(0, "coretemp", 1, 40000);
   mountTree();
   for (const char* text : {"hot\n", ""}) {
@@ -131,7 +73,7 @@ TEST_F(RecordedTree, ASensorThatCannotBeReadIsUnknown) {
   }
 }
 
-TEST_F(RecordedTree, AChipThatComesLaterIsSeen) {
+TEST_F(RecordedHost, AChipThatComesLaterIsSeen) {
   chip(0, "coretemp", 1, 40000);
   mountTree();
   EXPECT_EQ(instances("Orvane_NumericSensor").size(), 1u);
@@ -141,7 +83,7 @@ TEST_F(RecordedTree, AChipThatComesLaterIsSeen) {
   EXPECT_EQ(instances("Orvane_NumericSensor").size(), 1u);
 }
 
-TEST_F(RecordedTree, FaultsReachTheSystem) {
+TEST_F(RecordedHost, FaultsReachTheSystem) {
   tree_.scsiDisk("sda", "8:0", "SEAGATE", "offline");
   tree_.file("class/power_supply/AC/type", "Mains\n").file("class/power_supply/AC/online", "0\n");
   mountTree();
@@ -154,7 +96,7 @@ TEST_F(RecordedTree, FaultsReachTheSystem) {
   EXPECT_THAT(wordsOf(system), HasSubstr("sda: device is offline"));
 }
 
-TEST_F(RecordedTree, ADegradedArrayAndItsFaultyMemberAreTold) {
+TEST_F(RecordedHost, ADegradedArrayAndItsFaultyMemberAreTold) {
   tree_.scsiDisk("sda", "8:0", "SEAGATE");
   tree_.scsiDisk("sdb", "8:16", "SEAGATE");
   tree_.array("md0", "raid1", 2, 1, {{"sda", "in_sync"}, {"sdb", "faulty"}});
@@ -166,7 +108,7 @@ TEST_F(RecordedTree, ADegradedArrayAndItsFaultyMemberAreTold) {
   EXPECT_EQ(healthOf(members[1]), 25u);
 }
 
-TEST_F(RecordedTree, NewErrorsDegradeOldOnesDoNot) {
+TEST_F(RecordedHost, NewErrorsDegradeOldOnesDoNot) {
   const std::string function = "bus/pci/devices/0000:00:1f.2/";
   tree_.file(function + "class", "0x010601\n");
   tree_.file(function + "aer_dev_correctable", "TOTAL_ERR_COR 7\n");
@@ -179,7 +121,7 @@ TEST_F(RecordedTree, NewErrorsDegradeOldOnesDoNot) {
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST_F(RecordedTree, OneCycleOfALargeHostTakesLessThan50MillisecondsOfProcessorTime) {
+TEST_F(RecordedHost, OneCycleOfALargeHostTakesLessThan50MillisecondsOfProcessorTime) {
   for (unsigned i = 0; i < 8; ++i) tree_.nvmeDisk(i);
   for (unsigned i = 0; i < 8; ++i) {
     const std::string letter(1, static_cast<char>('a' + i));

@@ -22,8 +22,6 @@ class CmpiProviderBase {
   void setBaseMI(CmpiBaseMI* object) { object_.store(object); }
 
   void incUseCount() { ++useCount_; }
-  /// The new count.
-  int decUseCount() { return --useCount_; }
   int useCount() const { return useCount_.load(); }
 
   /// The process-wide broker record, which every constructor of a broker object reads; null before

@@ -6,9 +6,9 @@
 
 #include "serve/request_head.h"
 
-// A request's head as text, one header a line after the method's: whatever it is, it is decided on;
-// what is taken has no body, or exactly one length, within the limit, and a type that a web page
-// cannot send; and no page of another site has asked for it but to show it.
+// A request's head as text, one header per line after the method's: whatever it is, it is decided
+// on; what is taken has no body, or exactly one length, within the limit, and a type that a web
+// page cannot send; and no page of another site has asked for it but to show it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace orv::serve;
   std::istringstream lines(std::string(reinterpret_cast<const char*>(data), size));

@@ -53,7 +53,6 @@ class LatchedStore {
   using Records = std::vector<std::unique_ptr<HealthInfo>>;
 
   const Records& healthList() const { return healthList_; }
-  std::uint32_t nextEventId() const { return nextEventId_; }
 
   /// The first record with that event number, or null.
   const HealthInfo* findEvent(std::uint32_t eventId) const;

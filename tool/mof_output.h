@@ -7,7 +7,7 @@
 
 namespace orv::tool {
 
-/// Writes an instance as MOF does, one property a line, with what numbers mean as comments:
+/// Writes an instance as MOF does, one property per line, with what numbers mean as comments:
 ///
 ///   instance of Orvane_EthernetPort {
 ///     EnabledState = 2;  // Enabled

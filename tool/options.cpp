@@ -180,7 +180,7 @@ void addRemoteOptions(CLI::App& app, RemoteOptions& remote) {
                  "Ask this CIM-XML server instead of this host; may be given again")
       ->allow_extra_args(false)
       ->type_name("https://USER@HOST:PORT");
-  app.add_option("--hosts", remote.hostsFile, "Ask the servers of this file, one URL a line")
+  app.add_option("--hosts", remote.hostsFile, "Ask the servers of this file, one URL per line")
       ->type_name("FILE");
   app.add_option("--password-file", remote.passwordFile,
                  "Password of the URLs' users (default: ~/.netrc, or the terminal)")

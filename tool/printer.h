@@ -41,7 +41,7 @@ class Printer {
 
   /// JSON: an array, also when empty.
   void instances(const std::vector<broker::Instance>& instances);
-  /// MOF: one path a line, as commands take it. JSON: an array.
+  /// MOF: one path per line, as commands take it. JSON: an array.
   void paths(const std::vector<broker::ObjectPath>& paths);
   /// JSON: an object.
   void instance(const broker::Instance& instance);

@@ -13,8 +13,6 @@ class PinnedThread {
   PinnedThread& operator=(const PinnedThread&) = delete;
   ~PinnedThread();
 
-  bool isPinned() const { return pinned_; }
-
  private:
   std::vector<unsigned long> former_;  ///< affinity mask, as the kernel lays it out
   bool pinned_ = false;

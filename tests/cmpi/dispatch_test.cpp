@@ -305,7 +305,7 @@ TEST_F(Dispatch, ProviderBaseStartsEmptyAndCounts) {
   EXPECT_EQ(base.useCount(), 0);
   base.incUseCount();
   base.incUseCount();
-  EXPECT_EQ(base.decUseCount(), 1);
+  EXPECT_EQ(base.useCount(), 2);
   base.setBaseMI(provider_.get());
   EXPECT_EQ(base.getBaseMI(), provider_.get());
 }

@@ -193,9 +193,10 @@ TEST_F(EthernetProviderTest, EachSatelliteClassHasItsOwnFill) {
 }
 
 TEST_F(EthernetProviderTest, SatelliteWhoseQueryFailsKeepsItsKeyOnly) {
-  for (const char* accessor : {"GetStatistics", "GetCoalesceParams", "GetDriverInfo"}) {
-    network_.ports[0].faults[accessor] = HostFault::kNodemgr;
-  }
+  const auto fail = [&](const auto&... call) {
+    (network_.ports[0].faults.insert({call.name, HostFault::kNodemgr}), ...);
+  };
+  std::apply(fail, Nodemgr::Network::kRecordCalls);
   for (const PortAssociation& row : portAssociations()) {
     const char* const className = row.satelliteClass;
     const Answer answer = enumInstances(objectPath(className));

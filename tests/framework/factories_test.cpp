@@ -72,8 +72,10 @@ class Factories : public testing::Test {
   ~Factories() override {
     delete baseTestProvider.getBaseMI();
     baseTestProvider.setBaseMI(nullptr);
-    while (baseTestProvider.useCount() > 0) baseTestProvider.decUseCount();
   }
+
+  /// Counted since the test began.
+  int useCount() const { return baseTestProvider.useCount() - useCountBefore_; }
 
   CMPIInstanceMI* instanceMI() {
     return TestProvider_Create_InstanceMI(scope_.scope().broker(), scope_.scope().context(),
@@ -94,6 +96,7 @@ class Factories : public testing::Test {
 
   orv::test::ProviderScope scope_;
   CMPIStatus status_{CMPI_RC_OK, nullptr};
+  const int useCountBefore_ = baseTestProvider.useCount();
 };
 
 TEST_F(Factories, TablesCarryVersionsAndNames) {
@@ -120,7 +123,7 @@ TEST_F(Factories, KindsShareOneObjectInitialisedOnce) {
   EXPECT_EQ(instance->hdl, association->hdl);
   EXPECT_EQ(instance->hdl, indication->hdl);
   EXPECT_EQ(instance->hdl, baseTestProvider.getBaseMI());
-  EXPECT_EQ(baseTestProvider.useCount(), 3);
+  EXPECT_EQ(useCount(), 3);
 }
 
 TEST_F(Factories, RecordsAreStaticAndOneForEachFactory) {
@@ -138,7 +141,7 @@ TEST_F(Factories, OnlyTheInstanceFactoryPrintsAndAtEveryCall) {
   instanceMI();
   instanceMI();
   EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string(kStartLine) + kStartLine);
-  EXPECT_EQ(baseTestProvider.useCount(), 4);
+  EXPECT_EQ(useCount(), 4);
 }
 
 TEST_F(Factories, ObjectKnowsItsBaseBeforeItIsInitialisedAndIsStoredAfter) {
@@ -177,14 +180,14 @@ TEST_F(Factories, ExceptionOfAConstructorLeavesTheFactoryWithNothingStored) {
   EXPECT_THROW(associationMI(), std::runtime_error);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(baseTestProvider.getBaseMI(), nullptr);
-  EXPECT_EQ(baseTestProvider.useCount(), 0);
+  EXPECT_EQ(useCount(), 0);
   EXPECT_EQ(script.initialized, 0);
 
   script.constructorThrows = false;
   EXPECT_NE(instanceMI(), nullptr);
   EXPECT_EQ(script.constructed, 1);
   EXPECT_EQ(script.initialized, 1);
-  EXPECT_EQ(baseTestProvider.useCount(), 1);
+  EXPECT_EQ(useCount(), 1);
 }
 
 TEST_F(Factories, RecordsReachPublicAndPrivateInterfaces) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,6 +37,16 @@ inline std::shared_ptr<const broker::ClassRepository> hostClasses() {
 
 inline std::vector<broker::RegistrationSection> hostRegistration() {
   return broker::readRegistrationFile(std::string(ORV_SOURCE_DIR) + "/schema/host/orvhost.reg");
+}
+
+/// The registered classes whose instances are parts of the system.
+inline std::set<std::string> elementClasses() {
+  std::set<std::string> classes;
+  for (const auto& section : hostRegistration()) {
+    if (!section.association) classes.insert(section.className);
+  }
+  classes.erase("OMC_UnitaryComputerSystem");
+  return classes;
 }
 
 inline broker::Broker::Options hardwareProviders() {

@@ -18,7 +18,7 @@ namespace orv::test {
 /// Hardware classes whose keys are of the wrong kind, instead of the regular ones.
 extern const char kOddHardwareMof[];
 
-/// Adds sections of the twelve monitored classes, served by the scripted hardware, and its factory.
+/// Adds sections of the monitored classes, served by the scripted hardware, and its factory.
 void addScriptedHardware(broker::Broker::Options& options);
 
 /// A broker with the project's classes, the hardware classes, and the health providers and the
@@ -28,7 +28,7 @@ broker::Broker::Options healthBrokerOptions(const std::string& hardwareMof = "")
 /// A broker with the classes of this directory of the source tree, and no provider.
 broker::Broker::Options brokerWithoutProviders(const std::string& schema);
 
-/// The twelve classes in the order in which they are polled.
+/// The classes that are polled, in their order.
 const std::vector<std::string>& monitoredClasses();
 
 /// Makes the shared state of the monitors as it is when the library is loaded. No thread may run.

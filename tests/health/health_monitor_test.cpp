@@ -228,7 +228,8 @@ TEST_F(OddHardwareCycle, ANumericKeyDropsTheElementAndTheNextOnesAreTaken) {
   scriptedHardware().set("Orvane_Controller", {odd, odd});
   poll();
   EXPECT_THAT(store_.healthList(), IsEmpty());
-  EXPECT_EQ(store_.nextEventId(), 2u);
+  store_.latch(makePath("CIM_Sensor", {{"DeviceID", "a"}}), 10, 0);
+  EXPECT_EQ(record(0).eventId, 2u) << "the two took one each";
   EXPECT_THAT(syslogTexts(),
               ElementsAre("Orvane_Controller has a non string key, this in not supported\n",
                           "Failed to copy object, dropping health state 20 for Orvane_Controller\n",

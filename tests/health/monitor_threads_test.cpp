@@ -132,13 +132,14 @@ TEST_F(MonitorThreads, PollOnceAtOnceAndWaitTheirPeriods) {
   start();
   ASSERT_TRUE(eventually([] { return periodsAskedFor().size() == 2; }));
   EXPECT_THAT(periodsAskedFor(), ::testing::UnorderedElementsAre(120, 30));
-  EXPECT_EQ(scriptedHardware().calls().size(), 12u);
+  EXPECT_EQ(scriptedHardware().calls().size(), monitoredClasses().size());
 }
 
 TEST_F(MonitorThreads, PollAgainWhenThePeriodIsOver) {
   setPeriodMilliseconds(1);
   start();
-  EXPECT_TRUE(eventually([] { return scriptedHardware().calls().size() >= 36; }));
+  EXPECT_TRUE(eventually(
+      [] { return scriptedHardware().calls().size() >= 3 * monitoredClasses().size(); }));
 }
 
 TEST_F(MonitorThreads, ASecondInitializeStartsNone) {
@@ -150,7 +151,7 @@ TEST_F(MonitorThreads, ASecondInitializeStartsNone) {
   EXPECT_EQ(second.initialize(context()).rc(), CMPI_RC_OK);
   stopMonitorThreads();
   EXPECT_THAT(periodsAskedFor(), ::testing::UnorderedElementsAre(120, 30));
-  EXPECT_EQ(scriptedHardware().calls().size(), 12u);
+  EXPECT_EQ(scriptedHardware().calls().size(), monitoredClasses().size());
 }
 
 TEST_F(MonitorThreads, StoppedBeforeTheyRanAreJoinedToo) {
@@ -184,7 +185,8 @@ TEST_F(MonitorThreads, StopAfterTheCycleThatIsUnderWay) {
   stop.letGo();
   stopped.get();
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
-  EXPECT_EQ(scriptedHardware().calls().size(), 12u) << "the cycle was finished, no other begun";
+  EXPECT_EQ(scriptedHardware().calls().size(), monitoredClasses().size())
+      << "the cycle was finished, no other begun";
 }
 
 TEST_F(MonitorThreads, StopIsSafeAgainstItselfAndEveryCallerReturnsAfterTheirEnd) {

@@ -127,8 +127,13 @@ TEST_F(LibraryFactories, AddressChangesAndLatchedHealthAreTwoObjects) {
 
 TEST_F(LibraryFactories, EveryNameHasAnObjectOfItsOwn) {
   std::set<void*> objects;
-  for (const FactoryRow& row : kFactories) objects.insert(create(row.symbol)->hdl);
-  EXPECT_EQ(objects.size(), 9u);
+  std::set<std::string> names;
+  for (const FactoryRow& row : kFactories) {
+    objects.insert(create(row.symbol)->hdl);
+    const std::string symbol = row.symbol;
+    names.insert(symbol.substr(0, symbol.find("_Create_")));
+  }
+  EXPECT_EQ(objects.size(), names.size());
 }
 
 }  // namespace

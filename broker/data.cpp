@@ -1,6 +1,8 @@
 #include "broker/data.h"
 
 #include <algorithm>
+#include <iterator>
+#include <type_traits>
 
 #include "broker/arrays.h"
 #include "broker/class_repository.h"
@@ -21,58 +23,47 @@ ReadValue refused(CMPIrc rc, std::string complaint) { return {Value(), rc, std::
 
 bool isPointerType(CMPIType type) { return type >= CMPI_ENC; }
 
+/// Calls `visit` with the member of the union that holds numbers of that type; false for a type
+/// that is not a number's.
+template <typename Visit>
+bool visitNumberMember(CMPIType type, Visit visit) {
+  const auto isIn = [&](CMPIType numberType, auto member) {
+    if (type != numberType) return false;
+    visit(member);
+    return true;
+  };
+  return isIn(CMPI_uint8, &CMPIValue::uint8) || isIn(CMPI_uint16, &CMPIValue::uint16) ||
+         isIn(CMPI_uint32, &CMPIValue::uint32) || isIn(CMPI_uint64, &CMPIValue::uint64) ||
+         isIn(CMPI_sint8, &CMPIValue::sint8) || isIn(CMPI_sint16, &CMPIValue::sint16) ||
+         isIn(CMPI_sint32, &CMPIValue::sint32) || isIn(CMPI_sint64, &CMPIValue::sint64) ||
+         isIn(CMPI_real32, &CMPIValue::real32) || isIn(CMPI_real64, &CMPIValue::real64) ||
+         isIn(CMPI_char16, &CMPIValue::uint16);
+}
+
 /// Types that a property, key, element or argument may have.
 bool isValueType(CMPIType type) {
-  switch (type) {
-    case CMPI_boolean:
-    case CMPI_char16:
-    case CMPI_real32:
-    case CMPI_real64:
-    case CMPI_uint8:
-    case CMPI_uint16:
-    case CMPI_uint32:
-    case CMPI_uint64:
-    case CMPI_sint8:
-    case CMPI_sint16:
-    case CMPI_sint32:
-    case CMPI_sint64:
-    case CMPI_instance:
-    case CMPI_ref:
-    case CMPI_string:
-    case CMPI_chars:
-    case CMPI_dateTime:
-      return true;
-    default:
-      return false;
+  constexpr CMPIType kOthers[] = {CMPI_boolean, CMPI_instance, CMPI_ref,
+                                  CMPI_string,  CMPI_chars,    CMPI_dateTime};
+  return visitNumberMember(type, [](auto /*member*/) {}) ||
+         std::find(std::begin(kOthers), std::end(kOthers), type) != std::end(kOthers);
+}
+
+template <typename Number>
+Value ofNumber(CMPIType type, Number number) {
+  if constexpr (std::is_floating_point_v<Number>) {
+    return Value::ofReal(type, static_cast<double>(number));
+  } else if constexpr (std::is_signed_v<Number>) {
+    return Value::ofSigned(type, number);
+  } else {
+    return Value::ofUnsigned(type, number);
   }
 }
 
 Value readNumber(const CMPIValue& value, CMPIType type) {
-  switch (type) {
-    case CMPI_boolean:
-      return Value::ofBoolean(value.boolean != 0);
-    case CMPI_char16:
-    case CMPI_uint16:
-      return Value::ofUnsigned(type, value.uint16);
-    case CMPI_real32:
-      return Value::ofReal(type, static_cast<double>(value.real32));
-    case CMPI_real64:
-      return Value::ofReal(type, value.real64);
-    case CMPI_uint8:
-      return Value::ofUnsigned(type, value.uint8);
-    case CMPI_uint32:
-      return Value::ofUnsigned(type, value.uint32);
-    case CMPI_uint64:
-      return Value::ofUnsigned(type, value.uint64);
-    case CMPI_sint8:
-      return Value::ofSigned(type, value.sint8);
-    case CMPI_sint16:
-      return Value::ofSigned(type, value.sint16);
-    case CMPI_sint32:
-      return Value::ofSigned(type, value.sint32);
-    default:
-      return Value::ofSigned(type, value.sint64);
-  }
+  if (type == CMPI_boolean) return Value::ofBoolean(value.boolean != 0);
+  Value read;
+  visitNumberMember(type, [&](auto member) { read = ofNumber(type, value.*member); });
+  return read;
 }
 
 ReadValue readString(const CMPIString* record) {
@@ -138,46 +129,23 @@ Value keyFromText(const Value& value) {
   return value;
 }
 
+template <typename Number>
+Number numberOf(const Value& value) {
+  if constexpr (std::is_floating_point_v<Number>) {
+    return static_cast<Number>(value.real());
+  } else if constexpr (std::is_signed_v<Number>) {
+    return static_cast<Number>(value.signedNumber());
+  } else {
+    return static_cast<Number>(value.number());
+  }
+}
+
 CMPIValue numberUnion(const Value& value) {
   CMPIValue out{};
-  switch (value.type) {
-    case CMPI_boolean:
-      out.boolean = value.boolean() ? 1 : 0;
-      break;
-    case CMPI_char16:
-    case CMPI_uint16:
-      out.uint16 = static_cast<CMPIUint16>(value.number());
-      break;
-    case CMPI_uint8:
-      out.uint8 = static_cast<CMPIUint8>(value.number());
-      break;
-    case CMPI_uint32:
-      out.uint32 = static_cast<CMPIUint32>(value.number());
-      break;
-    case CMPI_uint64:
-      out.uint64 = value.number();
-      break;
-    case CMPI_sint8:
-      out.sint8 = static_cast<CMPISint8>(value.signedNumber());
-      break;
-    case CMPI_sint16:
-      out.sint16 = static_cast<CMPISint16>(value.signedNumber());
-      break;
-    case CMPI_sint32:
-      out.sint32 = static_cast<CMPISint32>(value.signedNumber());
-      break;
-    case CMPI_sint64:
-      out.sint64 = value.signedNumber();
-      break;
-    case CMPI_real32:
-      out.real32 = static_cast<CMPIReal32>(value.real());
-      break;
-    case CMPI_real64:
-      out.real64 = value.real();
-      break;
-    default:
-      break;
-  }
+  if (value.type == CMPI_boolean) out.boolean = value.boolean() ? 1 : 0;
+  visitNumberMember(value.type, [&](auto member) {
+    out.*member = numberOf<std::decay_t<decltype(out.*member)>>(value);
+  });
   return out;
 }
 

@@ -17,6 +17,15 @@ CMPIValue valueOf(T CMPIValue::*member, T value) {
   return result;
 }
 
+/// A member of the union; 0 or null for a null value.
+///
+/// Fails: CmpiStatus 13 for a value of another type.
+template <typename T>
+T read(const CMPIData& data, CMPIType type, T CMPIValue::*member) {
+  if (data.type != type) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
+  return (data.state & CMPI_nullValue) != 0 ? T{} : data.value.*member;
+}
+
 }  // namespace
 
 CmpiData::CmpiData() : data_{CMPI_null, CMPI_nullValue, {}} {}
@@ -63,85 +72,37 @@ CmpiBooleanData::CmpiBooleanData(bool value)
     : CmpiData(CMPI_boolean, valueOf(&CMPIValue::boolean, static_cast<CMPIBoolean>(value ? 1 : 0)),
                false) {}
 
-void CmpiData::require(CMPIType type) const {
-  if (data_.type != type) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
-}
-
 CmpiData::operator CmpiString() const {
   if (data_.type == CMPI_chars) return CmpiString(data_.value.chars);
-  require(CMPI_string);
-  return CmpiString(isNullValue() ? nullptr : data_.value.string);
+  return CmpiString(read(data_, CMPI_string, &CMPIValue::string));
 }
-
-CmpiData::operator CmpiDateTime() const {
-  require(CMPI_dateTime);
-  return CmpiDateTime(isNullValue() ? nullptr : data_.value.dateTime);
-}
-
 CmpiData::operator CmpiArray() const {
   if ((data_.type & CMPI_ARRAY) == 0) throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH);
-  return CmpiArray(isNullValue() ? nullptr : data_.value.array);
+  return CmpiArray(read(data_, data_.type, &CMPIValue::array));
 }
-
+CmpiData::operator CmpiDateTime() const {
+  return CmpiDateTime(read(data_, CMPI_dateTime, &CMPIValue::dateTime));
+}
 CmpiData::operator CmpiInstance() const {
-  require(CMPI_instance);
-  return CmpiInstance(isNullValue() ? nullptr : data_.value.inst);
+  return CmpiInstance(read(data_, CMPI_instance, &CMPIValue::inst));
 }
-
 CmpiData::operator CmpiObjectPath() const {
-  require(CMPI_ref);
-  return CmpiObjectPath(isNullValue() ? nullptr : data_.value.ref);
+  return CmpiObjectPath(read(data_, CMPI_ref, &CMPIValue::ref));
 }
-
-CmpiData::operator CMPISint8() const {
-  require(CMPI_sint8);
-  return isNullValue() ? CMPISint8{0} : data_.value.sint8;
-}
-
-CmpiData::operator CMPISint16() const {
-  require(CMPI_sint16);
-  return isNullValue() ? CMPISint16{0} : data_.value.sint16;
-}
-
-CmpiData::operator CMPISint32() const {
-  require(CMPI_sint32);
-  return isNullValue() ? 0 : data_.value.sint32;
-}
-
-CmpiData::operator CMPISint64() const {
-  require(CMPI_sint64);
-  return isNullValue() ? 0 : data_.value.sint64;
-}
-
+CmpiData::operator CMPISint8() const { return read(data_, CMPI_sint8, &CMPIValue::sint8); }
+CmpiData::operator CMPISint16() const { return read(data_, CMPI_sint16, &CMPIValue::sint16); }
+CmpiData::operator CMPISint32() const { return read(data_, CMPI_sint32, &CMPIValue::sint32); }
+CmpiData::operator CMPISint64() const { return read(data_, CMPI_sint64, &CMPIValue::sint64); }
 CmpiData::operator CMPIUint8() const {
-  if (data_.type != CMPI_boolean) require(CMPI_uint8);
-  return isNullValue() ? CMPIUint8{0} : data_.value.uint8;
+  return read(data_, data_.type == CMPI_boolean ? CMPI_boolean : CMPI_uint8, &CMPIValue::uint8);
 }
-
 CmpiData::operator CMPIUint16() const {
-  if (data_.type != CMPI_char16) require(CMPI_uint16);
-  return isNullValue() ? CMPIUint16{0} : data_.value.uint16;
+  return read(data_, data_.type == CMPI_char16 ? CMPI_char16 : CMPI_uint16, &CMPIValue::uint16);
 }
-
-CmpiData::operator CMPIUint32() const {
-  require(CMPI_uint32);
-  return isNullValue() ? 0U : data_.value.uint32;
-}
-
-CmpiData::operator CMPIUint64() const {
-  require(CMPI_uint64);
-  return isNullValue() ? 0U : data_.value.uint64;
-}
-
-CmpiData::operator CMPIReal32() const {
-  require(CMPI_real32);
-  return isNullValue() ? 0.0F : data_.value.real32;
-}
-
-CmpiData::operator CMPIReal64() const {
-  require(CMPI_real64);
-  return isNullValue() ? 0.0 : data_.value.real64;
-}
+CmpiData::operator CMPIUint32() const { return read(data_, CMPI_uint32, &CMPIValue::uint32); }
+CmpiData::operator CMPIUint64() const { return read(data_, CMPI_uint64, &CMPIValue::uint64); }
+CmpiData::operator CMPIReal32() const { return read(data_, CMPI_real32, &CMPIValue::real32); }
+CmpiData::operator CMPIReal64() const { return read(data_, CMPI_real64, &CMPIValue::real64); }
 
 const CMPIValue* CmpiData::passedValue() const {
   if (isNullValue()) return nullptr;

@@ -73,8 +73,6 @@ class CmpiData {
   CmpiData(CMPIType type, const CMPIValue& value, bool null);
 
  private:
-  void require(CMPIType type) const;
-
   CMPIData data_;
 };
 

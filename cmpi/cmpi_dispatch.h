@@ -3,6 +3,11 @@
 #include <exception>
 
 #include "cmpi/cmpi_base_mi.h"
+#include "cmpi/cmpi_context.h"
+#include "cmpi/cmpi_instance.h"
+#include "cmpi/cmpi_object_path.h"
+#include "cmpi/cmpi_result.h"
+#include "cmpi/cmpi_select_exp.h"
 #include "cmpi/cmpi_status.h"
 
 /// The answer for an exception that is not a CmpiStatus: status 1 with its text.
@@ -30,4 +35,31 @@ CMPIStatus dispatch(void* handle, Operation&& operation) noexcept {
   } catch (...) {
     return failedWith("unknown exception");
   }
+}
+
+/// What an operation of a provider gets for an argument of the C interface.
+struct ReceivedResult {
+  CmpiResult result;
+  operator CmpiResult&() { return result; }  // NOLINT(google-explicit-constructor)
+};
+inline CmpiContext received(const CMPIContext* context) { return CmpiContext(context); }
+inline ReceivedResult received(const CMPIResult* result) { return {CmpiResult(result)}; }
+inline CmpiObjectPath received(const CMPIObjectPath* path) { return CmpiObjectPath(path); }
+inline CmpiInstance received(const CMPIInstance* instance) { return CmpiInstance(instance); }
+inline CmpiSelectExp received(const CMPISelectExp* filter) { return CmpiSelectExp(filter); }
+inline const char* received(const char* text) { return text; }
+inline const char** received(const char** texts) { return texts; }
+inline CMPIBoolean received(CMPIBoolean flag) { return flag; }
+
+/// The slot of a function table that calls `operation` with its arguments in their order.
+template <typename MI, auto operation, typename Record, typename... Arguments>
+CMPIStatus drive(Record* mi, Arguments... arguments) {
+  return dispatch<MI>(mi->hdl,
+                      [&](MI& provider) { return (provider.*operation)(received(arguments)...); });
+}
+
+/// The cleanup slot of any function table.
+template <typename Record>
+CMPIStatus driveCleanup(Record* mi, const CMPIContext* context, CMPIBoolean terminating) {
+  return CmpiBaseMI::driveBaseCleanup(mi->hdl, context, terminating);
 }

@@ -33,46 +33,6 @@ CmpiStatus CmpiIndicationMI::disableIndications() { return CMPI_RC_ERR_NOT_SUPPO
 
 namespace {
 
-CMPIStatus driveCleanup(CMPIIndicationMI* mi, const CMPIContext* context, CMPIBoolean terminating) {
-  return CmpiBaseMI::driveBaseCleanup(mi->hdl, context, terminating);
-}
-
-CMPIStatus driveAuthorizeFilter(CMPIIndicationMI* mi, const CMPIContext* context,
-                                const CMPISelectExp* filter, const char* className,
-                                const CMPIObjectPath* path, const char* owner) {
-  return dispatch<CmpiIndicationMI>(mi->hdl, [&](CmpiIndicationMI& provider) {
-    return provider.authorizeFilter(CmpiContext(context), CmpiSelectExp(filter), className,
-                                    CmpiObjectPath(path), owner);
-  });
-}
-
-CMPIStatus driveMustPoll(CMPIIndicationMI* mi, const CMPIContext* context,
-                         const CMPISelectExp* filter, const char* className,
-                         const CMPIObjectPath* path) {
-  return dispatch<CmpiIndicationMI>(mi->hdl, [&](CmpiIndicationMI& provider) {
-    return provider.mustPoll(CmpiContext(context), CmpiSelectExp(filter), className,
-                             CmpiObjectPath(path));
-  });
-}
-
-CMPIStatus driveActivateFilter(CMPIIndicationMI* mi, const CMPIContext* context,
-                               const CMPISelectExp* filter, const char* className,
-                               const CMPIObjectPath* path, CMPIBoolean firstActivation) {
-  return dispatch<CmpiIndicationMI>(mi->hdl, [&](CmpiIndicationMI& provider) {
-    return provider.activateFilter(CmpiContext(context), CmpiSelectExp(filter), className,
-                                   CmpiObjectPath(path), firstActivation);
-  });
-}
-
-CMPIStatus driveDeActivateFilter(CMPIIndicationMI* mi, const CMPIContext* context,
-                                 const CMPISelectExp* filter, const char* className,
-                                 const CMPIObjectPath* path, CMPIBoolean lastActivation) {
-  return dispatch<CmpiIndicationMI>(mi->hdl, [&](CmpiIndicationMI& provider) {
-    return provider.deActivateFilter(CmpiContext(context), CmpiSelectExp(filter), className,
-                                     CmpiObjectPath(path), lastActivation);
-  });
-}
-
 CMPIStatus driveEnableIndications(CMPIIndicationMI* mi, const CMPIContext*) {
   return dispatch<CmpiIndicationMI>(
       mi->hdl, [](CmpiIndicationMI& provider) { return provider.enableIndications(); });
@@ -86,8 +46,15 @@ CMPIStatus driveDisableIndications(CMPIIndicationMI* mi, const CMPIContext*) {
 }  // namespace
 
 CMPIIndicationMIFT CmpiIndicationMI::functionTable(const char* miName) {
-  return {CMPIVersion200,         CMPIVersion200,        miName,
-          driveCleanup,           driveAuthorizeFilter,  driveMustPoll,
-          driveActivateFilter,    driveDeActivateFilter, driveEnableIndications,
+  using MI = CmpiIndicationMI;
+  return {CMPIVersion200,
+          CMPIVersion200,
+          miName,
+          driveCleanup,
+          drive<MI, &MI::authorizeFilter>,
+          drive<MI, &MI::mustPoll>,
+          drive<MI, &MI::activateFilter>,
+          drive<MI, &MI::deActivateFilter>,
+          driveEnableIndications,
           driveDisableIndications};
 }

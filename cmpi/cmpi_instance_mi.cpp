@@ -43,75 +43,26 @@ CmpiStatus CmpiInstanceMI::execQuery(const CmpiContext&, CmpiResult&, const Cmpi
 
 namespace {
 
-CMPIStatus driveCleanup(CMPIInstanceMI* mi, const CMPIContext* context, CMPIBoolean terminating) {
-  return CmpiBaseMI::driveBaseCleanup(mi->hdl, context, terminating);
-}
-
-CMPIStatus driveEnumInstanceNames(CMPIInstanceMI* mi, const CMPIContext* context,
-                                  const CMPIResult* rslt, const CMPIObjectPath* path) {
-  return dispatch<CmpiInstanceMI>(mi->hdl, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.enumInstanceNames(CmpiContext(context), result, CmpiObjectPath(path));
-  });
-}
-
-CMPIStatus driveEnumInstances(CMPIInstanceMI* mi, const CMPIContext* context,
-                              const CMPIResult* rslt, const CMPIObjectPath* path,
-                              const char** properties) {
-  return dispatch<CmpiInstanceMI>(mi->hdl, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.enumInstances(CmpiContext(context), result, CmpiObjectPath(path), properties);
-  });
-}
-
-CMPIStatus driveGetInstance(CMPIInstanceMI* mi, const CMPIContext* context, const CMPIResult* rslt,
-                            const CMPIObjectPath* path, const char** properties) {
-  return dispatch<CmpiInstanceMI>(mi->hdl, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.getInstance(CmpiContext(context), result, CmpiObjectPath(path), properties);
-  });
-}
-
-CMPIStatus driveCreateInstance(CMPIInstanceMI* mi, const CMPIContext* context,
-                               const CMPIResult* rslt, const CMPIObjectPath* path,
-                               const CMPIInstance* instance) {
-  return dispatch<CmpiInstanceMI>(mi->hdl, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.createInstance(CmpiContext(context), result, CmpiObjectPath(path),
-                                   CmpiInstance(instance));
-  });
-}
-
-CMPIStatus driveSetInstance(CMPIInstanceMI* mi, const CMPIContext* context, const CMPIResult* rslt,
-                            const CMPIObjectPath* path, const CMPIInstance* instance,
-                            const char** properties) {
-  return dispatch<CmpiInstanceMI>(mi->hdl, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.setInstance(CmpiContext(context), result, CmpiObjectPath(path),
-                                CmpiInstance(instance), properties);
-  });
-}
-
-CMPIStatus driveDeleteInstance(CMPIInstanceMI* mi, const CMPIContext* context,
-                               const CMPIResult* rslt, const CMPIObjectPath* path) {
-  return dispatch<CmpiInstanceMI>(mi->hdl, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.deleteInstance(CmpiContext(context), result, CmpiObjectPath(path));
-  });
-}
-
+// The C interface names the language last, the operation first.
 CMPIStatus driveExecQuery(CMPIInstanceMI* mi, const CMPIContext* context, const CMPIResult* rslt,
                           const CMPIObjectPath* path, const char* query, const char* language) {
-  return dispatch<CmpiInstanceMI>(mi->hdl, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.execQuery(CmpiContext(context), result, CmpiObjectPath(path), language, query);
-  });
+  return drive<CmpiInstanceMI, &CmpiInstanceMI::execQuery>(mi, context, rslt, path, language,
+                                                           query);
 }
 
 }  // namespace
 
 CMPIInstanceMIFT CmpiInstanceMI::functionTable(const char* miName) {
-  return {CMPIVersion200,         CMPIVersion200,      miName,           driveCleanup,
-          driveEnumInstanceNames, driveEnumInstances,  driveGetInstance, driveCreateInstance,
-          driveSetInstance,       driveDeleteInstance, driveExecQuery};
+  using MI = CmpiInstanceMI;
+  return {CMPIVersion200,
+          CMPIVersion200,
+          miName,
+          driveCleanup,
+          drive<MI, &MI::enumInstanceNames>,
+          drive<MI, &MI::enumInstances>,
+          drive<MI, &MI::getInstance>,
+          drive<MI, &MI::createInstance>,
+          drive<MI, &MI::setInstance>,
+          drive<MI, &MI::deleteInstance>,
+          driveExecQuery};
 }

@@ -90,7 +90,14 @@ class LinuxPnic : public Pnic {
   }
 
  private:
+  /// The instance of a port begins with this record, and has its keys only when it fails. So the
+  /// rest of what such an instance shows is asked for first: a port that goes away meanwhile fails
+  /// here, and not in the midst of its instance, which would end the answer for all ports.
   void give(PnicLinkSettings& settings) {
+    GetPciDevice();
+    GetMacAddress();
+    queues();
+    wakeOnLan();
     settings = linkSettings();
     settings.wolSupported = decodeWakeModes(wakeOnLan().supported);
     settings.wolOptions = decodeWakeModes(wakeOnLan().wolopts);

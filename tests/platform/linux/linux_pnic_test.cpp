@@ -161,6 +161,29 @@ TEST_F(LinuxPnicTest, ThatIsGoneThrowsFromEveryGroupAndStaysGone) {
   EXPECT_EQ(ethtool->asked[ETHTOOL_GCOALESCE], 1);
 }
 
+// An instance is filled from the link settings on: it is whole, or has its keys only.
+TEST_F(LinuxPnicTest, ThatGoesAfterItsLinkSettingsHasToldAllThatAnInstanceShows) {
+  link.parent = ParentDevice{"0000:03:00.1", "pci"};
+  tree.file("bus/pci/devices/0000:03:00.1/vendor", "0x8086\n");
+  ethtool_channels channels{};
+  channels.max_combined = 8;
+  channels.combined_count = 8;
+  ethtool->setAnswer(ETHTOOL_GCHANNELS, channels);
+  const auto nic = port();
+  PnicLinkSettings settings;
+  nic->GetLinkSettings(settings);
+
+  ethtool->goneNow = true;
+  tree.file("bus/pci/devices/0000:03:00.1/vendor", "\n");
+  EXPECT_EQ(nic->GetLinkSpeed(), 0U);
+  EXPECT_EQ(nic->GetDuplex(), Duplex::kAuto);
+  EXPECT_THAT(macOf(nic), ElementsAre(2, 0, 0, 0, 0, 9));
+  EXPECT_TRUE(nic->IsCapabilitySupported());
+  EXPECT_TRUE(nic->IsCapabilityEnabled());
+  ASSERT_NE(nic->GetPciDevice(), nullptr);
+  EXPECT_EQ(nic->GetPciDevice()->GetVendorId(), 0x8086);
+}
+
 TEST_F(LinuxPnicTest, SupportsManyQueuesThatItsDriverCouldUse) {
   ethtool_channels channels{};
   channels.max_combined = 8;

@@ -21,6 +21,7 @@ struct GuestHardware {
   /// and a cable.
   std::vector<std::string> adapters;
   std::vector<std::string> options;  ///< further arguments
+  std::string kernelWords;           ///< for the end of the kernel's command line
 };
 
 class Guest {

@@ -16,13 +16,16 @@
 namespace orv::test {
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 using testing::Not;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
 
 const std::string kPort = "Orvane_EthernetPort";
 
@@ -244,25 +247,26 @@ TEST_F(EndpointTest, EveryServedClassGivesTheInstancesThatItNames) {
 
 TEST_F(EndpointTest, AssociatorsGivesPathsAndInstances) {
   const Reply reply = served_.ask("Associators", port());
-  EXPECT_THAT(
-      classesOf(reply, "VALUE.OBJECTWITHPATH"),
-      UnorderedElementsAre("Orvane_EPDriverSoftwareIdentity", "Orvane_EPFirmwareSoftwareIdentity",
-                           "Orvane_EPStatisticalInformation", "Orvane_EPCoalesceSettingData"));
+  EXPECT_THAT(classesOf(reply, "VALUE.OBJECTWITHPATH"),
+              IsSupersetOf({"Orvane_EPDriverSoftwareIdentity", "Orvane_EPFirmwareSoftwareIdentity",
+                            "Orvane_EPStatisticalInformation", "Orvane_EPCoalesceSettingData"}));
   EXPECT_TRUE(property(firstInstance(reply), "InstanceID"));
 }
 
 TEST_F(EndpointTest, AssociatorNamesGivesPaths) {
-  const Reply reply = served_.ask("AssociatorNames", port());
-  EXPECT_EQ(classesOf(reply, "OBJECTPATH").size(), 4U);
+  const auto instances = classesOf(served_.ask("Associators", port()), "VALUE.OBJECTWITHPATH");
+  EXPECT_THAT(classesOf(served_.ask("AssociatorNames", port()), "OBJECTPATH"),
+              UnorderedElementsAreArray(instances));
 }
 
 TEST_F(EndpointTest, ReferencesGivesTheAssociations) {
-  const Reply reply = served_.ask("References", port());
-  EXPECT_THAT(classesOf(reply, "VALUE.OBJECTWITHPATH"),
-              UnorderedElementsAre("Orvane_EPDriverElementSoftwareIdentity",
-                                   "Orvane_EPFirmwareElementSoftwareIdentity",
-                                   "Orvane_EPStatistics", "Orvane_EPCoalesceElementSettingData"));
-  EXPECT_EQ(classesOf(served_.ask("ReferenceNames", port()), "OBJECTPATH").size(), 4U);
+  const auto classes = classesOf(served_.ask("References", port()), "VALUE.OBJECTWITHPATH");
+  EXPECT_THAT(classes,
+              IsSupersetOf({"Orvane_EPDriverElementSoftwareIdentity",
+                            "Orvane_EPFirmwareElementSoftwareIdentity", "Orvane_EPStatistics",
+                            "Orvane_EPCoalesceElementSettingData"}));
+  EXPECT_THAT(classesOf(served_.ask("ReferenceNames", port()), "OBJECTPATH"),
+              UnorderedElementsAreArray(classes));
 }
 
 TEST_F(EndpointTest, AssociationFiltersReachTheProvider) {
@@ -271,12 +275,12 @@ TEST_F(EndpointTest, AssociationFiltersReachTheProvider) {
   };
   EXPECT_THAT(names(classParameter("AssocClass", "Orvane_EPStatistics")),
               ElementsAre("Orvane_EPStatisticalInformation"));
-  EXPECT_THAT(names(classParameter("ResultClass", "CIM_SettingData")),
-              ElementsAre("Orvane_EPCoalesceSettingData"));
+  const auto settingsOnly = AllOf(Contains("Orvane_EPCoalesceSettingData"),
+                                  Not(Contains("Orvane_EPStatisticalInformation")));
+  EXPECT_THAT(names(classParameter("ResultClass", "CIM_SettingData")), settingsOnly);
   EXPECT_THAT(names(valueParameter("Role", "Element")),
               ElementsAre("Orvane_EPStatisticalInformation"));
-  EXPECT_THAT(names(valueParameter("ResultRole", "SettingData")),
-              ElementsAre("Orvane_EPCoalesceSettingData"));
+  EXPECT_THAT(names(valueParameter("ResultRole", "SettingData")), settingsOnly);
   EXPECT_THAT(names(valueParameter("Role", "Nothing")), IsEmpty());
   EXPECT_THAT(classesOf(served_.ask("ReferenceNames",
                                     port() + classParameter("ResultClass", "Orvane_EPStatistics")),

@@ -275,10 +275,10 @@ const std::string kPort =
 
 TEST(Orvcim, AssociatorsLeadFromAPortToItsSatellitesAndBack) {
   const json satellites = orvcimJson({"associators", kPort});
-  EXPECT_THAT(classesOf(satellites),
-              testing::UnorderedElementsAre(
-                  "Orvane_EPDriverSoftwareIdentity", "Orvane_EPFirmwareSoftwareIdentity",
-                  "Orvane_EPStatisticalInformation", "Orvane_EPCoalesceSettingData"));
+  EXPECT_THAT(
+      classesOf(satellites),
+      testing::IsSupersetOf({"Orvane_EPDriverSoftwareIdentity", "Orvane_EPFirmwareSoftwareIdentity",
+                             "Orvane_EPStatisticalInformation", "Orvane_EPCoalesceSettingData"}));
   for (const json& satellite : satellites) {
     const json back = orvcimJson({"associators", satellite["path"].get<std::string>()});
     ASSERT_EQ(back.size(), 1u);

@@ -99,15 +99,17 @@ std::vector<Target> findTargets(const RouteQuery& query, const ClassRepository& 
   return targets;
 }
 
+Route refused(CMPIrc rc) { return {rc, statusText(rc), {}}; }
+
 }  // namespace
 
 Route route(const RouteQuery& query, const ClassRepository* classes,
             std::deque<Section>& sections) {
-  if (classes == nullptr) return {CMPI_RC_ERR_INVALID_NAMESPACE, "Invalid namespace", {}};
+  if (classes == nullptr) return refused(CMPI_RC_ERR_INVALID_NAMESPACE);
   const bool knowsClasses =
       classes->find(query.className) != nullptr &&
       (query.assocClass.empty() || classes->find(query.assocClass) != nullptr);
-  if (!knowsClasses) return {CMPI_RC_ERR_INVALID_CLASS, "Class not found", {}};
+  if (!knowsClasses) return refused(CMPI_RC_ERR_INVALID_CLASS);
   return {CMPI_RC_OK, "", findTargets(query, *classes, sections)};
 }
 

@@ -17,6 +17,8 @@ namespace orv::cimxml {
 class CimError : public std::runtime_error {
  public:
   CimError(CMPIrc rc, const std::string& text) : std::runtime_error(text), rc_(rc) {}
+  /// With the text of the status.
+  explicit CimError(CMPIrc rc) : CimError(rc, broker::statusText(rc)) {}
   CMPIrc rc() const { return rc_; }
 
  private:

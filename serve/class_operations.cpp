@@ -21,9 +21,7 @@ std::vector<const ClassDefinition*> listed(const ClassRepository& classes,
     }
     return found;
   }
-  if (classes.find(*name) == nullptr) {
-    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
-  }
+  if (classes.find(*name) == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS);
   return classes.subclasses(*name, deep);
 }
 

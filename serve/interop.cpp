@@ -123,9 +123,7 @@ Interop::Interop(const broker::ClassRepository& classes, Subscriptions& subscrip
 }
 
 void Interop::requireClass(const std::string& className) const {
-  if (classes_.find(className) == nullptr) {
-    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
-  }
+  if (classes_.find(className) == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS);
 }
 
 bool Interop::matches(const std::string& className,

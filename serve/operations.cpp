@@ -91,9 +91,7 @@ std::string Operations::answer(const std::string& requestText, const std::string
   try {
     if (call.failure) throw *call.failure;
     const auto found = namespaces_.find(call.nameSpace);
-    if (found == namespaces_.end()) {
-      throw CimError(CMPI_RC_ERR_INVALID_NAMESPACE, "Invalid namespace");
-    }
+    if (found == namespaces_.end()) throw CimError(CMPI_RC_ERR_INVALID_NAMESPACE);
     RequestContext context{call, writer, found->second, client};
     dispatch(context);
     return writer.finish();
@@ -159,9 +157,7 @@ void Operations::getInstance(RequestContext& context) {
   } else {
     const Response response = broker_.getInstance(path, list);
     throwUnlessOk(response);
-    if (response.instances.empty()) {
-      throw CimError(CMPI_RC_ERR_NOT_FOUND, "The requested object could not be found");
-    }
+    if (response.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND);
     instance = response.instances.front();
   }
   context.applyPropertyList(instance, list);

@@ -43,9 +43,7 @@ const Value* valueOf(const Instance& instance, const std::string& name) {
 Query::Query(const std::string& text, const std::string& language,
              const broker::ClassRepository& classes)
     : query_(parse(text, language)), classes_(classes) {
-  if (classes.find(query_.className) == nullptr) {
-    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
-  }
+  if (classes.find(query_.className) == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS);
 }
 
 bool Query::selects(const Instance& instance) const {

@@ -64,7 +64,7 @@ std::string RequestContext::className() const {
 
 const ClassDefinition& RequestContext::classDefinition() const {
   const ClassDefinition* definition = classes.find(className());
-  if (definition == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
+  if (definition == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS);
   return *definition;
 }
 

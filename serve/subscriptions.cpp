@@ -146,7 +146,7 @@ void Subscriptions::save() const try {
 /// Declared properties with their defaults, the given ones over them, and the path from the keys.
 Instance Subscriptions::complete(const Instance& given) const {
   const broker::ClassDefinition* definition = classes_.find(given.path.className);
-  if (definition == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
+  if (definition == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS);
   Instance instance;
   instance.path.nameSpace = nameSpace_;
   instance.path.className = definition->name;
@@ -178,9 +178,7 @@ Subscriptions::Entry* Subscriptions::find(const ObjectPath& path) const {
 }
 
 Subscriptions::Entry& Subscriptions::require(const ObjectPath& path) const {
-  if (classes_.find(path.className) == nullptr) {
-    throw CimError(CMPI_RC_ERR_INVALID_CLASS, "Class not found");
-  }
+  if (classes_.find(path.className) == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS);
   Entry* entry = find(path);
   if (entry == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Instance not found");
   return *entry;

@@ -48,7 +48,6 @@ constexpr CommandText kCommands[] = {
      "orvcim names CIM_IPProtocolEndpoint --format json"},
     {Command::kInstances, "instances", "Instances of a class",
      "orvcim instances Orvane_EthernetPort --format table\n"
-     "orvcim instances Orvane_EthernetPort --url https://admin@host7:5989\n"
      "orvcim instances Orvane_EPStatisticalInformation --property bytesRx bytesTx"},
     {Command::kGet, "get", "One instance",
      "orvcim get 'Orvane_RollupHealthState.Name=\"Orvane Rollup Health State\"'\n"
@@ -65,11 +64,9 @@ constexpr CommandText kCommands[] = {
      "orvcim reference-names \"$(orvcim names Orvane_EthernetPort | head -n 1)\""},
     {Command::kWatch, "watch", "Print indications as they arrive, until Ctrl-C",
      "orvcim watch Orvane_CIMHeartbeat Orvane_KernelIPChangedIndication\n"
-     "orvcim watch Orvane_CIMHeartbeat --format json\n"
      "orvcim watch Orvane_CIMHeartbeat --url https://admin@host7:5989"},
     {Command::kHealth, "health", "Roll-up health and latched health records",
      "orvcim health\n"
-     "orvcim health --format json\n"
      "orvcim health --hosts hosts.txt"},
     {Command::kMetrics, "metrics", "Metrics of the host in the text format of Prometheus",
      "orvcim metrics\n"

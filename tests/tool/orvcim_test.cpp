@@ -298,8 +298,8 @@ TEST(Orvcim, AssociationFiltersReachTheProvider) {
   EXPECT_THAT(classesOf(orvcimJson(
                   {"references", kPort, "--result-class", "Orvane_EPCoalesceElementSettingData"})),
               testing::ElementsAre("Orvane_EPCoalesceElementSettingData"));
-  EXPECT_THAT(classesOf(orvcimJson({"associator-names", kPort, "--result-role", "SettingData"})),
-              testing::ElementsAre("Orvane_EPCoalesceSettingData"));
+  EXPECT_THAT(classesOf(orvcimJson({"associator-names", kPort, "--result-role", "Stats"})),
+              testing::ElementsAre("Orvane_EPStatisticalInformation"));
 }
 
 // ---- Errors that providers and the broker answer ----

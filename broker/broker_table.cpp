@@ -127,8 +127,8 @@ CMPIStatus setProperty(Mb /*broker*/, Ctx /*context*/, Path /*path*/, const char
   return status(CMPI_RC_ERR_NOT_SUPPORTED);
 }
 
-CMPIData getProperty(Mb /*broker*/, Ctx /*context*/, Path /*path*/, const char* /*name*/,
-                     CMPIStatus* out) {
+CMPIData upCallGetProperty(Mb /*broker*/, Ctx /*context*/, Path /*path*/, const char* /*name*/,
+                           CMPIStatus* out) {
   answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
   return notFoundData();
 }
@@ -146,7 +146,7 @@ CMPIBrokerFT* brokerTable() {
                                slot<associators>,    slot<associatorNames>,
                                slot<references>,     slot<referenceNames>,
                                invokeMethod,         setProperty,
-                               getProperty};
+                               upCallGetProperty};
   return &table;
 }
 

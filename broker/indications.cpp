@@ -71,7 +71,7 @@ CMPIStatus callSlot(bool present, const char* name, const std::function<CMPIStat
   return status(CMPI_RC_ERR_FAILED);
 }
 
-SubscribeResult refused(CMPIrc rc, std::string message) {
+SubscribeResult notSubscribed(CMPIrc rc, std::string message) {
   SubscribeResult result;
   result.rc = rc;
   result.message = std::move(message);
@@ -136,20 +136,21 @@ SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFi
   FilterPointer filter = findNamed(text.name);
   if (filter && (filter->text.query != text.query ||
                  !sameName(filter->text.sourceNamespace, text.sourceNamespace))) {
-    return refused(CMPI_RC_ERR_ALREADY_EXISTS, "Filter " + text.name + " exists already.");
+    return notSubscribed(CMPI_RC_ERR_ALREADY_EXISTS, "Filter " + text.name + " exists already.");
   }
   const bool isNew = !filter;
   if (isNew) {
     if (!isKnownQueryLanguage(text.language)) {
-      return refused(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
-                     "Query language " + text.language + " is not supported.");
+      return notSubscribed(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
+                           "Query language " + text.language + " is not supported.");
     }
     filter = std::make_shared<Filter>();
     filter->text = text;
     try {
       filter->query = std::make_shared<const WqlQuery>(parseWql(text.query));
     } catch (const WqlError& error) {
-      return refused(CMPI_RC_ERR_INVALID_QUERY, std::string("Invalid query: ") + error.what());
+      return notSubscribed(CMPI_RC_ERR_INVALID_QUERY,
+                           std::string("Invalid query: ") + error.what());
     }
   }
   {

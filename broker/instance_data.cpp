@@ -5,7 +5,7 @@
 namespace orv::broker {
 namespace {
 
-bool isArray(CMPIType type) { return (type & CMPI_ARRAY) != 0; }
+bool isArrayType(CMPIType type) { return (type & CMPI_ARRAY) != 0; }
 
 bool isNumber(CMPIType type) { return type != CMPI_null && type < CMPI_ENC; }
 
@@ -29,7 +29,7 @@ std::vector<Value> initialValues(const ClassLayout* layout) {
 }  // namespace
 
 TypeCheck checkType(CMPIType current, CMPIType wanted) {
-  if (isArray(current)) return isArray(wanted) ? TypeCheck::kFits : TypeCheck::kMismatch;
+  if (isArrayType(current)) return isArrayType(wanted) ? TypeCheck::kFits : TypeCheck::kMismatch;
   if (isNumber(current)) return isNumber(wanted) ? TypeCheck::kFits : TypeCheck::kCrash;
   return current == wanted ? TypeCheck::kFits : TypeCheck::kMismatch;
 }

@@ -3,13 +3,13 @@
 #include <charconv>
 #include <cstdint>
 
+#include "broker/characters.h"
+
 namespace orv::broker {
 namespace {
 
 using Kind = MofToken::Kind;
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isHexDigit(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 // Names are ASCII letters, digits and "_", and any character beyond ASCII.
 bool isWordStart(char c) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "broker/characters.h"
 #include "broker/class_repository.h"
 
 namespace orv::broker {
@@ -14,11 +15,8 @@ constexpr std::size_t kMaxLength = std::size_t{64} * 1024;
 constexpr std::size_t kMaxKeys = 256;
 constexpr std::string_view kSpaces = " \t\r\n";
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
 bool isNameStart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-         static_cast<unsigned char>(c) >= 0x80;
+  return isLetter(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 bool isNameSpaceCharacter(char c) {

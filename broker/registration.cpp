@@ -13,12 +13,12 @@ namespace {
 
 constexpr std::size_t kMaxLineLength = 64 * 1024;
 constexpr std::size_t kMaxSections = 10000;
-constexpr std::string_view kSpaces = " \t\r\f\v";
+constexpr std::string_view kSpacesInLine = " \t\r\f\v";
 
 std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(kSpaces);
+  const std::size_t first = text.find_first_not_of(kSpacesInLine);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kSpaces) - first + 1);
+  return text.substr(first, text.find_last_not_of(kSpacesInLine) - first + 1);
 }
 
 std::vector<std::string> words(std::string_view text) {

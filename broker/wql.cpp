@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "broker/characters.h"
 #include "broker/class_repository.h"
 
 namespace orv::broker {
@@ -15,12 +16,8 @@ struct Token {
   std::string text;
 };
 
-// ASCII, whatever the locale of the process.
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool isWordCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_' || c == '.';
-}
+bool isWordCharacter(char c) { return isLetter(c) || isDigit(c) || c == '_' || c == '.'; }
 
 class Lexer {
  public:
@@ -104,9 +101,9 @@ constexpr OperatorRow kOperators[] = {
     {">=", CMPI_PredOp_GreaterThanOrEquals},
 };
 
-class Parser {
+class WqlParser {
  public:
-  explicit Parser(const std::string& text) : lexer_(text) {}
+  explicit WqlParser(const std::string& text) : lexer_(text) {}
 
   WqlQuery query() {
     WqlQuery query;
@@ -281,7 +278,7 @@ class Parser {
 }  // namespace
 
 WqlQuery parseWql(const std::string& text) {
-  WqlQuery query = Parser(text).query();
+  WqlQuery query = WqlParser(text).query();
   query.text = text;
   return query;
 }

@@ -14,20 +14,16 @@ using broker::ObjectPath;
 using broker::Value;
 using std::string_view;
 
-[[noreturn]] void notValid(const std::string& text) { throw BadMessage("request-not-valid", text); }
-
 [[noreturn]] void badParameter(const std::string& text) {
   throw CimError(CMPI_RC_ERR_INVALID_PARAMETER, text);
 }
-
-bool is(const pugi::xml_node& node, const char* name) { return string_view(node.name()) == name; }
 
 /// Walks without recursion: a hostile message must not exhaust the stack.
 void checkDepth(const pugi::xml_node& root) {
   std::size_t depth = 0;
   pugi::xml_node node = root;
   while (node) {
-    if (depth > kMaximumXmlDepth) notValid("elements are nested too deeply");
+    if (depth > kMaximumXmlDepth) requestNotValid("elements are nested too deeply");
     if (node.first_child()) {
       node = node.first_child();
       ++depth;
@@ -178,7 +174,7 @@ Value readProperty(const pugi::xml_node& node, int depth) {
 Instance readInstance(const pugi::xml_node& node, int depth) {
   Instance instance;
   instance.path.className = node.attribute("CLASSNAME").value();
-  if (instance.path.className.empty()) notValid("INSTANCE without CLASSNAME");
+  if (instance.path.className.empty()) requestNotValid("INSTANCE without CLASSNAME");
   for (const pugi::xml_node property : node.children()) {
     if (string_view(property.name()).substr(0, 8) != "PROPERTY") continue;
     instance.properties.push_back(
@@ -188,6 +184,12 @@ Instance readInstance(const pugi::xml_node& node, int depth) {
 }
 
 }  // namespace
+
+[[noreturn]] void requestNotValid(const std::string& text) {
+  throw BadMessage("request-not-valid", text);
+}
+
+bool is(const pugi::xml_node& node, string_view name) { return node.name() == name; }
 
 void parseDocument(pugi::xml_document& document, string_view text) {
   const pugi::xml_parse_result result =
@@ -215,7 +217,7 @@ pugi::xml_node firstElement(const pugi::xml_node& node) {
 
 pugi::xml_node requireChild(const pugi::xml_node& node, const char* name) {
   const pugi::xml_node child = node.child(name);
-  if (!child) notValid(std::string(node.name()) + " without " + name);
+  if (!child) requestNotValid(std::string(node.name()) + " without " + name);
   return child;
 }
 
@@ -252,7 +254,7 @@ ObjectPath readReference(const pugi::xml_node& node) {
 ObjectPath readInstanceName(const pugi::xml_node& node) {
   ObjectPath path;
   path.className = node.attribute("CLASSNAME").value();
-  if (path.className.empty()) notValid("INSTANCENAME without CLASSNAME");
+  if (path.className.empty()) requestNotValid("INSTANCENAME without CLASSNAME");
   for (const pugi::xml_node binding : node.children("KEYBINDING")) {
     const pugi::xml_node value = firstElement(binding);
     const bool plain = is(value, "KEYVALUE");

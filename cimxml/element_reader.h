@@ -16,6 +16,11 @@ namespace orv::cimxml {
 /// Elements may nest this deep; a message nests about a dozen.
 constexpr std::size_t kMaximumXmlDepth = 64;
 
+[[noreturn]] void requestNotValid(const std::string& text);
+
+/// Whether an element has that name.
+bool is(const pugi::xml_node& node, std::string_view name);
+
 /// Parses a document and checks its depth.
 void parseDocument(pugi::xml_document& document, std::string_view text);
 

@@ -11,10 +11,6 @@ namespace {
 
 using std::string_view;
 
-[[noreturn]] void notValid(const std::string& text) { throw BadMessage("request-not-valid", text); }
-
-bool is(const pugi::xml_node& node, const char* name) { return string_view(node.name()) == name; }
-
 std::vector<std::string> readList(const pugi::xml_node& node) {
   std::vector<std::string> list;
   for (const pugi::xml_node value : node.children("VALUE")) list.emplace_back(value.text().get());
@@ -68,7 +64,7 @@ Call readCall(string_view text) {
   pugi::xml_document document;
   parseDocument(document, text);
   const pugi::xml_node root = document.child("CIM");
-  if (!root) notValid("no CIM element");
+  if (!root) requestNotValid("no CIM element");
   const pugi::xml_node message = requireChild(root, "MESSAGE");
   if (message.child("MULTIREQ")) {
     throw BadMessage("multiple-requests-unsupported", "a message takes one request");
@@ -78,10 +74,12 @@ Call readCall(string_view text) {
   Call call;
   call.messageId = message.attribute("ID").value();
   call.intrinsic = is(node, "IMETHODCALL");
-  if (!call.intrinsic && !is(node, "METHODCALL")) notValid("SIMPLEREQ without a method call");
+  if (!call.intrinsic && !is(node, "METHODCALL")) {
+    requestNotValid("SIMPLEREQ without a method call");
+  }
   call.method = node.attribute("NAME").value();
   call.nameSpace = nameSpaceText(namespaceOf(node));
-  if (call.method.empty()) notValid("method call without NAME");
+  if (call.method.empty()) requestNotValid("method call without NAME");
   if (call.intrinsic) readParameters(node, call);
   return call;
 }

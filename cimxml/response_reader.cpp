@@ -12,7 +12,7 @@ namespace {
 using broker::Instance;
 using pugi::xml_node;
 
-[[noreturn]] void notValid(const std::string& text) {
+[[noreturn]] void responseNotValid(const std::string& text) {
   throw BadMessage("response-not-valid", text);
 }
 
@@ -45,7 +45,7 @@ void readPath(const xml_node& node, Reply& reply) { reply.paths.push_back(readRe
 
 void readObjectPath(const xml_node& node, Reply& reply) {
   const xml_node path = firstElement(node);
-  if (!path) notValid("an empty OBJECTPATH");
+  if (!path) responseNotValid("an empty OBJECTPATH");
   reply.paths.push_back(readReference(path));
 }
 
@@ -73,7 +73,9 @@ void readValue(const xml_node& node, Reply& reply) {
   const std::string_view name = node.name();
   const auto* const reader = std::find_if(std::begin(kReaders), std::end(kReaders),
                                           [&](const auto& row) { return name == row.element; });
-  if (reader == std::end(kReaders)) notValid("unexpected " + std::string(name) + " in an answer");
+  if (reader == std::end(kReaders)) {
+    responseNotValid("unexpected " + std::string(name) + " in an answer");
+  }
   reader->read(node, reply);
 }
 
@@ -83,7 +85,7 @@ Reply readReply(std::string_view text) {
   pugi::xml_document document;
   parseDocument(document, text);
   const xml_node root = document.child("CIM");
-  if (!root) notValid("no CIM element");
+  if (!root) responseNotValid("no CIM element");
   const xml_node message = requireChild(root, "MESSAGE");
   const xml_node response = requireChild(requireChild(message, "SIMPLERSP"), "IMETHODRESPONSE");
   Reply reply;

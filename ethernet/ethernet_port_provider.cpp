@@ -22,7 +22,6 @@ using Nodemgr::Network::Pnic;
 
 constexpr char kFetchFailed[] = "Failed to get pnics information";
 constexpr char kDeviceIdNotFound[] = "Specified DeviceID is not found";
-constexpr char kInvalidDeviceId[] = "DeviceID specified is not valid";
 constexpr CMPIUint16 kCurrentSoftware = 2;
 
 /// One class that requests may name. A satellite has its fill operation, an association its row of

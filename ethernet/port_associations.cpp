@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "ethernet/ethernet_port_provider.h"
+#include "ethernet/port_paths.h"
 #include "framework/text.h"
 #include "platform/computer_system.h"
 
@@ -13,8 +14,6 @@ namespace {
 
 using ORV::isGiven;
 using ORV::sameName;
-
-constexpr char kInvalidDeviceId[] = "DeviceID specified is not valid";
 
 /// The filters of one request; null or empty restricts nothing.
 struct Filters {

@@ -15,6 +15,9 @@ namespace EthernetProvider {
 
 inline constexpr char kPortClass[] = "Orvane_EthernetPort";
 
+/// What a request is told whose path names no device, or none as its class does.
+inline constexpr char kInvalidDeviceId[] = "DeviceID specified is not valid";
+
 using ORV::ScopingKeys;
 
 /// Path of a port with its four keys.

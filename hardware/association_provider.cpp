@@ -241,9 +241,9 @@ bool canBeResult(bool (*canBeEnd)(const HardwareClass*), const char* const* fore
 
 /// What the result class leaves of the places.
 Places withResults(const Association& association, Places places, const Wanted& isResult) {
-  constexpr const char* kNone[] = {nullptr};
+  constexpr const char* kNoForeignClasses[] = {nullptr};
   return {places.left && canBeResult(association.canBeRight, association.foreignClasses, isResult),
-          places.right && canBeResult(association.canBeLeft, kNone, isResult)};
+          places.right && canBeResult(association.canBeLeft, kNoForeignClasses, isResult)};
 }
 
 CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiResult& result,

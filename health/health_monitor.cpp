@@ -16,7 +16,7 @@ namespace {
 
 using ORV::kNameSpace;
 
-constexpr std::chrono::seconds kPeriod(120);
+constexpr std::chrono::seconds kPollPeriod(120);
 
 // In the order in which they are polled, hence in which new records and event numbers come.
 constexpr const char* kMonitoredClasses[] = {
@@ -84,7 +84,7 @@ ORV::ThreadWork HealthMonitorThread() {
     MonitorState& state = monitorState();
     state.rollupHealthState = pollMonitoredClasses(tools, state.store, wallClock);
   };
-  work.period = [] { return kPeriod; };
+  work.period = [] { return kPollPeriod; };
   work.attaches = true;
   return work;
 }

@@ -9,7 +9,7 @@ namespace OrvLatchedHealth {
 
 namespace {
 
-constexpr std::chrono::seconds kPeriod(30);
+constexpr std::chrono::seconds kDetectionPeriod(30);
 
 void testAndSend(const ORV::ThreadTools& tools) {
   const CmpiMemoryMark mark(tools.broker);
@@ -29,7 +29,7 @@ ORV::ThreadWork KernelIpMonitorThread() {
       syslog(LOG_ERR, "Failed testAndSend operation");
     }
   };
-  work.period = [] { return kPeriod; };
+  work.period = [] { return kDetectionPeriod; };
   work.attaches = true;
   work.delivers = true;
   return work;

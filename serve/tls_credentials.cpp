@@ -16,17 +16,17 @@
 namespace orv::serve {
 namespace {
 
-constexpr std::size_t kMaximumFileBytes = 1U << 20;
+constexpr std::size_t kMaximumPemBytes = 1U << 20;
 constexpr unsigned kMaximumChain = 16;
 constexpr std::time_t kSoon = 14 * 24 * 3600;
 
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw std::runtime_error(path + " cannot be read");
-  std::string text(kMaximumFileBytes + 1, '\0');
+  std::string text(kMaximumPemBytes + 1, '\0');
   in.read(text.data(), static_cast<std::streamsize>(text.size()));
   text.resize(static_cast<std::size_t>(in.gcount()));
-  if (text.size() > kMaximumFileBytes) throw std::runtime_error(path + " is too large");
+  if (text.size() > kMaximumPemBytes) throw std::runtime_error(path + " is too large");
   return text;
 }
 

@@ -18,7 +18,7 @@ constexpr int kAttempts = 8;
 // message, of a link with hundreds of alternative names, can be longer.
 constexpr std::size_t kUsualPiece = 32 * 1024;
 
-FileDescriptor openSocket() {
+FileDescriptor openRouteSocket() {
   return FileDescriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
 }
 
@@ -47,7 +47,7 @@ class Request {
 
 }  // namespace
 
-RouteSocket::RouteSocket() : socket_(openSocket()), buffer_(kUsualPiece) {
+RouteSocket::RouteSocket() : socket_(openRouteSocket()), buffer_(kUsualPiece) {
   if (!socket_.isOpen()) refuse("rtnetlink socket", errno);
 }
 
@@ -107,7 +107,7 @@ AnswerState RouteSocket::readAnswer(std::vector<Record>& records) {
 /// Makes room for a piece that was cut; what else comes of this answer goes with the old socket.
 AnswerState RouteSocket::startAnew(std::size_t pieceSize) {
   buffer_.resize(pieceSize);
-  socket_ = openSocket();
+  socket_ = openRouteSocket();
   if (!socket_.isOpen()) refuse("rtnetlink socket", errno);
   AnswerState state;
   state.interrupted = true;

@@ -1,6 +1,5 @@
 #include "platform/host_version.h"
 
-#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -21,15 +20,14 @@ struct VersionView {
   bool called = false;
   std::shared_ptr<const SimulatedHost> host;  ///< null when it could not be read
 };
-VersionView& currentView() {
+VersionView& versionView() {
   static platform::ThreadSlot<VersionView> view;
   return view.get();
 }
 
 /// As much of the text as fits, NUL-terminated.
 void copyText(const std::string& from, char* to, std::size_t size) {
-  const std::size_t length = std::min(from.size(), size - 1);
-  std::memcpy(to, from.data(), length);
+  const std::size_t length = from.copy(to, size - 1);
   std::memset(to + length, 0, size - length);
 }
 
@@ -45,7 +43,7 @@ HykuserVersion_SystemVersion recordOf(const SimulatedVersion& version) {
 
 /// The failure as the file words it; the default words for any other status.
 SimulatedVersion failureOf(int status) {
-  const VersionView& view = currentView();
+  const VersionView& view = versionView();
   if (view.host != nullptr && view.host->version.status == status) return view.host->version;
   return {};
 }
@@ -53,7 +51,7 @@ SimulatedVersion failureOf(int status) {
 }  // namespace
 
 int HykuserVersion_GetSystemVersion(HykuserVersion_SystemVersion* version) try {
-  VersionView& view = currentView();
+  VersionView& view = versionView();
   view = {true, nullptr};
   view.host = simulated::loadHost();
   if (view.host == nullptr) return kUnreadable;
@@ -72,7 +70,7 @@ const char* HykuserStatus_CodeToString(int status, char* text, std::size_t size)
 }
 
 bool HostType_OSIsHYK() {
-  const VersionView& view = currentView();
+  const VersionView& view = versionView();
   const auto host = view.called ? view.host : simulated::loadHost();
   return host == nullptr || host->hypervisor;
 }

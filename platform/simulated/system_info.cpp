@@ -13,7 +13,7 @@ constexpr HSI_Status kOk = 0;
 constexpr HSI_Status kFailed = 1;
 
 /// What the thread's query sees; none before its first HSI_CheckSig and after a failed one.
-std::shared_ptr<const simulated::SimulatedHost>& currentView() {
+std::shared_ptr<const simulated::SimulatedHost>& queriedHost() {
   static platform::ThreadSlot<std::shared_ptr<const simulated::SimulatedHost>> view;
   return view.get();
 }
@@ -21,11 +21,11 @@ std::shared_ptr<const simulated::SimulatedHost>& currentView() {
 }  // namespace
 
 HSI_Status HSI_CheckSig(int signature) try {
-  currentView().reset();
+  queriedHost().reset();
   if (signature != kSignature) return kFailed;
   auto host = simulated::loadHost();
   if (host == nullptr || !host->hsi.signatureOk) return kFailed;
-  currentView() = std::move(host);
+  queriedHost() = std::move(host);
   return kOk;
 } catch (const std::exception&) {
   return kFailed;
@@ -33,7 +33,7 @@ HSI_Status HSI_CheckSig(int signature) try {
 
 HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* value,
                    std::size_t size) try {
-  const auto& view = currentView();
+  const auto& view = queriedHost();
   return view == nullptr ? kFailed : simulated::readNode(*view, node, parameters, value, size);
 } catch (const std::exception&) {
   return kFailed;
@@ -41,7 +41,7 @@ HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* va
 
 HSI_Status HSI_GetInstanceListAlloc(std::uint32_t node, const HSI_ParamList* parameters,
                                     HSI_ParamList** list) try {
-  const auto& view = currentView();
+  const auto& view = queriedHost();
   return view == nullptr ? kFailed : simulated::listNode(*view, node, parameters, list);
 } catch (const std::exception&) {
   return kFailed;

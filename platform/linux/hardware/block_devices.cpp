@@ -20,10 +20,6 @@ struct Unref {
   void operator()(udev_device* device) const { udev_device_unref(device); }
 };
 
-bool beginsWith(std::string_view text, std::string_view word) {
-  return text.substr(0, word.size()) == word;
-}
-
 bool isStorage(std::string_view name) {
   for (const char* prefix : {"loop", "ram", "zram", "sr", "fd", "nbd"}) {
     if (beginsWith(name, prefix)) return false;

@@ -8,8 +8,6 @@ namespace {
 
 using Hardware::Disk;
 
-bool beginsWith(const std::string& text, const char* word) { return text.rfind(word, 0) == 0; }
-
 bool isDigits(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
@@ -30,9 +28,7 @@ std::string nvmeController(const BlockDevice& disk) {
   return beginsWith(name, "nvme") && isDigits(name.substr(4)) ? device : "";
 }
 
-bool isVirtio(const std::string& device) {
-  return beginsWith(std::string(baseName(device)), "virtio");
-}
+bool isVirtio(const std::string& device) { return beginsWith(baseName(device), "virtio"); }
 
 /// The device status of a virtio disk, in the words of other disks.
 std::string virtioState(const std::string& text) {

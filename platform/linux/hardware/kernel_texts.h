@@ -18,6 +18,10 @@ std::string cleanText(std::string_view text);
 /// letters, digits and `.:_-/+@` replaced by "_".
 std::string keyText(std::string_view text);
 
+inline bool beginsWith(std::string_view text, std::string_view word) {
+  return text.substr(0, word.size()) == word;
+}
+
 /// A decimal number that fills the text, spaces around it aside.
 std::optional<std::uint64_t> unsignedNumber(std::string_view text);
 

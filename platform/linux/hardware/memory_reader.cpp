@@ -59,8 +59,6 @@ struct CountedModule {
   std::optional<std::uint64_t> uncorrectable;
 };
 
-bool beginsWith(const std::string& text, const char* word) { return text.rfind(word, 0) == 0; }
-
 std::vector<CountedModule> countedModules(const HostPaths& paths) {
   std::vector<CountedModule> counted;
   const std::string controllers = paths.sys + "/devices/system/edac/mc";

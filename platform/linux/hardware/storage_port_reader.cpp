@@ -17,10 +17,6 @@ void readLink(const std::string& file, StoragePort& port) {
 
 std::string directoryOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
-bool beginsWith(const std::string& text, const std::string& word) {
-  return text.rfind(word, 0) == 0;
-}
-
 /// `<bus path>/ata1` of `<bus path>/ata1/ata_port/ata1`.
 std::string portDirectory(const std::string& classPath) {
   return directoryOf(directoryOf(resolved(classPath)));

@@ -26,6 +26,7 @@ void* newThread(void* (*start)(void*), void* parameter, int detached) {
   pthread_t thread{};
   const int error = pthread_create(&thread, &attributes, start, parameter);
   pthread_attr_destroy(&attributes);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the C interface passes a pthread_t as a pointer
   return error == 0 ? reinterpret_cast<void*>(thread) : nullptr;
 }
 

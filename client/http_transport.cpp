@@ -50,7 +50,7 @@ std::string statusText(long status, const std::string& user) {
 /// Escaped, as a header has it.
 std::string escaped(const std::string& text) {
   char* result = curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size()));
-  const std::string copy = result == nullptr ? "" : result;
+  std::string copy = result == nullptr ? "" : result;
   curl_free(result);
   return copy;
 }

@@ -19,7 +19,6 @@ using broker::Request;
 using broker::Response;
 using broker::Value;
 using cimxml::Call;
-using cimxml::Parameter;
 using cimxml::Reply;
 
 /// How an operation is asked for over the network.

@@ -234,7 +234,7 @@ constexpr std::tuple kRecordCalls{
 
 /// The row of one record.
 template <typename Record>
-constexpr RecordCall<Record> recordCall = std::get<RecordCall<Record>>(kRecordCalls);
+constexpr RecordCall<Record> kRecordCallOf = std::get<RecordCall<Record>>(kRecordCalls);
 
 template <typename... Record>
 std::variant<Record*...> pointerToOneOf(const std::tuple<RecordCall<Record>...>&);

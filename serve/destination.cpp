@@ -17,7 +17,7 @@ using Url = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 std::string partOf(const Url& url, CURLUPart part) {
   char* text = nullptr;
   if (curl_url_get(url.get(), part, &text, 0) != CURLUE_OK) return "";
-  const std::string result = text;
+  std::string result = text;
   curl_free(text);
   return result;
 }

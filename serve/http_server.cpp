@@ -416,7 +416,7 @@ struct HttpServer::Impl {
       streams.erase(reader->stream);
       return nullptr;
     }
-    reader.release();
+    static_cast<void>(reader.release());  // endStream deletes it
     // Nothing follows it: a client that is too slow for its stream does not keep the connection.
     MHD_add_response_header(response, "Connection", "close");
     noticeDeath(exchange.place->socket);
@@ -436,7 +436,7 @@ struct HttpServer::Impl {
     MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
         text->size(), text->data(), &release, text);
     if (response == nullptr) return nullptr;
-    body.release();
+    static_cast<void>(body.release());  // the response deletes it
     if (exchange.place != nullptr) {
       table.abortAt(exchange.place, Clock::now() + settings.limits.writeTime + inTime);
     }

@@ -89,7 +89,7 @@ std::string Operations::answer(const std::string& requestText, const std::string
   options.limit = limits_.answerBytes;
   ResponseWriter writer(call, options);
   try {
-    if (call.failure) throw *call.failure;
+    if (call.failure) throw CimError(*call.failure);
     const auto found = namespaces_.find(call.nameSpace);
     if (found == namespaces_.end()) throw CimError(CMPI_RC_ERR_INVALID_NAMESPACE);
     RequestContext context{call, writer, found->second, client};

@@ -16,7 +16,6 @@
 namespace orv::serve {
 namespace {
 
-using broker::Instance;
 using broker::ObjectPath;
 using broker::Value;
 using Json = nlohmann::ordered_json;

@@ -269,7 +269,7 @@ ObjectPath Subscriptions::create(const Instance& given, const std::string& creat
   auto entry = std::make_unique<Entry>();
   entry->instance = complete(given);
   entry->creator = creator;
-  const ObjectPath path = entry->instance.path;
+  ObjectPath path = entry->instance.path;
   if (find(path) != nullptr) throw CimError(CMPI_RC_ERR_ALREADY_EXISTS, "Instance already exists");
   check(*entry);
   entry->bytes = bytesOf({entry->instance, creator});

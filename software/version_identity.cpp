@@ -31,7 +31,7 @@ std::string versionString(const HykuserVersion_SystemVersion& image) {
 }
 
 std::string identityString(const HykuserVersion_SystemVersion& image) {
-  const std::string identity = std::string(image.productName) + " " + versionString(image);
+  std::string identity = std::string(image.productName) + " " + versionString(image);
   if (isRunningImage(image)) return identity;
   return std::string(kAlternateIdentityPrefix) + " " + identity;
 }

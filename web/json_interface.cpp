@@ -94,7 +94,7 @@ void allowParameters(const GetRequest& request, const std::set<std::string_view>
 
 /// What follows the route's path.
 std::string classOf(const GetRequest& request) {
-  const std::string name = request.path.substr(request.path.rfind('/') + 1);
+  std::string name = request.path.substr(request.path.rfind('/') + 1);
   const std::size_t slashes = std::count(request.path.begin(), request.path.end(), '/');
   constexpr std::size_t kOfAClass = 3;  // /api/names/CLASS
   if (name.empty() || slashes != kOfAClass) throw Refusal{404, "a class is missing in the path"};

@@ -84,6 +84,7 @@ std::vector<LinkMode> linkModesOf(const LinkModeBits& bits) {
     if (isAnySet(bits, row)) found.emplace(row.megabits, row.duplex == Duplex::kFull);
   }
   std::vector<LinkMode> modes;
+  modes.reserve(found.size());
   for (const auto& [megabits, full] : found) {
     modes.emplace_back(LinkSpeed{megabits}, full ? Duplex::kFull : Duplex::kHalf);
   }

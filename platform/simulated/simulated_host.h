@@ -79,9 +79,10 @@ struct PortRecords<const std::tuple<Nodemgr::Network::RecordCall<Record>...>>
   /// Their facts, as those of `Port`, which derives from this; each tells the call that it answers.
   template <typename Port>
   static constexpr auto factsOf() {
-    using Nodemgr::Network::recordCall;
-    return std::tuple{Fact<Port, OrFault<Record>>{
-        recordCall<Record>.member, &PortRecord<Record>::valueOrFault, recordCall<Record>.name}...};
+    using Nodemgr::Network::kRecordCallOf;
+    return std::tuple{Fact<Port, OrFault<Record>>{kRecordCallOf<Record>.member,
+                                                  &PortRecord<Record>::valueOrFault,
+                                                  kRecordCallOf<Record>.name}...};
   }
 };
 

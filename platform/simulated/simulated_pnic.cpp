@@ -62,7 +62,7 @@ class FilePnic : public Pnic {
   }
   template <typename Record>
   void give(Record& record) const {
-    const auto& valueOrFault = port(recordCall<Record>.name).template record<Record>();
+    const auto& valueOrFault = port(kRecordCallOf<Record>.name).template record<Record>();
     if (const Fault* fault = std::get_if<Fault>(&valueOrFault)) throwFault(*fault);
     record = std::get<Record>(valueOrFault);
   }

@@ -65,7 +65,7 @@ class FakePnic : public Nodemgr::Network::Pnic {
 
   template <typename Record>
   void give(Record& record) {
-    record = answer(Nodemgr::Network::recordCall<Record>.name, described(record));
+    record = answer(Nodemgr::Network::kRecordCallOf<Record>.name, described(record));
   }
   const auto& described(const Nodemgr::Network::PnicLinkSettings&) const { return facts_.settings; }
   const auto& described(const Nodemgr::Network::PnicStatistics&) const { return facts_.statistics; }

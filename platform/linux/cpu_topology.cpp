@@ -78,6 +78,10 @@ std::optional<bool> readSmtActive(const std::string& sysRoot) {
   return active ? std::optional(*active != 0) : std::nullopt;
 }
 
+bool readSmtPossible(const std::string& sysRoot) {
+  return readText(cpuDirectory(sysRoot) + "/smt/control") != "notsupported";
+}
+
 std::string readPowerPolicy(const std::string& sysRoot) {
   const std::string directory = cpuDirectory(sysRoot) + "/cpufreq";
   bool scales = false;

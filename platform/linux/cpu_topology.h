@@ -24,6 +24,9 @@ std::vector<CpuEntry> readCpus(const std::string& sysRoot);
 /// Whether cores run several threads each, in the kernel's own word; nothing from older kernels.
 std::optional<bool> readSmtActive(const std::string& sysRoot);
 
+/// False when the kernel says that no core has several threads; true where it says nothing.
+bool readSmtPossible(const std::string& sysRoot);
+
 /// Power policy of the host: "off" where the kernel does not scale frequencies, "dynamic" where a
 /// governor follows the load on any CPU, else "static".
 ///

@@ -39,7 +39,14 @@ const KernelInterface* HostView::interface(const std::string& name) {
 }
 
 const std::vector<CpuPackage>& HostView::packages() {
-  return readOnce(packages_, [this] { return groupCpus(readCpus(sysRoot_), askThreads_); });
+  return readOnce(packages_, [this] {
+    const bool smtPossible = readSmtPossible(sysRoot_);
+    return groupCpus(readCpus(sysRoot_), [&](unsigned cpu) {
+      ThreadCounts told = askThreads_(cpu);
+      if (!smtPossible) told.perCore = 1;
+      return told;
+    });
+  });
 }
 
 const std::vector<CpuCore>& HostView::cores() {

@@ -72,6 +72,17 @@ TEST(Smt, IsWhatTheKernelSays) {
   EXPECT_THAT(readSmtActive(tree.root()), Optional(false));
 }
 
+TEST(Smt, IsImpossibleWhereTheKernelSaysSo) {
+  SysTree tree;
+  EXPECT_TRUE(readSmtPossible(tree.root()));
+  for (const char* control : {"on", "off", "forceoff", "notimplemented"}) {
+    tree.file("devices/system/cpu/smt/control", std::string(control) + "\n");
+    EXPECT_TRUE(readSmtPossible(tree.root())) << control;
+  }
+  tree.file("devices/system/cpu/smt/control", "notsupported\n");
+  EXPECT_FALSE(readSmtPossible(tree.root()));
+}
+
 TEST(PowerPolicy, IsOffWithoutFrequencyScaling) {
   SysTree tree;
   EXPECT_EQ(readPowerPolicy(tree.root()), "off");

@@ -127,6 +127,17 @@ TEST_F(NodesOfAMadeUpHost, SeeThreadsInTheCoresWhereTheKernelSaysNothing) {
   EXPECT_EQ(read<HsiTopology>(kHsiTopology)->hyperThreading, 1U);
 }
 
+// Where CPUID tells of threads that the kernel takes for cores, the kernel's word counts for
+// offline CPUs as it does for the others.
+TEST_F(NodesOfAMadeUpHost, HaveCoresOfOneThreadWhereTheKernelSaysSo) {
+  tree.file("devices/system/cpu/smt/control", "on\n");
+  view = HostView(tree.root(), [](unsigned) { return ThreadCounts{2, 2}; });
+  EXPECT_EQ(listed(kHsiCore), 2U);
+  tree.file("devices/system/cpu/smt/control", "notsupported\n");
+  view = HostView(tree.root(), [](unsigned) { return ThreadCounts{2, 2}; });
+  EXPECT_EQ(listed(kHsiCore), 3U);
+}
+
 TEST_F(NodesOfAMadeUpHost, ReadTheHostOnce) {
   EXPECT_EQ(listed(kHsiCore), 3U);
   tree.remove("devices/system/cpu");

@@ -38,7 +38,7 @@ constexpr Threshold kThresholds[] = {
 
 std::optional<ThresholdRange> readRange(const char* option, const std::string& text) {
   if (text.empty()) return std::nullopt;
-  const std::optional<ThresholdRange> range = ThresholdRange::parse(text);
+  std::optional<ThresholdRange> range = ThresholdRange::parse(text);
   if (range) return range;
   throw BadInput("--" + std::string(option) + ": \"" + oneLine(text) +
                  "\" is not a range, such as 10, 10:, ~:10, 10:20 or @10:20");

@@ -109,6 +109,7 @@ int runOnMany(const Options& options, const std::vector<RemoteSettings>& servers
     throw BadInput(std::string(name) + " takes one --url; start it once for each host");
   }
   std::vector<FleetHost> hosts;
+  hosts.reserve(servers.size());
   for (const RemoteSettings& settings : servers) {
     hosts.push_back({settings.transport.url.name(),
                      [settings] { return std::make_unique<RemoteClient>(settings); }});

@@ -35,6 +35,7 @@ int runServe(const Options& options) {
   const std::string daemon = defaultDaemon();
   std::vector<std::string> arguments = daemonArguments(options);
   std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) pointers.push_back(argument.data());
   pointers.push_back(nullptr);
   execv(daemon.c_str(), pointers.data());

@@ -10,6 +10,7 @@ CmpiArray::CmpiArray(CMPICount size, CMPIType type) {
   CMPIStatus status{CMPI_RC_OK, nullptr};
   enc_ = broker->eft->newArray(broker, size, type, &status);
   throwUnlessOk(status);
+  if (type != CMPI_chars) type_ = type;  // that one an object manager turns into string
 }
 
 CMPICount CmpiArray::size() const {
@@ -18,7 +19,7 @@ CMPICount CmpiArray::size() const {
 
 CMPIType CmpiArray::simpleType() const {
   if (isNull()) return CMPI_null;
-  return getEnc()->ft->getSimpleType(getEnc(), nullptr);
+  return type_ != CMPI_null ? type_ : getEnc()->ft->getSimpleType(getEnc(), nullptr);
 }
 
 const CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiData& data) const {

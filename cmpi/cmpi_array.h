@@ -23,6 +23,9 @@ class CmpiArray : public CmpiObject {
   CMPIType simpleType() const;
 
   CmpiArrayIdx operator[](CMPICount index) const;
+
+ private:
+  CMPIType type_ = CMPI_null;  // of an element, where this handle has made the array
 };
 
 /// One position of an array, to read or to assign.

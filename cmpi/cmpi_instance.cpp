@@ -41,6 +41,15 @@ CmpiData CmpiInstance::getProperty(CMPICount index, CmpiString* name) const {
 
 void CmpiInstance::setProperty(const char* name, const CmpiData& value) {
   requireCarriable(value);
+  passProperty(name, value);
+}
+
+void CmpiInstance::setProperty(const char* name, const CmpiObjectPath& path) {
+  requireCarriable(path);
+  passProperty(name, path);
+}
+
+void CmpiInstance::passProperty(const char* name, const CmpiData& value) {
   throwUnlessOk(getEnc()->ft->setProperty(getEnc(), name, value.passedValue(), value.getType()));
 }
 

@@ -22,10 +22,14 @@ class CmpiInstance : public CmpiObject {
   CmpiData getProperty(CMPICount index, CmpiString* name = nullptr) const;
   /// Fails also: CmpiReferenceError for a reference that cannot be carried.
   void setProperty(const char* name, const CmpiData& value);
+  void setProperty(const char* name, const CmpiObjectPath& path);
 
   /// Keeps the listed properties and the keys only, now and later; a null list keeps all.
   void setPropertyFilter(const char** properties, const char** keys = nullptr);
 
   /// A fresh path with the keys that the class declares.
   CmpiObjectPath getObjectPath() const;
+
+ private:
+  void passProperty(const char* name, const CmpiData& value);
 };

@@ -80,7 +80,8 @@ bool sameValue(const CmpiData& a, const CmpiData& b) {
 
 }  // namespace
 
-CmpiObjectPath::CmpiObjectPath(const char* nameSpace, const char* className) {
+CmpiObjectPath::CmpiObjectPath(const char* nameSpace, const char* className)
+    : referenceText_(nameSpace, className) {
   const CMPIBroker* broker = requireBroker();
   CMPIStatus status{CMPI_RC_OK, nullptr};
   enc_ = broker->eft->newObjectPath(broker, nameSpace, className, &status);
@@ -111,6 +112,7 @@ void CmpiObjectPath::setHostname(const char* host) {
 }
 
 void CmpiObjectPath::setNameSpace(const char* nameSpace) {
+  referenceText_.forget();
   throwUnlessOk(getEnc()->ft->setNameSpace(getEnc(), nameSpace));
 }
 
@@ -141,6 +143,16 @@ CmpiData CmpiObjectPath::getKey(CMPICount index, CmpiString* name) const {
 
 void CmpiObjectPath::setKey(const char* name, const CmpiData& value) {
   requireCarriable(value);
+  addKey(name, value);
+}
+
+void CmpiObjectPath::setKey(const char* name, const CmpiObjectPath& path) {
+  requireCarriable(path);
+  addKey(name, path);
+}
+
+void CmpiObjectPath::addKey(const char* name, const CmpiData& value) {
+  referenceText_.add(name, value);
   throwUnlessOk(getEnc()->ft->addKey(getEnc(), name, value.passedValue(), value.getType()));
 }
 

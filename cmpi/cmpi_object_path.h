@@ -2,6 +2,7 @@
 
 #include "cmpi/cmpi_data.h"
 #include "cmpi/cmpi_object.h"
+#include "cmpi/cmpi_reference_text.h"
 #include "cmpi/cmpi_string.h"
 
 /// Namespace, class and keys of an object. Copies share the path: a key set through one is seen
@@ -36,6 +37,15 @@ class CmpiObjectPath : public CmpiObject {
   ///
   /// Fails also: CmpiReferenceError for a reference that cannot be carried.
   void setKey(const char* name, const CmpiData& value);
+  void setKey(const char* name, const CmpiObjectPath& path);
+
+  /// What this handle knows of references to the path.
+  const CmpiReferenceText& referenceText() const { return referenceText_; }
+
+ private:
+  void addKey(const char* name, const CmpiData& value);
+
+  CmpiReferenceText referenceText_;
 };
 
 /// Class and namespace without regard to case, host (absent, empty and unreadable are one), and the

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "cmpi/cmpi_object_path.h"
 #include "cmpi/cmpi_string.h"
 
 namespace {
@@ -65,7 +64,7 @@ std::size_t keyLength(const CmpiObjectPath& path, CMPICount index, bool colons) 
   return 1 + name.size() + 1 + valueLength(name, key, colons);
 }
 
-void requireCarriablePath(const CmpiObjectPath& path) {
+void requireReadBackCarriable(const CmpiObjectPath& path) {
   const CmpiString nameSpaceText = path.getNameSpace();
   const CmpiString classText = path.getClassName();
   const std::string_view nameSpace = viewOf(nameSpaceText);
@@ -94,7 +93,9 @@ CmpiReferenceError::CmpiReferenceError(const std::string& reason)
                  ("Object path cannot be used as a reference: " + reason).c_str()) {}
 
 void requireCarriable(const CmpiData& value) {
-  if (value.getType() != CMPI_ref) return;
-  const CmpiObjectPath path(value);
-  if (!path.isNull()) requireCarriablePath(path);
+  if (value.getType() == CMPI_ref) requireCarriable(CmpiObjectPath(value));
+}
+
+void requireCarriable(const CmpiObjectPath& path) {
+  if (!path.isNull() && !path.referenceText().isCarriable()) requireReadBackCarriable(path);
 }

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 #include "cmpi/cmpi_data.h"
+#include "cmpi/cmpi_object_path.h"
 #include "cmpi/cmpi_status.h"
-
-/// Characters of a reference's text that an object manager carries.
-inline constexpr std::size_t kLongestReference = 4095;
 
 /// Thrown for an object path that cannot be carried as a reference: CMPI_RC_ERR_INVALID_PARAMETER,
 /// with a text that says why.
@@ -38,8 +35,12 @@ class CmpiReferenceError : public CmpiStatus {
 /// Commas, dots, colons and backslashes in the text of a key are carried; null and boolean keys get
 /// lost on the way without harm.
 ///
+/// The path is read back through the broker's tables, unless its handle has made it and knows that
+/// it is well (CmpiReferenceText).
+///
 /// Fails: CmpiReferenceError; CmpiStatus of the broker.
 void requireCarriable(const CmpiData& value);
+void requireCarriable(const CmpiObjectPath& path);
 
 /// Runs `work` for one object of the host: one that a reference cannot carry is left out of the
 /// answer, so that the others are returned.

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -19,14 +20,39 @@ using testing::HasSubstr;
 
 class Reference : public testing::Test {
  protected:
-  /// Empty when the path is carried.
+  /// Empty when the path is carried. The same whether the object manager has made the path or its
+  /// keys were set one by one.
   std::string refusal(const ObjectPath& path) {
+    const std::string reason = refusal(scope_.path(path));
+    const bool texts = std::all_of(path.keys.begin(), path.keys.end(),
+                                   [](const auto& key) { return isText(key.value); });
+    if (texts) {
+      EXPECT_EQ(refusal(ownPath(path)), reason);
+    }
+    return reason;
+  }
+  static std::string refusal(const CmpiObjectPath& path) {
     try {
-      requireCarriable(scope_.path(path));
+      requireCarriable(path);
       return "";
     } catch (const CmpiReferenceError& error) {
       EXPECT_EQ(error.rc(), CMPI_RC_ERR_INVALID_PARAMETER);
       return CmpiStatus(error).msg();
+    }
+  }
+  static bool isText(const Value& value) { return value.type == CMPI_string && !value.null; }
+  static CmpiObjectPath ownPath(const ObjectPath& plain) {
+    CmpiObjectPath path(plain.nameSpace.c_str(), plain.className.c_str());
+    for (const auto& key : plain.keys) path.setKey(key.name.c_str(), key.value.text().c_str());
+    return path;
+  }
+  /// Paths whose parts the object manager does not tell.
+  void makeUnreadable() {
+    for (const char* slot : {"path.getNameSpace", "path.getClassName", "path.getKeyAt",
+                             "path.getKeyCount", "path.getKey"}) {
+      orv::broker::Fault fault;
+      fault.slot = slot;
+      scope_.embeddedBroker().inject(fault);
     }
   }
   static ObjectPath withKey(const std::string& name, const Value& value) {
@@ -123,6 +149,62 @@ TEST_F(Reference, EverySetterRefusesBeforeTheObjectManagerSeesTheReference) {
   EXPECT_EQ(path.getKeyCount(), 0U);
   const CmpiArray array(1, CMPI_ref);
   EXPECT_THROW(array[0] = bad, CmpiReferenceError);
+}
+
+TEST_F(Reference, PathOfOwnTextsIsNotReadBack) {
+  const CmpiObjectPath own = ownPath(objectPath("C", {{"A", "x"}, {"B_2", "a:b.c,d"}}));
+  const CmpiObjectPath copy(own);
+  makeUnreadable();
+  EXPECT_NO_THROW(requireCarriable(own));
+  EXPECT_THROW(requireCarriable(copy), CmpiStatus);
+}
+
+/// The handle that made a path does not see what others do to it.
+TEST_F(Reference, KeysSetThroughOtherHandlesCount) {
+  const auto refusedAfter = [&](const auto& change) {
+    CmpiObjectPath own = ownPath(objectPath("C", {{"A", "x"}}));
+    EXPECT_EQ(refusal(own), "");
+    change(own);
+    EXPECT_EQ(refusal(own),
+              "Object path cannot be used as a reference: key B has a quotation mark");
+  };
+  const auto spoil = [](CmpiObjectPath path) { path.setKey("B", "\""); };
+  refusedAfter([&](CmpiObjectPath& own) { own.setKey("B", "\""); });
+  refusedAfter([&](CmpiObjectPath& own) { spoil(own); });
+  refusedAfter([&](CmpiObjectPath& own) { spoil(CmpiObjectPath(own.getEnc())); });
+  refusedAfter([&](CmpiObjectPath& own) { spoil(CmpiObjectPath(CmpiData(own))); });
+  refusedAfter([&](CmpiObjectPath& own) {
+    CmpiObjectPath taker(std::move(own));
+    taker.setKey("B", "\"");
+  });
+  refusedAfter([&](CmpiObjectPath& own) {
+    const CmpiObjectPath taker(std::move(own));
+    spoil(own);
+    EXPECT_NE(refusal(taker), "");
+  });
+}
+
+TEST_F(Reference, NamespaceSetLaterCounts) {
+  CmpiObjectPath own = ownPath(objectPath("C", {{"A", "x"}}));
+  CmpiObjectPath(own).setNameSpace("root:x");
+  EXPECT_NE(refusal(own), "");
+  own.setNameSpace("root/cimv2");
+  EXPECT_EQ(refusal(own), "");
+  own.setNameSpace("root.x");
+  EXPECT_NE(refusal(own), "");
+}
+
+TEST_F(Reference, AssignedHandleKnowsOnlyWhatItWasMovedTo) {
+  const CmpiObjectPath good = ownPath(objectPath("C", {{"A", "x"}}));
+  const CmpiObjectPath bad = ownPath(objectPath("C", {{"A", "\""}}));
+  CmpiObjectPath handle = ownPath(objectPath("C"));
+  handle = bad;
+  EXPECT_NE(refusal(handle), "");
+  handle = ownPath(objectPath("C", {{"A", "y"}}));
+  EXPECT_EQ(refusal(handle), "");
+  handle = scope_.path(objectPath("C", {{"A", "\""}}));
+  EXPECT_NE(refusal(handle), "");
+  EXPECT_EQ(refusal(good), "");
 }
 
 TEST_F(Reference, WhatCannotBeCarriedIsLeftOutAndOtherFailuresPass) {

@@ -35,28 +35,32 @@ class LocatedPciDevice : public PciDevice {
 };
 
 /// An answer that is fetched when it is first wanted and never again, not even after a failure:
-/// the failure is then repeated.
+/// the failure is then repeated. One that nobody wants takes a pointer's room: hosts have hundreds
+/// of ports, and most requests want one group of facts or none.
 template <typename Value>
 class AskedOnce {
  public:
   template <typename Ask>
   const Value& get(Ask ask) {
-    if (!asked_) {
+    if (outcome_ == nullptr) {
+      auto outcome = std::make_unique<Outcome>();
       try {
-        value_ = ask();
+        outcome->value = ask();
       } catch (const Nodemgr::Lib::NodemgrException& e) {
-        failure_ = e.what();
+        outcome->failure = e.what();
       }
-      asked_ = true;
+      outcome_ = std::move(outcome);
     }
-    if (!value_) throw Nodemgr::Lib::NodemgrException(failure_);
-    return *value_;
+    if (!outcome_->value) throw Nodemgr::Lib::NodemgrException(outcome_->failure);
+    return *outcome_->value;
   }
 
  private:
-  bool asked_ = false;
-  std::string failure_;
-  std::optional<Value> value_;
+  struct Outcome {
+    std::optional<Value> value;
+    std::string failure;  ///< where there is no value
+  };
+  std::unique_ptr<Outcome> outcome_;
 };
 
 class LinuxPnic : public Pnic {

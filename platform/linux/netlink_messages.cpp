@@ -20,8 +20,14 @@ class Attributes {
     const std::size_t offset = MNL_ALIGN(headerSize);
     const std::size_t size = mnl_nlmsg_get_payload_len(message);
     if (size <= offset) return;
-    mnl_attr_parse_payload(mnl_nlmsg_get_payload_offset(message, headerSize), size - offset,
-                           &Attributes::store, this);
+    const auto* attribute =
+        static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(message, headerSize));
+    const char* const end = reinterpret_cast<const char*>(attribute) + (size - offset);
+    while (
+        mnl_attr_ok(attribute, static_cast<int>(end - reinterpret_cast<const char*>(attribute)))) {
+      store(attribute);
+      attribute = mnl_attr_next(attribute);
+    }
   }
 
   const nlattr* find(std::uint16_t type) const { return byNumber_[type]; }
@@ -49,11 +55,9 @@ class Attributes {
   static constexpr std::size_t kKnown = std::max<std::size_t>(IFLA_MAX, IFA_MAX) + 1;
 
   /// Of a repeated attribute the first counts.
-  static int store(const nlattr* attribute, void* attributes) {
-    auto& all = static_cast<Attributes*>(attributes)->byNumber_;
-    const std::uint16_t type = mnl_attr_get_type(attribute);
-    if (type < all.size() && all[type] == nullptr) all[type] = attribute;
-    return MNL_CB_OK;
+  void store(const nlattr* attribute) {
+    const std::size_t type = attribute->nla_type & NLA_TYPE_MASK;
+    if (type < byNumber_.size() && byNumber_[type] == nullptr) byNumber_[type] = attribute;
   }
 
   std::array<const nlattr*, kKnown> byNumber_{};

@@ -48,8 +48,10 @@ NetworkInfoImpl::NetworkInfoImpl() : state_(std::make_unique<State>()) {}
 NetworkInfoImpl::~NetworkInfoImpl() = default;
 
 HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnics() {
+  std::vector<LinkRecord> links = LinuxHost::physicalPorts(allLinks(), kSysRoot);
   HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> ports;
-  for (LinkRecord& link : LinuxHost::physicalPorts(allLinks(), kSysRoot)) {
+  ports.reserve(links.size());
+  for (LinkRecord& link : links) {
     ports.push_back(state_->port(std::move(link)));
   }
   return ports;

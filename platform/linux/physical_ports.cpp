@@ -24,8 +24,11 @@ bool isLinkName(const std::string& name) {
 std::vector<LinkRecord> physicalPorts(std::vector<LinkRecord> links, const std::string& sysRoot) {
   const auto isNone = [&](LinkRecord& link) { return !isPhysicalPort(link, sysRoot); };
   links.erase(std::remove_if(links.begin(), links.end(), isNone), links.end());
-  std::sort(links.begin(), links.end(),
-            [](const LinkRecord& a, const LinkRecord& b) { return a.index < b.index; });
+  const auto isBefore = [](const LinkRecord& a, const LinkRecord& b) { return a.index < b.index; };
+  // Newer kernels list them so; the records are large to move.
+  if (!std::is_sorted(links.begin(), links.end(), isBefore)) {
+    std::sort(links.begin(), links.end(), isBefore);
+  }
   return links;
 }
 

@@ -47,7 +47,10 @@ class Request {
 
 }  // namespace
 
-RouteSocket::RouteSocket() : socket_(openRouteSocket()), buffer_(kUsualPiece) {
+RouteSocket::RouteSocket()
+    : socket_(openRouteSocket()),
+      bufferSize_(kUsualPiece),
+      buffer_(new unsigned char[bufferSize_]) {
   if (!socket_.isOpen()) refuse("rtnetlink socket", errno);
 }
 
@@ -98,15 +101,16 @@ AnswerState RouteSocket::readAnswer(std::vector<Record>& records) {
   AnswerState state;
   while (!state.complete) {
     const std::size_t size = receive();
-    if (size > buffer_.size()) return startAnew(size);
-    readPiece(buffer_.data(), size, state, records);
+    if (size > bufferSize_) return startAnew(size);
+    readPiece(buffer_.get(), size, state, records);
   }
   return state;
 }
 
 /// Makes room for a piece that was cut; what else comes of this answer goes with the old socket.
 AnswerState RouteSocket::startAnew(std::size_t pieceSize) {
-  buffer_.resize(pieceSize);
+  buffer_.reset(new unsigned char[pieceSize]);
+  bufferSize_ = pieceSize;
   socket_ = openRouteSocket();
   if (!socket_.isOpen()) refuse("rtnetlink socket", errno);
   AnswerState state;
@@ -119,7 +123,7 @@ std::size_t RouteSocket::receive() {
   for (;;) {
     sockaddr_nl sender{};
     socklen_t senderSize = sizeof sender;
-    const ssize_t size = recvfrom(socket_.number(), buffer_.data(), buffer_.size(), MSG_TRUNC,
+    const ssize_t size = recvfrom(socket_.number(), buffer_.get(), bufferSize_, MSG_TRUNC,
                                   reinterpret_cast<sockaddr*>(&sender), &senderSize);
     if (size < 0 && errno == EINTR) continue;
     if (size < 0) refuse("rtnetlink answer", errno);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -42,7 +43,8 @@ class RouteSocket {
   std::size_t receive();
 
   FileDescriptor socket_;
-  std::vector<unsigned char> buffer_;
+  std::size_t bufferSize_;
+  std::unique_ptr<unsigned char[]> buffer_;  // not zeroed: the kernel fills what is read
 };
 
 }  // namespace LinuxHost

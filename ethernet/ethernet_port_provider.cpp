@@ -59,7 +59,13 @@ class FetchedPorts {
     }
   }
 
-  const HykCtl::Util::AutoVector<Pnic>& list() const { return ports_; }
+  bool empty() const { return ports_.empty(); }
+
+  /// Calls `visit` with each port, which ends after it: it makes room for the next one's objects.
+  template <typename Visit>
+  void forEach(Visit visit) {
+    for (std::unique_ptr<Pnic>& port : ports_) visit(*std::exchange(port, nullptr));
+  }
 
  private:
   HykCtl::Network::NetworkInfoImpl network_;  // outlives the ports that it gave
@@ -78,7 +84,7 @@ std::unique_ptr<FetchedPorts> fetchPorts(const std::optional<std::string>& devic
 /// Whether the host is known to have no port at all; one that fails is not.
 bool hasNoPorts() {
   try {
-    return FetchedPorts(std::nullopt).list().empty();
+    return FetchedPorts(std::nullopt).empty();
   } catch (const std::exception&) {
     return false;
   }
@@ -103,18 +109,29 @@ class Scope {
     return *keys_;
   }
 
+  /// The InstanceID of a satellite; valid until the next call.
+  const std::string& instanceId(const char* className, const std::string& deviceName) {
+    assignInstanceId(instanceId_, className, deviceName);
+    return instanceId_;
+  }
+  /// Path of a satellite.
+  CmpiObjectPath satellite(const char* className, const std::string& deviceName) {
+    return instanceIdPath(nameSpace_, className, instanceId(className, deviceName));
+  }
+
  private:
   const CmpiContext context_;
   CmpiBroker* const broker_;
   const CmpiString nameSpace_;
   const char** const properties_;
   std::optional<ScopingKeys> keys_;
+  std::string instanceId_;
 };
 
 CmpiObjectPath instancePath(const ServedClass& served, Scope& scope,
                             const std::string& deviceName) {
   if (served.fillSatellite != nullptr) {
-    return satellitePath(scope.nameSpace(), served.name, deviceName);
+    return scope.satellite(served.name, deviceName);
   }
   CmpiObjectPath port = portPath(scope.nameSpace(), deviceName, scope.keys());
   if (served.isPort()) return port;
@@ -122,8 +139,7 @@ CmpiObjectPath instancePath(const ServedClass& served, Scope& scope,
   const PortAssociation& association = *served.association;
   CmpiObjectPath path(scope.nameSpace(), association.className);
   path.setKey(association.portRole, port);
-  path.setKey(association.satelliteRole,
-              satellitePath(scope.nameSpace(), association.satelliteClass, deviceName));
+  path.setKey(association.satelliteRole, scope.satellite(association.satelliteClass, deviceName));
   return path;
 }
 
@@ -143,10 +159,10 @@ CmpiInstance portInstance(Scope& scope, Pnic& port) {
 
 // Deliberate (contract.md#whole-satellites): no property list narrows what follows.
 
-CmpiInstance satelliteInstance(const ServedClass& served, const Scope& scope, Pnic& port) {
-  const std::string deviceName = port.GetName();
-  CmpiInstance instance(satellitePath(scope.nameSpace(), served.name, deviceName));
-  instance.setProperty("InstanceID", satelliteInstanceId(served.name, deviceName).c_str());
+CmpiInstance satelliteInstance(const ServedClass& served, Scope& scope, Pnic& port) {
+  const std::string& instanceId = scope.instanceId(served.name, port.GetName());
+  CmpiInstance instance(instanceIdPath(scope.nameSpace(), served.name, instanceId));
+  instance.setProperty("InstanceID", instanceId.c_str());
   served.fillSatellite(instance, &port);
   return instance;
 }
@@ -155,7 +171,7 @@ CmpiInstance enumeratedAssociation(const PortAssociation& association, Scope& sc
   const std::string deviceName = port.GetName();
   CmpiInstance instance = associationInstance(
       association, scope.nameSpace(), portPath(scope.nameSpace(), deviceName, scope.keys()),
-      satellitePath(scope.nameSpace(), association.satelliteClass, deviceName));
+      scope.satellite(association.satelliteClass, deviceName));
   if (association.tellsSoftwareStatus) {
     const CmpiArray status(1, CMPI_uint16);
     status[0] = kCurrentSoftware;
@@ -179,12 +195,12 @@ CmpiStatus returnForEachPort(CmpiResult& result, const CmpiObjectPath& path,
                              const std::optional<std::string>& deviceName, Make make) {
   const std::unique_ptr<FetchedPorts> ports = fetchPorts(deviceName);
   if (ports == nullptr) return CmpiStatus(CMPI_RC_ERR_FAILED, kFetchFailed);
-  if (!ports->list().empty()) {
+  if (!ports->empty()) {
     const auto served = findServedClass(path);
     if (!served) return CMPI_RC_ERR_INVALID_CLASS;
-    for (const auto& port : ports->list()) {
-      leavingOutUncarriable([&] { result.returnData(make(*served, *port)); });
-    }
+    ports->forEach([&](Pnic& port) {
+      leavingOutUncarriable([&] { result.returnData(make(*served, port)); });
+    });
   }
   result.returnDone();
   return CMPI_RC_OK;

@@ -25,15 +25,26 @@ CmpiObjectPath portPath(const CmpiString& nameSpace, const std::string& deviceNa
   return path;
 }
 
+void assignInstanceId(std::string& id, const char* className, const std::string& deviceName) {
+  id.assign("Orvane:").append(className).append(1, ':').append(deviceName);
+}
+
 std::string satelliteInstanceId(const char* className, const std::string& deviceName) {
-  return std::string("Orvane:") + className + ":" + deviceName;
+  std::string id;
+  assignInstanceId(id, className, deviceName);
+  return id;
+}
+
+CmpiObjectPath instanceIdPath(const CmpiString& nameSpace, const char* className,
+                              const std::string& instanceId) {
+  CmpiObjectPath path(nameSpace, className);
+  path.setKey("InstanceID", instanceId.c_str());
+  return path;
 }
 
 CmpiObjectPath satellitePath(const CmpiString& nameSpace, const char* className,
                              const std::string& deviceName) {
-  CmpiObjectPath path(nameSpace, className);
-  path.setKey("InstanceID", satelliteInstanceId(className, deviceName).c_str());
-  return path;
+  return instanceIdPath(nameSpace, className, satelliteInstanceId(className, deviceName));
 }
 
 CmpiString getKey(const CmpiObjectPath& path, const char* name) {

@@ -27,7 +27,14 @@ CmpiObjectPath portPath(const CmpiString& nameSpace, const std::string& deviceNa
 /// InstanceID of the satellite of that class and device.
 std::string satelliteInstanceId(const char* className, const std::string& deviceName);
 
-/// Path of a satellite with its one key.
+/// Writes it over `id`, whose memory is used again.
+void assignInstanceId(std::string& id, const char* className, const std::string& deviceName);
+
+/// Path of a satellite with its one key, the InstanceID.
+CmpiObjectPath instanceIdPath(const CmpiString& nameSpace, const char* className,
+                              const std::string& instanceId);
+
+/// The same, of a device.
 CmpiObjectPath satellitePath(const CmpiString& nameSpace, const char* className,
                              const std::string& deviceName);
 

@@ -63,14 +63,7 @@ class Source {
   /// class.
   std::vector<CmpiObjectPath> otherEnds(const CmpiInstance& association) const {
     std::vector<Reference> references = referencesOf(association);
-    auto self = std::find_if(references.begin(), references.end(), [&](const Reference& reference) {
-      return ORV::objectIdentity(reference.path, nameSpace_) == identity();
-    });
-    if (self == references.end()) {
-      self = std::find_if(references.begin(), references.end(), [&](const Reference& reference) {
-        return ORV::sameName(ORV::classNameOf(reference.path).c_str(), className_.c_str());
-      });
-    }
+    const auto self = findSelf(references);
     if (self != references.end()) references.erase(self);
 
     std::vector<CmpiObjectPath> ends;
@@ -80,6 +73,24 @@ class Source {
   }
 
  private:
+  using References = std::vector<Reference>;
+
+  /// Keys are read only where several references are of the source's class.
+  References::iterator findSelf(References& references) const {
+    const auto isOfClass = [&](const Reference& reference) {
+      return ORV::sameName(ORV::classNameOf(reference.path).c_str(), className_.c_str());
+    };
+    const auto isSource = [&](const Reference& reference) {
+      return isOfClass(reference) && ORV::objectIdentity(reference.path, nameSpace_) == identity();
+    };
+    const auto first = std::find_if(references.begin(), references.end(), isOfClass);
+    if (first == references.end() || std::none_of(first + 1, references.end(), isOfClass)) {
+      return first;
+    }
+    const auto same = std::find_if(first, references.end(), isSource);
+    return same != references.end() ? same : first;
+  }
+
   const std::string& identity() const {
     if (identity_.empty()) identity_ = ORV::objectIdentity(path_, nameSpace_);
     return identity_;

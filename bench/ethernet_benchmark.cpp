@@ -8,6 +8,7 @@
 #include "bench/measure.h"
 #include "bench/null_provider.h"
 #include "bench/port_requests.h"
+#include "bench/table_reporter.h"
 #include "platform/network_info.h"
 #include "tests/support/host_with_ports.h"
 #include "tests/support/simulated_host_file.h"
@@ -20,8 +21,6 @@ namespace {
 
 using namespace orv::bench;
 using orv::broker::Operation;
-using orv::broker::Request;
-using orv::broker::Response;
 using orv::broker::TestBroker;
 
 constexpr int kPortCounts[] = {1, 16, 128, 1024};
@@ -47,30 +46,15 @@ void fetchList() {
   benchmark::DoNotOptimize(network.GetPnics());
 }
 
-void measure(benchmark::State& state, const Request& request, bool needsList) {
-  const Response answer = broker().requestTo(kPortProvider, request);
-  if (!answer.ok() || (answer.instances.empty() && answer.paths.empty())) {
-    state.SkipWithError("the request failed");
-    return;
-  }
-  replayAnswer(answer);
-  measureAgainst(
-      state, [&] { benchmark::DoNotOptimize(broker().requestTo(kPortProvider, request)); },
-      {{"null_us", [&] { benchmark::DoNotOptimize(broker().requestTo(kNullProvider, request)); }},
-       {"list_us", [&] {
-          if (needsList) fetchList();
-        }}});
-}
-
 void enumerate(benchmark::State& state, Operation operation, const std::string& className) {
   const SimulatedHostFile host(makeHostWithPorts(static_cast<std::size_t>(state.range(0))));
-  measure(state, requestOf(operation, className), true);
+  measureRequest(state, broker(), requestOf(operation, className), "list_us", fetchList);
 }
 
 /// From the port in the middle of the list.
 void fromPort(benchmark::State& state, Operation operation) {
   const SimulatedHostFile host(makeHostWithPorts(static_cast<std::size_t>(state.range(0))));
-  measure(state, requestAboutMiddlePort(broker(), operation), false);
+  measureRequest(state, broker(), requestAboutMiddlePort(broker(), operation), "list_us", [] {});
 }
 
 template <typename Body>
@@ -110,10 +94,6 @@ void addAll() {
 int main(int argc, char** argv) {
   // The library's start lines are not what is asked for here.
   if (const int null = open("/dev/null", O_WRONLY | O_CLOEXEC); null >= 0) dup2(null, 2);
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   addAll();
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return runBenchmarks(argc, argv);
 }

@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "bench/measure.h"
 #include "bench/null_provider.h"
 #include "bench/port_requests.h"
+#include "bench/table_reporter.h"
 
 // How much of a request on a real Linux host is ours? The whole library answers through the
 // embedded broker on network namespaces of 2 to 1,024 veth links, which count as ports in the
@@ -30,7 +30,6 @@ namespace {
 using namespace orv::bench;
 using orv::broker::Operation;
 using orv::broker::Request;
-using orv::broker::Response;
 using orv::broker::TestBroker;
 
 constexpr char kLoadOption[] = "--load";  // of a child of this program; see secondsToLoad()
@@ -50,22 +49,6 @@ std::vector<std::string> linkNames(int count) {
   std::vector<std::string> names;
   for (int i = 0; i < count; ++i) names.push_back("nic" + std::to_string(i));
   return names;
-}
-
-using Work = std::function<void()>;
-
-void measure(benchmark::State& state, const Request& request, const Work& askKernel) {
-  const Response answer = portsBroker().requestTo(kPortProvider, request);
-  if (!answer.ok() || (answer.instances.empty() && answer.paths.empty())) {
-    state.SkipWithError("the request failed");
-    return;
-  }
-  replayAnswer(answer);
-  measureAgainst(
-      state, [&] { benchmark::DoNotOptimize(portsBroker().requestTo(kPortProvider, request)); },
-      {{"null_us",
-        [&] { benchmark::DoNotOptimize(portsBroker().requestTo(kNullProvider, request)); }},
-       {"kernel_us", askKernel}});
 }
 
 /// A class of the ports, and what the kernel is asked about each port for an instance.
@@ -92,7 +75,7 @@ void enumerate(benchmark::State& state, Operation operation, const ClassRow& row
   enterNamespaceWithLinks(count);
   const auto names = linkNames(count);
   const bool asksDrivers = operation == Operation::kEnumerateInstances && !row.commands.empty();
-  measure(state, requestOf(operation, row.name), [&] {
+  measureRequest(state, portsBroker(), requestOf(operation, row.name), "kernel_us", [&] {
     dumpLinks();
     if (asksDrivers) askEthtool(names, row.commands);
   });
@@ -105,7 +88,7 @@ void fromPort(benchmark::State& state, Operation operation) {
   const std::string name = "nic" + std::to_string(count / 2);
   const bool asksForPort =
       operation == Operation::kGetInstance || operation == Operation::kAssociators;
-  measure(state, request, [&] {
+  measureRequest(state, portsBroker(), request, "kernel_us", [&] {
     if (!asksForPort) return;
     findLink(name);
     if (operation == Operation::kGetInstance) askEthtool({name}, kPortCommands);
@@ -116,14 +99,7 @@ void fromPort(benchmark::State& state, Operation operation) {
 void virtualLinks(benchmark::State& state) {
   enterNamespaceWithLinks(static_cast<int>(state.range(0)));
   const Request request = requestOf(Operation::kEnumerateInstanceNames, kPortClass);
-  const Response answer = hostBroker().requestTo(kPortProvider, request);
-  if (!answer.ok() || !answer.paths.empty()) return state.SkipWithError("not a host without ports");
-  replayAnswer(answer);
-  measureAgainst(
-      state, [&] { benchmark::DoNotOptimize(hostBroker().requestTo(kPortProvider, request)); },
-      {{"null_us",
-        [&] { benchmark::DoNotOptimize(hostBroker().requestTo(kNullProvider, request)); }},
-       {"kernel_us", dumpLinks}});
+  measureRequest(state, hostBroker(), request, "kernel_us", dumpLinks, true);
 }
 
 /// Processor time of a process of this program that loads the library and ends.
@@ -200,10 +176,6 @@ int main(int argc, char** argv) {
   }
   // The library's start lines are not what is asked for here.
   if (const int null = open("/dev/null", O_WRONLY | O_CLOEXEC); null >= 0) dup2(null, 2);
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   addAll();
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return runBenchmarks(argc, argv);
 }

@@ -99,18 +99,27 @@ PreparedInstance prepare(const broker::Instance& instance) {
 
 CMPIObjectPath* make(const CMPIBroker* broker, const PreparedPath& path);
 
-/// The value as a slot takes it, valid until `value` changes or the request ends.
-CMPIValue passed(const CMPIBroker* broker, const PreparedValue& value) {
-  CMPIValue made = value.value;
-  if (value.type == CMPI_chars) made.chars = const_cast<char*>(value.text.c_str());
-  if (value.reference) made.ref = make(broker, *value.reference);
-  if ((value.type & CMPI_ARRAY) == 0) return made;
+CMPIArray* makeArray(const CMPIBroker* broker, const PreparedValue& value);
+
+/// The value as a slot takes it: a text itself, of anything else the address. Made in `room` where
+/// it is not at hand.
+const CMPIValue* passed(const CMPIBroker* broker, const PreparedValue& value, CMPIValue& room) {
+  if (value.type == CMPI_chars) return reinterpret_cast<const CMPIValue*>(value.text.c_str());
+  const bool isArray = (value.type & CMPI_ARRAY) != 0;
+  if (!isArray && !value.reference) return &value.value;
+  if (isArray) room.array = makeArray(broker, value);
+  if (value.reference) room.ref = make(broker, *value.reference);
+  return &room;
+}
+
+CMPIArray* makeArray(const CMPIBroker* broker, const PreparedValue& value) {
   const auto elementType = static_cast<CMPIType>(value.type & ~CMPI_ARRAY);
   const auto count = static_cast<CMPICount>(value.elements.size());
-  made.array = broker->eft->newArray(broker, count, elementType, nullptr);
+  CMPIArray* made = broker->eft->newArray(broker, count, elementType, nullptr);
   for (CMPICount i = 0; i < count; ++i) {
-    const CMPIValue element = passed(broker, value.elements[i]);
-    made.array->ft->setElementAt(made.array, i, &element, value.elements[i].type);
+    CMPIValue room{};
+    const PreparedValue& element = value.elements[i];
+    made->ft->setElementAt(made, i, passed(broker, element, room), element.type);
   }
   return made;
 }
@@ -119,8 +128,8 @@ CMPIObjectPath* make(const CMPIBroker* broker, const PreparedPath& path) {
   CMPIObjectPath* made =
       broker->eft->newObjectPath(broker, path.nameSpace.c_str(), path.className.c_str(), nullptr);
   for (const auto& key : path.keys) {
-    const CMPIValue value = passed(broker, key.value);
-    made->ft->addKey(made, key.name.c_str(), &value, key.value.type);
+    CMPIValue room{};
+    made->ft->addKey(made, key.name.c_str(), passed(broker, key.value, room), key.value.type);
   }
   return made;
 }
@@ -128,8 +137,9 @@ CMPIObjectPath* make(const CMPIBroker* broker, const PreparedPath& path) {
 CMPIInstance* make(const CMPIBroker* broker, const PreparedInstance& instance) {
   CMPIInstance* made = broker->eft->newInstance(broker, make(broker, instance.path), nullptr);
   for (const auto& property : instance.properties) {
-    const CMPIValue value = passed(broker, property.value);
-    made->ft->setProperty(made, property.name.c_str(), &value, property.value.type);
+    CMPIValue room{};
+    made->ft->setProperty(made, property.name.c_str(), passed(broker, property.value, room),
+                          property.value.type);
   }
   return made;
 }

@@ -10,6 +10,7 @@
 
 #include "bench/link_namespace.h"
 #include "bench/measure.h"
+#include "bench/table_reporter.h"
 #include "kernelip/endpoint_details.h"
 #include "kernelip/kernel_ip_indication.h"
 
@@ -79,11 +80,7 @@ void add(const char* name, Body body) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   add("PollAddresses", pollAddresses);
   add("CollectEndpoints", collectEndpoints);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return runBenchmarks(argc, argv);
 }

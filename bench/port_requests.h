@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "bench/measure.h"
 #include "bench/null_provider.h"
 #include "broker/mof_reader.h"
 #include "broker/registration.h"
@@ -44,6 +47,32 @@ inline broker::Request requestAboutMiddlePort(broker::TestBroker& broker,
       kPortProvider, requestOf(broker::Operation::kEnumerateInstanceNames, kPortClass));
   if (!names.paths.empty()) request.path = names.paths[names.paths.size() / 2];
   return request;
+}
+
+/// Measures a request to the port provider. Its floors are the null provider with the very same
+/// answer, and what `askHost` does, under that name. An answer without objects is an error unless
+/// `answersNone`.
+inline void measureRequest(benchmark::State& state, broker::TestBroker& broker,
+                           const broker::Request& request, const char* hostName,
+                           const std::function<void()>& askHost, bool answersNone = false) {
+  const auto ask = [&](const char* provider) -> broker::Response {
+    return broker.requestTo(provider, request);
+  };
+  const broker::Response answer = ask(kPortProvider);
+  replayAnswer(answer);
+  const broker::Response replayed = ask(kNullProvider);
+  if (answer.instances != replayed.instances || answer.paths != replayed.paths) {
+    return state.SkipWithError("the null provider answers otherwise");
+  }
+  const std::size_t objects = answer.instances.size() + answer.paths.size();
+  if (!answer.ok() || (objects == 0) != answersNone) {
+    return state.SkipWithError("the request failed");
+  }
+  askHost();  // the first time may read the simulated host's file
+  state.counters["objects"] = static_cast<double>(objects);
+  measureAgainst(
+      state, [&] { benchmark::DoNotOptimize(ask(kPortProvider)); },
+      {{"null_us", [&] { benchmark::DoNotOptimize(ask(kNullProvider)); }}, {hostName, askHost}});
 }
 
 }  // namespace orv::bench

@@ -126,7 +126,7 @@ Value readValue(CMPIType type, const std::string& text) {
   return readInteger(type, text);
 }
 
-Instance readInstance(const pugi::xml_node& node, int depth);
+Instance readNestedInstance(const pugi::xml_node& node, int depth);
 
 /// The text of an embedded instance.
 Value readEmbedded(const std::string& text, int depth) {
@@ -134,7 +134,7 @@ Value readEmbedded(const std::string& text, int depth) {
   pugi::xml_document document;
   try {
     parseDocument(document, text);
-    return Value::ofInstance(readInstance(document.child("INSTANCE"), depth));
+    return Value::ofInstance(readNestedInstance(document.child("INSTANCE"), depth));
   } catch (const BadMessage& bad) {
     badParameter(std::string("an embedded instance cannot be read: ") + bad.what());
   }
@@ -171,7 +171,7 @@ Value readProperty(const pugi::xml_node& node, int depth) {
   return Value::ofArray(type, std::move(elements));
 }
 
-Instance readInstance(const pugi::xml_node& node, int depth) {
+Instance readNestedInstance(const pugi::xml_node& node, int depth) {
   Instance instance;
   instance.path.className = node.attribute("CLASSNAME").value();
   if (instance.path.className.empty()) requestNotValid("INSTANCE without CLASSNAME");
@@ -264,7 +264,7 @@ ObjectPath readInstanceName(const pugi::xml_node& node) {
   return path;
 }
 
-Instance readInstance(const pugi::xml_node& node) { return readInstance(node, 0); }
+Instance readInstance(const pugi::xml_node& node) { return readNestedInstance(node, 0); }
 
 Instance readInstanceText(string_view text) {
   pugi::xml_document document;

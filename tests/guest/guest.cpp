@@ -204,6 +204,14 @@ json Guest::orvcim(const std::string& arguments) {
   return json::parse(outcome.out, nullptr, false);
 }
 
+json Guest::instances(const std::vector<std::string>& classes) {
+  std::string command = std::string(kGuestClient) + " instances";
+  for (const std::string& name : classes) command += " " + name;
+  const Outcome outcome = run(command);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  return json::parse(outcome.out, nullptr, false);
+}
+
 json Guest::command(const std::string& name, const json& arguments) {
   sendTo(control_, json{{"execute", name}, {"arguments", arguments}}.dump() + "\n");
   for (;;) {  // events come in between

@@ -24,6 +24,9 @@ struct GuestHardware {
   std::string kernelWords;           ///< for the end of the kernel's command line
 };
 
+/// The program of guest_client.cpp.
+constexpr const char* kGuestClient = ORV_BINARY_DIR "/bin/guest_client";
+
 class Guest {
  public:
   /// Why there is no guest here; empty when there can be one. Guests take minutes, so they run on
@@ -43,6 +46,9 @@ class Guest {
   Outcome load(const std::vector<std::string>& modules);
   /// Asks orvcim of the build tree; its answer as JSON. A failure is a test failure, and null.
   nlohmann::json orvcim(const std::string& arguments);
+  /// The instances of each class, by its name, of the build tree's library; faster than orvcim. A
+  /// failure is a test failure, and null.
+  nlohmann::json instances(const std::vector<std::string>& classes);
 
   /// A command to the emulator, in its protocol (QMP); its "return". Fails: std::runtime_error.
   nlohmann::json command(const std::string& name, const nlohmann::json& arguments);

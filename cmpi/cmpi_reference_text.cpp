@@ -9,14 +9,14 @@ namespace {
 /// Keys set through handles that did not make their path.
 std::atomic<std::uint32_t> strangersChanges{0};
 
-bool has(std::string_view text, char c) { return text.find(c) != std::string_view::npos; }
+bool contains(std::string_view text, char c) { return text.find(c) != std::string_view::npos; }
 
 /// A letter or digit, and nothing that ends a key's name.
 bool isUsableName(std::string_view name) {
   if (name.empty()) return false;
   const char c = name.front();
   const bool begins = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-  return begins && !has(name, '=') && !has(name, ',') && !has(name, '"');
+  return begins && !contains(name, '=') && !contains(name, ',') && !contains(name, '"');
 }
 
 }  // namespace
@@ -27,7 +27,7 @@ CmpiReferenceText::CmpiReferenceText(const char* nameSpace, const char* classNam
   const std::string_view space(nameSpace);
   const std::string_view name(className);
   const bool isUsable =
-      !space.empty() && !has(space, '.') && !has(space, ':') && !name.empty() && !has(name, '.');
+      !space.empty() && !contains(space, '.') && !contains(space, ':') && !name.empty() && !contains(name, '.');
   if (isUsable) length_ = space.size() + 1 + name.size();
 }
 
@@ -54,7 +54,7 @@ void CmpiReferenceText::add(const char* name, const CmpiData& value) {
   }
   const std::string_view key(name);
   const std::string_view text(value.data().value.chars);
-  if (!isUsableName(key) || has(text, '"')) return forget();
+  if (!isUsableName(key) || contains(text, '"')) return forget();
   length_ += key.size() + text.size() + 4;  // .name="text"
 }
 

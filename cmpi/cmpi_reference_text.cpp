@@ -26,8 +26,8 @@ CmpiReferenceText::CmpiReferenceText(const char* nameSpace, const char* classNam
   if (nameSpace == nullptr || className == nullptr) return;
   const std::string_view space(nameSpace);
   const std::string_view name(className);
-  const bool isUsable =
-      !space.empty() && !contains(space, '.') && !contains(space, ':') && !name.empty() && !contains(name, '.');
+  const bool isUsable = !space.empty() && !contains(space, '.') && !contains(space, ':') &&
+                        !name.empty() && !contains(name, '.');
   if (isUsable) length_ = space.size() + 1 + name.size();
 }
 

@@ -4,12 +4,14 @@
 
 namespace orv::serve {
 
-WorkerPool::WorkerPool(std::size_t threads) try {
+WorkerPool::WorkerPool(std::size_t threads) {
   threads_.reserve(threads);
-  for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back(&WorkerPool::run, this);
-} catch (...) {
-  stop();
-  throw;
+  try {  // in here: when a constructor's own handler runs, its members are gone
+    for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back(&WorkerPool::run, this);
+  } catch (...) {
+    stop();
+    throw;
+  }
 }
 
 WorkerPool::~WorkerPool() { stop(); }

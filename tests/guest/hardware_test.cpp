@@ -307,7 +307,9 @@ TEST_F(GuestHardwareHealth, ErrorsOfAControllersLinkCountFromTheFirstLook) {
 // ---- Arrays ----
 
 TEST_F(GuestHardwareHealth, AMirrorOutlivesADiskThatIsPulled) {
+  guest_->stopService();  // an array that is being made is inactive, and would be latched as such
   guest_->makeMirror();
+  guest_->startService();
   expectWell(kMirror);
   expectWell(kMember);
   const std::string name = guest_->nameOf(kMirrorDisks[0]);

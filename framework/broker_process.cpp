@@ -147,6 +147,10 @@ std::optional<std::uint64_t> brokerStart(pid_t process, const ProcessTable& proc
   return oldest.value_or(daemon.startTicks);
 }
 
+bool belongsToBroker(pid_t process, const ProcessTable& processes) {
+  return findDaemon(process, processes).process != 0;
+}
+
 std::optional<std::chrono::nanoseconds> brokerAge(pid_t process) {
   const std::optional<std::uint64_t> start = brokerStart(process, thisMachine());
   if (!start) return std::nullopt;

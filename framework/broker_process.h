@@ -51,6 +51,9 @@ ProcessTable thisMachine();
 /// have come at any time; and as old as the daemon when there is no other child.
 std::optional<std::uint64_t> brokerStart(pid_t process, const ProcessTable& processes);
 
+/// Whether brokerStart finds a broker.
+bool belongsToBroker(pid_t process, const ProcessTable& processes);
+
 /// How long ago brokerStart was, on this machine; absent when there is no broker.
 std::optional<std::chrono::nanoseconds> brokerAge(pid_t process);
 

@@ -22,6 +22,8 @@ std::chrono::nanoseconds brokerStartupLeft() {
   return age ? kStartup - *age : seconds(0);
 }
 
-std::chrono::milliseconds stopPatience() { return seconds(5); }
+std::chrono::milliseconds stopPatience() {
+  return belongsToBroker(getpid(), thisMachine()) ? std::chrono::milliseconds(300) : seconds(5);
+}
 
 }  // namespace ORV

@@ -20,7 +20,12 @@ OMC::WallTime deadlineIn(std::chrono::seconds period);
 /// old, counted from its last restart (framework/broker_process.h).
 std::chrono::nanoseconds brokerStartupLeft();
 
-/// How long a terminating cleanup waits for threads that do not end: 5 seconds.
+/// How long a terminating cleanup waits for threads that do not end: 5 seconds, or 0.3 below sfcb's
+/// daemon.
+///
+/// An sfcb that stops no longer answers its providers: a call that waits for it never returns, and
+/// time spent on it only makes the stop longer. It also repeats the stop each second until the
+/// process has ended, each time in a thread of its own.
 std::chrono::milliseconds stopPatience();
 
 }  // namespace ORV

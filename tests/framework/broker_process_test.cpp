@@ -9,6 +9,8 @@
 #include <map>
 #include <vector>
 
+#include "framework/thread_times.h"
+
 namespace {
 
 using ORV::brokerAge;
@@ -87,6 +89,8 @@ std::optional<std::uint64_t> startOfBroker(const Processes& processes, pid_t pro
     for (const auto& [number, stat] : processes) numbers.push_back(number);
     return numbers;
   };
+  EXPECT_EQ(ORV::belongsToBroker(process, {read, all}),
+            brokerStart(process, {read, all}).has_value());
   return brokerStart(process, {read, all});
 }
 
@@ -196,6 +200,25 @@ TEST(BrokerAge, BeginsAnewWithTheChildrenOfARestartedDaemon) {
   int status = -1;
   waitpid(daemon, &status, 0);
   EXPECT_EQ(status, 0);
+}
+
+TEST(Deliveries, WaitUntilABrokerHasRunForTenSeconds) {
+  EXPECT_TRUE(holdsBelowABroker([] {
+    const auto left = ORV::brokerStartupLeft();
+    return left > 5s && left <= 10s;
+  }));
+}
+
+// A call that waits for an sfcb that stops never returns.
+TEST(AStop, WaitsLessForThreadsBelowABroker) {
+  EXPECT_TRUE(holdsBelowABroker([] { return ORV::stopPatience() == 300ms; }));
+}
+
+TEST(Times, AreTheUsualOnesWhereNoBrokerRuns) {
+  if (ORV::belongsToBroker(getpid(), ORV::thisMachine()))
+    GTEST_SKIP() << "the tests run below a broker";
+  EXPECT_LE(ORV::brokerStartupLeft(), 0s);
+  EXPECT_EQ(ORV::stopPatience(), 5s);
 }
 
 }  // namespace

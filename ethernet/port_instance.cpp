@@ -37,11 +37,14 @@ PortState portState(Pnic& port) {
 
 /// Twelve upper-case hexadecimal digits.
 std::string macText(const MacAddress& address) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
   unsigned char bytes[6] = {};
   address.GetBinaryAddress(bytes);
-  char text[13];
-  std::snprintf(text, sizeof(text), "%02X%02X%02X%02X%02X%02X", bytes[0], bytes[1], bytes[2],
-                bytes[3], bytes[4], bytes[5]);
+  std::string text;
+  for (const unsigned char byte : bytes) {
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 0xF];
+  }
   return text;
 }
 

@@ -2,6 +2,8 @@
 
 #include <linux/ethtool.h>
 
+#include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -69,19 +71,26 @@ bool isSet(const LinkModeBits& bits, unsigned bit) {
   return word < bits.size() && ((bits[word] >> (bit % 32)) & 1U) != 0;
 }
 
-bool isAnySet(const LinkModeBits& bits, const ModeRow& row) {
-  for (unsigned bit = row.firstBit; bit <= row.lastBit; ++bit) {
-    if (isSet(bits, bit)) return true;
-  }
-  return false;
+/// The row of a link mode; null when the bit is something else.
+const ModeRow* rowOf(unsigned bit) {
+  const auto next =
+      std::upper_bound(std::begin(kModes), std::end(kModes), bit,
+                       [](unsigned sought, const ModeRow& row) { return sought < row.firstBit; });
+  if (next == std::begin(kModes)) return nullptr;
+  const ModeRow* const row = std::prev(next);
+  return bit <= row->lastBit ? row : nullptr;
 }
 
 }  // namespace
 
 std::vector<LinkMode> linkModesOf(const LinkModeBits& bits) {
   std::set<std::pair<std::uint32_t, bool>> found;  // speed, full: half duplex sorts first
-  for (const ModeRow& row : kModes) {
-    if (isAnySet(bits, row)) found.emplace(row.megabits, row.duplex == Duplex::kFull);
+  // From bit to bit that is set: of the more than a hundred that there are, a port has a few.
+  for (unsigned word = 0; word < bits.size(); ++word) {
+    for (std::uint32_t left = bits[word]; left != 0; left &= left - 1) {
+      const ModeRow* row = rowOf(word * 32 + static_cast<unsigned>(__builtin_ctz(left)));
+      if (row != nullptr) found.emplace(row->megabits, row->duplex == Duplex::kFull);
+    }
   }
   std::vector<LinkMode> modes;
   modes.reserve(found.size());

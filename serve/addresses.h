@@ -6,13 +6,13 @@
 
 namespace orv::serve {
 
-/// "192.0.2.7" or "2001:db8::7"; an IPv4 address that came over IPv6 in its own form. Empty for
+/// "192.0.2.7" or "2001:db8::7". An IPv4 address mapped into IPv6 is written as IPv4. Empty for
 /// other families.
 std::string addressText(const sockaddr_storage& address);
 std::string addressText(const sockaddr* address);
 
 bool isLoopback(const sockaddr_storage& address);
-/// The same of a text; false when it is not an address.
+/// The same for an address as text; false when it is not an address.
 bool isLoopback(const std::string& address);
 
 /// True when `address` is inside `network`: an address, or an address with a prefix length as in
@@ -22,8 +22,8 @@ bool isInside(const std::string& address, const std::string& network);
 /// Whether the text is an address, or an address with a prefix length that fits.
 bool isNetwork(const std::string& text);
 
-/// What failures are counted by: the address, for IPv6 its network of 64 bits, since one host has
-/// all of it.
+/// What failures are counted by: an IPv4 address, or the /64 network of an IPv6 address, because a
+/// single host may use every address of it.
 std::string addressForCounting(const std::string& address);
 
 }  // namespace orv::serve

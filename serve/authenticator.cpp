@@ -13,7 +13,7 @@
 namespace orv::serve {
 namespace {
 
-/// Gives a place back, whatever ends the check.
+/// Gives a place among the running checks back, however the check ends.
 class Place {
  public:
   Place(std::mutex& mutex, std::size_t& count) : mutex_(mutex), count_(count) {}
@@ -40,7 +40,7 @@ Authenticator::Authenticator(Check check, Settings settings)
 
 Authenticator::Hash Authenticator::hashOf(const std::string& user,
                                           const std::string& password) const {
-  // A name has no null character, so the text shows where the password begins.
+  // A name has no null character, so no two pairs make the same text.
   std::string text = user + '\0' + password;
   Hash hash{};
   const int error = gnutls_hmac_fast(GNUTLS_MAC_SHA256, key_.data(), key_.size(), text.data(),

@@ -10,32 +10,32 @@
 
 namespace orv::serve {
 
-/// Decides whether a name and a password are those of somebody who may ask.
+/// Decides whether a name and a password belong to a user who may send requests.
 ///
-/// A password that was right is not looked up again for a while: what is kept of it is a hash under
-/// a key of this process. Failures are counted for each address; each makes the next answer come
-/// later, and further attempts are refused in the meantime without a look at the password.
+/// A correct password is not checked again for a while; it is remembered as a hash keyed with a
+/// random key of this process. Failures are counted per address. Each one delays its answer, for
+/// longer each time, and until then further attempts from the address are refused without a check.
 class Authenticator {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// The look-up itself: slow, and possibly at the same time in several threads.
+  /// The check itself: slow, and possibly called from several threads at once.
   using Check = std::function<bool(const std::string& user, const std::string& password)>;
 
   struct Settings {
-    std::chrono::seconds remembered{60};
+    std::chrono::seconds remembered{60};         ///< how long a correct password is
     std::chrono::milliseconds firstDelay{1000};  ///< doubled with each failure
     std::chrono::milliseconds longestDelay{30'000};
     std::chrono::seconds forgiven{300};  ///< after the last failure of an address
     std::size_t usersRemembered = 256;
     std::size_t addressesCounted = 4096;
-    std::size_t checksAtATime = 2;  ///< a hash of a password is made to be slow
+    std::size_t checksAtATime = 2;  ///< few, because password hashes are slow by design
   };
 
   enum class Verdict {
     kRight,
     kWrong,    ///< to be told after `delay`
-    kTooMany,  ///< the address has to wait, or too many passwords are being looked up
+    kTooMany,  ///< the address has to wait, or too many passwords are being checked
   };
   struct Answer {
     Verdict verdict = Verdict::kWrong;
@@ -45,11 +45,14 @@ class Authenticator {
   explicit Authenticator(Check check) : Authenticator(std::move(check), Settings()) {}
   Authenticator(Check check, Settings settings);
 
-  /// Thread-safe. Logs failures with the address, never with the password.
+  /// Thread-safe. Logs failures with user and address, never with the password.
+  ///
+  /// Fails: std::runtime_error when the password cannot be hashed; std::bad_alloc; passes on the
+  /// check's exceptions.
   Answer authenticate(const std::string& address, const std::string& user,
                       const std::string& password, Clock::time_point now = Clock::now());
 
-  /// Every password is looked up again.
+  /// Forgets the remembered passwords: each is checked again when it is next given.
   void forget();
 
  private:
@@ -75,8 +78,8 @@ class Authenticator {
   std::size_t checking_ = 0;
 };
 
-/// Looks a password up with PAM, service "orvcim", and membership in the group in the system's
-/// tables.
+/// Whether PAM (service "orvcim") accepts the password and the system's tables have the user as a
+/// member of the group.
 bool checkWithPam(const std::string& user, const std::string& password, const std::string& group);
 
 }  // namespace orv::serve

@@ -8,37 +8,39 @@
 
 namespace orv::serve {
 
-/// The body of an answer that comes piece by piece, as long as the client listens.
+/// The body of an answer that is sent piece by piece for as long as the client listens.
 ///
-/// Any thread appends; the HTTP server reads. A client that listens to nothing costs a connection
-/// and no thread.
+/// Any thread appends; the HTTP server reads. A stream on which nothing happens takes a connection,
+/// but no thread.
 class BodyStream {
  public:
-  /// Holds at most `limit` bytes that the client has not taken. `beat` is what it is sent from time
-  /// to time when there is nothing else, so that both sides notice when the other has gone.
+  /// Holds at most `limit` bytes that the client has not yet taken. `beat` is the text sent from
+  /// time to time when there is nothing else, so that each side notices when the other is gone.
   BodyStream(std::size_t limit, std::string beat) : limit_(limit), beat_(std::move(beat)) {}
   BodyStream(const BodyStream&) = delete;
   BodyStream& operator=(const BodyStream&) = delete;
 
-  /// False when the body has ended. It ends here when the client is too slow for the limit; what
-  /// waits is still sent then, this text is not. Fails: std::bad_alloc.
+  /// False when the body has ended. A text that would exceed the limit ends it: the client is too
+  /// slow. What is waiting is still sent then, this text is not. Fails: std::bad_alloc.
   bool append(std::string_view text);
-  /// No more will come. Idempotent.
+  /// Nothing more will be appended. Idempotent.
   void end();
   bool ended() const;
 
-  /// Who reads. Its members are called under the stream's lock and must not call the stream.
+  /// What is told of the stream's state. Its members are called with the stream's lock held and
+  /// must not call the stream.
   class Reader {
    public:
     virtual ~Reader() = default;
     virtual void pause() = 0;  ///< there is nothing to read
-    virtual void goOn() = 0;   ///< there is; once after each pause
+    virtual void goOn() = 0;   ///< there is again; called once after each pause
   };
   enum class State { kData, kPaused, kEnded };
-  /// Copies what waits, at most `size` bytes; `taken` is how many.
+  /// Copies what is waiting, at most `size` bytes, and sets `taken` to their number. When nothing
+  /// is waiting, pauses the reader.
   State read(Reader& reader, char* to, std::size_t size, std::size_t& taken);
-  /// Sends a beat when the reader waits. False when it does not: the client has not taken what it
-  /// was given before. Fails: std::bad_alloc.
+  /// Sends a beat when the reader is paused. False when it is not: the client has not taken what it
+  /// was sent before. Fails: std::bad_alloc.
   bool beat();
   /// The reader is gone, and with it the client.
   void abandon();

@@ -10,8 +10,8 @@ using broker::ClassRepository;
 using cimxml::CimError;
 using cimxml::ClassOptions;
 
-/// Subclasses of the named class, or of the roots when there is none; the class itself is not among
-/// them.
+/// Subclasses of the named class, without the class itself. Without a name, the classes that have
+/// no superclass. With `deep`, all below them too.
 std::vector<const ClassDefinition*> listed(const ClassRepository& classes,
                                            const std::optional<std::string>& name, bool deep) {
   if (!name || name->empty()) {
@@ -31,7 +31,7 @@ void Operations::getClass(RequestContext& context) {
   ClassOptions options = context.classOptions();
   options.properties = context.properties();
   const ClassDefinition* definition = context.classes.find(context.className());
-  // Here the class is the object that is asked for.
+  // The class is the requested object, so this is "not found", not "invalid class".
   if (definition == nullptr) throw CimError(CMPI_RC_ERR_NOT_FOUND, "Class not found");
   context.writer.classDefinition(*definition, options);
 }

@@ -72,7 +72,7 @@ bool ConnectionTable::goesOn(Connection& connection) try {
   return false;
 }
 
-/// The HTTP library sees it and cleans up.
+/// The HTTP library notices the shutdown and cleans up.
 void ConnectionTable::end(const Connection& connection) {
   constexpr linger kNotAtAll = {1, 0};
   if (connection.abort) {

@@ -12,10 +12,9 @@
 
 namespace orv::serve {
 
-/// The open connections of a server: how many there are, for each address too, and until when each
-/// of them may go on as it does. A thread of the table ends those whose time is up; the HTTP
-/// library's own time-out counts silence only, so that a client which sends a byte now and then
-/// would stay for ever.
+/// The open connections of a server: how many there are, in all and per address, and the deadline
+/// of each. A thread of the table ends those whose deadline has passed. The HTTP library's own
+/// time-out only measures silence: a client that sends a byte now and then would stay for ever.
 class ConnectionTable {
  public:
   using Clock = std::chrono::steady_clock;
@@ -23,7 +22,7 @@ class ConnectionTable {
   struct Limits {
     std::size_t connections = 512;
     std::size_t connectionsPerAddress = 128;
-    /// Above the limits, for connections that are told so.
+    /// Connections above the limits that are accepted so that the client gets an answer: 503.
     std::size_t toBeRefused = 32;
   };
 
@@ -34,7 +33,7 @@ class ConnectionTable {
     bool overLimit = false;  ///< to be refused
     Clock::time_point deadline = Clock::time_point::max();
     std::function<bool()> atDeadline;  ///< empty: the connection is ended
-    bool abort = false;                ///< what it has not taken is thrown away then
+    bool abort = false;  ///< at the end, data that the client has not taken is dropped
   };
 
   explicit ConnectionTable(Limits limits);
@@ -42,21 +41,22 @@ class ConnectionTable {
   ConnectionTable(const ConnectionTable&) = delete;
   ConnectionTable& operator=(const ConnectionTable&) = delete;
 
-  /// Whether one more connection of this address is taken at all.
+  /// Whether one more connection from this address is accepted, if only to be refused.
   bool hasRoomFor(const std::string& address) const;
 
-  /// `socket` stays open until `remove` has returned. Fails: std::bad_alloc.
+  /// Adds a connection; the pointer is valid until `remove`. The caller keeps `socket` open until
+  /// `remove` has returned. Fails: std::bad_alloc.
   Connection* add(int socket, const std::string& address);
   void remove(Connection* connection);
 
   /// From now on the connection is ended at `deadline`. Replaces what was set before.
   void endAt(Connection* connection, Clock::time_point deadline);
-  /// The same, and what the client has not taken by then does not wait for it in the kernel.
+  /// The same, and the kernel drops what the client has not taken by then.
   void abortAt(Connection* connection, Clock::time_point deadline);
-  /// `action` runs once at `deadline`, in the table's thread and under its lock. Where it answers
+  /// `action` runs once at `deadline`, in the table's thread and with its lock held. If it returns
   /// false or throws, the connection is ended as by `abortAt`.
   void runAt(Connection* connection, Clock::time_point deadline, std::function<bool()> action);
-  /// The connection may take as long as it likes.
+  /// Removes the deadline.
   void letGoOn(Connection* connection);
 
   std::size_t size() const;

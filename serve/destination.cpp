@@ -37,11 +37,11 @@ bool DestinationRules::allow(const std::string& address, const std::string& subs
 }
 
 std::string hostOf(const std::string& text) {
-  // What HTTP would have to escape is refused: the text goes into a request as it is.
+  // Characters that HTTP would have to escape are refused: the text goes into a request unchanged.
   const bool isPlain = std::all_of(text.begin(), text.end(), [](char c) {
     return static_cast<unsigned char>(c) > 0x20 && static_cast<unsigned char>(c) < 0x7F;
   });
-  // The library would take the path of a URL without a host for one.
+  // In a URL without a host the library would take the path for one.
   const bool hasHost = text.find(":///") == std::string::npos;
   if (!isPlain || !hasHost || text.size() > kMaximumUrl) return "";
   const Url url(curl_url(), curl_url_cleanup);

@@ -6,11 +6,11 @@
 
 namespace orv::serve {
 
-/// Where indications go, and for whom: a host must not be made to send where its subscriber could
-/// not.
+/// Where indications go, and on whose behalf: a client must not make the host send to places that
+/// it could not reach itself.
 struct Destination {
   std::string url;         ///< http or https
-  std::string subscriber;  ///< address of the client that made it
+  std::string subscriber;  ///< address of the client that created the handler
 
   bool operator<(const Destination& other) const {
     return std::tie(url, subscriber) < std::tie(other.url, other.subscriber);
@@ -20,8 +20,8 @@ struct Destination {
   }
 };
 
-/// To which addresses indications may go. Each rule adds some: "own" (the subscriber's),
-/// "loopback", "any", an address, or a network as in "192.0.2.0/24".
+/// The addresses to which indications may be sent. Each rule allows some: "own" (the subscriber's),
+/// "loopback", "any", an address, or a network such as "192.0.2.0/24".
 class DestinationRules {
  public:
   DestinationRules() : DestinationRules({"own", "loopback"}) {}
@@ -34,7 +34,8 @@ class DestinationRules {
   std::vector<std::string> rules_;
 };
 
-/// The host of an http or https URL that we can post to. Empty for any other text.
+/// The host of an http or https URL to which an indication can be posted, an IPv6 address without
+/// its brackets. Empty for any other text.
 std::string hostOf(const std::string& url);
 
 }  // namespace orv::serve

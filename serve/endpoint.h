@@ -14,26 +14,26 @@
 
 namespace orv::serve {
 
-/// The CIM-XML endpoint on an embedded broker: HTTP, operations, subscriptions, export of
+/// The CIM-XML endpoint of an embedded broker: HTTP, operations, subscriptions, export of
 /// indications.
 class Endpoint {
  public:
   struct Settings {
     HttpSettings http;
     IndicationExport::Settings indications;
-    std::chrono::milliseconds deliveryTime{10'000};  ///< of one attempt to deliver an indication
+    std::chrono::milliseconds deliveryTime{10'000};  ///< for one attempt to deliver an indication
     std::string listenerAuthorities;                 ///< PEM file; see HttpListenerSettings
     Subscriptions::Settings subscriptions;
     Operations::Limits operations;
-    std::vector<GetRoute> routes;  ///< what GET requests are answered
-    std::string host;              ///< HOST of object paths that have none
+    std::vector<GetRoute> routes;  ///< the answers to GET requests
+    std::string host;              ///< HOST element of object paths that name no host
   };
 
-  /// `broker` must outlive the endpoint; `namespaces` are the broker's, the interop namespace among
-  /// them.
+  /// `broker` must outlive the endpoint; `namespaces` are the broker's, including the interop
+  /// namespace.
   Endpoint(broker::Broker& broker, const Operations::Namespaces& namespaces, Settings settings);
 
-  /// Makes the subscriptions that were kept, then serves.
+  /// Restores the stored subscriptions, then serves.
   ///
   /// Fails: std::runtime_error, as Subscriptions::restore and HttpServer::start do.
   void start(ListenSocket socket);

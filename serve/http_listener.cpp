@@ -71,7 +71,7 @@ class HttpListener : public Listener {
     set(CURLOPT_FOLLOWLOCATION, 0L);
     set(CURLOPT_PROXY, "");
     set(CURLOPT_NOSIGNAL, 1L);
-    set(CURLOPT_QUICK_EXIT, 1L);  // a name that is being looked up holds nobody up
+    set(CURLOPT_QUICK_EXIT, 1L);  // the end does not wait for a name that is being resolved
     set(CURLOPT_TIMEOUT_MS, static_cast<long>(settings_.timeout.count()));
     set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(settings_.timeout.count()));
     set(CURLOPT_HTTPHEADER, headers_);
@@ -102,7 +102,7 @@ class HttpListener : public Listener {
     return status >= 200 && status < 300;
   }
 
-  /// The answer's content is of no interest, but it must not go on for ever.
+  /// The content of the answer does not matter, but its length must be limited.
   static std::size_t take(char*, std::size_t size, std::size_t count, void* self) {
     auto& listener = *static_cast<HttpListener*>(self);
     listener.received_ += size * count;

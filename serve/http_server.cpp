@@ -31,12 +31,12 @@ using Clock = ConnectionTable::Clock;
 
 constexpr const char* kPriorities = "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2";
 
-/// What a refused client may still send before it is told: closing on what it sends would destroy
-/// the answer on its way.
+/// The longest body of a refused request that is still read: if the connection were closed while
+/// the client sends, the client would lose the answer.
 constexpr std::size_t kPatienceBytes = 8U << 20;
 
-/// What a browser is told about every answer to a GET request: its type is not to be guessed, and
-/// no page of another origin may embed, frame or hold on to it.
+/// Headers of every answer to a GET request: a browser must not guess its type, and no page of
+/// another origin may embed it, frame it or keep a handle on its window.
 constexpr std::pair<const char*, const char*> kShieldHeaders[] = {
     {"X-Content-Type-Options", "nosniff"},
     {"Cross-Origin-Resource-Policy", "same-origin"},
@@ -45,10 +45,10 @@ constexpr std::pair<const char*, const char*> kShieldHeaders[] = {
     {"Referrer-Policy", "no-referrer"},
 };
 
-/// A client that is over the limit is told so, or leaves, in this time.
+/// How long a connection above the limits may last: enough to tell the client so.
 constexpr milliseconds kOverLimitTime{2000};
 
-/// Bytes that are held by all requests together.
+/// A limit on the bytes that all requests hold together. Thread-safe.
 class Budget {
  public:
   explicit Budget(std::size_t limit) : limit_(limit) {}
@@ -70,7 +70,7 @@ int statusOf(const std::exception_ptr& error) {
   } catch (const std::bad_alloc&) {
     return 503;
   } catch (const std::system_error&) {
-    return 503;  // no thread to be had
+    return 503;  // no thread could be started
   } catch (const std::length_error&) {
     return 503;
   } catch (const std::exception& e) {
@@ -79,7 +79,8 @@ int statusOf(const std::exception_ptr& error) {
   }
 }
 
-/// As many connections as descriptors allow, some kept for files and providers.
+/// As many connections as the descriptor limit allows, with some descriptors left for files and
+/// providers.
 std::size_t connectionsPossible(std::size_t wanted) {
   rlimit limit{};
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return wanted;
@@ -100,8 +101,8 @@ ConnectionTable::Limits tableLimits(const HttpLimits& limits) {
 }  // namespace
 
 struct HttpServer::Impl {
-  /// One request, from its first line to the end of its answer. Belongs to the library's thread but
-  /// while a worker has it.
+  /// One request, from its first line to the end of its answer. Belongs to the library's thread,
+  /// except while a worker has it.
   struct Exchange {
     explicit Exchange(Impl& owner) : server(owner) {}
     ~Exchange() {
@@ -114,18 +115,18 @@ struct HttpServer::Impl {
     Impl& server;
     ConnectionTable::Connection* place = nullptr;
     bool headRead = false;
-    int refusal = 0;  // status; the body is passed over
+    int refusal = 0;  // the status of a refused request, whose body is discarded
     bool answered = false;
     bool reads = false;  // GET or HEAD
     Client client;
     BasicCredentials credentials;
-    GetRequest get;  // without the client
+    GetRequest get;  // its client is set in the worker
     std::string body;
     std::size_t bodyHeld = 0;
     std::size_t answerHeld = 0;
     HttpAnswer answer;
     milliseconds delay{0};
-    bool counted = false;  // among those under way
+    bool counted = false;  // in underWay
   };
 
   Impl(HttpSettings given, HttpServer::Handler httpHandler, std::vector<GetRoute> getRoutes)
@@ -138,7 +139,7 @@ struct HttpServer::Impl {
         table(tableLimits(settings.limits)),
         workers(std::make_unique<WorkerPool>(settings.limits.workers)) {}
 
-  // ---- The library's calls. Nothing may leave them: they return into C. ----
+  // ---- Callbacks of the library. They return into C, so no exception may leave them. ----
 
   static Impl& of(void* self) { return *static_cast<Impl*>(self); }
 
@@ -168,10 +169,10 @@ struct HttpServer::Impl {
     server.table.endAt(added, Clock::now() + (added->overLimit ? kOverLimitTime
                                                                : server.settings.limits.idleTime));
   } catch (const std::exception&) {
-    *place = nullptr;  // refused by its first request
+    *place = nullptr;  // its first request is refused
   }
 
-  /// The first line of a request has come.
+  /// The first line of a request has arrived.
   static void* onFirstLine(void* self, const char*, MHD_Connection* connection) try {
     Impl& server = of(self);
     auto exchange = std::make_unique<Exchange>(server);
@@ -257,7 +258,7 @@ struct HttpServer::Impl {
     }
     if (exchange.refusal == 0 && exchange.reads) readTarget(connection, path, exchange.get);
     if (exchange.refusal == 0) return MHD_YES;
-    // A body whose length is not clear is not waited for.
+    // A body whose length is unclear is not read.
     return exchange.refusal != 400 && mayFinish(head) ? MHD_YES : send(connection, exchange);
   }
 
@@ -266,14 +267,16 @@ struct HttpServer::Impl {
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &addParameter, &request);
   }
 
-  /// Whether a refused client's body is passed over before it is told, so that it reads the answer.
+  /// Whether the body of a refused request is read and discarded before the answer is sent, so that
+  /// the client gets to read it.
   static bool mayFinish(const RequestHead& head) {
     const bool asksFirst = head.header("Expect") != nullptr;
     return !asksFirst && head.method == "POST" && head.header("Transfer-Encoding") == nullptr &&
            contentLength(head) > 0 && contentLength(head) <= kPatienceBytes;
   }
 
-  /// False when nobody who may ask shows himself. A password is looked at later, by a worker.
+  /// False when the request has neither a valid certificate nor credentials where one is needed. A
+  /// password is checked later, by a worker.
   bool identify(MHD_Connection* connection, const RequestHead& head, Exchange& exchange) {
     if (settings.tls != nullptr && !settings.tls->authorityText().empty()) {
       const MHD_ConnectionInfo* info =
@@ -356,7 +359,7 @@ struct HttpServer::Impl {
     return true;
   }
 
-  /// The exchange belongs to the library's thread again.
+  /// Gives the exchange back to the library's thread. Does nothing after handBackAll.
   void handBack(MHD_Connection* connection, Exchange& exchange) noexcept {
     const std::lock_guard<std::mutex> lock(mutex);
     if (suspended.erase(connection) == 0) return;
@@ -368,7 +371,8 @@ struct HttpServer::Impl {
 
   static void release(void* text) { delete static_cast<std::string*>(text); }
 
-  /// A body that the library asks for when the client can take more. Lives as long as the response.
+  /// Reads a stream for the library, whenever the client can take more. Lives as long as the
+  /// response.
   struct StreamReader : BodyStream::Reader {
     StreamReader(Impl& owner, MHD_Connection* of, ConnectionTable::Connection* at,
                  std::shared_ptr<BodyStream> body)
@@ -385,7 +389,7 @@ struct HttpServer::Impl {
   static ssize_t readStream(void* given, std::uint64_t, char* to, std::size_t size) try {
     auto& reader = *static_cast<StreamReader*>(given);
     Impl& server = reader.server;
-    // What is handed over now is to be taken before the next beat.
+    // The client has until the next beat to take what it gets now.
     server.table.runAt(reader.place, Clock::now() + server.settings.limits.beatTime,
                        [stream = reader.stream] { return stream->beat(); });
     std::size_t taken = 0;
@@ -417,13 +421,13 @@ struct HttpServer::Impl {
       return nullptr;
     }
     static_cast<void>(reader.release());  // endStream deletes it
-    // Nothing follows it: a client that is too slow for its stream does not keep the connection.
+    // No request follows a stream: a client that is too slow for it loses the connection.
     MHD_add_response_header(response, "Connection", "close");
     noticeDeath(exchange.place->socket);
     return response;
   }
 
-  /// The kernel gives up on a client that acknowledges nothing for so long.
+  /// Has the kernel give up on a client that acknowledges nothing for a minute.
   static void noticeDeath(int socket) {
     constexpr unsigned kMilliseconds = 60'000;
     ::setsockopt(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, &kMilliseconds, sizeof kMilliseconds);
@@ -484,18 +488,18 @@ struct HttpServer::Impl {
     for (const auto& [name, value] : kShieldHeaders) add(name, value);
   }
 
-  // ---- Life. ----
+  // ---- Start and stop. ----
 
   std::vector<MHD_OptionItem> options() {
     const auto seconds = std::max<long>(
         1, std::chrono::duration_cast<std::chrono::seconds>(settings.limits.writeTime).count());
     const std::size_t room =
-        settings.limits.headerBytes + 4096;  // and what the library keeps there
+        settings.limits.headerBytes + 4096;  // the library keeps data of its own there
     std::vector<MHD_OptionItem> items = {
         {MHD_OPTION_LISTEN_SOCKET, socket->descriptor(), nullptr},
         {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<intptr_t>(room), nullptr},
         {MHD_OPTION_CONNECTION_TIMEOUT, seconds, nullptr},
-        // The table's limits come first.
+        // Above the table's limits, which are those that count.
         {MHD_OPTION_CONNECTION_LIMIT,
          static_cast<intptr_t>(tableLimits(settings.limits).connections + 64), nullptr},
         {MHD_OPTION_NOTIFY_COMPLETED, reinterpret_cast<intptr_t>(&onCompleted), this},
@@ -515,7 +519,7 @@ struct HttpServer::Impl {
     return items;
   }
 
-  /// What the library has to say is about single clients: broken connections and bad requests.
+  /// The library's messages are about single clients: broken connections and bad requests.
   static void passOver(void*, const char*, va_list) {}
 
   void start(ListenSocket listening) {
@@ -530,7 +534,7 @@ struct HttpServer::Impl {
 
   void stop() {
     if (daemon == nullptr) return;
-    MHD_quiesce_daemon(daemon);  // the listening socket stays open until the end
+    MHD_quiesce_daemon(daemon);  // accepts no more; the socket is closed with `socket`
     endStreams();
     {
       std::unique_lock<std::mutex> lock(mutex);
@@ -543,7 +547,7 @@ struct HttpServer::Impl {
     socket.reset();
   }
 
-  /// From here on no stream begins.
+  /// Ends the streams; from here on none begins.
   void endStreams() {
     std::set<std::shared_ptr<BodyStream>> all;
     {
@@ -554,7 +558,7 @@ struct HttpServer::Impl {
     for (const auto& stream : all) stream->end();
   }
 
-  /// What no worker began, or what waits to be told of a wrong password.
+  /// Answers 503 to requests that no worker has begun, or whose refusal is still delayed.
   void handBackAll() {
     const std::lock_guard<std::mutex> lock(mutex);
     for (const auto& [connection, exchange] : suspended) {
@@ -575,8 +579,8 @@ struct HttpServer::Impl {
   std::mutex mutex;  // guards suspended, streams, underWay and the change of stopping
   std::condition_variable changed;
   std::map<MHD_Connection*, Exchange*> suspended;  // with a worker, or waiting for one
-  std::set<std::shared_ptr<BodyStream>> streams;   // that clients listen to
-  std::size_t underWay = 0;                        // exchanges from there to their answer's end
+  std::set<std::shared_ptr<BodyStream>> streams;   // of clients that are listening
+  std::size_t underWay = 0;                        // exchanges from suspension to the answer's end
   std::atomic<bool> stopping{false};
   std::unique_ptr<WorkerPool> workers;
   std::unique_ptr<ListenSocket> socket;

@@ -73,7 +73,7 @@ void IndicationExport::stop(Queue& queue) {
   queue.changed.notify_all();
 }
 
-/// Called with the mutex held. A thread that has said that it is finished no longer wants it.
+/// Called with the mutex held. A thread that has set `finished` does not lock it any more.
 void IndicationExport::joinFinished() {
   const auto finished = std::partition(retired_.begin(), retired_.end(),
                                        [](const auto& queue) { return !queue->finished; });

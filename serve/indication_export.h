@@ -21,22 +21,23 @@ namespace orv::serve {
 class Listener {
  public:
   virtual ~Listener() = default;
-  /// Posts one message; true when the listener took it. Waits for it, at most a time-out.
+  /// Posts one message and waits for the answer, no longer than a time-out. True when the listener
+  /// accepted it.
   virtual bool post(const std::string& message) = 0;
-  /// Ends a post that is under way, and every later one at once; called from another thread.
+  /// Makes the post that is under way fail, and every later one. Called from another thread.
   virtual void cancel() = 0;
 };
 
 /// Delivers indications to listeners: one thread and one bounded queue per destination, so that a
-/// dead listener delays neither a provider nor another listener. A full queue loses its oldest
-/// indications, and says so in the log.
+/// dead listener delays neither a provider nor another listener. A full queue drops its oldest
+/// indications, which is logged once until the queue has been empty again. Thread-safe.
 class IndicationExport {
  public:
   struct Settings {
     std::size_t destinations = 128;  ///< each has a thread
     std::size_t queueLength = 256;
-    std::size_t queueBytes = 1U << 20;
-    int attempts = 4;  ///< the first one and three more
+    std::size_t queueBytes = 1U << 20;  ///< a single larger indication is kept all the same
+    int attempts = 4;                   ///< the first one and three more
     std::chrono::milliseconds retryInterval{20'000};
   };
   using MakeListener = std::function<std::unique_ptr<Listener>(const Destination&)>;
@@ -47,16 +48,17 @@ class IndicationExport {
   IndicationExport(const IndicationExport&) = delete;
   IndicationExport& operator=(const IndicationExport&) = delete;
 
-  /// Makes ready for indications to a destination; again is allowed.
+  /// Starts queue and thread of a destination. Does nothing when it has them already.
   ///
-  /// Fails: std::runtime_error when there are too many, or no thread can be made.
+  /// Fails: std::runtime_error when there are too many destinations or no thread can be started;
+  /// std::bad_alloc.
   void prepare(const Destination& destination);
 
-  /// Queues an indication for a destination that has been prepared; nothing for another one. Never
-  /// waits for a listener, never throws: what there is no memory for is lost, and logged.
+  /// Queues an indication for a prepared destination; does nothing for any other. Never waits for a
+  /// listener and never throws: an indication for which there is no memory is lost, and logged.
   void enqueue(const Destination& destination, const broker::Instance& indication) noexcept;
 
-  /// Drops the queue of a destination that nobody subscribes for any more. Does not wait.
+  /// Drops the queue of a destination that no subscription uses any more. Does not wait.
   void forget(const Destination& destination);
 
  private:
@@ -67,7 +69,7 @@ class IndicationExport {
     std::size_t bytes = 0;
     bool keepsUp = true;  // nothing was dropped since the queue was last empty
     bool stop = false;
-    bool finished = false;  // the thread has nothing more to do but end
+    bool finished = false;  // the thread does nothing more but end
     std::condition_variable changed;
     std::thread thread;
   };

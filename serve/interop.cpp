@@ -23,7 +23,7 @@ struct Text {
   std::string value;
 };
 
-/// An instance whose texts of the first `keys` rows are its keys.
+/// An instance with these properties, of which the first `keys` are its keys.
 Instance instanceOf(const char* className, std::size_t keys, const std::vector<Text>& texts) {
   Instance instance;
   instance.path.nameSpace = Interop::kNamespace;
@@ -75,7 +75,7 @@ Instance inManager(const Instance& manager, const Instance& nameSpace) {
   return association;
 }
 
-/// A profile of our own: to claim one of the standard's needs more than its classes.
+/// A profile of our own: a standard one demands more than the classes that are served.
 Instance profile() {
   Instance registered = instanceOf("CIM_RegisteredProfile", 1,
                                    {{"InstanceID", "Orvane:HypervisorHostProviders"},

@@ -9,17 +9,17 @@
 
 namespace orv::serve {
 
-/// Objects of the interop namespace: what clients look for when they connect (the object manager,
-/// its namespaces, a registered profile), and the indication objects. Associations among them are
-/// found from the reference properties of their instances.
+/// Objects of the interop namespace: those that clients look for when they connect (the object
+/// manager, its namespaces, a registered profile) and the indication objects. Associations between
+/// them are found from the reference properties of the association instances.
 ///
 /// Every operation may be called from any thread and throws CimError.
 class Interop {
  public:
   static constexpr const char* kNamespace = "root/interop";
 
-  /// `classes` and `subscriptions` must outlive the object. `host` names the system, `namespaces`
-  /// are those that are served.
+  /// `classes` and `subscriptions` must outlive the object. `host` is the SystemName of the object
+  /// manager, `namespaces` are those that are served.
   Interop(const broker::ClassRepository& classes, Subscriptions& subscriptions,
           const std::string& host, const std::vector<std::string>& namespaces);
 
@@ -30,7 +30,7 @@ class Interop {
   std::vector<broker::Instance> associators(const broker::ObjectPath& source,
                                             const broker::AssociationFilter& filter) const;
 
-  // What is not an indication object cannot be written.
+  // Only indication objects can be written. `client` is the client's address.
   broker::ObjectPath create(const broker::Instance& given, const std::string& client);
   void modify(const broker::Instance& given, const broker::PropertyList& properties);
   void remove(const broker::ObjectPath& path);

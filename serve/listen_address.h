@@ -20,12 +20,13 @@ class ListenSocket {
  public:
   /// Binds and listens. "localhost" is what the host resolves it to.
   ///
-  /// Fails: std::runtime_error with a message, when the address is in use or not here.
+  /// Fails: std::runtime_error when the address is in use or is not one of this host.
   explicit ListenSocket(const ListenAddress& address);
 
-  /// A socket that was handed over by the system's manager, already listening.
+  /// Takes over a socket that is already listening, as systemd hands one over.
   ///
-  /// Fails: std::runtime_error when it is not one.
+  /// Fails: std::runtime_error when it is not a listening socket; the descriptor is then not
+  /// closed.
   explicit ListenSocket(int descriptor);
 
   ~ListenSocket();
@@ -34,7 +35,7 @@ class ListenSocket {
 
   int descriptor() const { return descriptor_; }
   int port() const { return port_; }
-  /// False when other hosts can reach it.
+  /// True when only this host can reach it.
   bool isLoopback() const { return loopback_; }
   /// The address as it stands in a URL: "127.0.0.1:5988" or "[::1]:5988".
   const std::string& authority() const { return authority_; }

@@ -6,8 +6,8 @@
 
 namespace orv::serve {
 
-/// The path as this server's own: without a host, in this namespace, and its reference keys too,
-/// which may come without a namespace.
+/// The path without its host and in the given namespace, and so for the paths in its keys, which
+/// clients may send without a namespace. Two such paths of one object compare equal.
 broker::ObjectPath localPath(broker::ObjectPath path, const std::string& nameSpace);
 
 }  // namespace orv::serve

@@ -12,14 +12,14 @@
 
 namespace orv::serve {
 
-/// How an enumeration's objects are asked for, and written.
+/// What an enumeration returns, and how its objects are written.
 enum class PullKind { kInstancesWithPath, kInstancePaths, kInstances };
 
-/// Enumerations that clients have opened and not pulled to their end. Each is found by a random
-/// text, which only its client knows, and ends when nobody pulls from it for its time.
+/// Enumerations that clients have opened and not yet pulled to the end. Each is identified by a
+/// random context that only its client knows, and ends when it is not pulled from for its timeout.
 ///
-/// Every operation may be called from any thread and throws CimError: 21 for what is not open or of
-/// another kind, 27 beyond the limits.
+/// Every operation may be called from any thread and throws CimError: 21 for a context that is not
+/// open or is of another kind, 27 above the limits.
 class OpenEnumerations {
  public:
   using Clock = std::chrono::steady_clock;
@@ -31,27 +31,27 @@ class OpenEnumerations {
 
   struct Enumeration {
     PullKind kind = PullKind::kInstancesWithPath;
-    std::deque<broker::Instance> objects;  ///< for kInstancePaths only the paths count
+    std::deque<broker::Instance> objects;  ///< for kInstancePaths only their paths are used
     bool includeClassOrigin = false;
     std::chrono::seconds timeout{0};
   };
 
-  /// What is left of an enumeration, as a client is told.
+  /// The next objects of an enumeration.
   struct Batch {
     std::vector<broker::Instance> objects;
-    std::string context;  ///< empty at the end
+    std::string context;  ///< for the next pull; empty at the end
     bool includeClassOrigin = false;
   };
 
   OpenEnumerations() : OpenEnumerations(Limits()) {}
   explicit OpenEnumerations(Limits limits) : limits_(limits) {}
 
-  /// The first objects; what is left stays open.
+  /// Takes the first `count` objects and keeps the rest open.
   Batch open(Enumeration enumeration, std::size_t count, Clock::time_point now = Clock::now());
   Batch pull(const std::string& context, PullKind kind, std::size_t count,
              Clock::time_point now = Clock::now());
   void close(const std::string& context, Clock::time_point now = Clock::now());
-  /// Ends those whose time is over.
+  /// Ends those whose timeout has passed.
   void expire(Clock::time_point now = Clock::now());
 
   std::size_t size() const;

@@ -27,7 +27,7 @@ Names propertyNamesOf(const broker::ClassRepository& classes) {
   return names;
 }
 
-/// Instances of which the paths alone are known.
+/// Instances that have nothing but a path.
 std::vector<Instance> withPaths(std::vector<ObjectPath> paths) {
   std::vector<Instance> instances(paths.size());
   for (std::size_t i = 0; i < paths.size(); ++i) instances[i].path = std::move(paths[i]);

@@ -15,9 +15,9 @@ namespace orv::serve {
 
 /// The CIM operations of the endpoint: from a request message to a response message.
 ///
-/// Reading operations go to the broker; those in the interop namespace to its objects; those that
-/// write classes, qualifiers or provider instances answer "not supported", extrinsic methods
-/// "method not found". Any number of threads may ask at once.
+/// Operations on instances go to the broker, or in the interop namespace to its objects; reading
+/// classes and qualifiers is answered from the repository. Operations that write classes or
+/// qualifiers answer "not supported", extrinsic methods "method not found". Thread-safe.
 class Operations {
  public:
   using Namespaces =
@@ -28,14 +28,15 @@ class Operations {
     OpenEnumerations::Limits enumerations;
   };
 
-  /// `broker` and `interop` must outlive the object; `namespaces` holds the interop namespace too.
+  /// `broker` and `interop` must outlive the object; `namespaces` includes the interop namespace.
+  /// `host` is the HOST element of object paths that name no host.
   Operations(broker::Broker& broker, const Namespaces& namespaces, Interop& interop,
              std::string host, Limits limits);
 
-  /// The response message. `client` is the address of who asks.
+  /// The response message. `client` is the client's address.
   ///
-  /// Fails: BadMessage for a text that is not a request; a CIM failure is an answer, not an
-  /// exception.
+  /// Fails: BadMessage for a text that is not a request. A CIM error is part of the response, not
+  /// an exception.
   std::string answer(const std::string& requestText, const std::string& client);
 
  private:
@@ -81,7 +82,7 @@ class Operations {
   void open(RequestContext& context, PullKind kind, std::vector<broker::Instance> objects);
   void pull(RequestContext& context, PullKind kind);
 
-  // What classic and pulled operations share. For names only the paths of the instances count.
+  // Shared by classic and pulled operations. For names only the paths of the instances are used.
   std::vector<broker::Instance> instancesOf(RequestContext& context);
   std::vector<broker::Instance> namesOf(RequestContext& context);
   std::vector<broker::Instance> related(RequestContext& context, broker::Operation operation,

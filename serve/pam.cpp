@@ -1,4 +1,4 @@
-// The look-up of passwords and groups in the system's tables.
+// Checks passwords with PAM, and group membership in the system's tables.
 
 #include <grp.h>
 #include <pwd.h>
@@ -15,8 +15,8 @@
 namespace orv::serve {
 namespace {
 
-/// Answers every question for a secret with the password and passes over what is only said. The
-/// answers belong to PAM, which frees them.
+/// Answers every prompt for a secret with the password and ignores other messages. The answers
+/// belong to PAM, which frees them.
 int converse(int count, const pam_message** messages, pam_response** responses, void* password) {
   auto* answers = static_cast<pam_response*>(
       std::calloc(static_cast<std::size_t>(count), sizeof(pam_response)));
@@ -30,7 +30,7 @@ int converse(int count, const pam_message** messages, pam_response** responses, 
   return PAM_SUCCESS;
 }
 
-/// The delays are ours: PAM's would hold a worker.
+/// The authenticator delays answers itself: PAM's own delay would block a worker.
 void noDelay(int, unsigned, void*) {}
 
 bool passwordIsRight(const std::string& user, const std::string& password) {
@@ -75,7 +75,7 @@ bool isMember(const std::string& user, const std::string& group) {
 }  // namespace
 
 bool checkWithPam(const std::string& user, const std::string& password, const std::string& group) {
-  // The password first: an answer must not tell who is in the group.
+  // The password is checked for everybody: the time of an answer must not tell who is in the group.
   const bool right = passwordIsRight(user, password);
   return isMember(user, group) && right;
 }

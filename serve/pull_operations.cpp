@@ -1,4 +1,4 @@
-// Enumerations that a client opens and pulls piece by piece.
+// Enumerations that a client opens and then pulls in batches.
 
 #include <algorithm>
 #include <utility>
@@ -14,10 +14,11 @@ using broker::Operation;
 using cimxml::CimError;
 
 constexpr std::uint64_t kLongestTimeout = 300;  // seconds
-constexpr std::uint64_t kTimeout = 60;          // when the client leaves it to us
+constexpr std::uint64_t kTimeout = 60;          // seconds, when the client gives none
 constexpr std::uint64_t kMostObjects = 10'000;  // in one answer
 
-/// What we have no use for is refused, as the standard says for those who have not.
+/// Refuses optional features that are not supported, with the statuses that the standard has for
+/// them.
 void requireServed(const RequestContext& context) {
   const bool isQuery = broker::sameName(context.call.method, "OpenQueryInstances");
   if (!isQuery && !context.text("FilterQuery").value_or("").empty()) {
@@ -30,7 +31,7 @@ void requireServed(const RequestContext& context) {
 
 std::chrono::seconds timeoutOf(const RequestContext& context) {
   const std::uint64_t wanted = context.number("OperationTimeout").value_or(kTimeout);
-  // Zero would mean for ever.
+  // Zero would mean that the enumeration never times out.
   if (wanted == 0 || wanted > kLongestTimeout) {
     throw CimError(kInvalidOperationTimeout,
                    "OperationTimeout must be 1 to " + std::to_string(kLongestTimeout));

@@ -8,17 +8,20 @@
 
 namespace orv::serve {
 
-/// A query over instances: SELECT * | a, b FROM class [WHERE condition], as broker/wql.h has it.
+/// A query for instances: SELECT * | a, b FROM class [WHERE condition]; broker/wql.h has the
+/// grammar.
 class Query {
  public:
-  /// Fails: CimError, 14 for another language than WQL, CQL and DMTF:CQL, 15 for what is not a
-  /// query, 5 for an unknown class.
+  /// `classes` must outlive the query.
+  ///
+  /// Fails: CimError, 14 for a language other than WQL, CQL and DMTF:CQL, 15 for a text that is not
+  /// a query, 5 for an unknown class.
   Query(const std::string& text, const std::string& language,
         const broker::ClassRepository& classes);
 
   const std::string& className() const { return query_.className; }
   bool selects(const broker::Instance& instance) const;
-  /// Leaves the properties that are selected; all for *.
+  /// Removes the properties that are not selected; none for *.
   void project(broker::Instance& instance) const;
 
  private:

@@ -106,7 +106,7 @@ cimxml::ClassOptions RequestContext::classOptions() const {
   return options;
 }
 
-/// Keeps what `keep` says of the properties that the instance's class declares, and all others.
+/// Of the properties that the instance's class has, removes those for which `keep` is false.
 template <typename Keep>
 void RequestContext::trim(Instance& instance, Keep&& keep) const {
   const ClassDefinition* definition = classes.find(instance.path.className);

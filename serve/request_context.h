@@ -20,9 +20,11 @@ struct ServedNamespace {
   Names propertyNames;  ///< of all classes
 };
 
-/// One request on its way: its parameters with their defaults, and the response that grows.
+/// One request while it is answered: its parameters with their defaults, and the response that is
+/// being written. What it is constructed with must outlive it.
 ///
-/// What reads a parameter throws CimError with status 4 when it is missing or makes no sense.
+/// Functions that read a parameter throw CimError with status 4 when a required one is missing or
+/// the value is invalid.
 class RequestContext {
  public:
   RequestContext(const cimxml::Call& request, cimxml::ResponseWriter& response,
@@ -46,28 +48,29 @@ class RequestContext {
   std::optional<std::uint64_t> number(const char* name) const;
 
   std::string className() const;
-  /// Fails: CimError, 5 too.
+  /// The class that ClassName names. Fails: CimError, also 5 when there is no such class.
   const broker::ClassDefinition& classDefinition() const;
 
-  /// A path in the request's namespace.
+  // Required parameters, moved to the request's namespace.
   broker::ObjectPath object(const char* name) const;
   broker::Instance instance(const char* name) const;
   broker::AssociationFilter filter() const;
 
-  /// PropertyList without names that no class of the namespace has, and each once: a client cannot
-  /// make us look through more names than there are.
+  /// PropertyList, each name once and only those that a class of the namespace has, so that a
+  /// client cannot make the server search through an endless list. Absent: all properties.
   broker::PropertyList properties() const;
 
   cimxml::ClassOptions classOptions() const;
 
-  // Each takes properties away that the client does not want.
+  // Each removes properties that the client does not want.
 
-  /// LocalOnly TRUE: only what the instance's own class declares or overrides. It is not the
-  /// default, as the standard once had it: clients that leave it out mean all properties.
+  /// LocalOnly TRUE: keeps what the instance's own class declares or overrides. Not the default, as
+  /// it once was in the standard: clients that leave it out mean all properties.
   void applyLocalOnly(broker::Instance& instance) const;
-  /// DeepInheritance FALSE: only what the requested class has.
+  /// DeepInheritance FALSE: keeps what the requested class has.
   void applyDeepInheritance(broker::Instance& instance) const;
-  /// What a provider set in spite of the list; the keys are in the path.
+  /// Removes properties that a provider set although the list does not name them, keys included:
+  /// those are in the path.
   void applyPropertyList(broker::Instance& instance, const broker::PropertyList& list) const;
 
  private:
@@ -78,7 +81,7 @@ class RequestContext {
   const ServedNamespace& names_;
 };
 
-/// Fails: CimError with the response's status and text, unless it is a success.
+/// Fails: CimError with the response's status and text, unless the status is OK.
 void throwUnlessOk(const broker::Response& response);
 
 }  // namespace orv::serve

@@ -16,7 +16,7 @@ namespace {
 using broker::sameName;
 using std::string_view;
 
-/// Two of one name are read differently by different programs.
+/// Headers that must not be given twice: programs differ in which of the two they read.
 constexpr const char* kHeadersThatCount[] = {"Host",           "Content-Length", "Content-Type",
                                              "Origin",         "Authorization",  "Sec-Fetch-Site",
                                              "Sec-Fetch-Mode", "Sec-Fetch-Dest"};
@@ -34,7 +34,7 @@ string_view trimmed(string_view text) {
   return text;
 }
 
-/// "name", "1.2.3.4" or "::1" of "name:5988" and "[::1]:5988".
+/// "name" for "name:5988", "::1" for "[::1]:5988".
 string_view withoutPort(string_view host) {
   if (!host.empty() && host.front() == '[') {
     const std::size_t end = host.find(']');
@@ -50,7 +50,8 @@ bool isAddress(string_view host) {
          inet_pton(AF_INET6, text.c_str(), &address) == 1;
 }
 
-/// A web page reaches this server under a name that its author chose, never under an address.
+/// A page that reaches this server by DNS rebinding does so under a name of its author's, never
+/// under an address.
 bool isOurs(string_view host, const HeadRules& rules) {
   const string_view name = withoutPort(host);
   return isAddress(name) || sameName(name, "localhost") ||
@@ -58,7 +59,7 @@ bool isOurs(string_view host, const HeadRules& rules) {
                      [&](const std::string& own) { return sameName(own, name); });
 }
 
-/// An origin is scheme and authority; ours has the authority that the client asked for.
+/// An origin is scheme and authority; our own has the authority of the Host header.
 bool isOwnOrigin(string_view origin, string_view host) {
   for (const string_view scheme : {string_view("http://"), string_view("https://")}) {
     if (origin.substr(0, scheme.size()) == scheme) {
@@ -73,8 +74,8 @@ bool hasValue(const RequestHead& head, const char* name, string_view value) {
   return given != nullptr && *given == value;
 }
 
-/// Browsers say for whom they make a request, also where they send no Origin: images, scripts and
-/// frames of a page. "none" is what the user typed.
+/// Browsers say on whose behalf they make a request, even where they send no Origin: for images,
+/// scripts and frames of a page. "none" means that the user entered the address.
 bool isForAnotherSite(const RequestHead& head) {
   if (head.header("Sec-Fetch-Site") == nullptr) return false;
   if (hasValue(head, "Sec-Fetch-Site", "same-origin")) return false;
@@ -103,7 +104,7 @@ int refusalOfLength(const RequestHead& head, const HeadRules& rules) {
 int refusalOfBody(const RequestHead& head, const HeadRules& rules) {
   const std::string* type = head.header("Content-Type");
   if (type == nullptr || !isXml(*type)) return 415;
-  if (head.header("Content-Encoding") != nullptr) return 415;  // what it unpacks to has no limit
+  if (head.header("Content-Encoding") != nullptr) return 415;  // decoded, it could be any size
   return refusalOfLength(head, rules);
 }
 

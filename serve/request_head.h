@@ -12,29 +12,35 @@ struct RequestHead {
   std::string method;
   std::vector<std::pair<std::string, std::string>> headers;  ///< as sent, in order
 
-  /// The first header of that name, without regard to case. Null when there is none.
+  /// The first header of that name, in any case. Null when there is none.
   const std::string* header(const char* name) const;
   /// GET or HEAD.
   bool reads() const { return method == "GET" || method == "HEAD"; }
 };
 
 struct HeadRules {
-  std::size_t bodyBytes = 1024U * 1024;
-  /// What a Host header may name besides addresses and "localhost": names of this host.
+  std::size_t bodyBytes = 1024U * 1024;  ///< of the longest body
+  /// Names that a Host header may have, besides addresses and "localhost".
   std::vector<std::string> hostNames;
 };
 
-/// 0 when the request may go on; or the HTTP status with which it is refused:
+/// 0 when the request is accepted, or the HTTP status with which it is refused:
 ///
-/// 400 a Content-Length that is not a number, a GET with a body, or a header that counts given
-/// twice; 403 an Origin that is not this server, or a request that a browser makes for a page of
-/// another site; 405 another method than GET, HEAD and POST; 411 no length; 413 a larger body; 415
-/// not XML, or encoded; 421 a Host that is not this one; 501 M-POST.
+///   400  a Content-Length that is not a number; a GET with a body; two headers of one name where
+///        their value matters
+///   403  an Origin that is not this server; a request that a browser makes on behalf of a page of
+///        another site
+///   405  a method other than GET, HEAD and POST
+///   411  no Content-Length, or a Transfer-Encoding
+///   413  a body larger than the rules allow
+///   415  a body that is not XML, or is encoded
+///   421  a Host that is not this one
+///   501  M-POST
 ///
-/// A link on another site's page may lead to ours: what the user then sees, that page cannot read.
+/// A link on a page of another site may lead here: that page cannot read what the user then sees.
 int refusalOf(const RequestHead& head, const HeadRules& rules);
 
-/// The body's length. 0 when it is not given or not a number.
+/// The body's length in bytes. 0 when it is not given or not a number.
 std::size_t contentLength(const RequestHead& head);
 
 /// Name and password of HTTP's Basic authentication.
@@ -43,7 +49,7 @@ struct BasicCredentials {
   std::string password;
 };
 
-/// False when the head has none that can be read.
+/// Reads the Authorization header. False when there is none that can be read, or its user is empty.
 bool readCredentials(const RequestHead& head, BasicCredentials& credentials);
 
 }  // namespace orv::serve

@@ -159,7 +159,7 @@ std::string storeText(const std::vector<StoredObject>& objects) {
                     {"properties", std::move(properties)}});
   }
   const Json whole = {{"version", kVersion}, {"objects", std::move(list)}};
-  // What is not UTF-8 is replaced, as it is on the wire.
+  // Bytes that are not UTF-8 are replaced, as they are in messages.
   return whole.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -9,10 +9,10 @@
 
 namespace orv::serve {
 
-/// A filter, a handler or a subscription as it is kept.
+/// A filter, a handler or a subscription as it is stored.
 struct StoredObject {
   broker::Instance instance;
-  std::string creator;  ///< address of the client that made it
+  std::string creator;  ///< address of the client that created it
 };
 
 /// The text is not what `storeText` writes; what() says why.
@@ -27,28 +27,30 @@ class StoreError : public std::runtime_error {
 ///     "Name": "...", "SubscriptionState": 2, "SourceNamespaces": ["root/cimv2"],
 ///     "Filter": {"class": "...", "keys": {"Name": "..."}}}}]}
 ///
-/// Properties that are null are left out; their types are those of the class.
+/// Properties that are null are left out. The types are not stored; they are those of the class.
 std::string storeText(const std::vector<StoredObject>& objects);
 
-/// Fails: StoreError.
+/// Reads what storeText wrote; `classes` are those of the objects. Fails: StoreError.
 std::vector<StoredObject> readStore(const std::string& text,
                                     const broker::ClassRepository& classes);
 
-/// The file in which the objects outlive the process.
+/// The file that keeps the objects when the process ends. Not synchronised: callers hold a lock.
 class SubscriptionStore {
  public:
-  /// An empty name: nothing is kept.
+  /// With an empty name nothing is stored.
   explicit SubscriptionStore(std::string file) : file_(std::move(file)) {}
 
-  /// What was saved last; nothing when there is no file. A file that cannot be understood is set
-  /// aside under its name with ".damaged" appended, with a line in the log.
+  /// The objects saved last; none when there is no file. A file that cannot be understood is
+  /// renamed to its name with ".damaged" appended, and this is logged.
   ///
-  /// Fails: std::runtime_error when the file is there and cannot be read.
+  /// Fails: std::runtime_error when the file exists but cannot be read or renamed.
   std::vector<StoredObject> load(const broker::ClassRepository& classes) const;
 
-  /// Replaces the file at once or not at all, whenever the process or the host ends.
+  /// Replaces the file atomically: if the process or the host stops, the file is either the old one
+  /// or the new one.
   ///
-  /// Fails: std::runtime_error; the file is then as it was.
+  /// Fails: std::runtime_error. The file is then the old one, unless only the last step failed,
+  /// which makes the new one durable.
   void save(const std::vector<StoredObject>& objects) const;
 
  private:

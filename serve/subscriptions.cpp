@@ -31,7 +31,7 @@ std::string textOf(const Instance& instance, const char* property) {
   return text == nullptr ? std::string() : *text;
 }
 
-/// Types of one kind may stand in for one another: integers of any width, texts and date-times.
+/// Types of one kind are accepted for one another: integers of any width; strings and date-times.
 unsigned kindOf(CMPIType type) {
   const unsigned array = type & CMPI_ARRAY;
   const unsigned element = type & ~static_cast<unsigned>(CMPI_ARRAY);
@@ -47,14 +47,14 @@ void checkType(const broker::PropertyDefinition& declared, const Value& value) {
                                                 broker::typeName(value.type));
 }
 
-/// Null when there is no such number.
+/// The value of an unsigned integer property; null when the instance has none.
 const Value* numberOf(const Instance& instance, const char* property) {
   const Value* value = instance.property(property);
   return value == nullptr || !std::holds_alternative<std::uint64_t>(value->content) ? nullptr
                                                                                     : value;
 }
 
-/// First of SourceNamespaces, or SourceNamespace.
+/// The first of SourceNamespaces, else SourceNamespace, else `fallback`.
 std::string sourceNamespace(const Instance& filter, const std::string& fallback) {
   const Value* list = filter.property("SourceNamespaces");
   if (list != nullptr && !list->null && list->isArray() && !list->array().empty() &&
@@ -65,7 +65,7 @@ std::string sourceNamespace(const Instance& filter, const std::string& fallback)
   return single.empty() ? fallback : single;
 }
 
-/// A filter is checked when it is made, not only when somebody subscribes.
+/// Checks the query when the filter is created, not only when a client subscribes.
 void checkQuery(const Instance& filter) {
   if (!broker::isKnownQueryLanguage(textOf(filter, "QueryLanguage"))) {
     throw CimError(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
@@ -78,7 +78,7 @@ void checkQuery(const Instance& filter) {
   }
 }
 
-/// Whether a property holds a reference to the object.
+/// Whether a key of the instance is a reference to the object.
 bool refersTo(const Instance& instance, const ObjectPath& path) {
   return std::any_of(
       instance.path.keys.begin(), instance.path.keys.end(), [&](const broker::Key& key) {
@@ -143,7 +143,7 @@ void Subscriptions::save() const try {
   throw CimError(CMPI_RC_ERR_FAILED, "the change cannot be stored");
 }
 
-/// Declared properties with their defaults, the given ones over them, and the path from the keys.
+/// An instance with every declared property, given or by default, and the path made of its keys.
 Instance Subscriptions::complete(const Instance& given) const {
   const broker::ClassDefinition* definition = classes_.find(given.path.className);
   if (definition == nullptr) throw CimError(CMPI_RC_ERR_INVALID_CLASS);
@@ -198,7 +198,7 @@ const Subscriptions::Entry& Subscriptions::referenced(const Instance& subscripti
   return *entry;
 }
 
-/// What is wrong with a filter or a handler by itself.
+/// Checks a filter or a handler on its own. Fails: CimError.
 void Subscriptions::check(const Entry& entry) const {
   const std::string& className = entry.instance.path.className;
   if (classes_.isA(className, kSubscription)) return;
@@ -212,13 +212,13 @@ void Subscriptions::check(const Entry& entry) const {
         CMPI_RC_ERR_INVALID_PARAMETER,
         "Destination must have the form http://host:port/path or https://host:port/path");
   }
-  // A name is looked up when an indication is sent, and each address is checked then.
+  // A host name is resolved when an indication is sent, and the addresses are checked then.
   if (isNetwork(host) && !settings_.rules.allow(host, entry.creator)) {
     throw CimError(CMPI_RC_ERR_ACCESS_DENIED, "Indications may not be sent to " + host);
   }
 }
 
-/// Makes the entry's subscription with the broker, unless it is disabled. Fails: CimError.
+/// Subscribes with the broker, unless the subscription is disabled. Fails: CimError.
 void Subscriptions::activate(Entry& entry) {
   const Instance& filter = referenced(entry.instance, "Filter", kFilter).instance;
   const Entry& handler = referenced(entry.instance, "Handler", kDestination);
@@ -247,7 +247,7 @@ void Subscriptions::activate(Entry& entry) {
   entry.subscription = result.id;
 }
 
-/// Ends it with the broker; the destination's queue goes when nobody else uses it.
+/// Unsubscribes, and drops the destination's queue when no other subscription uses it.
 void Subscriptions::deactivate(Entry& entry) {
   if (entry.subscription != 0) broker_.unsubscribe(std::exchange(entry.subscription, 0));
   const std::optional<Destination> destination = std::exchange(entry.destination, std::nullopt);

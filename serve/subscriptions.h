@@ -16,43 +16,45 @@
 
 namespace orv::serve {
 
-/// The indication classes of the interop namespace: filters, handlers and subscriptions. A
-/// subscription is made with the broker when its instance is created, and ended when it is deleted;
-/// all of them are kept in a file and made again when the service starts.
+/// The indication classes of the interop namespace: filters, handlers and subscriptions. Creating
+/// the instance of a subscription subscribes with the broker, deleting it unsubscribes. All objects
+/// are stored in a file, from which they are restored when the service starts.
 ///
 /// Every operation may be called from any thread and throws CimError. One that fails changes
-/// nothing, in the file neither.
+/// nothing, neither here nor in the file.
 class Subscriptions {
  public:
   struct Settings {
-    std::string file;  ///< empty: the objects live as long as the process
+    std::string file;  ///< empty: the objects are lost when the process ends
     DestinationRules rules;
-    std::size_t objects = 4096;
-    std::size_t bytes = 4U << 20;  ///< of all objects together, as they are kept
+    std::size_t objects = 4096;    ///< at most
+    std::size_t bytes = 4U << 20;  ///< of all objects together as they are stored, at most
   };
 
-  /// All three must outlive the object. `classes` are those of the interop namespace.
+  /// `broker`, `classes` and `exporter` must outlive the object. `nameSpace` is the interop
+  /// namespace, `classes` are its classes.
   Subscriptions(broker::Broker& broker, const broker::ClassRepository& classes,
                 IndicationExport& exporter, std::string nameSpace, Settings settings);
   ~Subscriptions();
   Subscriptions(const Subscriptions&) = delete;
   Subscriptions& operator=(const Subscriptions&) = delete;
 
-  /// Reads the file and makes its subscriptions. One that cannot be made, since its provider
-  /// refuses or is gone, is kept and logged. Called once, before the first operation.
+  /// Reads the file and subscribes for its subscriptions. One that the broker refuses, perhaps
+  /// because its provider is gone, is kept and logged. Called once, before the first operation.
   ///
   /// Fails: std::runtime_error when the file cannot be read.
   void restore();
 
-  /// The path of the new instance; `creator` is the client's address.
+  /// Returns the path of the new instance. `creator` is the client's address.
   broker::ObjectPath create(const broker::Instance& given, const std::string& creator);
-  /// Sets the given properties, or of these the listed ones. What uses the object follows at once.
+  /// Sets the given properties, or those of them that are listed. Subscriptions that use the object
+  /// change at once.
   void modify(const broker::Instance& given, const broker::PropertyList& properties);
   void remove(const broker::ObjectPath& path);
   broker::Instance get(const broker::ObjectPath& path) const;
   /// Instances of the class and its subclasses; of all classes for an empty name.
   std::vector<broker::Instance> enumerate(const std::string& className) const;
-  /// Whether the class is one of those that are kept here, or an ancestor of one.
+  /// Whether the class is a filter, handler or subscription class, or an ancestor of one.
   bool concerns(const std::string& className) const;
 
  private:
@@ -60,8 +62,8 @@ class Subscriptions {
     broker::Instance instance;
     std::string creator;
     std::size_t bytes = 0;
-    broker::SubscriptionId subscription = 0;
-    std::optional<Destination> destination;  // of a subscription
+    broker::SubscriptionId subscription = 0;  // 0: none with the broker
+    std::optional<Destination> destination;   // of a subscription
   };
   using Entries = std::vector<std::unique_ptr<Entry>>;
 
@@ -83,8 +85,8 @@ class Subscriptions {
   const std::string nameSpace_;
   const Settings settings_;
   const SubscriptionStore store_;
-  mutable std::mutex
-      mutex_;  // guards what follows; held while the broker subscribes, never in a handler
+  // Guards what follows. Held while the broker subscribes; indication handlers do not lock it.
+  mutable std::mutex mutex_;
   Entries entries_;
   std::size_t bytes_ = 0;
 };

@@ -35,7 +35,7 @@ gnutls_datum_t datumOf(const std::string& text) {
           static_cast<unsigned>(text.size())};
 }
 
-/// The certificates of a text, freed with the object.
+/// The certificates in a PEM text, freed with the object.
 class Certificates {
  public:
   explicit Certificates(const std::string& text, const std::string& path) {
@@ -119,7 +119,7 @@ struct Texts {
   std::string certificate, key, authority;
 };
 
-/// Reads the files and checks that they serve.
+/// Reads the files and checks that they can be used.
 Texts readTexts(const TlsCredentials::Files& files) {
   Texts texts{readFile(files.certificate), readFile(files.key), ""};
   const Certificates chain(texts.certificate, files.certificate);
@@ -135,7 +135,7 @@ Texts readTexts(const TlsCredentials::Files& files) {
 std::mutex currentMutex;         // guards `current` and the texts behind it
 const Texts* current = nullptr;  // of the credentials made last
 
-/// Gives the library copies of its own for one handshake.
+/// Gives the library copies for one handshake, which it frees.
 int choose(gnutls_session_t, const gnutls_cert_retr_st*, gnutls_pcert_st** chain, unsigned* count,
            gnutls_ocsp_data_st** ocsp, unsigned* ocspCount, gnutls_privkey_t* key,
            unsigned* flags) try {
@@ -160,7 +160,8 @@ int choose(gnutls_session_t, const gnutls_cert_retr_st*, gnutls_pcert_st** chain
   return -1;
 }
 
-/// The common name of the first certificate that a client showed, when the chain is good.
+/// The common name of the first certificate that a client showed; empty when the chain is not
+/// valid.
 std::string nameOf(gnutls_x509_trust_list_t trusted, const gnutls_datum_t* shown, unsigned count) {
   gnutls_x509_crt_t chain[kMaximumChain] = {};
   unsigned imported = 0;

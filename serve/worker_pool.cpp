@@ -6,7 +6,7 @@ namespace orv::serve {
 
 WorkerPool::WorkerPool(std::size_t threads) {
   threads_.reserve(threads);
-  try {  // in here: when a constructor's own handler runs, its members are gone
+  try {  // not a function-try-block: in the handler of one the members would be gone
     for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back(&WorkerPool::run, this);
   } catch (...) {
     stop();

@@ -11,25 +11,25 @@
 
 namespace orv::serve {
 
-/// A fixed number of threads for what may wait: a provider, a password's check. However many
-/// clients ask, no more than this many answers are made at a time.
+/// A fixed number of threads for work that may block: calls of a provider, password checks. It
+/// limits how many answers are made at a time, however many clients there are.
 class WorkerPool {
  public:
   using Clock = std::chrono::steady_clock;
   using Job = std::function<void()>;
 
-  /// Fails: std::system_error when the threads cannot be had.
+  /// Fails: std::system_error when the threads cannot be started.
   explicit WorkerPool(std::size_t threads);
-  /// Waits for the jobs that run; those that wait are dropped.
+  /// Waits for running jobs; those that are waiting are dropped.
   ~WorkerPool();
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
 
-  /// The job must not throw. Fails: std::bad_alloc.
+  /// Appends a job, which must not throw. Fails: std::bad_alloc.
   void add(Job job);
 
-  /// For how long the oldest job that nobody has begun has waited; zero when there is none. Grows
-  /// without bound when every worker hangs in a provider.
+  /// How long the first job in the queue has been waiting; zero when the queue is empty. Grows
+  /// without bound when every worker hangs.
   std::chrono::milliseconds longestWait() const;
 
  private:

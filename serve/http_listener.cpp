@@ -28,12 +28,13 @@ class HttpListener : public Listener {
     initialiseOnce();
     easy_ = curl_easy_init();
     multi_ = curl_multi_init();
-    headers_ = curl_slist_append(nullptr, "Content-Type: application/xml; charset=\"utf-8\"");
-    for (const char* header : {"CIMProtocolVersion: 1.0", "CIMExport: MethodRequest",
-                               "CIMExportMethod: ExportIndication", "Expect:"}) {
-      headers_ = curl_slist_append(headers_, header);
+    bool complete = true;
+    for (const char* header :
+         {"Content-Type: application/xml; charset=\"utf-8\"", "CIMProtocolVersion: 1.0",
+          "CIMExport: MethodRequest", "CIMExportMethod: ExportIndication", "Expect:"}) {
+      complete = addHeader(header) && complete;
     }
-    if (easy_ == nullptr || multi_ == nullptr || headers_ == nullptr) {
+    if (easy_ == nullptr || multi_ == nullptr || !complete) {
       release();
       throw std::runtime_error("no memory for a listener");
     }
@@ -60,6 +61,14 @@ class HttpListener : public Listener {
   }
 
  private:
+  /// False when there is no memory; the list is then unchanged.
+  bool addHeader(const char* header) {
+    curl_slist* longer = curl_slist_append(headers_, header);
+    if (longer == nullptr) return false;
+    headers_ = longer;
+    return true;
+  }
+
   template <typename T>
   void set(CURLoption option, T value) {
     curl_easy_setopt(easy_, option, value);

@@ -241,7 +241,10 @@ std::string HttpTransport::post(const std::string& method, const std::string& na
         std::string("Accept: application/xml, text/xml"), std::string("Expect:"),
         std::string("CIMProtocolVersion: 1.0"), std::string("CIMOperation: MethodCall"),
         "CIMMethod: " + method, "CIMObject: " + escaped(nameSpace)}) {
-    headers.reset(curl_slist_append(headers.release(), header.c_str()));
+    curl_slist* longer = curl_slist_append(headers.get(), header.c_str());
+    if (longer == nullptr) throw ConnectionError("no memory for a request");
+    static_cast<void>(headers.release());  // a part of `longer` now
+    headers.reset(longer);
   }
   const std::lock_guard<std::mutex> lock(impl_->mutex);
   impl_->perform(headers.get(), message);

@@ -7,7 +7,7 @@
 #include "broker/broker.h"
 #include "broker/class_source.h"
 
-/// Asking a host: this one through the embedded broker, or another over the network.
+/// Requests to a host: to this one through the embedded broker, or to another over the network.
 namespace orv::client {
 
 /// A class that a host serves.
@@ -17,39 +17,40 @@ struct ServedClass {
   bool countable = false;  ///< whether its instances can be enumerated
 };
 
-/// Which classes a host serves, or why it does not tell.
+/// The classes that a host serves, or the status and text of its refusal.
 struct ServedClasses {
   CMPIrc rc = CMPI_RC_OK;
   std::optional<std::string> message;
   std::vector<ServedClass> classes;  ///< in the host's order; empty after a failure
 };
 
-/// Somebody who answers CIM requests. Every member may be called from any thread.
+/// What answers CIM requests. Every member may be called from any thread.
 ///
-/// A CIM failure is an answer; that there is no answer at all is an exception of the
-/// implementation.
+/// A CIM error is a response. When there is no response at all, members throw an exception that the
+/// implementation documents.
 class CimClient {
  public:
   virtual ~CimClient() = default;
 
   virtual broker::Response request(const broker::Request& request) = 0;
 
-  /// Definitions of the namespace's classes. Valid as long as the client.
+  /// Definitions of the namespace's classes. Valid for as long as the client exists.
   virtual broker::ClassSource classes(const std::string& nameSpace) = 0;
 
   virtual ServedClasses servedClasses(const std::string& nameSpace) = 0;
 
-  /// The handler runs in another thread, one call at a time for a subscription, and never after
-  /// `unsubscribe` has returned.
+  /// Calls the handler with each indication, in another thread, one call at a time per
+  /// subscription, and never after `unsubscribe` has returned.
   virtual broker::SubscribeResult subscribe(const broker::IndicationFilter& filter,
                                             broker::IndicationHandler handler) = 0;
   virtual broker::Response unsubscribe(broker::SubscriptionId id) = 0;
 
-  /// Waits until the host's health has been looked at once, where this client is what started that.
+  /// Waits until the host's health has been read for the first time, if it was this client that
+  /// started the provider. Otherwise returns at once.
   virtual void waitForHealth(const std::string& /*nameSpace*/) {}
 };
 
-// The requests that commands make.
+// The two requests that most commands make.
 
 broker::Response enumerateInstanceNames(CimClient& client, const std::string& nameSpace,
                                         const std::string& className);

@@ -17,7 +17,7 @@ namespace {
 
 [[noreturn]] void fail(const std::string& what) { throw CredentialError(what); }
 
-/// Words of a .netrc file.
+/// The words of a .netrc file, in order.
 class Words {
  public:
   explicit Words(std::string_view text) : rest_(text) {}
@@ -33,7 +33,7 @@ class Words {
     if (!word) fail("line " + std::to_string(line_) + ": " + what + " is missing");
     return *word;
   }
-  /// Leaves out everything up to the next empty line: the text of a macro.
+  /// Skips the text of a macro, which ends with an empty line.
   void skipMacro() {
     const std::size_t end = rest_.find("\n\n");
     advance(end == std::string_view::npos ? rest_.size() : end + 2);
@@ -79,7 +79,7 @@ class Words {
 
 std::string errorText() { return std::strerror(errno); }
 
-/// The terminal of this process, which does not show what is typed while the object lives.
+/// The terminal of this process, with echo off for as long as the object exists.
 class SilentTerminal {
  public:
   SilentTerminal() : descriptor_(open("/dev/tty", O_RDWR | O_CLOEXEC)) {
@@ -156,7 +156,7 @@ std::string passwordFromFile(const std::string& path) {
   std::ifstream in(path);
   std::string line;
   if (!in) fail("password file " + path + " cannot be read: " + errorText());
-  if (!std::getline(in, line) || line.empty()) fail("password file " + path + " has no first line");
+  if (!std::getline(in, line) || line.empty()) fail("the first line of " + path + " is empty");
   if (line.back() == '\r') line.pop_back();
   return line;
 }
@@ -164,9 +164,9 @@ std::string passwordFromFile(const std::string& path) {
 std::string passwordFromTerminal(const std::string& prompt) {
   const SilentTerminal terminal;
   if (!terminal.isThere()) {
-    fail("there is no terminal to ask for the password; use ~/.netrc or --password-file");
+    fail("there is no terminal at which to ask for the password; use ~/.netrc or --password-file");
   }
-  if (!terminal.write(prompt)) fail("the terminal cannot be written: " + errorText());
+  if (!terminal.write(prompt)) fail("the terminal cannot be written to: " + errorText());
   std::optional<std::string> line = terminal.readLine();
   if (!line) fail("no password was given");
   return *line;

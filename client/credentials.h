@@ -17,23 +17,23 @@ struct Login {
   std::string password;
 };
 
-/// No password can be had. The text is for the user.
+/// No password could be obtained. The text is for the user.
 class CredentialError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
 /// The logins of a .netrc file: "machine NAME login USER password WORD", and "default" for every
-/// other machine; words may stand in double quotes, lines that begin with # and macros are passed
-/// over.
+/// other machine. Words may be enclosed in double quotes. Comments, from a # at the start of a word
+/// to the end of its line, and macros are skipped.
 class Netrc {
  public:
   Netrc() = default;
   /// Fails: CredentialError with the line.
   explicit Netrc(std::string_view text);
 
-  /// The first entry for the machine that has a password and, where a user is wanted, that user.
-  /// Absent when there is none.
+  /// The first entry for the machine that has a password and, unless `user` is empty, names that
+  /// user or none. Absent when there is none.
   std::optional<Login> find(const std::string& machine, const std::string& user) const;
 
  private:
@@ -45,33 +45,33 @@ class Netrc {
   std::vector<Entry> entries_;
 };
 
-/// The first line of a file. Fails: CredentialError.
+/// The first line of a file. Fails: CredentialError, also when that line is empty.
 std::string passwordFromFile(const std::string& path);
 
-/// Asks at the terminal of this process, without showing what is typed.
+/// Asks at the terminal of this process without showing what is typed.
 ///
-/// Fails: CredentialError without a terminal or without an answer.
+/// Fails: CredentialError when there is no terminal or no answer.
 std::string passwordFromTerminal(const std::string& prompt);
 
-/// Where the passwords of one run come from.
+/// Finds the passwords for the servers of one run.
 class Credentials {
  public:
   using Prompt = std::function<std::string(const std::string& prompt)>;
 
   struct Settings {
     std::string passwordFile;  ///< empty: none
-    std::string netrcFile;     ///< one that is not there is as an empty one
+    std::string netrcFile;     ///< empty: none; one that cannot be opened counts as empty
     Prompt prompt = passwordFromTerminal;
   };
 
-  /// Fails: CredentialError.
+  /// Reads both files. Fails: CredentialError.
   explicit Credentials(Settings settings);
 
-  /// The login for a server: for the URL's user the password of the password file, or else of the
-  /// .netrc file, or else what is typed, once for a user; without a user in the URL what the .netrc
-  /// file has for the host. Absent: the server is asked without one.
+  /// The login for a server. For a user in the URL: the password of the password file, else that of
+  /// the .netrc file, else the one typed at the prompt, which is asked for once per user. Without a
+  /// user in the URL: what the .netrc file has for the host. Absent: requests go without a login.
   ///
-  /// Fails: CredentialError.
+  /// Fails: CredentialError, also for a password file when the URL has no user.
   std::optional<Login> of(const ServerUrl& url);
 
  private:

@@ -21,11 +21,11 @@ void initialiseOnce() {
   std::call_once(done, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
 }
 
-/// What is wrong when a status says so.
+/// What an HTTP status says about the server, as the rest of a sentence that begins with its name.
 std::string statusText(long status, const std::string& user) {
   switch (status) {
     case 400:
-      return "does not take the request as CIM-XML";
+      return "does not accept the request as CIM-XML";
     case 401:
       return user.empty() ? "asks for a name and a password: put the user into the URL, as in "
                             "https://user@host"
@@ -33,11 +33,11 @@ std::string statusText(long status, const std::string& user) {
     case 403:
       return "refuses access";
     case 404:
-      return "has nothing there: is it a CIM server?";
+      return "has nothing at that path: is it a CIM server?";
     case 413:
-      return "does not take a request of that size";
+      return "does not accept a request of that size";
     case 421:
-      return "does not serve under that name";
+      return "does not answer to that host name";
     case 429:
       return "refuses more attempts after wrong passwords; wait half a minute";
     case 503:
@@ -47,7 +47,7 @@ std::string statusText(long status, const std::string& user) {
   }
 }
 
-/// Escaped, as a header has it.
+/// The text in URL escapes, as the CIMObject header wants it.
 std::string escaped(const std::string& text) {
   char* result = curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size()));
   std::string copy = result == nullptr ? "" : result;
@@ -142,7 +142,7 @@ struct HttpTransport::Impl {
 
   std::string where() const { return settings.url.name(); }
 
-  /// The limit that was reached: of the whole request, or of its connection.
+  /// The time limit that was reached: that of the whole request or that of connecting.
   std::chrono::milliseconds timePassed() const {
     curl_off_t microseconds = 0;
     curl_easy_getinfo(easy, CURLINFO_TOTAL_TIME_T, &microseconds);
@@ -159,7 +159,7 @@ struct HttpTransport::Impl {
         systemError != 0 ? std::strerror(static_cast<int>(systemError)) : detail;
     switch (code) {
       case CURLE_COULDNT_RESOLVE_HOST:
-        throw ConnectionError("no host is known by the name " + host);
+        throw ConnectionError("the host name " + host + " is not known");
       case CURLE_COULDNT_CONNECT:
         throw ConnectionError("cannot connect to " + where() + ": " + reason);
       case CURLE_OPERATION_TIMEDOUT:
@@ -170,13 +170,13 @@ struct HttpTransport::Impl {
       case CURLE_SSL_CACERT_BADFILE:
         throw ConnectionError("--ca " + settings.authorities + " cannot be used: " + detail);
       case CURLE_SSL_CONNECT_ERROR:
-        throw ConnectionError("no TLS with " + where() + ": " + detail);
+        throw ConnectionError("cannot set up TLS with " + where() + ": " + detail);
       case CURLE_ABORTED_BY_CALLBACK:
         throw ConnectionError("interrupted");
       case CURLE_WRITE_ERROR:
         throw ConnectionError(tooLarge ? "the answer of " + where() + " is larger than " +
                                              std::to_string(settings.answerBytes >> 20) + " MiB"
-                                       : "the answer of " + where() + " cannot be kept");
+                                       : "the answer of " + where() + " needs too much memory");
       default:
         throw ConnectionError("no answer from " + where() + ": " + detail);
     }

@@ -13,7 +13,7 @@
 
 namespace orv::client {
 
-/// A server gave no CIM answer. The text names the server and says why, for the user.
+/// A server gave no CIM answer. The text is for the user: which server, and why.
 class ConnectionError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -22,31 +22,32 @@ class ConnectionError : public std::runtime_error {
 struct TransportSettings {
   ServerUrl url;
   std::optional<Login> login;
-  std::string authorities;  ///< PEM file of who may vouch for servers; empty: the system's
-  bool insecure = false;    ///< take any certificate
-  std::chrono::milliseconds timeout{60'000};  ///< of one request, from connection to last byte
-  std::size_t answerBytes = 64U << 20;
-  /// Asked while a request waits, by its thread: true ends it. Empty: never.
+  std::string authorities;  ///< PEM file, the authorities of servers; empty: the system's
+  bool insecure = false;    ///< accept any certificate
+  std::chrono::milliseconds timeout{60'000};  ///< for one request, from connecting to the last byte
+  std::size_t answerBytes = 64U << 20;        ///< of an answer's body, at most
+  /// Called from time to time in the thread of a request that waits: true cancels the request.
+  /// Empty: it cannot be cancelled.
   std::function<bool()> cancelled;
 };
 
-/// Posts CIM-XML messages over one connection, which is kept between requests. Uses no proxy and
+/// Posts CIM-XML messages over one connection, which stays open between requests. Uses no proxy and
 /// follows no redirection. Any thread may post; one request is under way at a time.
 class HttpTransport {
  public:
-  /// Fails: ConnectionError when the library cannot be had.
+  /// Fails: ConnectionError when there is not enough memory.
   explicit HttpTransport(TransportSettings settings);
   ~HttpTransport();
   HttpTransport(const HttpTransport&) = delete;
   HttpTransport& operator=(const HttpTransport&) = delete;
 
-  /// The body of the answer. `method` and `nameSpace` are told in headers.
+  /// Returns the body of the answer. `method` and `nameSpace` are sent as headers.
   ///
-  /// Fails: ConnectionError for everything but HTTP 200 with XML.
+  /// Fails: ConnectionError for every answer other than HTTP 200 with XML, and for none.
   std::string post(const std::string& method, const std::string& nameSpace,
                    const std::string& message);
 
-  /// The address of this host from which the server was reached last; empty before.
+  /// The address of this host on the last connection to the server; empty before the first.
   std::string localAddress() const;
 
  private:

@@ -18,11 +18,11 @@
 namespace orv::client {
 namespace {
 
-/// 128 bits that nobody guesses, in hexadecimal digits.
+/// 128 random bits as hexadecimal digits.
 std::string secret() {
   unsigned char bytes[16];
   if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) {
-    throw ConnectionError("no random numbers can be had");
+    throw ConnectionError("the system gives no random numbers");
   }
   constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
@@ -33,7 +33,7 @@ std::string secret() {
   return text;
 }
 
-/// An address to bind; false when the text is not one.
+/// Sets the address to bind; false when the text is not one.
 bool readAddress(const std::string& text, int port, sockaddr_storage& address) {
   auto* const v4 = reinterpret_cast<sockaddr_in*>(&address);
   auto* const v6 = reinterpret_cast<sockaddr_in6*>(&address);
@@ -48,7 +48,7 @@ bool readAddress(const std::string& text, int port, sockaddr_storage& address) {
   return true;
 }
 
-/// One request on its way.
+/// The body of one request while it arrives.
 struct Exchange {
   std::string body;
   bool tooLarge = false;
@@ -82,7 +82,7 @@ struct IndicationListener::Impl {
     *context = nullptr;
   }
 
-  /// What the library has to say is about broken connections.
+  /// The library's messages are about broken connections.
   static void passOver(void*, const char*, va_list) {}
 
   void take(Exchange& exchange, std::string_view data) const {
@@ -110,7 +110,7 @@ struct IndicationListener::Impl {
     return queued;
   }
 
-  /// The HTTP status.
+  /// Returns the HTTP status and, with 200, sets the response.
   unsigned deliver(const std::string& path, const std::string& body, std::string& response) try {
     const std::lock_guard<std::mutex> lock(mutex);
     const auto handler = handlers.find(path);

@@ -8,18 +8,18 @@
 
 namespace orv::client {
 
-/// Takes the indications that servers send: CIM-XML export messages over HTTP, at an address of
-/// this host. Each handler has a path of its own that cannot be guessed; what comes to another path
-/// is refused.
+/// Receives the indications that servers send to an address of this host: CIM-XML export messages
+/// over HTTP. Each handler has a path of its own that cannot be guessed; messages for any other
+/// path are refused.
 class IndicationListener {
  public:
   struct Limits {
-    std::size_t messageBytes = 1024U * 1024;
-    unsigned connections = 64;
-    unsigned idleSeconds = 30;
+    std::size_t messageBytes = 1024U * 1024;  ///< of one message
+    unsigned connections = 64;                ///< at a time
+    unsigned idleSeconds = 30;                ///< after which a silent connection is closed
   };
 
-  /// Listens at the address, an IPv4 or IPv6 one; port 0 takes a free one.
+  /// Listens at an IPv4 or IPv6 address; port 0 takes a free one.
   ///
   /// Fails: ConnectionError.
   IndicationListener(const std::string& address, int port)
@@ -30,11 +30,14 @@ class IndicationListener {
   IndicationListener(const IndicationListener&) = delete;
   IndicationListener& operator=(const IndicationListener&) = delete;
 
-  /// The URL to which the indications for this handler are sent. The handler runs in the listener's
-  /// thread, before the sender is told that the indication was taken; an exception that leaves it
-  /// is told to the sender as a failure. The path of the indication has the class name only.
+  /// Returns the URL at which the handler receives indications. The handler runs in the listener's
+  /// thread, before the sender gets its answer; when it throws, the sender gets HTTP status 500.
+  /// The indication's path has only a class name.
+  ///
+  /// Fails: ConnectionError when there are no random numbers.
   std::string add(broker::IndicationHandler handler);
-  /// The handler of that URL does not run afterwards. Not to be called by a handler.
+  /// After this, the handler of that URL does not run. A handler must not call it: it would wait
+  /// for itself.
   void remove(const std::string& url);
 
  private:

@@ -11,11 +11,11 @@
 
 namespace orv::client {
 
-/// The classes of a server's namespace, each asked for when it is first needed and kept. Any thread
-/// may look.
+/// The classes of a server's namespace, each requested when it is first needed and then kept.
+/// Thread-safe; definitions stay valid for as long as the object exists.
 class RemoteClasses {
  public:
-  /// Asks the server; absent for a class that it does not have.
+  /// Gets a class from the server; absent when the server does not have it.
   using Ask = std::function<std::optional<broker::ClassDefinition>(const std::string& name)>;
 
   explicit RemoteClasses(Ask ask) : ask_(std::move(ask)) {}
@@ -27,7 +27,7 @@ class RemoteClasses {
   using Known = std::map<std::string, std::optional<broker::ClassDefinition>, broker::NameLess>;
 
   const Ask ask_;
-  std::mutex mutex_;  // guards known_; held while the server is asked
+  std::mutex mutex_;  // guards known_; held during requests to the server
   Known known_;
 };
 

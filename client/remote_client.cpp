@@ -21,7 +21,7 @@ using broker::Value;
 using cimxml::Call;
 using cimxml::Reply;
 
-/// How an operation is asked for over the network.
+/// How an operation is written in CIM-XML.
 struct Method {
   Operation operation;
   const char* name;
@@ -66,7 +66,7 @@ void setObject(Call& call, const Method& method, const Request& request) {
   }
 }
 
-/// LocalOnly TRUE is the default of older standards; it must be said that everything is wanted.
+/// Asks for all properties: in older versions of the standard LocalOnly is TRUE by default.
 void setFlags(Call& call, Operation operation) {
   if (operation == Operation::kEnumerateInstances) setText(call, "DeepInheritance", "TRUE");
   if (operation == Operation::kEnumerateInstances || operation == Operation::kGetInstance) {
@@ -98,7 +98,7 @@ Call callOf(const Method& method, const Request& request) {
   return call;
 }
 
-/// A path as the host itself tells it.
+/// The path as the host itself writes it.
 void makeLocal(ObjectPath& path, const std::string& nameSpace) {
   path.host.clear();
   if (path.nameSpace.empty()) path.nameSpace = nameSpace;
@@ -133,7 +133,7 @@ std::string hostName() {
   return name;
 }
 
-/// A filter or a handler of ours, with its keys as properties too.
+/// A filter or a handler, with its keys as properties too.
 Instance indicationObject(const std::string& nameSpace, const char* className,
                           const std::string& name) {
   Instance instance;
@@ -175,7 +175,7 @@ RemoteClient::~RemoteClient() {
   for (auto& [id, subscription] : subscriptions_) {
     try {
       remove(subscription);
-    } catch (const std::exception&) {  // the server is gone, and nobody is left to be told
+    } catch (const std::exception&) {  // there is nobody to report it to
     }
   }
 }
@@ -195,7 +195,7 @@ Reply RemoteClient::call(Call call) {
   }
 }
 
-/// An instance that comes alone is named by its class's keys, or else as it was asked for.
+/// Gives an instance without a path the keys that its class has, or else those of the request.
 void RemoteClient::completePath(const Request& request, Instance& instance) {
   const auto* definition = classes(request.path.nameSpace).find(instance.path.className);
   for (const std::string& name : keyNames(definition)) {
@@ -208,10 +208,10 @@ void RemoteClient::completePath(const Request& request, Instance& instance) {
 
 Response RemoteClient::request(const Request& request) {
   const Method* method = methodOf(request.operation);
-  if (method == nullptr) return {CMPI_RC_ERR_NOT_SUPPORTED, "not asked of other hosts", {}, {}};
+  if (method == nullptr) return {CMPI_RC_ERR_NOT_SUPPORTED, "not available remotely", {}, {}};
   Call wanted = callOf(*method, request);
   const bool isGet = request.operation == Operation::kGetInstance;
-  if (isGet && request.properties) {  // the keys name the instance
+  if (isGet && request.properties) {  // with the keys, which the instance's path is made of
     auto& list = *wanted.parameters["PropertyList"].list;
     const auto* definition = classes(request.path.nameSpace).find(request.path.className);
     for (const std::string& name : keyNames(definition)) list.push_back(name);
@@ -287,8 +287,8 @@ IndicationListener& RemoteClient::listener() {
   return *listener_;
 }
 
-/// Creates an object on the server. It is noted in the subscription before: where no answer comes,
-/// it may have been made all the same.
+/// Creates an object on the server. The subscription records it beforehand, because an object may
+/// have been created even if no answer comes.
 Response RemoteClient::create(Instance instance, Subscription& subscription) {
   Request request;
   request.operation = Operation::kCreateInstance;
@@ -300,8 +300,8 @@ Response RemoteClient::create(Instance instance, Subscription& subscription) {
   return response;
 }
 
-/// Deletes what there is of a subscription, the latest object first. The first failure is told, and
-/// the rest is tried all the same.
+/// Deletes the objects of a subscription, the latest first. Goes on after a failure and reports the
+/// first one.
 Response RemoteClient::remove(Subscription& subscription) {
   Response first;
   std::exception_ptr broken;
@@ -350,7 +350,7 @@ broker::SubscribeResult RemoteClient::subscribe(const broker::IndicationFilter& 
   } catch (const ConnectionError&) {
     try {
       remove(made);
-    } catch (const ConnectionError&) {  // the first failure is the one to tell
+    } catch (const ConnectionError&) {  // the first failure is the one to report
     }
     throw;
   }

@@ -17,27 +17,28 @@ namespace orv::client {
 
 struct RemoteSettings {
   TransportSettings transport;
-  std::string interopNamespace = "root/interop";  ///< where subscriptions are made
-  /// Where indications are taken; empty: at the address from which the server is reached.
+  std::string interopNamespace = "root/interop";  ///< where subscriptions are created
+  /// Where indications are received; empty: at this host's address on the connection to the server.
   std::string listenAddress;
   int listenPort = 0;  ///< 0: a free one
 };
 
-/// A host that a CIM-XML server answers for. Where there is no CIM answer, operations throw
+/// A host that is managed through a CIM-XML server. When there is no CIM answer, members throw
 /// ConnectionError.
 class RemoteClient : public CimClient {
  public:
   explicit RemoteClient(RemoteSettings settings);
-  /// Ends the subscriptions that are left, as far as the server can be reached.
+  /// Deletes the remaining subscriptions if the server can be reached.
   ~RemoteClient() override;
 
-  /// Paths of the answer have no host: it is the one that was asked.
+  /// Paths in the answer have no host: it is this server's.
   broker::Response request(const broker::Request& request) override;
   broker::ClassSource classes(const std::string& nameSpace) override;
-  /// The concrete classes that are not of the CIM schema (CIM_), or, in a namespace without any,
-  /// all concrete classes: a server does not tell which ones have providers.
+  /// The concrete classes outside the CIM schema (CIM_), or all concrete classes where a namespace
+  /// has only that: a server does not say which classes have providers.
   ServedClasses servedClasses(const std::string& nameSpace) override;
-  /// Makes a filter, a handler and a subscription on the server.
+  /// Creates a filter, a handler and a subscription on the server. If one fails, deletes the
+  /// others.
   broker::SubscribeResult subscribe(const broker::IndicationFilter& filter,
                                     broker::IndicationHandler handler) override;
   broker::Response unsubscribe(broker::SubscriptionId id) override;
@@ -46,7 +47,7 @@ class RemoteClient : public CimClient {
 
  private:
   struct Subscription {
-    std::vector<broker::ObjectPath> objects;  // in the order in which they were made
+    std::vector<broker::ObjectPath> objects;  // in the order in which they were created
     std::string url;                          // of the handler
   };
 
@@ -59,7 +60,7 @@ class RemoteClient : public CimClient {
 
   const RemoteSettings settings_;
   HttpTransport transport_;
-  std::mutex mutex_;  // guards what follows; never held while the server is asked
+  std::mutex mutex_;  // guards what follows; not held during requests to the server
   std::map<std::string, std::unique_ptr<RemoteClasses>, broker::NameLess> classes_;
   std::map<broker::SubscriptionId, Subscription> subscriptions_;
   broker::SubscriptionId lastSubscription_ = 0;

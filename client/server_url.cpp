@@ -14,7 +14,7 @@ using Url = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 
 [[noreturn]] void refuse(const std::string& what) { throw std::invalid_argument(what); }
 
-/// Empty for a part that is not there.
+/// A part of the URL; empty when it is absent.
 std::string part(CURLU* url, CURLUPart which, unsigned flags = 0) {
   char* text = nullptr;
   if (curl_url_get(url, which, &text, flags) != CURLUE_OK) return "";
@@ -23,7 +23,7 @@ std::string part(CURLU* url, CURLUPart which, unsigned flags = 0) {
   return result;
 }
 
-/// What may be repeated of a text that could hold a password.
+/// The text for a message, without what could be a password.
 std::string withoutLogin(const std::string& text) {
   const std::size_t at = text.rfind('@');
   if (at == std::string::npos) return text;
@@ -62,7 +62,7 @@ ServerUrl parseServerUrl(const std::string& text) {
   if (curl_url_get(url, CURLUPART_PASSWORD, &password, 0) == CURLUE_OK) {
     curl_free(password);
     refuse("the URL for " + part(url, CURLUPART_HOST) +
-           " has a password in it, where others see it; leave it out and use ~/.netrc, "
+           " has a password in it, where others can see it; leave it out and use ~/.netrc, "
            "--password-file or the prompt");
   }
   if (!part(url, CURLUPART_QUERY).empty() || !part(url, CURLUPART_FRAGMENT).empty()) {

@@ -211,10 +211,10 @@ TEST(RemoteClient, TellsWhyThereIsNoConnection) {
               HasSubstr("cannot connect to http://127.0.0.1:" + std::to_string(port) +
                         ": Connection refused"));
   EXPECT_THAT(failure(settingsFor("http://no-such-host.invalid")),
-              HasSubstr("no host is known by the name no-such-host.invalid"));
+              HasSubstr("the host name no-such-host.invalid is not known"));
   const ScriptedServer plain([](const std::string&) { return "no TLS here"; });
   EXPECT_THAT(failure(settingsFor("https://127.0.0.1:" + std::to_string(plain.port()))),
-              HasSubstr("no TLS with https://127.0.0.1:"));
+              HasSubstr("cannot set up TLS with https://127.0.0.1:"));
 }
 
 /// A port at which connections are made by the system and nobody answers.

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-/// CIM names are compared without regard to the case of ASCII letters, whatever the locale of the
-/// process says about case: the functions of the C library follow it.
+/// CIM names are compared without regard to the case of ASCII letters. The C library's functions
+/// are not used, because they follow the locale of the process.
 
 constexpr char lowerAscii(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;

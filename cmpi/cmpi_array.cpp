@@ -10,7 +10,8 @@ CmpiArray::CmpiArray(CMPICount size, CMPIType type) {
   CMPIStatus status{CMPI_RC_OK, nullptr};
   enc_ = broker->eft->newArray(broker, size, type, &status);
   throwUnlessOk(status);
-  if (type != CMPI_chars) type_ = type;  // that one an object manager turns into string
+  // An object manager may turn an array of chars into one of strings.
+  if (type != CMPI_chars) type_ = type;
 }
 
 CMPICount CmpiArray::size() const {

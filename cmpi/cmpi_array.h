@@ -5,11 +5,12 @@
 
 class CmpiArrayIdx;
 
-/// Array of one element type. Elements start out null, and one never assigned stays null.
+/// Array whose elements have one type. Every element is null until it is assigned. Copies share the
+/// array.
 class CmpiArray : public CmpiObject {
  public:
   CmpiArray() = default;
-  /// `type` is that of an element.
+  /// `type` is the type of an element.
   ///
   /// Fails: CmpiStatus of the broker.
   CmpiArray(CMPICount size, CMPIType type);
@@ -25,7 +26,7 @@ class CmpiArray : public CmpiObject {
   CmpiArrayIdx operator[](CMPICount index) const;
 
  private:
-  CMPIType type_ = CMPI_null;  // of an element, where this handle has made the array
+  CMPIType type_ = CMPI_null;  // of an element; CMPI_null in a handle that did not make the array
 };
 
 /// One position of an array, to read or to assign.

@@ -3,7 +3,7 @@
 #include "cmpi/cmpi_base_mi.h"
 #include "cmpi/cmpi_result.h"
 
-/// Association provider. Every operation answers CMPI_RC_ERR_NOT_SUPPORTED unless it is replaced.
+/// Association provider. Every operation answers CMPI_RC_ERR_NOT_SUPPORTED unless it is overridden.
 ///
 /// Class and role filters are null or empty when the client gave none; `properties` is a
 /// null-terminated list, or null for all.
@@ -28,6 +28,6 @@ class CmpiAssociationMI : public virtual CmpiBaseMI {
                                     const CmpiObjectPath& path, const char* resultClass,
                                     const char* role);
 
-  /// The function table for a factory, its dispatch entries complete.
+  /// The function table for a factory, with every slot filled.
   static CMPIAssociationMIFT functionTable(const char* miName);
 };

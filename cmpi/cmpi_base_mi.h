@@ -6,7 +6,7 @@
 #include "cmpi/cmpi_provider_base.h"
 #include "cmpi/cmpi_status.h"
 
-/// What every provider is: the virtual base of the management-interface classes.
+/// The part that every provider has: virtual base of the management-interface classes.
 ///
 /// Provider objects are never deleted by the binding: the object manager keeps management-interface
 /// records that point at them, and this library stays loaded.
@@ -20,20 +20,19 @@ class CmpiBaseMI {
   /// Called once, by the first factory call of the provider's name. Default: OK.
   virtual CmpiStatus initialize(const CmpiContext& context);
 
-  /// The object manager asks whether it may unload (`terminating` false) or says that it ends. The
-  /// status is the answer. Default: OK.
+  /// The object manager asks whether it may unload (`terminating` false) or announces its end. The
+  /// returned status is the answer. Default: OK.
   virtual CmpiStatus cleanup(const CmpiContext& context, bool terminating);
 
-  /// A provider that answers false stays: an OK to a cleanup that is not terminating becomes
-  /// CMPI_RC_NEVER_UNLOAD.
+  /// A provider that returns false is never unloaded: an OK to a cleanup that is not terminating
+  /// becomes CMPI_RC_NEVER_UNLOAD.
   virtual bool isUnloadable() const;
 
   /// Stores the base and makes this provider's broker the process-wide one.
   void setProviderBase(CmpiProviderBase* base);
   CmpiProviderBase* getProviderBase() const { return base_; }
 
-  /// Dispatch entry, the same for every kind of management interface; `mi` is the MI record's
-  /// handle.
+  /// The cleanup slot of every kind of management interface; `mi` is the handle of the MI record.
   static CMPIStatus driveBaseCleanup(void* mi, const CMPIContext* context, CMPIBoolean terminating);
 
  private:

@@ -2,8 +2,8 @@
 
 #include "cmpi/cmpi_object.h"
 
-/// Circumstances of a request: it dies with the request, whoever keeps a handle. One that
-/// CmpiBroker::prepareAttachThread made lives on.
+/// The context of a request. It ends with the request, even where a handle to it is kept. One that
+/// CmpiBroker::prepareAttachThread made lives until it is released.
 class CmpiContext : public CmpiObject {
  public:
   explicit CmpiContext(const CMPIContext* enc) : CmpiObject(enc) {}
@@ -11,8 +11,9 @@ class CmpiContext : public CmpiObject {
   CMPIContext* getEnc() const { return static_cast<CMPIContext*>(enc_); }
 };
 
-/// Owns a context that CmpiBroker::prepareAttachThread made: releases it at its own end, on
-/// whatever thread. Not for a context of a request, which belongs to the object manager.
+/// Owns a context that CmpiBroker::prepareAttachThread made, and releases it in its destructor,
+/// which may run on any thread. Not for a context of a request, which belongs to the object
+/// manager.
 class CmpiPreparedContext : public CmpiContext {
  public:
   explicit CmpiPreparedContext(const CmpiContext& prepared) : CmpiContext(prepared) {}

@@ -14,8 +14,8 @@ class CmpiString;
 /// One typed value on its way to or from the broker. Owns nothing.
 ///
 /// Conversions are strict: a value of any other type throws CmpiStatus with
-/// CMPI_RC_ERR_TYPE_MISMATCH (13). The state is not looked at: a null value of the right type
-/// converts to a null object or to 0, so ask isNullValue first.
+/// CMPI_RC_ERR_TYPE_MISMATCH (13). A null value of the right type is not an error: it converts to a
+/// null object or to 0, so ask isNullValue first.
 class CmpiData {
  public:
   CmpiData();
@@ -38,7 +38,7 @@ class CmpiData {
   CmpiData(const CmpiArray& value);      // NOLINT(google-explicit-constructor)
   CmpiData(const CmpiObjectPath& path);  // NOLINT(google-explicit-constructor)
   CmpiData(const CmpiInstance& value);   // NOLINT: an embedded instance
-  /// A C++ bool would be taken for a number: use CmpiBooleanData.
+  /// A C++ bool would be converted to a number: use CmpiBooleanData.
   CmpiData(bool) = delete;
 
   CMPIType getType() const { return data_.type; }
@@ -66,7 +66,7 @@ class CmpiData {
   /// The value as the C interface wants it: the text itself for chars, null for a null value.
   const CMPIValue* passedValue() const;
 
-  /// What a read of something absent gives.
+  /// The result of reading something that does not exist: no type, null, in the not-found state.
   static CmpiData notFound();
 
  protected:
@@ -76,10 +76,11 @@ class CmpiData {
   CMPIData data_;
 };
 
+/// A value of type boolean.
 class CmpiBooleanData : public CmpiData {
  public:
   explicit CmpiBooleanData(bool value);
 };
 
-/// Decimal digits of a value of an integer type, char16 among them; absent for any other type.
+/// The decimal digits of an integer, char16 included; absent for a value of any other type.
 std::optional<std::string> integerText(const CmpiData& data);

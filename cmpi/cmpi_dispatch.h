@@ -16,12 +16,12 @@ inline CMPIStatus failedWith(const char* text) noexcept {
 }
 
 /// The one place where C++ meets the object manager's C frames: runs an operation of the provider
-/// behind an MI record and turns whatever leaves it into a status. An exception that unwinds into a
-/// C broker ends its process.
+/// behind an MI record, and turns whatever is thrown into a status. An exception that unwinds into
+/// a C broker ends the process.
 ///
-/// A provider that lacks the interface answers CMPI_RC_ERR_NOT_SUPPORTED. The cast also finds an
-/// interface that is a private base: a down-cast from the virtual base looks only at the path from
-/// the interface to it.
+/// A provider without the interface answers CMPI_RC_ERR_NOT_SUPPORTED. An interface that the
+/// provider derives from privately is found too: the cast from the virtual base asks only whether
+/// the interface itself derives from it publicly.
 template <typename MI, typename Operation>
 CMPIStatus dispatch(void* handle, Operation&& operation) noexcept {
   try {
@@ -37,7 +37,7 @@ CMPIStatus dispatch(void* handle, Operation&& operation) noexcept {
   }
 }
 
-/// What an operation of a provider gets for an argument of the C interface.
+/// The argument that an operation of a provider gets for one of the C interface.
 struct ReceivedResult {
   CmpiResult result;
   operator CmpiResult&() { return result; }  // NOLINT(google-explicit-constructor)

@@ -4,7 +4,7 @@
 #include "cmpi/cmpi_object_path.h"
 #include "cmpi/cmpi_select_exp.h"
 
-/// Indication provider. Every operation answers CMPI_RC_ERR_NOT_SUPPORTED unless it is replaced.
+/// Indication provider. Every operation answers CMPI_RC_ERR_NOT_SUPPORTED unless it is overridden.
 class CmpiIndicationMI : public virtual CmpiBaseMI {
  public:
   CmpiIndicationMI(const CmpiBroker& mbp, const CmpiContext& context);
@@ -25,6 +25,6 @@ class CmpiIndicationMI : public virtual CmpiBaseMI {
   virtual CmpiStatus enableIndications();
   virtual CmpiStatus disableIndications();
 
-  /// The function table for a factory, its dispatch entries complete.
+  /// The function table for a factory, with every slot filled.
   static CMPIIndicationMIFT functionTable(const char* miName);
 };

@@ -9,25 +9,29 @@
 /// Every operation throws the broker's CmpiStatus unless it says otherwise.
 class CmpiInstance : public CmpiObject {
  public:
-  /// On the path's namespace, class and keys.
+  /// A new instance with the path's namespace, class and keys.
   explicit CmpiInstance(const CmpiObjectPath& path);
   explicit CmpiInstance(const CMPIInstance* enc) : CmpiObject(enc) {}
 
   CMPIInstance* getEnc() const { return static_cast<CMPIInstance*>(enc_); }
 
   CMPICount getPropertyCount() const;
-  /// A missing property is data in the not-found state, no failure. A failure without a text gets
-  /// the name as text.
+  /// A missing property is data in the not-found state, not a failure. A failure that comes without
+  /// a text is thrown with `name` as its text.
   CmpiData getProperty(const char* name) const;
+  /// The property at `index`, in the broker's order. Its name is stored in `name` unless that is
+  /// null.
   CmpiData getProperty(CMPICount index, CmpiString* name = nullptr) const;
   /// Fails also: CmpiReferenceError for a reference that cannot be carried.
   void setProperty(const char* name, const CmpiData& value);
   void setProperty(const char* name, const CmpiObjectPath& path);
 
-  /// Keeps the listed properties and the keys only, now and later; a null list keeps all.
+  /// From now on the instance holds only the listed properties and its keys: others that are set
+  /// already, or are set later, are dropped. A null list keeps everything; null for `keys` names no
+  /// keys.
   void setPropertyFilter(const char** properties, const char** keys = nullptr);
 
-  /// A fresh path with the keys that the class declares.
+  /// A new path with the keys that the class declares.
   CmpiObjectPath getObjectPath() const;
 
  private:

@@ -43,7 +43,7 @@ CmpiStatus CmpiInstanceMI::execQuery(const CmpiContext&, CmpiResult&, const Cmpi
 
 namespace {
 
-// The C interface names the language last, the operation first.
+// The C interface passes the language last; the operation takes it before the query.
 CMPIStatus driveExecQuery(CMPIInstanceMI* mi, const CMPIContext* context, const CMPIResult* rslt,
                           const CMPIObjectPath* path, const char* query, const char* language) {
   return drive<CmpiInstanceMI, &CmpiInstanceMI::execQuery>(mi, context, rslt, path, language,

@@ -3,7 +3,7 @@
 #include "cmpi/cmpi_base_mi.h"
 #include "cmpi/cmpi_result.h"
 
-/// Instance provider. Every operation answers CMPI_RC_ERR_NOT_SUPPORTED unless it is replaced.
+/// Instance provider. Every operation answers CMPI_RC_ERR_NOT_SUPPORTED unless it is overridden.
 ///
 /// `properties` is a null-terminated list, or null for all.
 class CmpiInstanceMI : public virtual CmpiBaseMI {
@@ -27,6 +27,6 @@ class CmpiInstanceMI : public virtual CmpiBaseMI {
   virtual CmpiStatus execQuery(const CmpiContext& context, CmpiResult& result,
                                const CmpiObjectPath& path, const char* language, const char* query);
 
-  /// The function table for a factory, its dispatch entries complete.
+  /// The function table for a factory, with every slot filled.
   static CMPIInstanceMIFT functionTable(const char* miName);
 };

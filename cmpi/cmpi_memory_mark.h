@@ -3,9 +3,9 @@
 #include "cmpi/abi/cmpi_tables.h"
 #include "cmpi/cmpi_broker.h"
 
-/// While it lives, what the calling thread makes through the broker is remembered, and freed when
-/// it ends. Objects, texts of statuses included, must not be used past it. Does nothing where the
-/// broker has no such service.
+/// Frees at its end what the calling thread has made through the broker during its life. None of
+/// these objects, texts of statuses included, may be used afterwards. Does nothing where the broker
+/// has no such service.
 class CmpiMemoryMark {
  public:
   explicit CmpiMemoryMark(const CmpiBroker& broker) : broker_(broker.getEnc()) {

@@ -4,9 +4,9 @@
 
 /// Base of the handle classes around the broker's objects.
 ///
-/// A handle neither owns nor releases: objects belong to the broker's memory for the calling thread
-/// and end with the request (or with an enclosing CmpiMemoryMark). Copies share the object. A
-/// handle stays on its thread.
+/// A handle neither owns nor releases its object: objects belong to the broker's memory for the
+/// calling thread and end with the request (or with an enclosing CmpiMemoryMark). Copies share the
+/// object. Use a handle only on the thread that got it.
 class CmpiObject {
  public:
   bool isNull() const { return enc_ == nullptr; }

@@ -18,7 +18,7 @@ CmpiString getText(const CMPIObjectPath* path, Getter getter) {
   return CmpiString(text);
 }
 
-/// Null texts become empty ones.
+/// The text, or "" for null.
 const char* textOrEmpty(const CmpiString& text) {
   const char* chars = text.charPtr();
   return chars == nullptr ? "" : chars;
@@ -37,7 +37,7 @@ CmpiString readableHost(const CmpiObjectPath& path) {
   }
 }
 
-/// Object managers name an absent key with either code.
+/// Object managers report a missing key with either code.
 bool isAbsent(const CMPIStatus& status) {
   return status.rc == CMPI_RC_ERR_NOT_FOUND || status.rc == CMPI_RC_ERR_NO_SUCH_PROPERTY;
 }

@@ -18,11 +18,11 @@ class CmpiObjectPath : public CmpiObject {
 
   CMPIObjectPath* getEnc() const { return static_cast<CMPIObjectPath*>(enc_); }
 
-  /// True when the path's class is `className` or derives from it in the path's namespace. Unknown
-  /// classes are not.
+  /// True when the path's class is `className` or derives from it in the path's namespace. False
+  /// for a class that the broker does not know.
   bool classPathIsA(const char* className) const;
 
-  /// May be null, and may be an object without a text.
+  /// Each may be a null string, and may be a string whose text is null.
   CmpiString getHostname() const;
   CmpiString getNameSpace() const;
   CmpiString getClassName() const;
@@ -30,16 +30,17 @@ class CmpiObjectPath : public CmpiObject {
   void setNameSpace(const char* nameSpace);
 
   CMPICount getKeyCount() const;
-  /// An absent key is data in the not-found state, no failure.
+  /// A missing key is data in the not-found state, not a failure.
   CmpiData getKey(const char* name) const;
+  /// The key at `index`, in the broker's order. Its name is stored in `name` unless that is null.
   CmpiData getKey(CMPICount index, CmpiString* name = nullptr) const;
-  /// Adds or replaces.
+  /// Adds the key, or replaces its value.
   ///
   /// Fails also: CmpiReferenceError for a reference that cannot be carried.
   void setKey(const char* name, const CmpiData& value);
   void setKey(const char* name, const CmpiObjectPath& path);
 
-  /// What this handle knows of references to the path.
+  /// What this handle knows about references to the path.
   const CmpiReferenceText& referenceText() const { return referenceText_; }
 
  private:
@@ -48,7 +49,8 @@ class CmpiObjectPath : public CmpiObject {
   CmpiReferenceText referenceText_;
 };
 
-/// Class and namespace without regard to case, host (absent, empty and unreadable are one), and the
-/// same keys in any order, names without regard to case, of equal type and value.
+/// Equal paths have the same class, namespace and host without regard to case (an absent, an empty
+/// and an unreadable host are the same), and the same keys in any order: names without regard to
+/// case, equal types (string and chars count as one) and equal values. Two null paths are equal.
 bool operator==(const CmpiObjectPath& a, const CmpiObjectPath& b);
 inline bool operator!=(const CmpiObjectPath& a, const CmpiObjectPath& b) { return !(a == b); }

@@ -6,11 +6,11 @@
 
 class CmpiBaseMI;
 
-/// One provider name: its single provider object and how often its factories were called.
+/// One provider name: its only provider object, and how often its factories were called.
 ///
-/// Starts empty when the library is loaded, is never emptied again. The object manager calls a
-/// name's factories one at a time; the members are atomic all the same, since names registered for
-/// several classes may meet.
+/// Empty when the library is loaded, and never emptied again. The object manager calls the
+/// factories of a name one at a time. The members are atomic all the same, in case factories of a
+/// name that is registered for several classes are called at once.
 class CmpiProviderBase {
  public:
   constexpr CmpiProviderBase() = default;
@@ -27,8 +27,10 @@ class CmpiProviderBase {
   /// The process-wide broker record, which every constructor of a broker object reads; null before
   /// the first factory call.
   static const CMPIBroker* getBroker();
-  /// Copies the five members of the record; a copy that is in use stays valid for the life of the
-  /// process.
+  /// Makes a copy of the record the process-wide one; null changes nothing. A copy stays valid for
+  /// the life of the process.
+  ///
+  /// Fails: std::bad_alloc.
   static void setBroker(const CMPIBroker* broker);
 
  private:
@@ -36,7 +38,7 @@ class CmpiProviderBase {
   std::atomic<int> useCount_{0};
 };
 
-/// The process-wide record for a constructor that cannot do without it.
+/// The process-wide record, for a constructor that needs one.
 ///
 /// Fails: CmpiStatus with CMPI_RC_ERR_FAILED before the first factory call.
 const CMPIBroker* requireBroker();

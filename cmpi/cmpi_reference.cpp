@@ -9,7 +9,7 @@ namespace {
 
 bool has(std::string_view text, char c) { return text.find(c) != std::string_view::npos; }
 
-/// Null becomes empty.
+/// Empty for null.
 std::string_view viewOf(const CmpiString& text) {
   const char* chars = text.charPtr();
   return chars == nullptr ? std::string_view() : std::string_view(chars);
@@ -25,11 +25,12 @@ bool isLetterOrDigit(char c) {
   throw CmpiReferenceError(reason + " " + why);
 }
 
-/// A broker writes booleans as words; keys of any other type are date-times, if they come at all.
+/// The longest text of a key that is neither a string nor a number: a broker writes booleans as
+/// words, and what else there may be is a date-time.
 constexpr char kLongestOtherText[] = "\"yyyymmddhhmmss.mmmmmm+utc\"";
 constexpr char kColonWithoutNameSpace[] = "has a colon, and the path has no namespace";
 
-/// `colons`: whether a ":" may stand in it.
+/// Characters that the key's value adds to the text. `colons` tells whether it may contain a ":".
 std::size_t valueLength(std::string_view name, const CmpiData& key, bool colons) {
   if (key.isNullValue()) return 0;
   switch (key.getType()) {
@@ -51,7 +52,7 @@ std::size_t valueLength(std::string_view name, const CmpiData& key, bool colons)
   }
 }
 
-/// "." or ",", name, "=" and value.
+/// Characters that a key adds to the text: "." or ",", its name, "=" and its value.
 std::size_t keyLength(const CmpiObjectPath& path, CMPICount index, bool colons) {
   CmpiString nameText;
   const CmpiData key = path.getKey(index, &nameText);

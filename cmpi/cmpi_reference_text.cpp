@@ -6,12 +6,13 @@
 
 namespace {
 
-/// Keys set through handles that did not make their path.
+/// How often a path was changed through a handle that had not made it.
 std::atomic<std::uint32_t> strangersChanges{0};
 
 bool contains(std::string_view text, char c) { return text.find(c) != std::string_view::npos; }
 
-/// A letter or digit, and nothing that ends a key's name.
+/// Begins with a letter or digit and contains nothing that ends the name of a key. Stricter than an
+/// object manager, since only a proof is wanted.
 bool isUsableName(std::string_view name) {
   if (name.empty()) return false;
   const char c = name.front();

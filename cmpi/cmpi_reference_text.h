@@ -5,21 +5,21 @@
 
 #include "cmpi/cmpi_data.h"
 
-/// Characters of a reference's text that an object manager carries.
+/// Characters of the longest reference text that an object manager carries.
 inline constexpr std::size_t kLongestReference = 4095;
 
-/// What the handle that made a path knows of the text of a reference to it, so that a reference
+/// What the handle that made a path knows about the text of a reference to it, so that a reference
 /// made of the provider's own texts need not be read back before it is set (cmpi_reference.h).
 ///
-/// It proves, and never refuses: what it cannot prove the object manager is asked about. It counts
-/// everything that was ever set, and each key must be a text. A copied handle knows nothing; a
-/// key set through such a handle ends all knowledge in the process, since the path may be one that
-/// another handle speaks for.
+/// It proves that a path can be carried and never refuses one: what it cannot prove, the object
+/// manager is asked about. The length counts every key that was ever set, and a key that is not a
+/// text ends the proof. A copy of a handle knows nothing. A key set through such a copy ends all
+/// proofs of the process so far, since the path may be one that another handle made.
 class CmpiReferenceText {
  public:
-  /// Of a path that others made.
+  /// For a path that this handle did not make.
   CmpiReferenceText() = default;
-  /// Of a new path; null texts prove nothing.
+  /// For a new path; null texts prove nothing.
   CmpiReferenceText(const char* nameSpace, const char* className);
 
   CmpiReferenceText(const CmpiReferenceText&) {}
@@ -28,16 +28,16 @@ class CmpiReferenceText {
   CmpiReferenceText& operator=(CmpiReferenceText&& other) noexcept;
   ~CmpiReferenceText() = default;
 
-  /// Before a key is set.
+  /// Called before a key is set.
   void add(const char* name, const CmpiData& value);
-  /// Before another part of the path is set.
+  /// Called before the namespace is set.
   void forget();
 
-  /// False: not known.
+  /// Whether it is proved that a reference to the path can be carried.
   bool isCarriable() const;
 
  private:
   bool isOwn_ = false;         ///< the handle made the path
-  std::size_t length_ = 0;     ///< at most; 0 when there is no proof
-  std::uint32_t changes_ = 0;  ///< keys set through handles of others' paths until then
+  std::size_t length_ = 0;     ///< upper bound; 0 when there is no proof
+  std::uint32_t changes_ = 0;  ///< made through other handles when the path was made
 };

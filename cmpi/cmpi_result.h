@@ -5,9 +5,9 @@
 #include "cmpi/cmpi_object.h"
 #include "cmpi/cmpi_object_path.h"
 
-/// Where an operation returns its objects. Each returned object is copied at once.
+/// Takes the objects that an operation returns, and copies each at once.
 ///
-/// Every operation throws the sink's CmpiStatus.
+/// Operations throw the sink's CmpiStatus.
 class CmpiResult : public CmpiObject {
  public:
   explicit CmpiResult(const CMPIResult* enc) : CmpiObject(enc) {}
@@ -15,9 +15,10 @@ class CmpiResult : public CmpiObject {
   CMPIResult* getEnc() const { return static_cast<CMPIResult*>(enc_); }
 
   void returnData(const CmpiData& data) const;
-  /// Instances and paths have slots of their own: a broker may end the process on one that comes as
+  /// Instances and paths have slots of their own: a broker may end the process when one comes as
   /// plain data.
   void returnData(const CmpiInstance& instance) const;
   void returnData(const CmpiObjectPath& path) const;
+  /// Says that the answer is complete.
   void returnDone() const;
 };

@@ -3,8 +3,9 @@
 #include "cmpi/cmpi_broker.h"
 #include "cmpi/cmpi_result.h"
 
-/// A CmpiResult whose record lives inside the object: the broker never sees it. Borrows the inner
-/// result and lives inside one operation. What the sinks answer is thrown by CmpiResult as usual.
+/// A CmpiResult whose record is part of the object, so that a derived class receives what a
+/// provider returns; the broker never sees the record. Borrows the inner result and lives no longer
+/// than one operation. A status that a sink answers is thrown by CmpiResult, as usual.
 class CmpiResultFilter : public CmpiResult {
  public:
   CmpiResultFilter(const CmpiResultFilter&) = delete;

@@ -2,8 +2,7 @@
 
 #include "cmpi/abi/cmpi_tables.h"
 
-/// Outcome of an operation, and the exception that the binding throws for every status other than
-/// OK.
+/// The outcome of an operation, and the exception that the binding throws for every status but OK.
 ///
 /// The text belongs to the broker's memory for the thread: it dies with the request or with the
 /// memory mark inside which it was made.
@@ -12,12 +11,12 @@ class CmpiStatus {
   CmpiStatus(CMPIrc rc = CMPI_RC_OK)
       : status_{rc, nullptr} {}  // NOLINT(google-explicit-constructor)
   explicit CmpiStatus(const CMPIStatus& status) : status_(status) {}
-  /// The text is copied into a broker string; left out when the broker cannot make one or `text` is
-  /// null.
+  /// Copies the text into a broker string. The status has no text when `text` is null or the broker
+  /// cannot make the string.
   CmpiStatus(CMPIrc rc, const char* text);
 
   CMPIrc rc() const { return status_.rc; }
-  /// Null when there is none.
+  /// The text; null when there is none.
   const char* msg() const;
   CMPIStatus status() const { return status_; }
 

@@ -2,8 +2,8 @@
  *
  * An object that a factory slot, a getter or an up-call returns belongs to the broker's memory for
  * the calling thread; only what a clone slot returned is released by the caller. Statuses passed by
- * pointer may be null. Brokers leave some slots null: check before calling through eft, xft and
- * mft.
+ * pointer may be null. Brokers leave some slots null: check a slot of eft, xft or mft before
+ * calling it.
  */
 #ifndef ORV_CMPI_ABI_CMPI_TABLES_H
 #define ORV_CMPI_ABI_CMPI_TABLES_H
@@ -181,7 +181,7 @@ typedef struct CMPIArrayFT_ {
   CMPIStatus (*setElementAt)(CMPIArray*, CMPICount index, const CMPIValue*, CMPIType);
 } CMPIArrayFT;
 
-/* Result of an up-call. getNext precedes hasNext. */
+/* Result of an up-call. The slot getNext stands before hasNext. */
 typedef struct CMPIEnumerationFT_ {
   int ftVersion;
   CMPIStatus (*release)(CMPIEnumeration*);
@@ -296,7 +296,7 @@ typedef struct CMPIPredicateFT_ {
   CMPIBoolean (*evaluateUsingAccessor)(const CMPIPredicate*, CMPIAccessor, void* parm, CMPIStatus*);
 } CMPIPredicateFT;
 
-/* Extended error; no broker that we know supplies one. */
+/* Extended error; no broker that we know of supplies one. */
 typedef struct CMPIErrorFT_ {
   int ftVersion;
   CMPIStatus (*release)(CMPIError*);

@@ -14,7 +14,7 @@ namespace {
 
 using std::chrono::system_clock;
 
-/// While it lives, the calling thread and the threads that it starts do not get SIGUSR1.
+/// Blocks SIGUSR1, for its own life, in the calling thread and in the threads that it starts.
 class BlockedStopSignal {
  public:
   BlockedStopSignal() {
@@ -31,7 +31,7 @@ class BlockedStopSignal {
   sigset_t before_;
 };
 
-/// Calls `step` in a thread that no exception may leave; false when it throws.
+/// Calls `step` in a thread that no exception may leave. False when it throws.
 template <typename Step>
 bool succeeds(Step&& step) {
   try {
@@ -42,7 +42,7 @@ bool succeeds(Step&& step) {
   }
 }
 
-/// When `duration` from now is over. The clock is the one that waits are measured with.
+/// The moment `duration` from now, on the clock that waits are measured with.
 OMC::WallTime wallTimeIn(std::chrono::nanoseconds duration) {
   return system_clock::now() + std::chrono::ceil<system_clock::duration>(duration);
 }
@@ -50,7 +50,7 @@ OMC::WallTime wallTimeIn(std::chrono::nanoseconds duration) {
 }  // namespace
 
 bool ThreadGroup::stop() {
-  stopped_ = true;  // before the mutex, which may not be had
+  stopped_ = true;  // before the mutex, which a thread may never release
   const auto patience = abandoned_ ? std::chrono::milliseconds(0) : stopPatience();
   if (stopUntil(wallTimeIn(patience))) return true;
   abandoned_ = true;
@@ -70,7 +70,7 @@ bool ThreadGroup::stopUntil(OMC::WallTime deadline) {
   return true;
 }
 
-/// On its way from the request that starts a thread to the thread, which frees it.
+/// What a request hands to the thread that it starts. The thread frees it.
 struct BackgroundThread::Job {
   Job(BackgroundThread& of, const CmpiBroker& starter, const CmpiContext& request, ThreadWork todo)
       : thread(of),
@@ -94,13 +94,13 @@ bool BackgroundThread::start(const CmpiBroker& broker, const CmpiContext& reques
                              ThreadWork work) {
   if (running_) return true;
   auto job = std::make_unique<Job>(*this, broker, request, std::move(work));
-  // One that has ended by itself, and no longer needs the mutex.
+  // A thread that has ended by itself no longer needs the mutex.
   if (handle_) pthread_join(*handle_, nullptr);
   handle_.reset();
   pthread_t thread{};
   const BlockedStopSignal blocked;
   if (pthread_create(&thread, nullptr, main, job.get()) != 0) return false;
-  static_cast<void>(job.release());  // the thread's
+  static_cast<void>(job.release());  // freed by the thread
   handle_ = thread;
   running_ = true;
   return true;
@@ -117,7 +117,7 @@ void BackgroundThread::run(Job& job) noexcept {
   const AttachedThreadMemory memory =
       job.work.attaches ? AttachedThreadMemory(job.context) : AttachedThreadMemory();
   const std::lock_guard<OMC::Mutex> lock(group_.mutex_);
-  // After an exception the thread is over, the process is not.
+  // An exception ends the thread, not the process.
   if (ready) succeeds([&] { workUntilStopped(job, {job.broker, job.context, memory}); });
   running_ = false;
 }
@@ -130,7 +130,7 @@ void BackgroundThread::workUntilStopped(Job& job, const ThreadTools& tools) {
   }
 }
 
-/// The time left is asked for again after each wait, since the clock of waits may be set meanwhile.
+/// Asks for the time left again after each wait, since the clock of the waits may be set meanwhile.
 void BackgroundThread::waitForBroker() {
   for (auto left = brokerStartupLeft(); left.count() > 0 && !group_.stopped_;
        left = brokerStartupLeft()) {
@@ -139,12 +139,12 @@ void BackgroundThread::waitForBroker() {
 }
 
 void BackgroundThread::wait(OMC::WallTime deadline) {
-  // A stop that could not have the mutex while the cycle ran had nobody to wake.
+  // A stop that did not get the mutex while the cycle ran could not wake this thread.
   if (!group_.stopped_) group_.condition_.waitUntil(group_.mutex_, deadline);
 }
 
-/// Joins the thread, if there is one that nobody has joined, with the mutex released meanwhile: the
-/// thread needs it in order to end. False when it has not ended at `deadline`.
+/// Joins the thread, unless it is joined or was never started. Releases the mutex meanwhile, which
+/// the thread needs in order to end. False when it has not ended at `deadline`.
 bool BackgroundThread::joinUntil(std::unique_lock<OMC::Mutex>& lock, OMC::WallTime deadline) {
   if (!handle_) return true;
   const pthread_t thread = *handle_;

@@ -18,9 +18,9 @@ namespace ORV {
 
 class BackgroundThread;
 
-/// The background threads of one module, and their end.
+/// The background threads of one module, which end together.
 ///
-/// They share the mutex that guards the module's data and a condition. Keep all of it in storage
+/// They share a condition and the mutex that guards the module's data. Keep all of it in storage
 /// that is never destroyed: the process may exit while threads run.
 class ThreadGroup {
  public:
@@ -29,13 +29,13 @@ class ThreadGroup {
   ThreadGroup(const ThreadGroup&) = delete;
   ThreadGroup& operator=(const ThreadGroup&) = delete;
 
-  /// Ends the threads for good: those started later end before they do any work. Called without
-  /// the mutex, by any number of callers at once and any number of times; each thread is joined
-  /// exactly once, and every caller returns only when all have ended.
+  /// Ends the threads for good; one that is started later ends before it does any work. Called
+  /// without the mutex, by any number of callers at once and any number of times: each thread is
+  /// joined exactly once, and every caller returns only when all have ended.
   ///
-  /// False when they have not ended after stopPatience(), because one holds the mutex in a call of
-  /// the broker that does not return. Such threads end when it does return, and nobody waits for
-  /// them again: later calls answer false at once.
+  /// False when they have not ended after stopPatience(), because one holds the mutex in a call to
+  /// the broker that does not return. Such a thread ends when the call does return. Nobody waits
+  /// again: later calls return false at once.
   bool stop();
 
  private:
@@ -46,9 +46,9 @@ class ThreadGroup {
   OMC::Mutex& mutex_;
   OMC::Condition& condition_;  ///< broadcast to stop the threads, and when one has been joined
   std::vector<BackgroundThread*> threads_;  ///< each adds itself when it is made
-  int joining_ = 0;                         ///< callers that join a thread; guarded by mutex_
-  std::atomic<bool> stopped_{false};        ///< never set back
-  std::atomic<bool> abandoned_{false};      ///< a caller has given up waiting
+  int joining_ = 0;                     ///< callers that are joining a thread; guarded by mutex_
+  std::atomic<bool> stopped_{false};    ///< never set back
+  std::atomic<bool> abandoned_{false};  ///< a caller of stop() has given up
 };
 
 /// What a background thread works with.
@@ -60,34 +60,34 @@ struct ThreadTools {
 
 /// What a background thread does.
 struct ThreadWork {
-  /// Done at once and then after each period, with the group's mutex held. An exception that
-  /// leaves it ends the thread, and only that.
+  /// Called at once and then after each period, with the group's mutex held. An exception from it
+  /// ends the thread and nothing else.
   std::function<void(const ThreadTools&)> cycle;
-  /// Asked after each cycle.
+  /// How long to wait, asked after each cycle.
   std::function<std::chrono::seconds()> period;
-  /// Whether the thread attaches to the broker first; it does no work where that is refused.
+  /// Whether the thread attaches to the broker first. If that is refused, it does no work.
   bool attaches = false;
-  /// Whether cycles deliver indications: the first one waits until the broker has started.
+  /// Whether cycles deliver indications. Then the first one waits until the broker has started.
   bool delivers = false;
 };
 
 /// A thread that does its work once per period, until its group is stopped. At most one runs at a
-/// time; it starts again where it has ended by itself. It leaves SIGUSR1 to the object manager's
-/// threads: there the signal ends the process in good order.
+/// time; after it has ended by itself it can be started again. It leaves SIGUSR1 to the object
+/// manager's threads, in which the signal ends the process in good order.
 class BackgroundThread {
  public:
   explicit BackgroundThread(ThreadGroup& group);
   BackgroundThread(const BackgroundThread&) = delete;
   BackgroundThread& operator=(const BackgroundThread&) = delete;
 
-  /// Starts the thread unless it runs, with a copy of the request's context that the broker
-  /// prepares for it and that is released when it ends. The caller holds the group's mutex.
+  /// Starts the thread unless it runs. The broker copies the request's context for it, and the copy
+  /// is released when the thread ends. The caller holds the group's mutex.
   ///
   /// False when no thread can be made. Fails: CmpiStatus when the broker prepares no
   /// context; std::bad_alloc.
   bool start(const CmpiBroker& broker, const CmpiContext& request, ThreadWork work);
 
-  /// From its start until it has left its last cycle. The caller holds the group's mutex.
+  /// True from the start until the last cycle has ended. The caller holds the group's mutex.
   bool isRunning() const { return running_; }
 
  private:

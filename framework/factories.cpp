@@ -6,7 +6,8 @@ void initializeProvider(CmpiBaseMI& provider, const CmpiContext& context) {
   try {
     provider.initialize(context);
   } catch (...) {
-    // Deliberate (contract.md#failed-initialize): the object is kept and serves; it has logged why.
+    // Deliberate (contract.md#failed-initialize): the object is kept and serves. It has logged why
+    // it failed.
   }
 }
 

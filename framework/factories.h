@@ -10,7 +10,7 @@
 #include "cmpi/cmpi_instance_mi.h"
 #include "cmpi/cmpi_provider_base.h"
 
-/// The library's doors: exported factory functions, one provider object behind each provider name.
+/// The exported factory functions: one provider object for each provider name.
 ///
 /// A provider's source ends with
 ///
@@ -18,18 +18,18 @@
 ///     ORV_INSTANCE_FACTORY(EthernetPortProvider, EthernetProvider::EthernetPortProvider)
 ///     ORV_ASSOCIATION_FACTORY(EthernetPortProvider, EthernetProvider::EthernetPortProvider)
 ///
-/// A factory never returns null and reports no status. The first call for a name constructs the
-/// object and calls its `initialize` once, ignoring a failure of it; later calls, the other kind's
+/// A factory never returns null and never sets a status. The first call for a name constructs the
+/// object and calls its `initialize`, once, whose failure is ignored; later calls, the other kind's
 /// factory included, find the object. An exception from the constructor leaves the factory with
 /// nothing stored, so that the next call tries again. The object manager calls the factories of a
 /// name one at a time.
 namespace ORV {
 
-/// Calls `initialize` and drops whatever comes of it.
+/// Calls `initialize`; ignores its status and whatever it throws.
 void initializeProvider(CmpiBaseMI& provider, const CmpiContext& context);
 
-/// The instance factories' line on standard error: "--- _Create_InstanceMI() " and the type name of
-/// a provider pointer.
+/// Writes the line of the instance factories to standard error: "--- _Create_InstanceMI() " and the
+/// type name of a provider pointer.
 void printStartLine();
 
 template <typename Provider>
@@ -51,8 +51,8 @@ template <typename Provider, typename Record, typename Table>
 Record* createMI(Record& record, Table& table, CmpiProviderBase& base, StartLine startLine,
                  const CMPIBroker* broker, const CMPIContext* callContext) {
   const CmpiContext context(callContext);
-  // Written once: a name that is registered for several classes has its factories called while
-  // requests of another class go through the record.
+  // Written once: the factories of a name that is registered for several classes are called while
+  // requests for another of these classes use the record.
   if (record.ft != &table) record.ft = &table;
   CmpiBaseMI* object = providerObject<Provider>(base, broker, context);
   if (startLine == StartLine::kPrinted) printStartLine();

@@ -4,8 +4,8 @@
 
 #include "platform/system_info.h"
 
-/// What the users of the kernel information interface share. In this header alone: a program that
-/// does not ask the kernel needs no such interface.
+/// What the users of the kernel information interface share. All of it is in this header, so that a
+/// program which does not ask the kernel need not link that interface.
 namespace ORV {
 
 inline constexpr int kKernelQuerySignature = 21;
@@ -19,8 +19,8 @@ struct DestroyParamList {
 /// An owned list: the parameters of a query, or the instances of a node.
 using ParamList = std::unique_ptr<HSI_ParamList, DestroyParamList>;
 
-/// The instances of a node; `parameters` may be null. Leaves `list` alone unless it answers
-/// kKernelQueryOk.
+/// Lists the instances of a node; `parameters` may be null. `list` is changed only when the answer
+/// is kKernelQueryOk.
 inline HSI_Status listInstances(HSI_Node node, const HSI_ParamList* parameters, ParamList& list) {
   HSI_ParamList* instances = nullptr;
   const HSI_Status status = HSI_GetInstanceListAlloc(node, parameters, &instances);

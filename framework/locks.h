@@ -7,9 +7,10 @@
 
 namespace OMC {
 
-/// A moment of the wall clock, until which a mutex or a condition may be waited for.
+/// A moment of the wall clock: how long to wait for a mutex or a condition.
 using WallTime = std::chrono::system_clock::time_point;
 
+/// The same moment, as the POSIX calls take it.
 inline timespec toTimespec(WallTime moment) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(moment);
   const std::chrono::nanoseconds rest = moment - seconds;
@@ -40,8 +41,8 @@ class Mutex {
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
-/// A process-private POSIX condition variable on the wall clock. A wait may also end without a
-/// cause: callers look again at what they wait for.
+/// A process-private POSIX condition variable on the wall clock. A wait may also end for no reason,
+/// so callers check again what they wait for.
 class Condition {
  public:
   Condition() = default;
@@ -51,8 +52,8 @@ class Condition {
 
   void broadcast() { pthread_cond_broadcast(&condition_); }
 
-  /// Waits for a broadcast until `deadline`, with the locked mutex released meanwhile. False when
-  /// the deadline has passed.
+  /// Waits for a broadcast, until `deadline` at the latest, with the locked mutex released
+  /// meanwhile. False when the deadline has passed.
   bool waitUntil(Mutex& mutex, WallTime deadline) {
     const timespec until = toTimespec(deadline);
     return pthread_cond_timedwait(&condition_, mutex.native(), &until) == 0;

@@ -13,7 +13,7 @@ namespace ORV {
 
 namespace {
 
-/// Stands between the parts; no text of the broker contains it.
+/// Separates the parts; no text of the broker contains it.
 constexpr char kSeparator = '\0';
 
 std::string lowerCase(std::string text) {
@@ -21,7 +21,8 @@ std::string lowerCase(std::string text) {
   return text;
 }
 
-/// Absent for a key that takes no part: null, boolean, or of a type that no key has.
+/// The key's text; absent for a key that is not part of the identity: null, boolean, or of a type
+/// that keys do not have.
 std::optional<std::string> keyText(const CmpiData& key, const std::string& defaultNameSpace) {
   if (key.isNotFound() || key.isNullValue()) return std::nullopt;
   switch (key.getType()) {

@@ -4,8 +4,8 @@
 
 namespace ORV {
 
-/// The rows of a table that stands in a source file, in their order. The table's size is that of
-/// its list.
+/// The rows of a table in a source file, in their order. Borrows the table, which must live as
+/// long.
 template <typename Row>
 class Rows {
  public:

@@ -5,10 +5,11 @@
 #include "cmpi/cmpi_broker.h"
 #include "cmpi/cmpi_context.h"
 
-/// What everything that this library publishes shares.
+/// What all objects of the library have in common.
 namespace ORV {
 
-/// Where the library works on its own account: its indications, and the classes that it polls.
+/// Namespace of what the library does unasked: the indications that it sends, and the classes that
+/// it polls.
 inline constexpr char kNameSpace[] = "root/cimv2";
 
 /// Value of every SystemCreationClassName key: the class name of the host's computer system, as
@@ -21,7 +22,7 @@ struct ScopingKeys {
   std::string systemName;
 };
 
-/// Asks the host; once in a request is enough.
+/// Asks the host. Call it once per request.
 ScopingKeys scopingKeys(const CmpiContext& context, CmpiBroker* broker);
 
 }  // namespace ORV

@@ -17,7 +17,7 @@ namespace OMC {
 
 namespace {
 
-/// What a sink answers to the provider: the status that `work` throws, or OK.
+/// The status that a sink answers to the provider: the one that `work` throws, or OK.
 template <typename Work>
 CMPIStatus answerOf(Work work) {
   try {
@@ -33,8 +33,8 @@ struct Reference {
   CmpiObjectPath path;
 };
 
-/// The references of an association instance, in its own order. One that is null or that the broker
-/// cannot read is left out.
+/// The references of an association instance, in its own order. Left out are those that are null or
+/// that the broker cannot read.
 std::vector<Reference> referencesOf(const CmpiInstance& instance) {
   std::vector<Reference> references;
   const CMPICount count = instance.getPropertyCount();
@@ -48,9 +48,9 @@ std::vector<Reference> referencesOf(const CmpiInstance& instance) {
   return references;
 }
 
-/// The object that a request starts from. Its keys are not looked at before the hook has returned
-/// an association of it, and so knows its class: an object manager may crash when the keys of a
-/// path of another class are read, one that gives a key twice for example.
+/// The object that a request starts from. Its keys are read only after the hook has returned an
+/// association of it, and so has accepted its class: an object manager may crash when keys of a
+/// path of another class are read, for example a path that gives a key twice.
 class Source {
  public:
   explicit Source(const CmpiObjectPath& path)
@@ -58,9 +58,9 @@ class Source {
 
   const std::string& nameSpace() const { return nameSpace_; }
 
-  /// What the association leads to: every reference but the source. That is the one to the same
-  /// object; where none is, for example because the client gave a key less, the first of the same
-  /// class.
+  /// What the association leads to: every reference except the one to the source. That is the
+  /// reference to the same object or, where there is none (for example because the client left out
+  /// a key), the first reference to an object of the same class.
   std::vector<CmpiObjectPath> otherEnds(const CmpiInstance& association) const {
     std::vector<Reference> references = referencesOf(association);
     const auto self = findSelf(references);
@@ -75,7 +75,7 @@ class Source {
  private:
   using References = std::vector<Reference>;
 
-  /// Keys are read only where several references are of the source's class.
+  /// Reads keys only where several references are of the source's class.
   References::iterator findSelf(References& references) const {
     const auto isOfClass = [&](const Reference& reference) {
       return ORV::sameName(ORV::classNameOf(reference.path).c_str(), className_.c_str());
@@ -99,10 +99,10 @@ class Source {
   CmpiObjectPath path_;
   std::string nameSpace_;
   std::string className_;
-  mutable std::string identity_;  ///< read when first needed
+  mutable std::string identity_;  ///< made when first needed
 };
 
-/// Passes association instances on with the property list applied.
+/// Passes association instances on, with the property list applied.
 class PropertyListSink : public CmpiResultFilter {
  public:
   PropertyListSink(const CmpiResult& inner, const char** properties)
@@ -123,8 +123,9 @@ class PropertyListSink : public CmpiResultFilter {
   const char** properties_;
 };
 
-/// Passes the association instances' object paths on. A broker that does not know the class's keys
-/// gives a path without the references: they are added, since they are the keys of an association.
+/// Passes on the object paths of the association instances. A broker that does not know the keys of
+/// the class makes a path without the references; they are added, since they are the keys of an
+/// association.
 class ReferenceNameSink : public CmpiResultFilter {
  public:
   explicit ReferenceNameSink(const CmpiResult& inner) : CmpiResultFilter(inner) {}
@@ -148,7 +149,7 @@ class ReferenceNameSink : public CmpiResultFilter {
   }
 };
 
-/// Passes the paths of the objects at the other ends on.
+/// Passes on the paths of the objects at the other ends.
 class OtherEndNameSink : public CmpiResultFilter {
  public:
   OtherEndNameSink(const CmpiResult& inner, const Source& source)
@@ -167,8 +168,8 @@ class OtherEndNameSink : public CmpiResultFilter {
   const Source& source_;
 };
 
-/// Keeps the paths of the objects at the other ends for later, and whether the provider was done:
-/// the objects are fetched after the provider has returned, when it holds no lock any more.
+/// Keeps the paths of the objects at the other ends, and whether the provider was done. The objects
+/// are fetched when the provider has returned and no longer holds a lock.
 class OtherEndCollector : public CmpiResultFilter {
  public:
   OtherEndCollector(const CmpiResult& inner, const Source& source)
@@ -200,7 +201,7 @@ bool isAbsence(const CmpiStatus& status) {
          status.rc() == CMPI_RC_ERR_INVALID_NAMESPACE;
 }
 
-/// Keeps the instance that a provider returns.
+/// Keeps the first instance that a provider returns.
 class CapturedInstance : public CmpiResultFilter {
  public:
   explicit CapturedInstance(const CmpiResult& inner) : CmpiResultFilter(inner) {}
@@ -218,7 +219,8 @@ class CapturedInstance : public CmpiResultFilter {
   std::optional<CmpiInstance> instance_;
 };
 
-/// Objects by their paths, for one request. Every look-up is absent when there is no such object.
+/// Finds objects by their paths, for one request. The result is absent when there is no such
+/// object.
 ///
 /// Fails: CmpiStatus for any other failure.
 class ObjectFinder {
@@ -236,11 +238,11 @@ class ObjectFinder {
     const CmpiStatus status = provider.getInstance(context_, captured, path, nullptr);
     throwUnlessOk(status.status());
     const auto& found = captured.instance();
-    // What a provider takes for the object may be another, where it reads the path leniently.
+    // A provider that reads the path leniently may return another object.
     return found && ORV::hasKeysOf(*found, path, defaultNameSpace_) ? found : std::nullopt;
   }
 
-  /// Asks the broker: each class is enumerated once.
+  /// Asks the broker, which enumerates each class once per request.
   std::optional<CmpiInstance> find(const CmpiObjectPath& path) {
     const std::string nameSpace = ORV::plainNameSpace(path, defaultNameSpace_);
     const Objects& objects = objectsOf(nameSpace, ORV::classNameOf(path));
@@ -250,7 +252,7 @@ class ObjectFinder {
 
  private:
   using Objects =
-      std::unordered_multimap<std::string, CmpiInstance>;  ///< incomplete paths may agree
+      std::unordered_multimap<std::string, CmpiInstance>;  ///< incomplete paths may be equal
 
   const Objects& objectsOf(const std::string& nameSpace, const std::string& className) {
     const auto [entry, isNew] = classes_.try_emplace({nameSpace, className});
@@ -258,7 +260,7 @@ class ObjectFinder {
     return entry->second;
   }
 
-  /// Without a property list: keys that a list leaves out would be missing from the paths.
+  /// Asks without a property list: keys that are not in a list would be missing from the paths.
   void enumerate(const std::string& nameSpace, const std::string& className, Objects& objects) {
     try {
       const CmpiObjectPath classPath(nameSpace.c_str(), className.c_str());
@@ -276,7 +278,7 @@ class ObjectFinder {
     try {
       objects.emplace(ORV::objectIdentity(instance.getObjectPath(), defaultNameSpace_), instance);
     } catch (const CmpiStatus&) {
-      // An instance without a path is not the one that is looked for.
+      // An instance without a path cannot be the one that is looked for.
     }
   }
 

@@ -9,22 +9,23 @@
 
 namespace ORV {
 
-/// CIM names: compared without regard to the case of ASCII letters, whatever the locale. Null
-/// equals nothing.
+/// Whether two CIM names are the same: without regard to the case of ASCII letters, whatever the
+/// locale. Null is not the same as anything.
 bool sameName(const char* a, const char* b);
 
-/// An optional filter of a request is given unless it is null or empty: brokers send either.
+/// Whether a request gives an optional filter. Brokers send null or an empty text where it gives
+/// none.
 bool isGiven(const char* filter);
 
-/// Null becomes empty.
+/// The text; empty for null.
 std::string textOf(const CmpiString& text);
 
-/// Absent when the value is absent or null; empty when it is a string without a text.
+/// The text of a value; absent when the value is absent or null, empty for a string without a text.
 ///
 /// Fails: CmpiStatus 13 for a value of another type.
 std::optional<std::string> textOf(const CmpiData& data);
 
-/// Class name and namespace of a request's path, null texts as empty ones.
+/// Class name and namespace of a request's path; empty for null.
 std::string classNameOf(const CmpiObjectPath& path);
 std::string nameSpaceOf(const CmpiObjectPath& path);
 

@@ -12,12 +12,13 @@ namespace ORV {
 
 namespace {
 
-/// A regular file, open for reading; or not open.
+/// A regular file, opened for reading; not open when the path leads to anything else.
 class RegularFile {
  public:
   explicit RegularFile(const char* path) {
     struct stat status {};
-    // Looked at twice: opening a device may act on it, and the path may change meanwhile.
+    // Checked twice: opening a device may have an effect, and the path may change between the
+    // calls.
     if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return;
     descriptor_ = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     isRegular_ = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
@@ -67,7 +68,8 @@ std::optional<std::string> readTextFile(const char* path) {
 std::optional<std::string_view> LineReader::next() {
   in_.getline(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
   const auto count = static_cast<std::size_t>(in_.gcount());
-  if (in_.good()) return std::string_view(buffer_.data(), count - 1);  // the newline counts
+  if (in_.good())
+    return std::string_view(buffer_.data(), count - 1);  // gcount includes the newline
   if (in_.bad() || count == 0) return std::nullopt;
   if (!in_.eof()) {
     in_.clear();

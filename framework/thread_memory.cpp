@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kEntryIndex = 7;
 
-/// Reads one word past a table of seven slots, which a sanitizer's red zones may follow.
+/// Reads the word after a table of seven slots, where a sanitizer may have put a red zone.
 __attribute__((no_sanitize("address"), noinline)) std::uintptr_t wordAfterTable(
     const CMPIContextFT* table) {
   return reinterpret_cast<const volatile std::uintptr_t*>(table)[kEntryIndex];

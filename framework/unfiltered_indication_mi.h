@@ -4,8 +4,8 @@
 
 namespace ORV {
 
-/// Indication provider that sends whether or not anyone listens: it accepts every filter and leaves
-/// all of them to the object manager.
+/// Indication provider that sends whether or not anyone listens: it accepts every filter, and
+/// leaves filtering to the object manager.
 class UnfilteredIndicationMI : public CmpiIndicationMI {
  public:
   UnfilteredIndicationMI(const CmpiBroker& mbp, const CmpiContext& context);

@@ -24,8 +24,8 @@ constexpr char kFetchFailed[] = "Failed to get pnics information";
 constexpr char kDeviceIdNotFound[] = "Specified DeviceID is not found";
 constexpr CMPIUint16 kCurrentSoftware = 2;
 
-/// One class that requests may name. A satellite has its fill operation, an association its row of
-/// the table of associations, the port neither.
+/// A class that requests may name. A satellite has its fill operation, an association its row of
+/// the table of associations; the port has neither.
 struct ServedClass {
   const char* name;
   void (*fillSatellite)(CmpiInstance&, Pnic*);
@@ -34,7 +34,8 @@ struct ServedClass {
   bool isPort() const { return fillSatellite == nullptr && association == nullptr; }
 };
 
-/// The port, or the satellite or the association of a row. Absent when the class is not served.
+/// The class that the path names: the port, or a satellite or an association from a row of the
+/// table. Absent when it is not served.
 std::optional<ServedClass> findServedClass(const CmpiObjectPath& path) {
   const std::string name = ORV::classNameOf(path);
   const auto is = [&](const char* served) { return ORV::sameName(served, name.c_str()); };
@@ -46,9 +47,9 @@ std::optional<ServedClass> findServedClass(const CmpiObjectPath& path) {
   return std::nullopt;
 }
 
-/// The ports that a request is about, owned by it.
+/// The ports that a request is about. Owns them.
 ///
-/// Fails: passes on what the host library throws.
+/// Fails: whatever the host library throws.
 class FetchedPorts {
  public:
   explicit FetchedPorts(const std::optional<std::string>& deviceName) {
@@ -61,18 +62,19 @@ class FetchedPorts {
 
   bool empty() const { return ports_.empty(); }
 
-  /// Calls `visit` with each port, which ends after it: it makes room for the next one's objects.
+  /// Calls `visit` with each port and then destroys the port, so that the next one's objects can
+  /// use its memory.
   template <typename Visit>
   void forEach(Visit visit) {
     for (std::unique_ptr<Pnic>& port : ports_) visit(*std::exchange(port, nullptr));
   }
 
  private:
-  HykCtl::Network::NetworkInfoImpl network_;  // outlives the ports that it gave
+  HykCtl::Network::NetworkInfoImpl network_;  // outlives the ports that it returned
   HykCtl::Util::AutoVector<Pnic> ports_;
 };
 
-/// Null when the host library does not know.
+/// Null when the host library cannot answer.
 std::unique_ptr<FetchedPorts> fetchPorts(const std::optional<std::string>& deviceName) {
   try {
     return std::make_unique<FetchedPorts>(deviceName);
@@ -81,7 +83,7 @@ std::unique_ptr<FetchedPorts> fetchPorts(const std::optional<std::string>& devic
   }
 }
 
-/// Whether the host is known to have no port at all; one that fails is not.
+/// Whether the host is known to have no ports. False when it cannot be asked.
 bool hasNoPorts() {
   try {
     return FetchedPorts(std::nullopt).empty();
@@ -103,7 +105,7 @@ class Scope {
   const CmpiString& nameSpace() const { return nameSpace_; }
   const char** properties() const { return properties_; }
 
-  /// Asked for once in a request, when first needed.
+  /// Asks the host when they are first needed, once per request.
   const ScopingKeys& keys() {
     if (!keys_) keys_ = ORV::scopingKeys(context_, broker_);
     return *keys_;
@@ -157,7 +159,7 @@ CmpiInstance portInstance(Scope& scope, Pnic& port) {
   return instance;
 }
 
-// Deliberate (contract.md#whole-satellites): no property list narrows what follows.
+// Deliberate (contract.md#whole-satellites): the property list does not apply to what follows.
 
 CmpiInstance satelliteInstance(const ServedClass& served, Scope& scope, Pnic& port) {
   const std::string& instanceId = scope.instanceId(served.name, port.GetName());
@@ -186,7 +188,7 @@ CmpiInstance fullInstance(const ServedClass& served, Scope& scope, Pnic& port) {
   return enumeratedAssociation(*served.association, scope, port);
 }
 
-/// Fetches the ports and returns what `make` builds of the requested class for each.
+/// Fetches the ports and returns what `make` builds from the requested class and each port.
 ///
 /// Deliberate (contract.md#no-ports-any-class): a list without ports is answered before the class
 /// is looked at.
@@ -208,7 +210,7 @@ CmpiStatus returnForEachPort(CmpiResult& result, const CmpiObjectPath& path,
 
 /// The device that a request for one instance means.
 ///
-/// Fails: throws the CmpiStatus that answers a path which names none.
+/// Fails: the CmpiStatus that answers a path which names no device.
 std::string requestedDevice(const ServedClass& served, const CmpiObjectPath& path) {
   if (served.isPort()) {
     std::string deviceName = deviceNameOfPort(path);

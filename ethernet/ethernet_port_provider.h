@@ -9,13 +9,14 @@
 
 namespace EthernetProvider {
 
-/// Publishes the host's physical network ports: the port itself, four satellites of each (driver
-/// and firmware identity, statistics, coalescing settings) and the four associations between them.
+/// Publishes the host's physical network ports: each port with its four satellites (driver and
+/// firmware identity, statistics, coalescing settings) and the four associations between port and
+/// satellite.
 ///
-/// Keeps nothing between requests: each fetches the ports afresh, owns them and releases them, so
-/// any number of requests may run at once without a lock. Class names of requests are compared
-/// without regard to case. While a host has no ports every enumeration and getInstance, of
-/// whatever class, succeeds empty.
+/// Keeps nothing between requests: each request fetches the ports, owns them and releases them, so
+/// any number of requests may run at once without a lock. Class names in requests are compared
+/// without regard to case. While the host has no ports, every enumeration and every getInstance, of
+/// whatever class, succeeds with an empty answer.
 class EthernetPortProvider : public CmpiInstanceMI, private OMC::SimpleAssociationMI {
  public:
   using Pnic = Nodemgr::Network::Pnic;
@@ -27,7 +28,7 @@ class EthernetPortProvider : public CmpiInstanceMI, private OMC::SimpleAssociati
                                const CmpiObjectPath& path) override;
   CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
                            const CmpiObjectPath& path, const char** properties) override;
-  /// A well-formed path of a port that is not there is answered with OK and no instance.
+  /// A well-formed path of a port that does not exist is answered with OK and no instance.
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
                          const char** properties) override;
   /// Answers from the path's keys alone: the port need not exist.
@@ -35,31 +36,33 @@ class EthernetPortProvider : public CmpiInstanceMI, private OMC::SimpleAssociati
                           const CmpiObjectPath& path, const char* assocClass,
                           const char* resultClass, const char* role,
                           const char* resultRole) override;
-  /// This provider, for ports and satellites.
+  /// This provider, for every class that it serves; null for others.
   CmpiInstanceMI* instancesOf(const CmpiObjectPath& path) override;
 
-  // Properties other than keys, in the order in which they are listed for each class. Where the
-  // host library's first answer fails with its exception the instance stays as it was.
+  // Each sets the properties that are not keys, in the order in which they are listed for the
+  // class. When the host library throws its exception at the first question, the instance stays as
+  // it was.
 
-  /// Swallows the exception of GetLinkSettings only; that of a later accessor is passed on.
+  /// Ignores the host library's exception from GetLinkSettings only; one from a later accessor is
+  /// passed on.
   static void fillEPInstance(CmpiInstance& instance, Pnic* port);
   static void fillEPStatsInstance(CmpiInstance& instance, Pnic* pnic);
   static void fillEPCoalesceInstance(CmpiInstance& instance, Pnic* pnic);
   static void fillEPDriverInstance(CmpiInstance& instance, Pnic* pnic);
   static void fillEPFirmwareInstance(CmpiInstance& instance, Pnic* pnic);
 
-  // Host enumerations as CIM values, for any number that the host may give.
+  // The CIM values of the host's enumerations, for any number that the host may return.
 
   static CMPIUint16 getPortType(Nodemgr::Network::PnicPortMode mode,
                                 Nodemgr::Network::LinkSpeed speed);
   static CMPIUint16 convertPortMode(Nodemgr::Network::PnicPortMode mode);
   static CMPIUint16 convertTransceiver(Nodemgr::Network::TransceiverMode mode);
   static CMPIUint16 convertWOLOption(Nodemgr::Network::WakeOnMode mode);
-  /// Speed and duplex, for example 1000_FULL; what has no name of its own is left out.
+  /// Speed and duplex, for example 1000_FULL; a value without a name is left out, the "_" is not.
   static std::string convertLinkMode(const Nodemgr::Network::LinkMode& mode);
 
  private:
-  /// Full instances of one class: of the named port, or of all.
+  /// Returns the full instances of one class: those of the named port, or of all ports.
   CmpiStatus enumInstancesInt(const CmpiContext& context, CmpiResult& result,
                               const CmpiObjectPath& path, const char** properties,
                               const std::optional<std::string>& deviceName);

@@ -34,7 +34,7 @@ bool isA(const CmpiString& nameSpace, const char* className, const char* wanted)
   return CmpiObjectPath(nameSpace, className).classPathIsA(wanted);
 }
 
-/// A role that no association knows ends the request: it does not apply here.
+/// Whether any association has that role. If none has, the request is answered with nothing.
 bool isRole(const char* PortAssociation::*role, const char* wanted) {
   return std::any_of(
       portAssociations().begin(), portAssociations().end(),

@@ -16,17 +16,18 @@ struct PortAssociation {
   const char* satelliteRole;
   const char* satelliteClass;
   void (*fillSatellite)(CmpiInstance& instance, Nodemgr::Network::Pnic* port);
-  /// Enumerated instances carry ElementSoftwareStatus; those that doReferences returns never do.
+  /// Whether enumerated instances carry ElementSoftwareStatus; those that doReferences returns
+  /// never do.
   bool tellsSoftwareStatus;
-  /// Source of the port's SystemCreationClassName where doReferences builds the port's path.
+  /// Gives the port's SystemCreationClassName where doReferences builds the path of the port.
   std::string (*systemCreationClassName)();
 };
 
-/// In the order in which a port's associations are returned. The rows stand beside the fill
-/// operations, in port_satellites.cpp.
+/// The rows, in the order in which a port's associations are returned. They are in
+/// port_satellites.cpp, beside the fill operations.
 ORV::Rows<PortAssociation> portAssociations();
 
-/// A fresh association instance on a path without keys of its own: the port's role first, then the
+/// A new association instance, made on a path without keys: the port's role is set first, then the
 /// satellite's.
 CmpiInstance associationInstance(const PortAssociation& association, const CmpiString& nameSpace,
                                  const CmpiObjectPath& port, const CmpiObjectPath& satellite);

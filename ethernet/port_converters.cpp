@@ -36,7 +36,8 @@ constexpr CMPIUint16 kOtherPortMode = 0;
 constexpr CMPIUint16 kTransceivers[] = {1, 2, 0};
 constexpr CMPIUint16 kOtherTransceiver = 0;
 
-// Deliberate (contract.md#wake-on-modes): mode 7 is 0, and what is not a mode is 1.
+// Deliberate (contract.md#wake-on-modes): mode 7 becomes 0, and a number that is not a mode becomes
+// 1.
 constexpr CMPIUint16 kWakeOnModes[] = {2, 3, 4, 5, 6, 7, 0};
 constexpr CMPIUint16 kOtherWakeOnMode = 1;
 
@@ -95,7 +96,7 @@ CMPIUint16 EthernetPortProvider::convertTransceiver(TransceiverMode mode) {
 }
 
 CMPIUint16 EthernetPortProvider::convertWOLOption(WakeOnMode mode) {
-  // 0 wraps around to a number beyond the table.
+  // 0 wraps around to a number past the end of the table.
   return lookUp(kWakeOnModes, static_cast<std::uint32_t>(mode) - 1, kOtherWakeOnMode);
 }
 

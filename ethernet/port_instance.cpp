@@ -16,9 +16,10 @@ using Nodemgr::Network::PciDevice;
 using Nodemgr::Network::Pnic;
 using Nodemgr::Network::PnicLinkSettings;
 
-constexpr CMPIUint16 kEthernet = 2;    // LinkTechnology
-constexpr CMPIUint16 kNoChange = 5;    // RequestedState
-constexpr CMPIUint16 kCapability = 5;  // the one that the two capability flags speak of
+constexpr CMPIUint16 kEthernet = 2;  // LinkTechnology
+constexpr CMPIUint16 kNoChange = 5;  // RequestedState
+constexpr CMPIUint16 kCapability =
+    5;  // the capability that the port reports as supported and enabled
 constexpr CMPIUint64 kBitsPerMegabit = 1'000'000;
 
 struct PortState {
@@ -29,7 +30,7 @@ constexpr PortState kDisabled = {3, 10};           // Disabled, Stopped
 constexpr PortState kEnabled = {2, 2};             // Enabled, OK
 constexpr PortState kEnabledButOffline = {6, 10};  // Enabled but Offline, Stopped
 
-/// The link is asked about only when the port is enabled.
+/// Asks about the link only when the port is enabled.
 PortState portState(Pnic& port) {
   if (!port.IsEnabled()) return kDisabled;
   return port.IsLinkUp() ? kEnabled : kEnabledButOffline;
@@ -72,7 +73,7 @@ CmpiArray textArray(const std::vector<std::string>& values) {
   return array;
 }
 
-/// As many elements as the host's list has, an empty array for an empty one.
+/// Each element of the host's list converted; an empty list for an empty list.
 template <typename Converted, typename Host>
 std::vector<Converted> converted(const std::vector<Host>& list, Converted (*convert)(Host)) {
   std::vector<Converted> result;
@@ -88,7 +89,7 @@ std::vector<std::string> linkModeTexts(const std::vector<Nodemgr::Network::LinkM
   return texts;
 }
 
-/// Where the port sits, in the order of its labels.
+/// Sets where the port is on PCI and what it is, and the labels of these texts in the same order.
 void setPciLocation(CmpiInstance& instance, PciDevice& device) {
   std::vector<std::string> location;
   location.push_back(byteText(device.GetBus()));
@@ -103,7 +104,7 @@ void setPciLocation(CmpiInstance& instance, PciDevice& device) {
                                   "PCI DeviceID", "PCI Segment"}));
 }
 
-/// False when the host library does not know; any other exception passes.
+/// False when the host library cannot answer; any other exception is passed on.
 bool readLinkSettings(Pnic& port, PnicLinkSettings& settings) {
   try {
     port.GetLinkSettings(settings);
@@ -115,8 +116,8 @@ bool readLinkSettings(Pnic& port, PnicLinkSettings& settings) {
 
 }  // namespace
 
-// A plain sequence: the order of the host calls, and what a half-filled instance holds when one of
-// them throws, count.
+// A plain sequence, because the order of the host calls matters, and so does what a half-filled
+// instance holds when one of them throws.
 void EthernetPortProvider::fillEPInstance(CmpiInstance& instance, Pnic* port) {
   PnicLinkSettings settings;
   if (!readLinkSettings(*port, settings)) return;

@@ -9,8 +9,7 @@ namespace EthernetProvider {
 
 namespace {
 
-/// What fits into the 128 characters, the terminating zero included, that a client's device name is
-/// given.
+/// A device name that a client gives is kept in 128 characters, the terminating zero included.
 constexpr std::size_t kLongestDeviceName = 127;
 
 }  // namespace

@@ -7,57 +7,61 @@
 #include "cmpi/cmpi_string.h"
 #include "framework/scoping_keys.h"
 
-/// Keys of ports and satellites: built from a device name, and taken apart into one.
+/// Keys of ports and satellites: how they are built from a device name, and the device name read
+/// from them.
 ///
-/// A satellite is identified by its InstanceID, "Orvane:" + class name + ":" + device name. Read
-/// back, the device is the text after the last ":", whatever stands before it.
+/// A satellite is identified by its InstanceID, "Orvane:" + class name + ":" + device name. When it
+/// is read, the device is the text after the last ":", whatever precedes it.
 namespace EthernetProvider {
 
 inline constexpr char kPortClass[] = "Orvane_EthernetPort";
 
-/// What a request is told whose path names no device, or none as its class does.
+/// Status text for a path that names no device, or not in the way that its class requires.
 inline constexpr char kInvalidDeviceId[] = "DeviceID specified is not valid";
 
 using ORV::ScopingKeys;
 
-/// Path of a port with its four keys.
+/// The path of a port, with its four keys.
 CmpiObjectPath portPath(const CmpiString& nameSpace, const std::string& deviceName,
                         const ScopingKeys& scope);
 
-/// InstanceID of the satellite of that class and device.
+/// The InstanceID of a satellite.
 std::string satelliteInstanceId(const char* className, const std::string& deviceName);
 
-/// Writes it over `id`, whose memory is used again.
+/// Stores the InstanceID of a satellite in `id`, whose memory is used again.
 void assignInstanceId(std::string& id, const char* className, const std::string& deviceName);
 
-/// Path of a satellite with its one key, the InstanceID.
+/// The path of a satellite, with its only key, the InstanceID.
 CmpiObjectPath instanceIdPath(const CmpiString& nameSpace, const char* className,
                               const std::string& instanceId);
 
-/// The same, of a device.
+/// The path of a device's satellite.
 CmpiObjectPath satellitePath(const CmpiString& nameSpace, const char* className,
                              const std::string& deviceName);
 
-/// The key as a text; a null string when it is absent or null.
+/// The text of a key; a null string when the key is absent or null.
 ///
 /// Fails: CmpiStatus 13 for a key that is not a text.
 CmpiString getKey(const CmpiObjectPath& path, const char* name);
 
-/// The text after the last ":" of a satellite's InstanceID, whatever stands before it; absent when
-/// the id is null or has no ":".
+/// The text after the last ":" of a satellite's InstanceID, whatever precedes it; absent when the
+/// id is null or has no ":".
 std::optional<std::string> getDeviceName(const CmpiString& instanceId);
 
-/// What a request's path says about the device. Empty means that it names none: the key is absent,
-/// null or empty.
+/// The device that the path of a port names. Empty when it names none: the key is absent, null or
+/// empty.
+///
+/// Fails: CmpiStatus 13 for a key that is not a text, here and below.
 std::string deviceNameOfPort(const CmpiObjectPath& port);
 
-/// As above, for a path with an InstanceID; one without ":" counts as missing. An InstanceID that
-/// ends in ":" names the device with the empty name, which is not the same as none. At most the
-/// first 127 characters of the name count.
+/// The device that the path of a satellite names. Absent when the InstanceID is absent, null or
+/// without a ":". An InstanceID that ends in ":" names the device with the empty name, which is not
+/// the same as none. Only the first 127 characters of the name are used.
 std::optional<std::string> deviceNameOfSatellite(const CmpiObjectPath& satellite);
 
-/// As above, for the port that an association's path refers to under `role`. A reference that is
-/// absent, null or not a reference names none.
+/// The device of the port to which the path of an association refers under `role`. Empty when there
+/// is no such reference, when it is null or of another type, or when the port's path names no
+/// device.
 std::string deviceNameOfAssociation(const CmpiObjectPath& association, const char* role);
 
 }  // namespace EthernetProvider

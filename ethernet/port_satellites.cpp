@@ -22,15 +22,15 @@ CmpiData published(Number value) {
   return CmpiData(value);
 }
 
-/// Each fact of the record as the property of its name, in the order of the record.
+/// Sets each fact of the record as the property of the same name, in the order of the record.
 template <typename Record>
 void setFacts(CmpiInstance& instance, const Record& record) {
   platform::forEachFact<Record>(
       [&](const auto& fact) { instance.setProperty(fact.name, published(record.*fact.member)); });
 }
 
-/// Both identities are named after the driver; ElementName ends in a space and VersionString
-/// repeats it before the version.
+/// Sets the names of either identity. Both are named after the driver; ElementName ends in a space,
+/// and VersionString repeats it before the version.
 void setSoftwareIdentity(CmpiInstance& instance, Pnic& pnic, const char* connectingText,
                          std::string PnicDriverInfo::*version) {
   PnicDriverInfo info;
@@ -41,7 +41,7 @@ void setSoftwareIdentity(CmpiInstance& instance, Pnic& pnic, const char* connect
   instance.setProperty("VersionString", text.c_str());
 }
 
-/// Runs a fill operation; where the host library fails the instance keeps what it has.
+/// Runs a fill operation. When the host library fails, the instance keeps what was set before.
 template <typename Fill>
 void fillAsFarAsKnown(Fill fill) {
   try {

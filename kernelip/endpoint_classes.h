@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// The vocabulary that the endpoint provider and the address model share.
+/// Names and values that the endpoint provider and the address model share.
 namespace ORV {
 
 constexpr char kIpv4EndpointClass[] = "Orvane_KernelIPv4ProtocolEndpoint";
@@ -11,7 +11,8 @@ constexpr char kIpv6EndpointClass[] = "Orvane_KernelIPv6ProtocolEndpoint";
 /// Value of NameFormat.
 constexpr char kNameFormat[] = "Hykernel Interface Name";
 
-/// Values of ProtocolIFType. kProtocolBoth is a request's mode only: no endpoint has it.
+/// Values of ProtocolIFType. kProtocolBoth only describes what a request returns: no endpoint has
+/// it.
 constexpr std::uint16_t kProtocolIpv4 = 4096;
 constexpr std::uint16_t kProtocolIpv6 = 4097;
 constexpr std::uint16_t kProtocolBoth = 4098;

@@ -15,7 +15,8 @@ constexpr unsigned kMostParameters = 2;  // an interface and one of its IPv6 add
 static_assert(sizeof(endpointDetails::name) > kEndpointNameLength);
 static_assert(sizeof(endpointDetails::ipv6Address) > sizeof(HsiIpv6Address::text));
 
-/// A text of a listed instance as one more parameter of a query, as long as the object lives.
+/// Adds the text of a listed instance to the parameters of a query, and removes it at the end of
+/// its own life.
 class TextParameter {
  public:
   TextParameter(HSI_ParamList* query, const HSI_Param* text) : query_(query) {
@@ -44,7 +45,7 @@ endpointDetails recordOf(const char* interfaceName, std::uint32_t protocolType) 
   return record;
 }
 
-/// An interface without an IPv4 address is not a failure, one without a netmask for it is.
+/// An interface without an IPv4 address is not a failure; an IPv4 address without a netmask is.
 HSI_Status appendIpv4(const HSI_ParamList* query, const char* interfaceName,
                       std::vector<endpointDetails>& out) {
   endpointDetails record = recordOf(interfaceName, kProtocolIpv4);
@@ -66,13 +67,14 @@ HSI_Status appendIpv6Address(HSI_ParamList* query, const HSI_Param* address,
   if (status != kOk) return status;
 
   endpointDetails record = recordOf(interfaceName, kProtocolIpv6);
-  std::memcpy(record.ipv6Address, value.text, sizeof value.text);  // what follows is zero: a text
+  std::memcpy(record.ipv6Address, value.text,
+              sizeof value.text);  // the rest is zero, so it is a text
   record.prefixLength = value.prefixLength;
   out.push_back(record);
   return kOk;
 }
 
-/// An interface whose addresses cannot be listed has none.
+/// An interface whose addresses cannot be listed counts as one without.
 HSI_Status appendIpv6(HSI_ParamList* query, const char* interfaceName,
                       std::vector<endpointDetails>& out) {
   ParamList addresses;
@@ -100,7 +102,7 @@ int collectEndpointDetails(std::vector<endpointDetails>& out) {
   for (unsigned index = 0; index < count; ++index) {
     const TextParameter interface(query.get(), HSI_ParamListGetParam(interfaces.get(), index));
     last = interface.status();
-    if (last != kOk) continue;  // a failure of the whole only when it is the last interface
+    if (last != kOk) continue;  // the query fails only if this is the last interface
     if (appendIpv4(query.get(), interface.text(), out) != kOk) return 1;
     if (appendIpv6(query.get(), interface.text(), out) != kOk) return 1;
   }

@@ -17,18 +17,18 @@ struct endpointDetails {
 
 namespace ORV {
 
-/// Characters of an interface name that a record keeps, and that count when names are compared.
+/// How many characters of an interface name a record keeps and a comparison of names looks at.
 constexpr std::size_t kEndpointNameLength = 150;
 
-/// Appends one record for each address, interface by interface in the host's order: of each the
-/// IPv4 address, if it has one, then its IPv6 addresses.
+/// Appends one record for each address, interface by interface in the host's order: first the IPv4
+/// address of the interface, if it has one, then its IPv6 addresses.
 ///
-/// Source: the kernel information interface, asked afresh. Returns 0, or 1 when the host could not
-/// be read; `out` may then hold records of the interfaces read before. An interface without an IPv4
-/// address, and one whose IPv6 addresses cannot be listed, are not failures.
+/// Source: the kernel information interface, asked anew. Returns 0, or 1 when the host cannot be
+/// read; `out` may then hold records of the interfaces read so far. An interface without an IPv4
+/// address, or whose IPv6 addresses cannot be listed, is not a failure.
 int collectEndpointDetails(std::vector<endpointDetails>& out);
 
-/// Whether the record is of the interface `name`, as far as a record can tell.
+/// Whether the record belongs to the interface `name`, as far as a record can tell.
 bool hasName(const endpointDetails& record, const char* name);
 
 }  // namespace ORV

@@ -15,11 +15,11 @@ namespace {
 
 constexpr char kConversionFailed[] = "Address conversion failed";
 
-/// Deliberate (contract.md#mask-size): a whole socket address, counted from its 16 address bytes.
-/// The twelve bytes after a mask's address must be zero too, or the prefix length is 0: the mask's
-/// scope identifier, and the eight bytes after the mask. getifaddrs gives each socket address of
-/// an entry the room of the largest that it lists (36 bytes, for link-layer addresses of any
-/// length), so that these eight are the zeroed rest of the mask's own room.
+/// Deliberate (contract.md#mask-size): the size of a whole socket address, counted from the 16
+/// address bytes in it. So the twelve bytes after a mask's address must be zero too, or the prefix
+/// length is 0: the mask's scope identifier, and eight bytes after the mask. getifaddrs gives each
+/// socket address of an entry as much room as the largest that it lists (36 bytes, for link-layer
+/// addresses of any length), so these eight bytes are the zeroed rest of the mask's own room.
 constexpr int kMaskLength = sizeof(sockaddr_in6);
 static_assert(kMaskLength == 28);
 
@@ -31,8 +31,8 @@ const in6_addr* ipv6Of(const sockaddr* address) {
   return address == nullptr ? nullptr : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
 }
 
-/// Presentation form into `text`; false and an empty text without an address or when it cannot be
-/// converted.
+/// Writes the presentation form to `text`. False, with an empty text, when there is no address or
+/// it cannot be converted.
 template <std::size_t size>
 bool convert(int family, const void* address, char (&text)[size]) {
   if (address != nullptr && inet_ntop(family, address, text, size) != nullptr) return true;

@@ -12,8 +12,8 @@
 
 namespace ORV {
 
-/// One address of one kernel network interface, as getifaddrs lists it. It does not know the
-/// interface's name: snapshots are keyed by it.
+/// One address of one kernel network interface, as getifaddrs lists it. The interface's name is not
+/// part of it: it is the key under which a snapshot holds the address.
 ///
 /// Never changes once built, so any thread may read it; held through a boost::shared_ptr.
 class IAddress {
@@ -21,8 +21,8 @@ class IAddress {
   IAddress(const IAddress&) = delete;
   IAddress& operator=(const IAddress&) = delete;
 
-  /// The protocol endpoint that this address makes of the interface, in namespace "root/cimv2" and
-  /// class getCreationClassName(), as change indications embed it.
+  /// The interface as a protocol endpoint with this address, in namespace "root/cimv2" and class
+  /// getCreationClassName(). Change indications embed it.
   ///
   /// Fails: CmpiStatus of the broker.
   virtual CmpiInstance buildInterfaceObject(const CmpiContext& context, CmpiBroker* broker,
@@ -63,7 +63,7 @@ class IPv4Address : public IAddress {
 
   CmpiInstance buildInterfaceObject(const CmpiContext& context, CmpiBroker* broker,
                                     const std::string& interfaceName) const override;
-  /// Same address and same netmask.
+  /// Whether both address and netmask are equal.
   bool isEqual(const IAddress* other) const override;
   std::string getAddress() const override;
   std::string getCreationClassName() const override;
@@ -77,13 +77,13 @@ class IPv4Address : public IAddress {
 
 class IPv6Address : public IAddress {
  public:
-  /// `entry` has an IPv6 address and either no netmask or one as getifaddrs stores it: with eight
-  /// readable bytes after the socket address (see getPrefix).
+  /// `entry` has an IPv6 address, and no netmask or one as getifaddrs stores it: followed by eight
+  /// readable bytes (see getPrefix). An address that cannot be converted is an empty text.
   explicit IPv6Address(const ifaddrs* entry);
 
   CmpiInstance buildInterfaceObject(const CmpiContext& context, CmpiBroker* broker,
                                     const std::string& interfaceName) const override;
-  /// Same address, whatever the prefix. Deliberate (contract.md#ipv6-prefix).
+  /// Whether the addresses are equal, whatever the prefixes. Deliberate (contract.md#ipv6-prefix).
   bool isEqual(const IAddress* other) const override;
   std::string getAddress() const override;
   std::string getCreationClassName() const override;
@@ -91,8 +91,8 @@ class IPv6Address : public IAddress {
   /// Bits; 0 when the mask is absent or not contiguous.
   std::uint32_t prefixLength() const { return prefixLength_; }
 
-  /// Prefix length of a mask of `length` bytes, all of which are readable and looked at: the number
-  /// of leading 1-bits, or 0 when a 1-bit follows them.
+  /// The prefix length of a mask of `length` bytes, all of which are read: the number of leading
+  /// 1-bits, or 0 when another 1-bit follows them.
   static unsigned getPrefix(const void* mask, int length);
 
  private:

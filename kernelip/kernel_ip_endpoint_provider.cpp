@@ -41,7 +41,7 @@ std::optional<std::uint16_t> enumerationMode(const std::string& className) {
   return std::nullopt;
 }
 
-/// The parent classes are answered by enumerations only.
+/// Whether getInstance answers for the class; the parent classes can only be enumerated.
 bool isEndpointClass(const std::string& className) {
   return ORV::sameName(className.c_str(), ORV::kIpv4EndpointClass) ||
          ORV::sameName(className.c_str(), ORV::kIpv6EndpointClass);

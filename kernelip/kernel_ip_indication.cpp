@@ -28,7 +28,7 @@ struct FreeInterfaceAddresses {
 };
 using InterfaceAddresses = std::unique_ptr<ifaddrs, FreeInterfaceAddresses>;
 
-/// The system's list; false when it cannot be read. An empty list is null.
+/// Reads the system's list. False, after a log line, when it cannot be read. An empty list is null.
 bool readInterfaceAddresses(InterfaceAddresses& list) {
   ifaddrs* entries = nullptr;
   const int code = getifaddrs(&entries);
@@ -56,7 +56,7 @@ boost::shared_ptr<IAddress> makeAddress(const ifaddrs* entry) {
 
 CmpiDateTime now() { return CmpiDateTime::ofSeconds(static_cast<CMPIUint64>(std::time(nullptr))); }
 
-/// Path of the endpoint in its new form, not escaped. Deliberate (contract.md#model-path).
+/// The path of the endpoint as it is now, not escaped. Deliberate (contract.md#model-path).
 std::string modelPath(const CmpiContext& context, CmpiBroker* broker, const std::string& name,
                       const IAddress& current) {
   const std::string className = current.getCreationClassName();
@@ -116,7 +116,7 @@ void KernelIpIndication::buildMap(AddressMap& map) {
     try {
       address = getAddressPtr(entry);
     } catch (...) {
-      continue;  // logged where it was worth a line
+      continue;  // logged already, if it has an address
     }
     map.emplace(entry->ifa_name, address);
   }
@@ -141,7 +141,8 @@ bool KernelIpIndication::isChanged(const std::string& name,
 void KernelIpIndication::send(const CmpiContext& context, CmpiBroker* broker,
                               const std::string& name, const boost::shared_ptr<IAddress>& previous,
                               const boost::shared_ptr<IAddress>& current) {
-  // A fresh instance each time: a filter that selects properties cuts the delivered one for good.
+  // A new instance each time: a filter that selects properties removes the others from the
+  // delivered one for good.
   CmpiInstance indication(CmpiObjectPath(kNameSpace, kIndicationClass));
   formatIndication(context, indication, broker, name, previous, current);
   try {

@@ -17,18 +17,18 @@
 
 namespace ORV {
 
-/// Watches the addresses of the host's network interfaces and delivers one
-/// Orvane_KernelIPChangedIndication for each address that another of its family has replaced.
+/// Watches the addresses of the host's network interfaces. Delivers one
+/// Orvane_KernelIPChangedIndication for each address that has been replaced by another of its
+/// family.
 ///
-/// It has no thread: its owner calls testAndSend from time to time, and switches it on and off as
-/// filters come and go. Two snapshots are compared, the one that a pass takes when it begins and
-/// the one taken at the end of the pass before; what changes while a pass is under way is never
-/// reported.
+/// It has no thread: its owner calls testAndSend from time to time, and enables and disables it as
+/// filters come and go. Two snapshots are compared, the one that a pass takes at its beginning and
+/// the one taken at the end of the pass before; a change during a pass is never reported.
 ///
-/// The first four operations after the constructor may be called from any thread. Indications are
-/// delivered with the mutex held, so that switching on or off waits for a pass under way; switching
-/// off does not wait longer than a terminating cleanup does (framework/thread_times.h), since it
-/// comes before one and a delivery may never return.
+/// isEnabled, enableIndication, disableIndication, testAndSend and poll may be called from any
+/// thread. Indications are delivered with the mutex held, so enabling and disabling wait for a
+/// running pass. Disabling waits no longer than a terminating cleanup does
+/// (framework/thread_times.h), since it precedes one and a delivery may never return.
 class KernelIpIndication {
  public:
   KernelIpIndication() = default;  ///< disabled, without a snapshot
@@ -37,30 +37,30 @@ class KernelIpIndication {
   KernelIpIndication& operator=(const KernelIpIndication&) = delete;
 
   bool isEnabled();
-  /// Takes a snapshot too; the very first one is what the first pass compares with.
+  /// Also takes a snapshot; the very first one is what the first pass compares with.
   void enableIndication();
-  /// Keeps the snapshots: the first pass after a later enableIndication reports what has changed
-  /// meanwhile.
+  /// Keeps the snapshots: the first pass after a later enableIndication reports what has changed in
+  /// between.
   void disableIndication();
 
-  /// One detection pass; nothing at all while disabled.
+  /// One detection pass. Does nothing while disabled.
   ///
-  /// Fails: a failed delivery is logged and the pass goes on. What the broker throws while an
-  /// indication is being built, and an exception other than CmpiStatus from delivery, end the pass
-  /// and pass through; the mutex is free then.
+  /// Fails: a failed delivery is logged, and the pass goes on. What the broker throws while an
+  /// indication is being built, and any exception other than CmpiStatus from a delivery, ends the
+  /// pass and is passed on; the mutex is released.
   void testAndSend(const CmpiContext& context, CmpiBroker* broker);
 
-  /// Refreshes the current snapshot; the first time the previous one too. Takes the mutex.
+  /// Refreshes the current snapshot, the first time the previous one too. Takes the mutex.
   void poll();
 
   // The steps of a pass. They take no lock: the caller holds the mutex, or the object is its own.
 
-  /// Refreshes `map` from the system, leaving out entries that getAddressPtr refuses. When the
+  /// Reads `map` from the system anew, without the entries that getAddressPtr refuses. When the
   /// system cannot be read, logs it and leaves `map` as it is.
   void buildMap(std::multimap<std::string, boost::shared_ptr<IAddress>>& map);
 
-  /// Fails: a plain std::exception for an entry that is not usable, after a log line about it; an
-  /// entry without an address gets no line.
+  /// The address of an entry. Fails: a plain std::exception for an entry that cannot be used, after
+  /// a log line about it; an entry without an address is not logged.
   boost::shared_ptr<IAddress> getAddressPtr(const ifaddrs* entry);
 
   /// replacedAddresses of the two snapshots.
@@ -80,7 +80,7 @@ class KernelIpIndication {
                         const boost::shared_ptr<IAddress>& current);
 
  private:
-  /// Guards every member, except that `enabled_` is cleared without it where a delivery does not
+  /// Guards every member, except that `enabled_` is cleared without it when a delivery does not
   /// return. No other lock is taken while it is held.
   OMC::Mutex mutex_;
   std::atomic<bool> enabled_{false};

@@ -18,7 +18,7 @@ using ORV::kNameSpace;
 
 constexpr std::chrono::seconds kPollPeriod(120);
 
-// In the order in which they are polled, hence in which new records and event numbers come.
+// In the order in which they are polled, which is also that of new records and event numbers.
 constexpr const char* kMonitoredClasses[] = {
     "CIM_Sensor",       "CIM_PhysicalMemory",    "CIM_Processor",
     "CIM_PowerSupply",  "Orvane_PortController", "Orvane_Controller",
@@ -44,7 +44,7 @@ class Cycle {
  private:
   void take(const CmpiInstance& element) {
     if (element.isNull()) return;
-    // The search makes paths by the hundred: none outlives its element's turn.
+    // The search in the store makes hundreds of paths, which are freed after each element.
     const CmpiMemoryMark mark(tools_.broker);
     const CmpiData state = element.getProperty("HealthState");
     if (state.isNullValue() || state.isNotFound()) return;

@@ -4,7 +4,8 @@
 
 namespace OrvLatchedHealth {
 
-/// The kernel IP monitor thread: looks for changed kernel interface addresses every 30 seconds.
+/// The work of the kernel IP monitor thread, which looks for changed kernel interface addresses
+/// every 30 seconds.
 ORV::ThreadWork KernelIpMonitorThread();
 
 }  // namespace OrvLatchedHealth

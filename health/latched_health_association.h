@@ -5,13 +5,13 @@
 namespace OrvLatchedHealth {
 
 /// Serves Orvane_LatchedHealthAssociation: from a latched record to the element that it concerns,
-/// and not back. Waits while a monitor cycle runs.
+/// not back. Waits while a monitor cycle runs.
 class OrvLatchedHealthAssociation : public virtual OMC::SimpleAssociationMI {
  public:
   OrvLatchedHealthAssociation(const CmpiBroker& mbp, const CmpiContext& context);
 
-  /// Terminating: ends the monitor threads, since an object manager may reach this object of the
-  /// module and no other.
+  /// Terminating: ends the monitor threads, since an object manager may call the cleanup of this
+  /// object and of no other of the module.
   CmpiStatus cleanup(const CmpiContext& context, bool terminating) override;
   bool isUnloadable() const override;
 

@@ -25,7 +25,7 @@ bool isRollup(const CmpiObjectPath& path) {
   return ORV::sameName(ORV::classNameOf(path).c_str(), kRollupClass);
 }
 
-/// A path of the record in the request's namespace, the class as the request spells it.
+/// The record's path in the request's namespace, with the class as the request spells it.
 CmpiObjectPath latchedPath(const CmpiObjectPath& request, const HealthInfo& record) {
   CmpiObjectPath path(request.getNameSpace(), ORV::classNameOf(request).c_str());
   path.setKey("EventId", CmpiData(EventIdText(record.eventId).text));
@@ -131,6 +131,6 @@ CmpiStatus OrvLatchedHealthState::disableIndications() {
 ORV_PROVIDER_BASE(Orvane_LatchedHealthState);
 ORV_INSTANCE_FACTORY(Orvane_LatchedHealthState, OrvLatchedHealth::OrvLatchedHealthState)
 
-// An object of its own, for the indications.
+// A second object, for the indications.
 ORV_PROVIDER_BASE(Orvane_KernelIPChangedIndication);
 ORV_INDICATION_FACTORY(Orvane_KernelIPChangedIndication, OrvLatchedHealth::OrvLatchedHealthState)

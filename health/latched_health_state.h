@@ -6,11 +6,11 @@
 namespace OrvLatchedHealth {
 
 /// Serves Orvane_LatchedHealthState, one instance per latched record, and Orvane_RollupHealthState,
-/// one instance, both read-only; and is the indication provider of
+/// one instance; both are read-only. Is also the indication provider of
 /// Orvane_KernelIPChangedIndication.
 ///
-/// An object of each role shares the module's state (monitor_state.h), and has none of its own.
-/// Requests for latched records wait while a monitor cycle runs.
+/// There is one object for each of these two roles. They share the module's state (monitor_state.h)
+/// and have none of their own. Requests for latched records wait while a monitor cycle runs.
 class OrvLatchedHealthState : public CmpiInstanceMI, private ORV::UnfilteredIndicationMI {
  public:
   OrvLatchedHealthState(const CmpiBroker& mbp, const CmpiContext& context);

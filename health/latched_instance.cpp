@@ -15,7 +15,8 @@ bool isText(const CmpiData& data) {
   return data.getType() == CMPI_string || data.getType() == CMPI_chars;
 }
 
-/// A signed decimal number in 32 bits, wrapped: so every number up to 4294967295 is found again.
+/// A signed decimal number, wrapped to 32 bits, so that every event number up to 4294967295 is
+/// found.
 std::uint32_t leadingNumber(const char* text) {
   return static_cast<std::uint32_t>(std::strtol(text, nullptr, 10));
 }

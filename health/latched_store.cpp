@@ -30,7 +30,7 @@ void copyText(char (&buffer)[size], const char* text) {
   std::snprintf(buffer, size, "%s", text);
 }
 
-/// A copy of exact length; null stays null.
+/// A copy of the text; null for null.
 std::unique_ptr<char[]> ownText(const char* text) {
   if (text == nullptr) return nullptr;
   const std::size_t size = std::strlen(text) + 1;
@@ -48,14 +48,14 @@ void copyHost(const CmpiObjectPath& element, HealthInfo& record) {
   }
 }
 
-/// A broken invariant of the object manager.
+/// The object manager has broken one of its own rules.
 [[noreturn]] void endForMissingKey() {
   syslog(LOG_ERR, kNoKeyMemory);
   // Deliberate (contract.md#key-without-value): fatal.
   std::terminate();
 }
 
-/// The text of a key's value, or a null string for a key of another type.
+/// The text of a key's value; a null string for a key of another type.
 CmpiString keyText(const CmpiData& value) {
   if (value.isNullValue() || value.isNotFound()) endForMissingKey();
   try {
@@ -67,7 +67,8 @@ CmpiString keyText(const CmpiData& value) {
   }
 }
 
-/// Logs and returns false for a key that is not a text and when there is no memory for the list.
+/// Copies the keys. False when there are none; false, after a log line, when a key is not a text or
+/// there is no memory for the list.
 bool copyKeys(const CmpiObjectPath& element, HealthInfo& record) {
   const CMPICount count = element.getKeyCount();
   if (count == 0) return false;
@@ -101,7 +102,7 @@ bool buildPathFromRecord(const HealthInfo& record, CmpiObjectPath& path) {
   try {
     if (hasHost(record)) path.setHostname(record.hostName);
   } catch (const CmpiStatus&) {
-    // A path without its host is as good as can be had.
+    // The path is used without the host name.
   }
   try {
     for (std::uint32_t i = 0; i < record.keyCount; ++i) {
@@ -140,7 +141,7 @@ void LatchedStore::latch(const CmpiObjectPath& element, std::uint16_t healthStat
 HealthInfo* LatchedStore::find(const CmpiObjectPath& element) const {
   const std::string className = ORV::classNameOf(element);
   for (const auto& record : healthList_) {
-    // The cheap comparison first. Deliberate (contract.md#class-name-case).
+    // The cheap comparison comes first. Deliberate (contract.md#class-name-case).
     const bool sameClass =
         std::strncmp(record->className, className.c_str(), sizeof record->className) == 0;
     if (sameClass && givesBack(*record, element)) return record.get();

@@ -15,18 +15,19 @@ namespace OrvLatchedHealth {
 /// Made when the library is loaded and never destroyed: threads of ours and requests may still run
 /// while the process exits.
 struct MonitorState {
-  /// Guards every item below unless it says otherwise; locked before the detector's own mutex. A
-  /// monitor thread holds it whenever it does not wait, up-calls included.
+  /// Guards every member below that does not say otherwise. Locked before the detector's own mutex.
+  /// A monitor thread holds it whenever it is not waiting, also during up-calls.
   OMC::Mutex latchedHealthMutex;
-  /// Wakes the monitor threads early, to end.
+  /// Wakes the monitor threads early, so that they end.
   OMC::Condition latchedHealthCondition;
 
   LatchedStore store;
 
-  /// Guards itself. The kernel IP monitor asks it with latchedHealthMutex held.
+  /// Has a mutex of its own. The kernel IP monitor calls it with latchedHealthMutex held.
   ORV::KernelIpIndication kernelIpIndication;
 
-  /// Worst HealthState of the last complete cycle. Written under the mutex, read without.
+  /// The worst HealthState of the last complete cycle. Written with the mutex held, read without
+  /// it.
   std::atomic<std::uint16_t> rollupHealthState{0};
 
   ORV::ThreadGroup threads{latchedHealthMutex, latchedHealthCondition};
@@ -34,7 +35,7 @@ struct MonitorState {
   ORV::BackgroundThread kernelIpMonitor{threads};
 };
 
-/// The one of the process.
+/// The only one of the process.
 MonitorState& monitorState();
 
 }  // namespace OrvLatchedHealth

@@ -37,8 +37,8 @@ constexpr std::int32_t kMinimumIntervalSeconds = 30;
 struct State {
   std::atomic<std::int32_t> intervalSeconds{kDefaultIntervalSeconds};
 
-  /// Guards the sender. The thread holds it all the time, delivery included, except while it waits;
-  /// no lock is taken before it, and the broker's own are taken inside.
+  /// Guards the sender. The thread holds it all the time, also during a delivery, except while it
+  /// waits. No lock is taken before it; the broker takes its own while it is held.
   OMC::Mutex mutex;
   OMC::Condition condition;
   ORV::ThreadGroup threads{mutex, condition};
@@ -54,15 +54,15 @@ State& state() {
 std::string hostName() {
   char name[80] = "";
   gethostname(name, sizeof name);
-  name[sizeof name - 1] = '\0';  // a longer name may come without its end
+  name[sizeof name - 1] = '\0';  // a longer name may come without a NUL
   return name;
 }
 
 CmpiDateTime now() { return CmpiDateTime::ofSeconds(static_cast<CMPIUint64>(std::time(nullptr))); }
 
-/// One heartbeat. The instance is built afresh each time, in memory of its own: a filter that
-/// selects properties cuts the delivered instance for good, and a thread that lives for a year must
-/// not keep what it makes.
+/// One heartbeat. The instance is built anew each time, in memory of its own: a filter that selects
+/// properties removes the others from the delivered instance for good, and a thread that lives for
+/// a year must not keep what it makes.
 void beat(const ORV::ThreadTools& thread, const std::string& host, CMPIUint32 stamp) {
   const CmpiMemoryMark mark(thread.broker);
   try {

@@ -9,9 +9,9 @@
 ///     file  = { line "\n" } [ line ]
 ///     line  = any bytes
 ///
-/// The first line that contains "heartbeatInterval" anywhere decides, and no other is looked at.
-/// Its value is its first run of decimal digits, wherever it stands, unless a "#" stands before it
-/// or the line begins with it:
+/// The first line that contains "heartbeatInterval" anywhere decides; no other is looked at. Its
+/// value is its first run of decimal digits, wherever that is, unless a "#" precedes it or the line
+/// begins with it:
 ///
 ///     heartbeatInterval: 60            60
 ///     heartbeatInterval = 45 # 90      45
@@ -22,11 +22,12 @@
 ///     60 heartbeatInterval             none
 namespace Heartbeat {
 
-/// Value of a run of digits that is not a signed 32-bit number.
+/// The value of a run of digits that does not fit a signed 32-bit number.
 constexpr std::int32_t kUnreadableInterval = -1;
 
-/// The value in seconds, unchecked; absent when the file has none. Reads no further than the
-/// deciding line, and of each line the first 64 KiB. A stream that fails ends there.
+/// The value in seconds, not checked; absent when the file has none. Reads no further than the line
+/// that decides, and only the first 64 KiB of each line. A stream that fails counts as ending
+/// there.
 std::optional<std::int32_t> scanInterval(std::istream& in);
 
 }  // namespace Heartbeat

@@ -46,7 +46,7 @@ const QualifierValue* find(const std::vector<QualifierValue>& qualifiers, std::s
   return found == qualifiers.end() ? nullptr : &*found;
 }
 
-/// A boolean qualifier that is there without a value is set.
+/// Whether a boolean qualifier is true. Without a value it is.
 bool isSet(const std::vector<QualifierValue>& qualifiers, std::string_view name) {
   const QualifierValue* found = find(qualifiers, name);
   return found != nullptr &&

@@ -6,7 +6,8 @@
 
 namespace orv::cimxml {
 
-/// CLASS, with what it inherits where the element tells that. Without methods.
+/// Reads CLASS: qualifiers and properties, with inherited ones as far as the element has them.
+/// Methods are ignored.
 ///
 /// Fails: BadMessage without a name, CimError (CMPI_RC_ERR_INVALID_PARAMETER) for an unknown type.
 broker::ClassDefinition readClass(const pugi::xml_node& node);

@@ -67,7 +67,7 @@ Value readKeyValue(const pugi::xml_node& node) {
   return Value::ofString(text);
 }
 
-/// The UTF-16 unit of a text with one character.
+/// The UTF-16 code unit of a text of one character, in UTF-8.
 std::uint64_t char16Of(const std::string& text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const auto tail = [&](std::size_t i) { return static_cast<std::uint64_t>(byte(i) & 0x3F); };
@@ -80,10 +80,10 @@ std::uint64_t char16Of(const std::string& text) {
 }
 
 unsigned bitsOf(CMPIType type) {
-  return 8U << (static_cast<unsigned>(type) >> 4 & 3);  // 0x80 and 0xC0 uint8 and sint8, and so on
+  return 8U << (static_cast<unsigned>(type) >> 4 & 3);  // 0x80 is uint8, 0xC0 sint8, and so on
 }
 
-/// An integer of exactly this type; a value that needs more bits is refused, not cut.
+/// An integer of this type. A value that does not fit is refused, not truncated.
 Value readInteger(CMPIType type, const std::string& text) {
   const Value number = untypedNumber(text);
   const bool hasSign = number.type == CMPI_sint64;
@@ -91,10 +91,10 @@ Value readInteger(CMPIType type, const std::string& text) {
   const unsigned unusedBits = 64 - bitsOf(type);
   const std::uint64_t largest = ~std::uint64_t{0} >> (isSigned ? unusedBits + 1 : unusedBits);
   const bool negative = hasSign && number.signedNumber() < 0;
-  const std::uint64_t magnitude =
-      !hasSign   ? number.number()
-      : negative ? ~static_cast<std::uint64_t>(number.signedNumber())  // -1 for the larger half
-                 : static_cast<std::uint64_t>(number.signedNumber());
+  // Of a negative number one less than its magnitude, because these reach one further.
+  const std::uint64_t magnitude = !hasSign   ? number.number()
+                                  : negative ? ~static_cast<std::uint64_t>(number.signedNumber())
+                                             : static_cast<std::uint64_t>(number.signedNumber());
   if (magnitude > largest || (negative && !isSigned)) {
     badParameter("\"" + text + "\" does not fit " + broker::typeName(type));
   }
@@ -103,7 +103,7 @@ Value readInteger(CMPIType type, const std::string& text) {
       type, hasSign ? number.signedNumber() : static_cast<std::int64_t>(number.number()));
 }
 
-/// A number of 32 bits is read as one: what its digits mean depends on its width.
+/// A real32 is parsed as a float: rounding twice, to a double first, could give another number.
 Value readReal(CMPIType type, const std::string& text) {
   float single = 0;
   double number = 0;
@@ -128,7 +128,7 @@ Value readValue(CMPIType type, const std::string& text) {
 
 Instance readNestedInstance(const pugi::xml_node& node, int depth);
 
-/// The text of an embedded instance.
+/// Reads the text of an embedded instance.
 Value readEmbedded(const std::string& text, int depth) {
   if (depth > kMaximumEmbeddedDepth) badParameter("instances embedded too deep");
   pugi::xml_document document;

@@ -15,10 +15,11 @@ using broker::PropertyDefinition;
 using broker::Value;
 using pugi::xml_node;
 
-/// Elements always have an end tag: clients in use do not take every empty element without one.
+/// Elements always have an end tag: some clients do not accept every empty element without one.
 constexpr unsigned kFormat = pugi::format_raw | pugi::format_no_empty_element_tags;
 
-/// Length of the well-formed UTF-8 sequence at the start, 0 when there is none.
+/// Length in bytes of the well-formed UTF-8 sequence at the start of the text; 0 when there is
+/// none.
 std::size_t sequenceLength(std::string_view text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const unsigned char first = byte(0);
@@ -55,7 +56,7 @@ std::string typeText(CMPIType type) {
   return broker::typeName(static_cast<CMPIType>(type & ~CMPI_ARRAY));
 }
 
-/// Text of a simple, non-null value.
+/// Text of a value that is neither null nor an array nor an instance.
 std::string valueText(const Value& value) {
   struct Visitor {
     CMPIType type;
@@ -109,7 +110,7 @@ void appendArray(xml_node property, const Value& value) {
   if (value.null) return;
   xml_node values = property.append_child("VALUE.ARRAY");
   for (const Value& element : value.array()) {
-    // Deliberate (contract.md#null-elements): clients in use stop at a VALUE.NULL.
+    // Deliberate (contract.md#null-elements): some clients stop at a VALUE.NULL.
     if (element.null) continue;
     if (const auto* embedded = std::get_if<std::shared_ptr<const Instance>>(&element.content)) {
       appendText(values, "VALUE", instanceText(**embedded));
@@ -172,7 +173,7 @@ bool hasName(const std::vector<std::string>& names, std::string_view wanted) {
                      [&](const std::string& name) { return broker::sameName(name, wanted); });
 }
 
-/// VALUE or VALUE.ARRAY of literal texts as MOF has them; nothing for null.
+/// VALUE or VALUE.ARRAY of literals from MOF; nothing for null.
 void appendLiterals(xml_node node, CMPIType type,
                     const std::optional<std::vector<std::string>>& literals) {
   if (!literals) return;
@@ -246,8 +247,7 @@ xml_node appendText(xml_node parent, const char* element, const std::string& tex
 void appendNameSpace(xml_node parent, const std::string& nameSpace) {
   xml_node node = parent.append_child("LOCALNAMESPACEPATH");
   std::istringstream parts(nameSpace);
-  // A leading slash gives a first part without a name, which shows the client what the provider
-  // said.
+  // A leading slash gives a first part with an empty name: the client sees what the provider wrote.
   for (std::string part; std::getline(parts, part, '/');) {
     setName(node.append_child("NAMESPACE"), part);
   }
@@ -343,7 +343,7 @@ xml_node appendMessage(pugi::xml_document& document, const std::string& id) {
 
 namespace {
 
-/// What pugixml prints, collected.
+/// Collects what pugixml prints.
 struct Collector : pugi::xml_writer {
   std::string text;
   void write(const void* data, std::size_t size) override {

@@ -10,17 +10,18 @@ namespace orv::cimxml {
 /// The ExportIndication request for one indication.
 std::string exportMessage(const broker::Instance& indication, const std::string& messageId);
 
-/// An ExportIndication request, read.
+/// What an ExportIndication request contains.
 struct ExportedIndication {
   std::string messageId;
-  broker::Instance indication;  ///< its path has the class name only
+  broker::Instance indication;  ///< its path has only the class name
 };
 
-/// Fails: BadMessage when the text is not such a request, CimError for a value that does not fit
-/// its type.
+/// Reads an ExportIndication request.
+///
+/// Fails: BadMessage when the text is not one, CimError for a value that does not fit its type.
 ExportedIndication readExport(std::string_view text);
 
-/// The response that tells the sender of an ExportIndication request that it was taken.
+/// The response to an ExportIndication request that was accepted.
 std::string exportResponse(const std::string& messageId);
 
 }  // namespace orv::cimxml

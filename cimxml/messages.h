@@ -10,14 +10,14 @@
 #include "broker/values.h"
 #include "cmpi/abi/cmpi_types.h"
 
-/// CIM-XML messages as plain values: what a client asks, and the failures that it is given.
+/// CIM-XML messages as plain values: the calls of clients, and errors.
 namespace orv::cimxml {
 
-/// A failure that the client gets as an ERROR element: CIM status and text.
+/// A CIM error: the status and text of an ERROR element.
 class CimError : public std::runtime_error {
  public:
   CimError(CMPIrc rc, const std::string& text) : std::runtime_error(text), rc_(rc) {}
-  /// With the text of the status.
+  /// With the general text of the status.
   explicit CimError(CMPIrc rc) : CimError(rc, broker::statusText(rc)) {}
   CMPIrc rc() const { return rc_; }
 
@@ -25,7 +25,7 @@ class CimError : public std::runtime_error {
   CMPIrc rc_;
 };
 
-/// A message that is not a CIM request: HTTP 400 with a CIMError header.
+/// A text that is not a valid message. A server answers it with HTTP 400 and a CIMError header.
 class BadMessage : public std::runtime_error {
  public:
   /// `cimError` is the header's value, for example "request-not-valid".
@@ -37,7 +37,7 @@ class BadMessage : public std::runtime_error {
   std::string cimError_;
 };
 
-/// The value of an IPARAMVALUE: exactly one member is set; none for an empty one (null).
+/// The value of an IPARAMVALUE: one member is set, or none when the element is empty (null).
 struct Parameter {
   std::optional<std::string> text;               ///< VALUE, or the name of a CLASSNAME
   std::optional<std::vector<std::string>> list;  ///< VALUE.ARRAY
@@ -52,7 +52,7 @@ struct Call {
   bool intrinsic = true;  ///< false: an extrinsic method call
   std::string nameSpace;  ///< "root/cimv2"
   std::map<std::string, Parameter, broker::NameLess> parameters;
-  /// A parameter that makes no sense: the whole answer to a message that is a request otherwise.
+  /// Set when a parameter is invalid in an otherwise valid request: the answer is this error.
   std::optional<CimError> failure;
 };
 

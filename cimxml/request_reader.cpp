@@ -49,7 +49,7 @@ void readParameters(const pugi::xml_node& node, Call& call) try {
   call.failure = error;
 }
 
-/// The namespace of an extrinsic call stands in the path of the object that it is for.
+/// The namespace of an extrinsic call is part of the path of its object.
 pugi::xml_node namespaceOf(const pugi::xml_node& call) {
   if (const pugi::xml_node local = call.child("LOCALNAMESPACEPATH")) return local;
   for (const char* path : {"LOCALCLASSPATH", "LOCALINSTANCEPATH"}) {

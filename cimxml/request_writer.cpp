@@ -11,7 +11,7 @@ namespace {
 
 using pugi::xml_node;
 
-/// Parameters whose text is the name of a class, and an element of its own.
+/// Parameters whose text is a class name, which has an element of its own.
 constexpr const char* kClassParameters[] = {"ClassName", "AssocClass", "ResultClass"};
 
 bool namesAClass(const std::string& parameter) {

@@ -6,8 +6,8 @@
 
 namespace orv::cimxml {
 
-/// The message of an intrinsic method call, as request_reader reads it. `failure` has no place in
-/// it. Characters that XML cannot carry are replaced by U+FFFD.
+/// The message of an intrinsic method call, as readCall reads it. `failure` is ignored. Characters
+/// that XML cannot carry are replaced by U+FFFD.
 std::string callMessage(const Call& call);
 
 }  // namespace orv::cimxml

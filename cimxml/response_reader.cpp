@@ -16,8 +16,7 @@ using pugi::xml_node;
   throw BadMessage("response-not-valid", text);
 }
 
-/// A server's word for a status may be any number; those that the type cannot hold are failures
-/// like others.
+/// Servers may send any number as a status; one that is not a CMPIrc becomes a general failure.
 CimError readError(const xml_node& node) {
   const int code = node.attribute("CODE").as_int();
   const bool isStatus = code > 0 && code <= CMPI_RC_ERROR;
@@ -25,7 +24,8 @@ CimError readError(const xml_node& node) {
   return {rc, node.attribute("DESCRIPTION").value()};
 }
 
-/// VALUE.NAMEDINSTANCE, VALUE.OBJECTWITHPATH, VALUE.INSTANCEWITHPATH: a path, and the instance.
+/// Reads VALUE.NAMEDINSTANCE, VALUE.OBJECTWITHPATH or VALUE.INSTANCEWITHPATH, which have a path and
+/// an instance.
 Instance readWithPath(const xml_node& node, const char* path) {
   Instance instance = readInstance(requireChild(node, "INSTANCE"));
   instance.path = readReference(requireChild(node, path));
@@ -49,7 +49,7 @@ void readObjectPath(const xml_node& node, Reply& reply) {
   reply.paths.push_back(readReference(path));
 }
 
-/// What may stand in a return value.
+/// The elements that a return value may contain.
 constexpr struct {
   const char* element;
   void (*read)(const xml_node&, Reply&);

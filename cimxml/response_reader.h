@@ -11,27 +11,27 @@
 
 namespace orv::cimxml {
 
-/// What a server answered to one intrinsic method call. Which of the lists has members depends on
-/// the method.
+/// A server's response to one intrinsic method call. The method decides which lists have members.
 struct Reply {
   std::string messageId;
   std::string method;
-  std::optional<CimError> failure;  ///< the ERROR element; the lists are empty then
+  std::optional<CimError> failure;  ///< the ERROR element; the lists are then empty
 
-  /// Paths that are written without a namespace have none.
+  /// The namespace is empty where the response has none.
   std::vector<broker::ObjectPath> paths;
-  /// An INSTANCE that comes alone has a path of its class only.
+  /// The path of an INSTANCE without one has only the class name.
   std::vector<broker::Instance> instances;
   std::vector<std::string> classNames;
-  /// With what they inherit where the server tells that; `originClass` and `declaringClass` are
-  /// those of the element, or empty.
+  /// With inherited properties as far as the server sends them. `originClass` is the CLASSORIGIN,
+  /// or empty; `declaringClass` is empty.
   std::vector<broker::ClassDefinition> classes;
 };
 
 /// Reads a response message.
 ///
-/// Fails: BadMessage when the text is not well-formed, too deep or not a response to one intrinsic
-/// method call; CimError (CMPI_RC_ERR_INVALID_PARAMETER) for a value that does not fit its type.
+/// Fails: BadMessage when the text is not well-formed, nested too deeply, or not a response to one
+/// intrinsic method call; CimError (CMPI_RC_ERR_INVALID_PARAMETER) for a value that does not fit
+/// its type.
 Reply readReply(std::string_view text);
 
 }  // namespace orv::cimxml

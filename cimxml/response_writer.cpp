@@ -11,7 +11,7 @@ using broker::ObjectPath;
 using pugi::xml_node;
 
 struct ResponseWriter::Impl {
-  pugi::xml_document document;  // all but what is in the return value
+  pugi::xml_document document;  // all but the content of the return value
   WriteOptions options;
   xml_node response;
   bool returnsValue = true;
@@ -22,7 +22,7 @@ struct ResponseWriter::Impl {
     return classes == nullptr ? nullptr : classes->find(instance.path.className);
   }
 
-  /// Adds what `fill` appends to the document that it is given.
+  /// Adds to the return value what `fill` appends to the document that it is given.
   template <typename Fill>
   void add(Fill&& fill) {
     pugi::xml_document element;
@@ -134,7 +134,7 @@ std::string ResponseWriter::finish(const std::optional<CimError>& failure) {
   }
   std::string text = documentText(impl_->document);
   if (failure || !impl_->returnsValue) return text;
-  // Texts of the client cannot hold the tag: they are escaped.
+  // The client's texts cannot contain the tag, because they are escaped.
   constexpr std::string_view kTag = "<IRETURNVALUE>";
   text.insert(text.find(kTag) + kTag.size(), impl_->value);
   return text;

@@ -12,14 +12,14 @@
 
 namespace orv::cimxml {
 
-/// What the objects of a response look like on the wire.
+/// How objects are written, and how many.
 struct WriteOptions {
   std::string host = "localhost";  ///< HOST of paths that have none
-  std::size_t limit = 32U << 20;   ///< bytes of the return value
+  std::size_t limit = 32U << 20;   ///< bytes of the return value, at most
 };
 
-/// A response message under construction; one simple response. The text is UTF-8; characters that
-/// XML cannot carry are replaced by U+FFFD.
+/// Builds a message with one simple response. The text is UTF-8; characters that XML cannot carry
+/// are replaced by U+FFFD.
 class ResponseWriter {
  public:
   explicit ResponseWriter(const Call& call, WriteOptions options);
@@ -27,8 +27,8 @@ class ResponseWriter {
   ResponseWriter(const ResponseWriter&) = delete;
   ResponseWriter& operator=(const ResponseWriter&) = delete;
 
-  // Each adds one element to the return value, as text: of a large answer only the text is kept.
-  // Fails: CimError when the return value becomes too large.
+  // Each adds one element to the return value. It is kept as text alone, which takes less memory.
+  // Fails: CimError when the return value becomes larger than the limit.
   void className(const std::string& name);  ///< CLASSNAME
   void classDefinition(const broker::ClassDefinition& definition,
                        const ClassOptions& options);              ///< CLASS
@@ -43,13 +43,14 @@ class ResponseWriter {
 
   /// For an operation that returns nothing: the response has no return value.
   void noReturnValue();
-  /// An output parameter after the return value.
+  /// Adds an output parameter after the return value. `type` is its PARAMTYPE.
   void outParameter(const std::string& name, const char* type, const std::string& text);
 
-  /// Classes that give the origin of instances' properties; null: none is written.
+  /// Sets the classes that give the CLASSORIGIN of instances' properties; null: none is written.
+  /// They must outlive the writer.
   void setOriginClasses(const broker::ClassRepository* classes);
 
-  /// The whole message; an ERROR in place of the return value when `failure` is given.
+  /// Returns the whole message; with a `failure`, its response is that ERROR alone.
   std::string finish(const std::optional<CimError>& failure = std::nullopt);
 
  private:

@@ -6,8 +6,8 @@
 
 namespace orv::metrics {
 
-/// Asks a host: the embedded broker, or another one over the network. What it throws passes through
-/// whoever asks.
+/// Sends a request to a host: to this one through the embedded broker, or to another over the
+/// network. Functions that take an Ask pass on what it throws.
 using Ask = std::function<broker::Response(const broker::Request&)>;
 
 }  // namespace orv::metrics

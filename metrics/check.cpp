@@ -126,7 +126,7 @@ std::string healthText(double health) {
   return std::to_string(static_cast<long>(health));
 }
 
-/// "4711", "0.25": as few digits as tell it.
+/// "4711", "0.25": without trailing zeros, at most four decimals.
 std::string numberText(double value) {
   char text[40];
   std::snprintf(text, sizeof text, "%.4f", value);
@@ -136,7 +136,7 @@ std::string numberText(double value) {
   return all == "-0" ? "0" : all;
 }
 
-/// On one line and outside of the performance data.
+/// The text as one line that has no "|", which begins the performance data.
 std::string statusText(std::string text) {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = ' ';
@@ -145,7 +145,7 @@ std::string statusText(std::string text) {
   return text;
 }
 
-/// A label in quotes, without what ends it or its value.
+/// A label of performance data in quotes, with quotes and "=" in it made harmless.
 std::string labelText(const std::string& text) {
   std::string label;
   for (const char c : statusText(text))
@@ -153,7 +153,7 @@ std::string labelText(const std::string& text) {
   return "'" + label + "'";
 }
 
-/// How bad a verdict is: a fault that is seen comes before one that cannot be seen.
+/// How bad a verdict is: a known fault is worse than something unknown.
 int badness(Verdict verdict) {
   switch (verdict) {
     case Verdict::kOk:
@@ -192,14 +192,14 @@ const char* nameOf(Verdict verdict) {
   return "UNKNOWN";
 }
 
-/// The status line as it grows: what is wrong, the worst first, or else what was looked at.
+/// Builds the status line: the problems, the worst first, or else what was checked.
 class Line {
  public:
   void problem(Verdict verdict, const std::string& text) { problems_.push_back({verdict, text}); }
   void remark(const std::string& text) { remarks_.push_back(text); }
   void note(const std::string& text) { notes_.push_back(text); }
 
-  /// A value with its performance data. `problem` is told where a threshold is passed.
+  /// Adds a value to the performance data, and `problemText` to the problems if a threshold alerts.
   void value(const std::string& label, double value, const char* unit, const Thresholds& thresholds,
              const std::string& problemText) {
     const Verdict verdict = verdictOf(value, thresholds);
@@ -230,8 +230,8 @@ class Line {
     std::string text;
   };
   std::vector<Problem> problems_;
-  std::vector<std::string> remarks_;  // told when nothing is wrong
-  std::vector<std::string> notes_;    // told always
+  std::vector<std::string> remarks_;  // written when nothing is wrong
+  std::vector<std::string> notes_;    // always written
   std::string performance_;
 };
 
@@ -271,7 +271,7 @@ void judgePorts(const HostFacts& facts, const CheckSettings& settings, Line& lin
   for (const PortFacts& port : facts.ports) {
     if (!isWanted(settings, port.device)) continue;
     if (!port.up || !port.enabled) {
-      line.problem(Verdict::kUnknown, "port " + port.device + " does not tell its state");
+      line.problem(Verdict::kUnknown, "port " + port.device + " does not report its state");
     } else if (*port.up) {
       ++up;
     } else if (*port.enabled || !settings.ports.empty()) {
@@ -279,7 +279,7 @@ void judgePorts(const HostFacts& facts, const CheckSettings& settings, Line& lin
     }
   }
   for (const std::string& wanted : settings.ports) {
-    if (find(facts, wanted) == nullptr) down.push_back(wanted + " (not there)");
+    if (find(facts, wanted) == nullptr) down.push_back(wanted + " (missing)");
   }
   std::string names;
   for (const std::string& name : down) names += (names.empty() ? "" : ", ") + name;
@@ -287,28 +287,28 @@ void judgePorts(const HostFacts& facts, const CheckSettings& settings, Line& lin
   line.value("ports_down", static_cast<double>(down.size()), "", settings.down, "down: " + names);
 }
 
-/// The counters of the last check, where rates can be made of them.
+/// The state of the last check, or null when no rates can be computed from it.
 const CheckState* comparable(const HostFacts& facts, const StoredState& previous, double now,
                              Line& line) {
   if (!previous.complaint.empty()) line.note(previous.complaint);
   if (!previous.state) return nullptr;
   const CheckState& state = *previous.state;
   if (state.host != facts.host) {
-    line.note("the state was of host " + state.host + " and is begun anew");
+    line.note("the state file is of host " + state.host + " and is replaced");
     return nullptr;
   }
   if (!(state.time <= now)) {
-    line.note("the state was from the future and is begun anew");
+    line.note("the state file is from the future and is replaced");
     return nullptr;
   }
   if (facts.bootTime && state.time < *facts.bootTime) {
-    line.note("the host was started since the last check");
+    line.note("the host was restarted since the last check");
     return nullptr;
   }
   return &state;
 }
 
-constexpr double kShortest = 1;  // seconds between two checks that make a rate
+constexpr double kShortest = 1;  // seconds between two checks that give a rate, at least
 
 void judgeErrors(const HostFacts& facts, const CheckState* before, const CheckSettings& settings,
                  double now, Line& line) {

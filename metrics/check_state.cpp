@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kLargest = 1024 * 1024;  // of a file that we wrote
+constexpr std::size_t kLargest = 1024 * 1024;  // bytes, more than writeState ever writes
 
 CheckState stateOf(const json& stored) {
   CheckState state;
@@ -54,7 +54,7 @@ StoredState readState(const std::string& file) {
     if (text.size() > kLargest) throw std::invalid_argument("too large");
     return {stateOf(json::parse(text)), ""};
   } catch (const std::exception&) {
-    return {std::nullopt, "state file " + file + " was damaged and is begun anew"};
+    return {std::nullopt, "state file " + file + " is damaged and is replaced"};
   }
 }
 

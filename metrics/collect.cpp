@@ -16,7 +16,8 @@ using prometheus::ClientMetric;
 using prometheus::MetricFamily;
 using Labels = std::vector<ClientMetric::Label>;
 
-/// Prometheus refuses a whole answer that has the same series twice; the first one stays.
+/// Builds a family. Of samples with the same labels only the first is kept: Prometheus rejects an
+/// answer that has a series twice.
 class FamilyBuilder {
  public:
   explicit FamilyBuilder(const MetricRow& row) : family_{row.name, row.help, row.type, {}} {}
@@ -41,7 +42,7 @@ class FamilyBuilder {
   std::set<Labels> series_;
 };
 
-/// A label without text is the same as no label.
+/// Adds a label unless its text is empty: to Prometheus that is the same as no label.
 void append(Labels& labels, const char* name, std::string text) {
   if (!text.empty()) labels.push_back({name, std::move(text)});
 }
@@ -69,7 +70,7 @@ broker::Request enumeration(const ClassRows& rows, const std::string& nameSpace)
   return request;
 }
 
-/// One class on its way from the host to its families.
+/// Adds the families of one class.
 void addClass(const Ask& ask, const ClassRows& rows, const std::vector<Instance>& instances,
               std::vector<MetricFamily>& families) {
   std::vector<FamilyBuilder> builders(rows.metrics.begin(), rows.metrics.end());

@@ -12,7 +12,7 @@
 
 namespace orv::metrics {
 
-/// A class that the host did not answer for.
+/// A class whose request failed.
 struct ClassFailure {
   std::string className;
   CMPIrc rc;
@@ -20,21 +20,22 @@ struct ClassFailure {
 };
 
 struct Metrics {
-  std::vector<prometheus::MetricFamily> families;  ///< none without a sample
+  std::vector<prometheus::MetricFamily> families;  ///< those that have samples
   std::vector<ClassFailure> failures;
 };
 
-/// Asks a host for everything in the table of metrics: one request for each class, and one for each
-/// latched record. Counts beyond 2^53 lose their last digits, as all numbers of Prometheus do.
+/// Reads everything in the table of metrics: one request per class, and one per latched record.
+/// Counts above 2^53 lose their last digits, as do all numbers in Prometheus. Passes on what `ask`
+/// throws.
 Metrics collect(const Ask& ask, const std::string& nameSpace);
 
 /// A family of one sample without labels.
 prometheus::MetricFamily single(const MetricRow& row, double value);
 
-/// Prometheus's text format, version 0.0.4.
+/// The families in Prometheus's text format, version 0.0.4.
 std::string textOf(const std::vector<prometheus::MetricFamily>& families);
 
-/// What textOf's text is called in HTTP.
+/// The media type of textOf's text.
 constexpr const char* kContentType = "text/plain; version=0.0.4; charset=utf-8";
 
 }  // namespace orv::metrics

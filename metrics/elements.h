@@ -7,13 +7,12 @@
 
 namespace orv::metrics {
 
-/// A short name for an element among those of its class: the value of its one key that tells it,
-/// and `Name=a,Other=5` where several do. The keys that only name the host and the class are left
-/// out.
+/// A short name for an element within its class, made of its keys without those that name the host
+/// and the class: the value if one key is left, `Name=a,Other=5` if there are more.
 std::string elementName(const broker::ObjectPath& path);
 
-/// The name of the element that an instance is about, through an association. Empty when it cannot
-/// be told.
+/// The name of the element that an instance is about, found through an association. Empty when
+/// there is none or the request fails.
 std::string elementOf(const Ask& ask, const broker::Instance& instance, const char* association);
 
 }  // namespace orv::metrics

@@ -26,7 +26,7 @@ std::optional<double> HeartbeatWatch::waitForFirst(std::chrono::milliseconds lim
   return last_;
 }
 
-// A subscription that is refused is tried again the next time.
+// A subscription that is refused is tried again at the next call.
 void HeartbeatWatch::begin() {
   const std::lock_guard<std::mutex> lock(beginning_);
   if (id_ != 0) return;

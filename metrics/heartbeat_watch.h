@@ -11,19 +11,19 @@
 
 namespace orv::metrics {
 
-/// How a host's indications are subscribed to.
+/// How to subscribe to a host's indications.
 struct Subscribing {
   std::function<broker::SubscribeResult(const broker::IndicationFilter&, broker::IndicationHandler)>
       subscribe;
   std::function<void(broker::SubscriptionId)> unsubscribe;
 };
 
-/// Keeps the time of a host's last heartbeat. A heartbeat is an indication, so its time is known to
-/// those alone who have subscribed.
+/// Keeps the time of a host's last heartbeat. A heartbeat is an indication, so only subscribers
+/// know its time.
 ///
-/// Subscribes when it is first asked, and not before: the first subscriber starts the provider's
-/// thread, which delivers one heartbeat at once, and a host whose metrics nobody asks for treats
-/// its clients as usual.
+/// Subscribes at the first call, not before: the first subscriber starts the provider's thread,
+/// which sends one heartbeat at once. As long as nobody reads the metrics, that one is left for a
+/// client.
 class HeartbeatWatch {
  public:
   /// What `subscribing` uses must outlive the watch.
@@ -32,11 +32,11 @@ class HeartbeatWatch {
   HeartbeatWatch(const HeartbeatWatch&) = delete;
   HeartbeatWatch& operator=(const HeartbeatWatch&) = delete;
 
-  /// IndicationTime of the last one, in seconds since the epoch; absent while none has come. From
-  /// any thread.
+  /// IndicationTime of the last heartbeat, in seconds since the epoch; absent before the first.
+  /// Thread-safe.
   std::optional<double> lastTime();
 
-  /// The same, after waiting for the first one.
+  /// The same, after waiting for the first one, no longer than `limit`.
   std::optional<double> waitForFirst(std::chrono::milliseconds limit);
 
  private:
@@ -45,7 +45,7 @@ class HeartbeatWatch {
 
   Subscribing subscribing_;
   std::string nameSpace_;
-  std::mutex beginning_;  // guards id_; locked while subscribing, never by a delivery
+  std::mutex beginning_;  // guards id_; held while subscribing, not taken by deliveries
   broker::SubscriptionId id_ = 0;
   std::mutex mutex_;  // guards last_
   std::condition_variable changed_;

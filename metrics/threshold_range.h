@@ -9,20 +9,21 @@ namespace orv::metrics {
 ///
 ///     range = [ "@" ] [ start ":" ] [ end ]         start = number | "~", minus infinity
 ///
-///     10        alert below 0 or above 10           10:20     alert outside of 10 to 20
-///     10:       alert below 10                      @10:20    alert inside of 10 to 20, both
-///     included
+///     10        alert below 0 or above 10
+///     10:       alert below 10
 ///     ~:10      alert above 10
+///     10:20     alert below 10 or above 20
+///     @10:20    alert from 10 to 20, both included
 class ThresholdRange {
  public:
-  /// Absent for a text of another form, and for a start above the end.
+  /// Absent for a text that has another form or a start above its end.
   static std::optional<ThresholdRange> parse(const std::string& text);
 
   bool alerts(double value) const {
     const bool within = start_ <= value && value <= end_;
     return within == inside_;
   }
-  /// As it was given.
+  /// The range as it was written.
   const std::string& text() const { return text_; }
 
  private:

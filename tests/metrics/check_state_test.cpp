@@ -68,10 +68,10 @@ TEST_F(CheckStateTest, ADamagedFileIsToldAndNotUsed) {
     write(text);
     const StoredState stored = readState(file());
     EXPECT_FALSE(stored.state) << text;
-    EXPECT_THAT(stored.complaint, HasSubstr("was damaged and is begun anew")) << text;
+    EXPECT_THAT(stored.complaint, HasSubstr("is damaged and is replaced")) << text;
   }
   write(R"({"time":1,"host":"h","errors":{}})" + std::string(2'000'000, ' '));
-  EXPECT_THAT(readState(file()).complaint, HasSubstr("was damaged")) << "too large";
+  EXPECT_THAT(readState(file()).complaint, HasSubstr("is damaged")) << "too large";
 }
 
 TEST_F(CheckStateTest, ADirectoryInItsPlaceIsToldNotRead) {

@@ -96,7 +96,7 @@ TEST(Check, NamedPortsMustBeThereAndUp) {
   facts.ports[0].up = false;
   const CheckResult result = judge(facts, {}, settings);
   EXPECT_EQ(result.verdict, Verdict::kCritical);
-  EXPECT_THAT(result.line, HasSubstr(" - down: eth1, eth9 (not there) |"));
+  EXPECT_THAT(result.line, HasSubstr(" - down: eth1, eth9 (missing) |"));
 }
 
 TEST(Check, APortThatDoesNotTellItsStateIsUnknown) {
@@ -104,7 +104,7 @@ TEST(Check, APortThatDoesNotTellItsStateIsUnknown) {
   facts.ports[1].enabled = facts.ports[1].up = std::nullopt;
   const CheckResult result = judge(facts);
   EXPECT_EQ(result.verdict, Verdict::kUnknown);
-  EXPECT_THAT(result.line, StartsWith("ORVANE UNKNOWN - port eth1 does not tell its state |"));
+  EXPECT_THAT(result.line, StartsWith("ORVANE UNKNOWN - port eth1 does not report its state |"));
 }
 
 TEST(Check, ErrorsPerSecondAreToldBetweenTwoRuns) {
@@ -129,9 +129,9 @@ TEST(Check, StatesThatTellNothingAreBegunAnew) {
   StoredState other = before(60, 0);
   other.state->host = "host-8";
   const Row rows[] = {{before(-60, 0), "from the future"},
-                      {before(90'000, 0), "was started since the last check"},
-                      {other, "was of host host-8"},
-                      {{std::nullopt, "state file /x was damaged"}, "/x was damaged"}};
+                      {before(90'000, 0), "was restarted since the last check"},
+                      {other, "is of host host-8"},
+                      {{std::nullopt, "state file /x is damaged"}, "/x is damaged"}};
   for (const Row& row : rows) {
     const CheckResult result = judge(goodHost(), row.previous);
     EXPECT_EQ(result.verdict, Verdict::kOk) << row.note;

@@ -441,7 +441,7 @@ TEST(RemoteMonitoring, ACheckTellsWhatTheHostTells) {
   const Service service;
   const Outcome outcome = there(service.url(), {"check"});
   EXPECT_EQ(outcome.status, 3) << outcome.out;
-  EXPECT_THAT(outcome.out, StartsWith("ORVANE UNKNOWN - port nic1 does not tell its state | "));
+  EXPECT_THAT(outcome.out, StartsWith("ORVANE UNKNOWN - port nic1 does not report its state | "));
   EXPECT_THAT(outcome.out, Not(HasSubstr("heartbeat")));
 }
 

@@ -10,17 +10,19 @@ namespace orv::notation {
 
 using Json = nlohmann::ordered_json;
 
-/// Numbers, booleans, texts and arrays as such; date-times and references as their text, embedded
-/// instances as instances.
+/// Numbers, booleans, strings and arrays become those of JSON; date-times and references strings;
+/// embedded instances objects as below, with null properties only if `withNulls`.
 Json toJson(const broker::Value& value, const broker::ClassSource& classes, bool withNulls);
 
-/// {"path": text, "namespace": ..., "class": ..., "keys": {...}}
+/// {"path": text, "namespace": ..., "class": ..., "keys": {...}}; the text as objectPathText writes
+/// it.
 Json toJson(const broker::ObjectPath& path, const broker::ClassSource& classes);
 
-/// {"path": text, "class": ..., "properties": {...}}
+/// {"path": text, "class": ..., "properties": {...}}, the properties in the order of
+/// orderedProperties.
 Json toJson(const broker::Instance& instance, const broker::ClassSource& classes, bool withNulls);
 
-/// Indented text; bytes that are not UTF-8 are replaced.
+/// The JSON text, on one line if `indent` is -1. Bytes that are not UTF-8 become U+FFFD.
 std::string jsonText(const Json& json, int indent = 2);
 
 }  // namespace orv::notation

@@ -26,7 +26,7 @@ bool isReference(const broker::ClassDefinition* definition, const std::string& k
   return property != nullptr && property->type == CMPI_ref;
 }
 
-// The types are those that a client's numbers and booleans arrive with.
+// The types are those that numbers and booleans of a CIM-XML client have.
 Value plainValue(const KeyText& key) {
   switch (key.kind) {
     case KeyText::Kind::unsignedNumber:

@@ -8,15 +8,14 @@
 
 namespace orv::notation {
 
-/// The object path that a person wrote: as broker::parseObjectPath reads it, a missing namespace
-/// replaced by `nameSpace`, and the texts of keys that the class declares as references read as the
-/// paths they are.
+/// Reads an object path as broker::parseObjectPath does. Adds `nameSpace` where the text has no
+/// namespace, and reads keys that the class declares as references as paths.
 ///
-/// Fails: broker::ObjectPathError, when the text or that of a reference is not an object path.
+/// Fails: broker::ObjectPathError when the text, or the text of a reference, is not an object path.
 broker::ObjectPath readObjectPath(std::string_view text, const std::string& nameSpace,
                                   const broker::ClassSource& classes);
 
-/// The text that readObjectPath reads as the path: references quoted, keys that are null left
+/// The text from which readObjectPath reads the path. References are quoted; null keys are left
 /// out.
 std::string objectPathText(const broker::ObjectPath& path);
 

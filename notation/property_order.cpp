@@ -9,7 +9,7 @@ namespace {
 using broker::ClassDefinition;
 using broker::Property;
 
-// Keys before the rest, and in both the order of declaration.
+// Keys come before the rest; both are in the order of declaration.
 std::size_t rank(const ClassDefinition* definition, const Property& property) {
   if (definition == nullptr) return 0;
   const std::size_t count = definition->properties.size();

@@ -15,7 +15,7 @@ using serve::BodyStream;
 using serve::HttpAnswer;
 
 constexpr const char* kBeat = ": the service is there\n\n";
-/// What a browser waits before it asks again when the connection is lost.
+/// Has browsers wait this many milliseconds before they connect again.
 constexpr const char* kStart = "retry: 3000\n\n";
 
 std::string timeText() {
@@ -48,7 +48,7 @@ Events::~Events() {
 serve::GetRoute Events::route() {
   return {"/api/events", [this](const serve::GetRequest& request) {
             if (!request.parameters.empty()) {
-              return serve::errorAnswer(400, "there are no parameters here");
+              return serve::errorAnswer(400, "this path takes no parameters");
             }
             return listen();
           }};
@@ -67,7 +67,7 @@ HttpAnswer Events::listen() {
   for (const std::string& event : kept_) stream->append(event);
   listeners_.push_back(stream);
   lock.unlock();
-  subscribeOnce();  // after it listens: the first indications come at once
+  subscribeOnce();  // after adding the listener: the first indications come at once
   return {200, "", "text/event-stream", {{"Cache-Control", "no-store"}}, stream};
 }
 
@@ -91,7 +91,7 @@ void Events::subscribeOnce() {
   }
 }
 
-/// In the thread that delivers.
+/// Called in the thread that delivers the indication.
 void Events::send(const broker::Instance& indication) try {
   notation::Json data = {{"received", timeText()}};
   data.update(notation::toJson(indication, *host_.classes, false));

@@ -16,19 +16,19 @@ namespace orv::web {
 
 /// The host's indications as server-sent events.
 ///
-/// Subscribes when somebody listens for the first time, so that a host whose page nobody opens
-/// treats its clients as ever: the first subscriber of a heartbeat is sent one at once. From then
-/// on it keeps the last indications, which whoever begins to listen is sent first.
+/// Subscribes when the first client listens: the first subscriber to heartbeats is sent one at
+/// once, which is left for other clients as long as nobody opens the page. From then on it keeps
+/// the last indications and sends them to each new listener first.
 class Events {
  public:
   struct Limits {
-    std::size_t listeners = 32;              ///< at a time; more are answered 503
-    std::size_t listenerBytes = 256U << 10;  ///< that a listener has not taken; then it is dropped
-    std::size_t kept = 50;                   ///< indications that a new listener is sent
-    std::size_t keptBytes = 64U << 10;       ///< the same; at most `listenerBytes`
+    std::size_t listeners = 32;              ///< at a time; more get 503
+    std::size_t listenerBytes = 256U << 10;  ///< a listener with more still to take is dropped
+    std::size_t kept = 50;                   ///< indications for new listeners
+    std::size_t keptBytes = 64U << 10;       ///< of all of them; at most `listenerBytes`
   };
 
-  /// Indications of these classes. One that cannot be subscribed to is told in the log.
+  /// For indications of these classes. A class that cannot be subscribed to is logged and left out.
   Events(const Host& host, const std::vector<std::string>& classNames)
       : Events(host, classNames, Limits()) {}
   Events(const Host& host, const std::vector<std::string>& classNames, Limits limits);
@@ -37,8 +37,9 @@ class Events {
   Events(const Events&) = delete;
   Events& operator=(const Events&) = delete;
 
-  /// `/api/events`. Each indication is an event "indication" whose data is one line: the instance
-  /// as JSON, after a member "received", the time in UTC. Its id is new in each process.
+  /// `/api/events`; the object must outlive the route. Each indication is an event "indication"
+  /// whose data is one line: the instance as JSON, preceded by a member "received", the time in
+  /// UTC. Ids do not repeat, even after a restart.
   serve::GetRoute route();
 
  private:
@@ -52,7 +53,7 @@ class Events {
   const Limits limits_;
   const std::string firstOfId_;
   const std::vector<std::string> classNames_;
-  std::mutex subscribing_;  // guards the next two; never locked by a delivery
+  std::mutex subscribing_;  // guards the next two; not taken by deliveries
   bool subscribed_ = false;
   std::vector<broker::SubscriptionId> subscriptions_;
   std::mutex mutex_;  // guards what follows; a stream's lock is taken under it

@@ -27,7 +27,7 @@ constexpr const char* kMediaType = "application/json";
 struct Refusal {
   int status;
   std::string text;
-  CMPIrc cimStatus = CMPI_RC_OK;  ///< CMPI_RC_OK: nobody was asked
+  CMPIrc cimStatus = CMPI_RC_OK;  ///< of the broker's response; CMPI_RC_OK: there was none
 };
 
 struct StatusRow {
@@ -35,7 +35,7 @@ struct StatusRow {
   int http;
 };
 
-/// Others are 500.
+/// Statuses that are not listed become 500.
 constexpr StatusRow kStatuses[] = {
     {CMPI_RC_ERR_ACCESS_DENIED, 403},     {CMPI_RC_ERR_INVALID_NAMESPACE, 404},
     {CMPI_RC_ERR_INVALID_PARAMETER, 400}, {CMPI_RC_ERR_INVALID_CLASS, 404},
@@ -85,14 +85,14 @@ class ArrayText {
   std::string text_ = "[";
 };
 
-/// A misspelt parameter would otherwise change nothing and nobody would know.
+/// Refuses unknown parameters. A misspelt one would otherwise be ignored without notice.
 void allowParameters(const GetRequest& request, const std::set<std::string_view>& known) {
   for (const auto& [name, value] : request.parameters) {
     if (known.count(name) == 0) throw Refusal{400, "the parameter \"" + name + "\" is not known"};
   }
 }
 
-/// What follows the route's path.
+/// The class name that follows the route's path.
 std::string classOf(const GetRequest& request) {
   std::string name = request.path.substr(request.path.rfind('/') + 1);
   const std::size_t slashes = std::count(request.path.begin(), request.path.end(), '/');
@@ -101,7 +101,8 @@ std::string classOf(const GetRequest& request) {
   return name;
 }
 
-/// Each name that a class has, once: a client cannot make us look for more than there are.
+/// The properties asked for, each once. Names that the class does not have are refused, so that a
+/// client cannot ask for more than there are.
 broker::PropertyList propertiesOf(const GetRequest& request, const ClassRepository& classes,
                                   const std::string& className) {
   std::set<std::string, broker::NameLess> wanted;
@@ -191,8 +192,8 @@ serve::GetRoute route(const char* path, Answer answer, const Host& host, std::si
 
 HttpAnswer nothing(const Host&, const GetRequest&, std::size_t) {
   throw Refusal{404,
-                "there is nothing here; there are /api/instances/CLASS, /api/names/CLASS, "
-                "/api/get?path=PATH, /api/associators?path=PATH and /api/events"};
+                "there is nothing here; try /api/instances/CLASS, /api/names/CLASS, "
+                "/api/get?path=PATH, /api/associators?path=PATH or /api/events"};
 }
 
 }  // namespace

@@ -9,12 +9,12 @@
 #include "broker/class_repository.h"
 #include "serve/http_answer.h"
 
-/// What a browser and small programs ask of the service with GET. docs/page.md describes it.
+/// What the service answers to browsers and small programs. docs/page.md describes it.
 namespace orv::web {
 
-/// What is served.
+/// The host that is served.
 struct Host {
-  broker::Broker& broker;  ///< must outlive whoever has the record
+  broker::Broker& broker;  ///< must outlive every copy of this record
   std::shared_ptr<const broker::ClassRepository> classes;
   std::string nameSpace = "root/cimv2";
 };
@@ -30,7 +30,7 @@ struct Host {
 ///   /api/...               404
 ///
 /// Errors are {"status": HTTP status, "cimStatus": CIM status, "text": "..."}; without "cimStatus"
-/// when nobody was asked. An answer of more than `answerBytes` is an error.
+/// unless the status is the broker's. An answer of more than `answerBytes` is an error.
 std::vector<serve::GetRoute> jsonRoutes(const Host& host, std::size_t answerBytes = 32U << 20);
 
 }  // namespace orv::web

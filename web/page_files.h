@@ -10,13 +10,13 @@ namespace orv::web {
 /// Where the page's files are.
 struct PagePlaces {
   std::string directory;  ///< of our own files; empty: there is no page
-  /// Chart.js, of the system's package; where it is not there, the page shows no plots.
+  /// Chart.js from the system's package; without the file, the page shows no plots.
   std::string chart = "/usr/share/javascript/chart.js/chart.min.js";
 };
 
-/// `/` and the files that it needs, read when they are asked for. Nothing of a request becomes the
-/// name of a file: there is a route for each. Their Content-Security-Policy lets the page run these
-/// scripts and ask this service, and nothing else.
+/// `/` and the files that it needs, one route per file, so that no part of a request becomes a file
+/// name. Files are read at each request. Their Content-Security-Policy lets the page run these
+/// scripts and send requests to this service, and nothing else.
 std::vector<serve::GetRoute> pageRoutes(const PagePlaces& places);
 
 }  // namespace orv::web

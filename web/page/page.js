@@ -1,14 +1,14 @@
 "use strict";
 
-// The page of a host: asks the service's JSON interface every few seconds, listens to its events, and shows both.
+// The page of a host: reads the service's JSON interface every few seconds, listens to its events, and shows both.
 
-const kPeriod = 5000; // ms between two rounds of questions
-const kSlowRounds = 12; // what rarely changes is asked once in so many rounds
-const kPatience = 10000; // ms until a question has failed
+const kPeriod = 5000; // ms between two rounds of requests
+const kSlowRounds = 12; // what rarely changes is read once in this many rounds
+const kPatience = 10000; // ms after which a request has failed
 const kSpan = 600000; // ms that the plots show
 const kMaxEvents = 50;
 
-// ---- Words of the CIM schema's numbers, and how they look ----
+// ---- Words for the CIM schema's numbers, and their colours ----
 
 const kHealth = {
   0: ["Unknown", "none"],
@@ -82,7 +82,7 @@ const bitRate = (value) => scaled(value, "bit/s");
 const packetRate = (value) => `${kWhole.format(Math.round(value))} packets/s`;
 const errorRate = (value) => `${kDigits.format(value)} errors/s`;
 
-// A date-time of CIM, as a Date; null when there is none.
+// The Date of a CIM date-time; null when the text is not one.
 function dateOf(text) {
   const parts = /^(\d{4})(\d\d)(\d\d)(\d\d)(\d\d)(\d\d)\.(\d{3})\d{3}([+-]\d{3})$/.exec(text || "");
   if (!parts) return null;
@@ -99,9 +99,9 @@ function macText(digits) {
   return /^[0-9A-F]{12}$/.test(digits || "") ? digits.toLowerCase().match(/../g).join(":") : digits;
 }
 
-// ---- Asking ----
+// ---- Requests ----
 
-// An answer that says no. What else goes wrong is a lost connection.
+// The service answered with an error. Any other failure is a lost connection.
 class Refused extends Error {}
 
 async function ask(path, parameters = []) {
@@ -116,7 +116,7 @@ async function ask(path, parameters = []) {
   try {
     text = (await response.json()).text || text;
   } catch {
-    // Not from the service.
+    // The answer is not the service's.
   }
   throw new Refused(text);
 }
@@ -150,7 +150,7 @@ const connection = {
 
 // ---- Tables ----
 
-// Rows are arrays of cells: texts or elements; the first is the row's header.
+// Rows are arrays of cells, which are texts or elements; the first cell is the row's header.
 function showTable(list, caption, columns, rows, empty) {
   const panel = document.querySelector(`[data-list="${list}"]`);
   if (rows.length === 0) {
@@ -196,7 +196,7 @@ const plural = (count, one, more) => (count === 1 ? `1 ${one}` : `${kWhole.forma
 
 // ---- Health ----
 
-const elementsOfRecords = new Map(); // path of a record to its element
+const elementsOfRecords = new Map(); // by a record's path
 
 async function elementOf(record) {
   const known = elementsOfRecords.get(record.path);
@@ -222,7 +222,7 @@ function healthBadge(state) {
 }
 
 async function showHealth(slow) {
-  if (slow) elementsOfRecords.clear(); // their health now may be another
+  if (slow) elementsOfRecords.clear(); // their health may have changed
   const rollup = await instancesOf("Orvane_RollupHealthState");
   const state = rollup.length > 0 ? rollup[0].properties.HealthState : 0;
   setBadge(byId("rollup").querySelector(".badge"), kHealth[state] || [`State ${state}`, "none"]);
@@ -238,7 +238,7 @@ async function showHealth(slow) {
       about.name || "–",
       healthBadge(record.properties.HealthState),
       timeElement(dateOf(record.properties.Timestamp)),
-      about.now === null || about.now === undefined ? "Not there" : healthBadge(about.now),
+      about.now === null || about.now === undefined ? "Gone" : healthBadge(about.now),
       about.wrong || "–",
     ]);
   }
@@ -247,13 +247,13 @@ async function showHealth(slow) {
     "The worst health ever seen of each element",
     ["Element", "Worst health", "Since", "Now", "What is wrong"],
     rows,
-    "No element has been seen in another health than OK.",
+    "No element has been seen in any health other than OK.",
   );
 }
 
 // ---- Ports ----
 
-const histories = new Map(); // name of a port to its samples, oldest first
+const histories = new Map(); // samples by a port's name, oldest first
 
 const kCounters = ["bytesRx", "bytesTx", "packetsRx", "packetsTx", "errorsRx", "errorsTx"];
 
@@ -264,14 +264,14 @@ function keepSample(name, at, counters) {
   histories.set(name, samples);
 }
 
-// What a counter did per second between two samples. Null where it began anew.
+// Change of a counter per second between two samples. Null when it was reset.
 function rate(before, after, counter) {
   const seconds = (after.at - before.at) / 1000;
   const difference = after[counter] - before[counter];
   return seconds > 0 && difference >= 0 ? difference / seconds : null;
 }
 
-// Points of a plot: seconds before now, and the rate; a gap where nothing was asked for long.
+// Points of a plot: seconds relative to now, and the rate; a gap where samples are far apart.
 function pointsOf(name, counter, factor, now) {
   const samples = histories.get(name) || [];
   const points = [];
@@ -333,7 +333,7 @@ function makePlot(canvas, kind) {
           suggestedMax: kPlots[kind].least,
           ticks: { maxTicksLimit: 4, callback: kPlots[kind].unit },
           afterFit: (axis) => {
-            axis.width = 92; // all plots begin below one another
+            axis.width = 92; // so that the plots of all cards are aligned
           },
         },
       },
@@ -352,7 +352,7 @@ function paint(chart) {
   chart.data.datasets[1].borderColor = colour("--send");
 }
 
-// A port's card. Its plots exist as long as they can be seen.
+// A port's card. Its plots exist while the card is in view.
 class PortCard {
   constructor(name) {
     this.name = name;
@@ -439,7 +439,7 @@ class PortCard {
     }
   }
 
-  // The last rates in words, beside the plot and as the plot's name.
+  // Shows the last rates in words, beside the plot and in its accessible name.
   showRates(kind, format, directions) {
     const parts = [];
     for (const [direction, word, first, second] of directions) {
@@ -464,7 +464,7 @@ class PortCard {
   }
 }
 
-const ports = new Map(); // name to PortCard
+const ports = new Map(); // PortCards by name
 const drivers = new Map();
 const firmwares = new Map();
 
@@ -618,7 +618,7 @@ function nameHost(name) {
   document.title = name;
 }
 
-// ---- Rounds of questions ----
+// ---- Rounds of requests ----
 
 const kParts = [
   { every: true, show: showHealth, problem: (error) => showProblem("records", "health", error) },
@@ -628,7 +628,7 @@ const kParts = [
   { every: false, show: showImages, problem: (error) => showProblem("images", "software", error) },
 ];
 
-// What can be shown is shown, whatever else fails. False: nobody answers.
+// Shows a part, or its problem, whatever happens to the others. False: the service does not answer.
 async function show(part, slow) {
   try {
     await part.show(slow);
@@ -686,7 +686,7 @@ function listen() {
   const source = new EventSource("/api/events");
   source.addEventListener("indication", showIndication);
   source.addEventListener("error", () => {
-    // The browser tries again by itself, unless it was refused.
+    // The browser connects again by itself, unless the service refused.
     if (source.readyState === EventSource.CLOSED) setTimeout(listen, 2 * kPeriod);
   });
 }

@@ -12,8 +12,7 @@ struct ServerUrl {
   std::string port;
   std::string path = "/cimom";
 
-  /// For messages: "https://host:5989", without the user and without the path if it is the usual
-  /// one.
+  /// For messages: "https://host:5989", without the user, and without a path that is the usual one.
   std::string name() const;
   /// The URL that requests are posted to, without the user.
   std::string address() const;

@@ -9,7 +9,7 @@ namespace OrvProcessor {
 namespace {
 
 struct Vendor {
-  std::string_view text;  ///< the letters of EBX, ECX and EDX
+  std::string_view text;  ///< the letters as EBX, ECX and EDX hold them
   std::uint16_t code;
 };
 

@@ -35,23 +35,24 @@ constexpr std::uint16_t kVendorOther = 1;
 constexpr std::uint16_t kVendorGenuineIntel = 2;
 constexpr std::uint16_t kVendorAuthenticAmd = 3;
 
-/// The vendor code that the twelve letters of the vendor registers stand for.
+/// The vendor code for the twelve letters in the vendor registers.
 std::uint16_t vendorCode(const HsiCore& core);
 
-/// Value of the feature's bits ("VTSupported", "BrandID", "XDSupported", "LMSupported"); 0 when the
-/// vendor's processors are not known to have it.
+/// The bits of a feature ("VTSupported", "BrandID", "XDSupported", "LMSupported") as a number; 0
+/// when processors of the vendor are not known to have it.
 std::uint32_t featureValue(const HsiCore& core, std::uint16_t vendor, std::string_view feature);
 
-/// Sets vendor, stepping, brand and features of a package from its first core.
+/// Sets vendor, stepping, brand and features of a package from the identification of its first
+/// core.
 void decodeIdentification(const HsiCore& core, ProcessorRecord& record);
 
-/// The text of a field up to its NUL, every character that does not print replaced by a space. Only
-/// 48 characters of a model name count.
+/// The text of a field up to its NUL, with every character that does not print replaced by a space.
+/// Only the first 48 characters of the field are used.
 std::string cleanModelName(std::string_view field);
 
-/// Sets the two power control flags. `policy` counts up to a NUL: "off" at its start means that
-/// there is no power control, "dynamic" that it is enabled, anything else that it is disabled;
-/// letters in either case.
+/// Sets the two power control flags from the beginning of `policy`, letters in either case: "off"
+/// means that there is no power control, "dynamic" that it is enabled, anything else that it is
+/// disabled. `policy` ends at its first NUL.
 void decodePowerPolicy(std::string_view policy, ProcessorRecord& record);
 
 /// A brand as it is published: hexadecimal, padded with spaces to four digits, "0x   5".

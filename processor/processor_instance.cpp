@@ -18,7 +18,7 @@ struct Characteristic {
   bool ProcessorRecord::*enabled;
 };
 
-/// By their fixed positions in the two arrays.
+/// In the order of their fixed positions in the two arrays.
 constexpr Characteristic kCharacteristics[] = {
     {&ProcessorRecord::longMode, 2, &ProcessorRecord::longMode},
     {&ProcessorRecord::virtualization, 4, &ProcessorRecord::virtualization},
@@ -36,7 +36,7 @@ CmpiArray arrayOfOne(CMPIType type, Value value) {
   return array;
 }
 
-/// The keys, in the order of the path. Shared by path and instance.
+/// Calls `set` with each key, in the order of the path. Used for both path and instance.
 template <typename Set>
 void forEachKey(const ORV::ScopingKeys& scope, const ProcessorRecord& record, Set set) {
   set("SystemCreationClassName", scope.systemCreationClassName.c_str());
@@ -45,7 +45,8 @@ void forEachKey(const ORV::ScopingKeys& scope, const ProcessorRecord& record, Se
   set("DeviceID", record.name.c_str());
 }
 
-/// A characteristic that the package lacks leaves its position null: positions do not move.
+/// A characteristic that the package lacks leaves its position null; the positions of the others do
+/// not change.
 void setCharacteristics(CmpiInstance& instance, const ProcessorRecord& record) {
   CmpiArray codes(kCharacteristicCount, CMPI_uint16);
   CmpiArray states(kCharacteristicCount, CMPI_uint16);

@@ -20,8 +20,8 @@ constexpr const char* kProcessorClass = "Orvane_Processor";
 CmpiInstance processorInstance(const std::string& nameSpace, const ORV::ScopingKeys& scope,
                                const ProcessorRecord& record, const char** properties);
 
-/// Position of the package that a DeviceID names: the decimal number after its last "-", whatever
-/// stands before that. Absent without a "-" and with anything but digits after it.
+/// The position of the package that a DeviceID names: the decimal number after its last "-",
+/// whatever precedes it. Absent when there is no "-", or anything but digits after it.
 std::optional<std::size_t> packagePosition(std::string_view deviceId);
 
 }  // namespace OrvProcessor

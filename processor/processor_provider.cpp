@@ -1,4 +1,4 @@
-// One Orvane_Processor for each processor package of the host, from the kernel's information.
+// One Orvane_Processor for each processor package of the host.
 
 #include "cmpi/cmpi_result_filters.h"
 #include "framework/factories.h"
@@ -27,7 +27,7 @@ bool isServedClass(const CmpiObjectPath& path) {
   return ORV::sameName(ORV::classNameOf(path).c_str(), kProcessorClass);
 }
 
-/// Empty when the query fails, too.
+/// The packages of the host; empty also when the query fails.
 std::vector<ProcessorRecord> processors() {
   std::vector<ProcessorRecord> records;
   queryProcessors(records);

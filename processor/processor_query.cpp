@@ -11,7 +11,7 @@ using ORV::ParamList;
 constexpr HSI_Status kOk = ORV::kKernelQueryOk;
 constexpr HSI_Status kFailed = ORV::kKernelQueryFailed;
 
-/// What the kernel says about the host as a whole.
+/// What the kernel says about the whole host.
 struct HostFacts {
   HsiPowerManagement powerManagement{};
   HsiTopology topology{};
@@ -30,7 +30,7 @@ HSI_Status readHostFacts(HostFacts& facts) {
   return status;
 }
 
-/// The instances of a node: reads one of their values by its position in the kernel's list.
+/// The instances of a node. Reads a value of one of them by its position in the kernel's list.
 class InstanceList {
  public:
   HSI_Status load(HSI_Node node) {
@@ -42,7 +42,7 @@ class InstanceList {
 
   unsigned size() const { return HSI_ParamListUsedCount(instances_.get()); }
 
-  /// Reads a node for the instance at `position`; a position past the end fails.
+  /// Reads `node` for the instance at `position`. Fails for a position past the end.
   template <typename Value>
   HSI_Status read(HSI_Node node, std::uint64_t position, Value& value) const {
     std::int32_t instance = 0;
@@ -77,8 +77,8 @@ HSI_Status readPackages(const InstanceList& packages, const HostFacts& facts,
   return kOk;
 }
 
-/// A package runs when one of its cores does. The details of that core are read for their success
-/// only.
+/// A package runs when one of its cores does. The details of that core are read only to see whether
+/// they can be.
 HSI_Status readRunState(const InstanceList& cores, std::uint64_t firstCore,
                         ProcessorRecord& record) {
   HsiCoreState state{};

@@ -7,12 +7,12 @@
 
 namespace OrvProcessor {
 
-/// Asks the kernel for the processor packages of this host, afresh.
+/// Asks the kernel for the processor packages of this host.
 ///
 /// On success the records replace what `records` holds, in the order of the kernel's list of
 /// packages; there may be none. Any failure of the kernel information interface fails the whole
-/// query with that status and leaves `records` alone; so do packages that count more cores than the
-/// kernel lists. Safe to call from any thread.
+/// query with its status and leaves `records` unchanged. So does a host whose packages claim more
+/// cores than the kernel lists. May be called from any thread.
 HSI_Status queryProcessors(std::vector<ProcessorRecord>& records);
 
 }  // namespace OrvProcessor

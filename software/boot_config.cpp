@@ -19,7 +19,7 @@ std::string_view withoutTrailingWhiteSpace(std::string_view text) {
   return last == std::string_view::npos ? std::string_view() : text.substr(0, last + 1);
 }
 
-/// The number if `text` is what it prints as.
+/// The number whose decimal digits are exactly `text`.
 std::optional<std::int32_t> canonicalNumber(std::string_view text) {
   std::int32_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -27,7 +27,7 @@ std::optional<std::int32_t> canonicalNumber(std::string_view text) {
   return number;
 }
 
-/// What stands after "build=" in the first line that begins so; absent at the end of the text.
+/// What follows "build=" in the first line that begins with it; absent when there is no such line.
 std::optional<std::string> findBuildLine(std::istream& text) {
   ORV::LineReader lines(text);
   while (const auto line = lines.next()) {

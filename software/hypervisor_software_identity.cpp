@@ -1,5 +1,5 @@
-// The hypervisor images of this host: the one that runs, and on hosts that have one the image in
-// the alternate boot bank, which the host would boot after a rollback.
+// The hypervisor images of this host: the one that runs and, on hosts that have it, the one in the
+// alternate boot bank, which the host would boot after a rollback.
 
 #include <sys/sysinfo.h>
 #include <syslog.h>
@@ -28,7 +28,7 @@ std::uint64_t lastStartMicroseconds() {
   return static_cast<std::uint64_t>(std::time(nullptr) - host.uptime) * kMicrosecondsPerSecond;
 }
 
-/// What is published about the running image when the host does not give its version.
+/// What is published about the running image when the host does not tell its version.
 HykuserVersion_SystemVersion fallbackVersion() {
   HykuserVersion_SystemVersion image{};
   setField(image.productName, HostType_OSIsHYK() ? kHypervisorProductName : kHostedProductName);
@@ -70,7 +70,8 @@ class HypervisorSoftwareIdentity : public CmpiInstanceMI {
   void returnInstance(const CmpiResult& result, const CmpiObjectPath& request,
                       const char** properties, const HykuserVersion_SystemVersion& image) const;
 
-  /// Held for the whole of every operation; guards the members below. No lock is taken before it.
+  /// Guards the members below, and is held during the whole of every operation. No lock is taken
+  /// before it.
   OMC::Mutex mutex_;
   HykuserVersion_SystemVersion runningImage_{};
   std::optional<HykuserVersion_SystemVersion> alternateImage_;  ///< absent until first found
@@ -161,7 +162,7 @@ void HypervisorSoftwareIdentity::refresh() {
   }
 }
 
-/// A file that cannot be read leaves the image of an earlier request.
+/// Keeps the image of an earlier request when the file cannot be read.
 void HypervisorSoftwareIdentity::refreshAlternateImage() {
   const std::unique_ptr<std::istream> file = openBootConfig();
   if (file == nullptr) return;

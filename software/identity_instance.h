@@ -18,8 +18,8 @@ std::string instanceIdOf(const CmpiObjectPath& path);
 
 /// Sets the properties of an Orvane_HypervisorSoftwareIdentity from the version record.
 ///
-/// `lastStartMicroseconds` since the epoch is published for the running image only. Fails: the
-/// broker's CmpiStatus.
+/// `lastStartMicroseconds`, counted from the epoch, is published for the running image only. Fails:
+/// the broker's CmpiStatus.
 void fillIdentity(CmpiInstance& instance, const HykuserVersion_SystemVersion& image,
                   std::uint64_t lastStartMicroseconds);
 

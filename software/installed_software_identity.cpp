@@ -24,15 +24,15 @@ constexpr const char* kSystemClass = "OMC_UnitaryComputerSystem";
 constexpr const char* kSystemRole = "System";
 constexpr const char* kSoftwareRole = "InstalledSoftware";
 
-/// Deliberate (contract.md#system-namespace): names and single instances carry the system's path in
-/// this namespace; references carry the request's.
+/// Deliberate (contract.md#system-namespace): in names and single instances the system's path has
+/// this namespace; in references it has that of the request.
 constexpr const char* kSystemNameSpace = "/root/cimv2";
 
-/// One end of the association as a request's filters see it.
+/// One end of the association, as the filters of a request see it.
 struct End {
-  const char* role;        ///< of the object that the request names
-  const char* otherRole;   ///< of what it looks for
-  const char* otherClass;  ///< of what it looks for
+  const char* role;        ///< of the object that the request starts from
+  const char* otherRole;   ///< of the objects that it looks for
+  const char* otherClass;  ///< of the objects that it looks for
 };
 constexpr End kSystemEnd = {kSystemRole, kSoftwareRole, kHypervisorIdentityClass};
 constexpr End kSoftwareEnd = {kSoftwareRole, kSystemRole, kSystemClass};
@@ -53,7 +53,7 @@ bool isAlternateImage(const CmpiObjectPath& software) {
 }
 
 /// The image that a request names; null when the key is absent, null or not a reference. A path
-/// that has no namespace of its own stands in the request's.
+/// without a namespace is given the request's.
 CmpiObjectPath softwareKey(const CmpiObjectPath& request) {
   const CmpiData key = request.getKey(kSoftwareRole);
   if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) {
@@ -91,7 +91,7 @@ class OrvaneInstalledSoftwareIdentity : public virtual CmpiInstanceMI,
   CmpiStatus initialize(const CmpiContext& context) override;
 
  protected:
-  /// The association class is not consulted: this provider serves one only.
+  /// Ignores `assocClass`: this provider serves only one association class.
   CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
                           const CmpiObjectPath& path, const char* assocClass,
                           const char* resultClass, const char* role,
@@ -99,8 +99,9 @@ class OrvaneInstalledSoftwareIdentity : public virtual CmpiInstanceMI,
 
  private:
   CmpiObjectPath systemPath(const char* nameSpace) const;
-  /// Calls `visit` for the path of each image that may be associated, and `returnDone` when the
-  /// broker knows any image at all. The paths come from the provider of the images, by an up-call.
+  /// Calls `visit` for the path of each image that may be associated, then `returnDone`; does
+  /// neither when the broker knows no image. The paths come from the provider of the images, by an
+  /// up-call.
   template <typename Visit>
   void forEachInstalled(const CmpiContext& context, const CmpiResult& result,
                         const std::string& nameSpace, Visit visit) const;
@@ -161,7 +162,7 @@ CmpiStatus OrvaneInstalledSoftwareIdentity::enumInstances(const CmpiContext& con
                                                           CmpiResult& result,
                                                           const CmpiObjectPath& path,
                                                           const char** properties) {
-  // Comes back to getInstance through the broker, in this thread.
+  // The broker calls getInstance for each name, in this thread.
   CmpiResultPathToInstanceFilter instances(result, context, *broker, properties);
   return enumInstanceNames(context, instances, path);
 }

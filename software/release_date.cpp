@@ -37,11 +37,11 @@ bool fits(const MonthRule& rule, std::string_view word) {
 int yearsSince1900(int year) { return year >= 1901 ? year - 1900 : year; }
 
 constexpr std::time_t kConversionFailed = -1;
-constexpr int kLastYear = 9999 - 1900;  // four digits in a CIM date-time
+constexpr int kLastYear = 9999 - 1900;  // a CIM date-time has four digits for it
 
-/// Deliberate (contract.md#release-date-summer): the day starts with daylight saving off. Going
-/// through local calendar time once more only lets the zone's rules name that moment. In summer it
-/// is one o'clock by the clocks.
+/// Deliberate (contract.md#release-date-summer): the day starts with daylight saving off; in summer
+/// that is one o'clock local time. The second conversion, through local calendar time, only lets
+/// the rules of the zone name the same moment.
 std::time_t startOfDay(int years, int month, int day) {
   std::tm date{};
   date.tm_year = years;

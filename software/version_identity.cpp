@@ -6,10 +6,10 @@ namespace OrvSoftware {
 
 namespace {
 
-/// Reads a number and moves `text` past it; false, with nothing moved, when none is there.
+/// Reads a number and moves `text` past it. False, with `text` where it was, when there is none.
 bool readNumber(const char*& text, std::uint16_t& number) {
   char* end = nullptr;
-  const long value = std::strtol(text, &end, 10);  // saturates far outside
+  const long value = std::strtol(text, &end, 10);  // out of range: the nearest long
   if (end == text) return false;
   number = static_cast<std::uint16_t>(value);
   text = end;

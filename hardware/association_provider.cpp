@@ -1,5 +1,5 @@
-// The associations of the hardware classes: from the computer system to its parts, and between
-// them.
+// The associations of the hardware classes: those of the computer system with its parts, and those
+// of parts with one another.
 
 #include <algorithm>
 #include <optional>
@@ -56,8 +56,8 @@ CmpiObjectPath pathOf(const End& end, const std::string& nameSpace,
 
 bool wantsAll(const char*) { return true; }
 
-/// Calls `visit` with both paths of each pair that the association relates, but for elements of the
-/// system that are not wanted.
+/// Calls `visit` with both paths of each pair that the association relates, without the elements of
+/// the system that are not wanted.
 template <typename Visit>
 void AssociationProvider::forEachLink(const CmpiContext& context, const std::string& nameSpace,
                                       const Association& association, const Wanted& wanted,
@@ -71,7 +71,8 @@ void AssociationProvider::forEachLink(const CmpiContext& context, const std::str
   forEachForeignLink(context, nameSpace, association, wanted, systemPath(nameSpace, system), visit);
 }
 
-/// The names come from the other library's provider, by an up-call; where there is none, it fails.
+/// The names come from the other library's provider, by an up-call, which fails where there is no
+/// such provider.
 template <typename Visit>
 void AssociationProvider::forEachForeignLink(const CmpiContext& context,
                                              const std::string& nameSpace,
@@ -139,7 +140,7 @@ CmpiStatus AssociationProvider::enumInstances(const CmpiContext& context, CmpiRe
   return CMPI_RC_OK;
 }
 
-/// The reference under a key; a null path when there is none.
+/// The path in a reference key; a null path when the key is absent, null or of another type.
 CmpiObjectPath referenceKey(const CmpiObjectPath& path, const char* role) {
   const CmpiData key = path.getKey(role);
   if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) {
@@ -195,7 +196,7 @@ bool isForeign(const Association& association, const std::string& className) {
   return false;
 }
 
-/// Where the object that a request names can stand in an association.
+/// The ends of an association at which the object that a request names can be.
 struct Places {
   bool left = false;
   bool right = false;
@@ -213,7 +214,7 @@ bool passes(const char* filter, const char* role) {
   return !isGiven(filter) || sameName(filter, role);
 }
 
-/// What the role filters leave of the places.
+/// The places that the role filters allow.
 Places withRoles(const Association& association, Places places, const Filters& filters) {
   const bool asLeft = passes(filters.role, association.leftRole) &&
                       passes(filters.resultRole, association.rightRole);
@@ -226,7 +227,7 @@ bool isA(const std::string& nameSpace, const char* className, const char* wanted
   return !isGiven(wanted) || CmpiObjectPath(nameSpace.c_str(), className).classPathIsA(wanted);
 }
 
-/// Whether an object of a class that `isResult` takes can be at that end.
+/// Whether an object of a class that `isResult` accepts can be at that end.
 bool canBeResult(bool (*canBeEnd)(const HardwareClass*), const char* const* foreignClasses,
                  const Wanted& isResult) {
   if (canBeEnd(nullptr) && isResult(kSystemClass)) return true;
@@ -239,7 +240,7 @@ bool canBeResult(bool (*canBeEnd)(const HardwareClass*), const char* const* fore
   });
 }
 
-/// What the result class leaves of the places.
+/// The places that the result class allows.
 Places withResults(const Association& association, Places places, const Wanted& isResult) {
   constexpr const char* kNoForeignClasses[] = {nullptr};
   return {places.left && canBeResult(association.canBeRight, association.foreignClasses, isResult),
@@ -254,7 +255,8 @@ CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiRes
   const std::string nameSpace = ORV::nameSpaceOf(path);
   const std::string className = ORV::classNameOf(path);
   const Wanted isResult = [&](const char* name) { return isA(nameSpace, name, resultClass); };
-  // Of the system's parts only results are looked for; from a part, only those of its class.
+  // From the system only parts that can be results are looked for; from a part, only parts of its
+  // own class.
   const Wanted isOfClass = isOneOfClasses(className, className);
   const Wanted& wanted = sameName(className.c_str(), kSystemClass) ? isResult : isOfClass;
   for (const Association& association : associations()) {
@@ -263,7 +265,7 @@ CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiRes
     if (!isA(nameSpace, association.className, assocClass)) continue;
     places = withResults(association, places, isResult);
     if (!places.left && !places.right) continue;
-    // Keys are read only now: those of a path of another class may crash an object manager.
+    // Keys are read only now: reading those of a path of another class may crash an object manager.
     const std::string source = ORV::objectIdentity(path, nameSpace);
     forEachLink(context, nameSpace, association, wanted, [&](const auto& left, const auto& right) {
       const bool fromLeft = places.left && ORV::objectIdentity(left, nameSpace) == source;

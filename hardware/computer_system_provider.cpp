@@ -1,4 +1,4 @@
-// The host's computer system, as healthy as the worst of its hardware.
+// The host's computer system, whose health is that of the worst of its hardware.
 
 #include <algorithm>
 #include <utility>
@@ -30,7 +30,8 @@ bool isServed(const CmpiObjectPath& path) {
   return ORV::sameName(ORV::classNameOf(path).c_str(), kSystemClass);
 }
 
-/// The words of every element that is as bad as the worst, each after the element's name.
+/// The worst health of all elements, with the words of every element that has it, each after the
+/// element's name.
 Judgement worstOfAll() {
   Judgement worst;
   for (const HardwareClass& row : hardwareClasses()) {
@@ -73,7 +74,7 @@ void setIdentity(CmpiInstance& instance, const System& facts) {
   setTexts(instance, "IdentifyingDescriptions", descriptions);
 }
 
-/// Product and operating system, as far as they are known, within the 64 characters of a caption.
+/// Product and operating system, as far as they are known, cut to the 64 characters of a caption.
 std::string captionOf(const System& facts) {
   std::string caption = facts.product;
   if (!caption.empty() && !facts.operatingSystem.empty()) caption += ", ";
@@ -124,7 +125,7 @@ CmpiStatus ComputerSystemProvider::enumInstances(const CmpiContext& context, Cmp
   return CMPI_RC_OK;
 }
 
-/// A host name is the same in any case.
+/// Whether the path names this system; host names are compared without regard to case.
 bool namesThisSystem(const CmpiObjectPath& path, const ORV::ScopingKeys& system) {
   const CmpiData name = path.getKey("Name");
   if (name.getType() != CMPI_string && name.getType() != CMPI_chars) return false;

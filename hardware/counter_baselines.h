@@ -9,18 +9,18 @@
 
 namespace Hardware {
 
-/// What counters showed at the first look of this process, so that their growth since then can be
-/// told. Any thread may call.
+/// The values that counters had when this process first looked at them, from which their growth
+/// since then follows. Any thread may call.
 class CounterBaselines {
  public:
-  /// Counters that are remembered. Those of further elements are taken not to have grown.
+  /// How many counters are remembered. Any further one counts as not grown.
   static constexpr std::size_t kMost = 65536;
 
-  /// How much a counter has grown since it was first looked at. One that went back, because its
-  /// device was reset, counts from there.
+  /// How much a counter has grown since it was first looked at. One that is lower than it was then
+  /// has been reset with its device, and is counted from 0.
   std::uint64_t growth(const std::string& element, const char* counter, std::uint64_t value);
 
-  /// Whether something held at this or an earlier look.
+  /// Whether something holds now or has held at an earlier look.
   bool everHeld(const std::string& element, const char* what, bool holds);
 
  private:
@@ -30,7 +30,7 @@ class CounterBaselines {
   std::map<std::string, std::uint64_t> first_;
 };
 
-/// The counters of one element.
+/// The counters of one element. Borrows both arguments.
 class Growth {
  public:
   Growth(CounterBaselines& baselines, const std::string& element)

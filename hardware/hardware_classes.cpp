@@ -9,7 +9,7 @@
 namespace Hardware {
 namespace {
 
-/// What the counters showed first. Never destroyed: requests may still come while the process
+/// The first values of the counters. Never destroyed: requests may still come while the process
 /// exits.
 CounterBaselines& baselines() {
   static auto* const counters = new CounterBaselines;
@@ -87,7 +87,7 @@ void complete(const Sensor& sensor, Element& element) {
   element.monitored = sensor.monitored;
 }
 
-/// BatteryStatus: fully charged 3, low 4, critical 5, charging 6, partially charged 11, unknown 2.
+/// BatteryStatus: 2 unknown, 3 fully charged, 4 low, 5 critical, 6 charging, 11 partially charged.
 std::uint16_t batteryStatus(const Battery& battery) {
   if (battery.status == "Charging") return 6;
   if (battery.capacityLevel == "Critical") return 5;
@@ -134,7 +134,7 @@ Element elementOf(const Facts& facts, bool withHealth) {
   return element;
 }
 
-/// Hardware that gives two elements one identity gets the second told apart by its position.
+/// Where hardware gives several elements the same identity, adds a number to all but the first.
 void makeUnique(std::vector<Element>& elements) {
   std::map<std::string, unsigned> seen;
   for (Element& element : elements) {
@@ -157,7 +157,7 @@ std::vector<Element> elementsBy(const Query& query) {
   return elements;
 }
 
-/// A bay without a battery has none.
+/// The batteries without the empty bays.
 std::vector<Battery> presentBatteries(const Query& query) {
   std::vector<Battery> present;
   for (Battery& battery : batteries(query)) {

@@ -9,7 +9,7 @@
 /// The classes of elements, one row each.
 namespace Hardware {
 
-/// How the elements of a class are told apart.
+/// The keys that tell the elements of a class apart.
 enum class KeyKind {
   kDevice,    ///< SystemCreationClassName, SystemName, CreationClassName, DeviceID
   kPhysical,  ///< CreationClassName, Tag
@@ -19,7 +19,8 @@ enum class KeyKind {
 struct HardwareClass {
   const char* className;
   KeyKind keys;
-  /// The elements of the class, afresh, each `id` once. Fails as the calls of platform/hardware.h.
+  /// Asks the host for the elements of the class; no two have the same `id`. Fails as the calls of
+  /// platform/hardware.h.
   std::vector<Element> (*elements)(const Query& query);
 };
 
@@ -35,10 +36,10 @@ constexpr const char* kVolumeClass = "Orvane_StorageVolume";
 constexpr const char* kExtentClass = "Orvane_StorageExtent";
 constexpr const char* kPortControllerClass = "Orvane_PortController";
 
-/// In the order in which the health monitor polls them.
+/// The classes, in the order in which the health monitor polls them.
 ORV::Rows<HardwareClass> hardwareClasses();
 
-/// The row of a class name in any case; null when it is not ours.
+/// The row of a class, whose name may be in any case; null when it is not one of these.
 const HardwareClass* findHardwareClass(const std::string& className);
 
 }  // namespace Hardware

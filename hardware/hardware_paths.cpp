@@ -11,7 +11,7 @@ namespace {
 
 using Keys = std::vector<std::pair<const char*, std::string>>;
 
-/// The last key is the element's own.
+/// The keys of an element; the last one is its id.
 Keys keysOf(const ORV::ScopingKeys& system, const HardwareClass& row, const std::string& id) {
   switch (row.keys) {
     case KeyKind::kDevice:
@@ -33,7 +33,7 @@ CmpiObjectPath pathWith(const std::string& nameSpace, const char* className, con
   return path;
 }
 
-/// Absent for a key that is absent, null or not a text.
+/// The text of a key; absent when the key is absent, null or not a text.
 std::optional<std::string> textKey(const CmpiObjectPath& path, const char* name) {
   const CmpiData key = path.getKey(name);
   if (key.getType() != CMPI_string && key.getType() != CMPI_chars) return std::nullopt;
@@ -74,7 +74,7 @@ std::string idOf(const CmpiObjectPath& path, const HardwareClass& row,
   if (!id) return "";
   for (const auto& [name, value] : keys) {
     if (name == keys.back().first) break;
-    // Class names in any case; a key that the client left out is not held against it.
+    // Names are compared without regard to case. A key that the client left out is accepted.
     const std::optional<std::string> given = textKey(path, name);
     if (given && !ORV::sameName(given->c_str(), value.c_str())) return "";
   }

@@ -1,4 +1,4 @@
-// Instances of the hardware classes, from one table of classes.
+// Instances of the hardware classes, which all come from one table.
 
 #include <algorithm>
 #include <optional>

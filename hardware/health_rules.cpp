@@ -9,8 +9,8 @@
 namespace Hardware {
 namespace {
 
-/// A condition, the health that it makes, and the words for an element that meets it. No words: the
-/// element does not meet it.
+/// A condition, the health of an element that meets it, and what is said about such an element.
+/// Empty words mean that the element does not meet it.
 template <typename Facts>
 struct Rule {
   const char* condition;
@@ -57,7 +57,7 @@ bool isOneOf(std::string_view text, std::initializer_list<std::string_view> word
   return std::find(words.begin(), words.end(), text) != words.end();
 }
 
-/// "3 new corrected errors since start (17 in all)"; nothing without growth.
+/// "3 new corrected errors since start (17 in all)"; empty without growth.
 std::string grown(const Growth& growth, const char* counter, const char* what,
                   const std::optional<std::uint64_t>& value) {
   const std::uint64_t more = growth.of(counter, value);
@@ -123,7 +123,7 @@ struct HealthWord {
   Health health;
 };
 
-/// The kernel's words for the health of a supply or battery. "Good" and "Unknown" say no fault.
+/// The kernel's words for the health of a supply or battery. "Good" and "Unknown" report no fault.
 constexpr HealthWord kHealthWords[] = {
     {"Dead", kCritical},
     {"Unspecified failure", kMajor},
@@ -320,8 +320,8 @@ const Rule<StoragePort> kStoragePortRules[] = {
 
 // ---- Arrays ----
 
-/// Members that an array can lose and still hold its data; where that depends on which ones, the
-/// number that is safe.
+/// The most members that an array can lose and still hold its data. For raid10 that depends on
+/// which ones, but more than half are too many.
 std::uint32_t tolerated(const Pool& pool) {
   const std::uint32_t disks = pool.disks.value_or(0);
   if (pool.level == "raid1" && disks > 0) return disks - 1;
@@ -369,7 +369,7 @@ const Rule<Volume> kVolumeRules[] = {
      }},
 };
 
-/// Whether one of the words between commas is `word`.
+/// Whether `word` is in a list of words separated by commas.
 bool hasWord(std::string_view list, std::string_view word) {
   while (!list.empty()) {
     const std::string_view next = list.substr(0, list.find(','));
@@ -399,7 +399,7 @@ const Rule<Extent> kExtentRules[] = {
      }},
 };
 
-/// Tables stand with the worst rule first, so the words do too.
+/// The tables have the worst rule first, so the words are in that order too.
 template <typename Facts, std::size_t size>
 Judgement judgeBy(const Rule<Facts> (&rules)[size], const Facts& facts, const Growth& growth) {
   Judgement judgement;

@@ -7,7 +7,7 @@
 #include "hardware/counter_baselines.h"
 #include "platform/hardware.h"
 
-/// How facts become health: one table of rules for each kind of element.
+/// How health follows from facts: one table of rules for each kind of element.
 namespace Hardware {
 
 /// Values of HealthState.
@@ -21,14 +21,15 @@ enum Health : std::uint16_t {
   kNonRecoverable = 30,
 };
 
-/// The health of one element, and what is wrong with it in words and numbers, the worst first.
+/// The health of one element, and what is wrong with it, in words and numbers, the worst first.
 struct Judgement {
   Health health = kOk;
   std::vector<std::string> words;
 };
 
-/// The worst of the rules that hold. When none holds, the element is OK, or Unknown when the host
-/// refused to say: then the reason is among the words, in addition to the rules that hold.
+/// The worst health of the rules that hold, and their words. When none holds, the element is OK, or
+/// Unknown if the host could not be asked; the reason for that is always added to the words, as the
+/// last.
 Judgement judge(const Sensor& sensor, const Growth& growth);
 Judgement judge(const MemoryModule& module, const Growth& growth);
 Judgement judge(const PowerSupply& supply, const Growth& growth);
@@ -46,7 +47,7 @@ std::uint16_t operationalStatusOf(Health health);
 /// A rule as the documentation shows it.
 struct DocumentedRule {
   std::string element;    ///< for example "disk"
-  std::string condition;  ///< for example "NVMe critical warning: spare below threshold"
+  std::string condition;  ///< for example "ATA SMART: pending sectors"
   Health health;
 };
 

@@ -35,7 +35,7 @@ bool isMonitored(const HardwareClass* row) {
          isClass(row, kPowerSupplyClass);
 }
 
-/// The system and every wanted element whose class `isPart` takes.
+/// The system paired with every wanted element whose class `isPart` accepts.
 template <bool (*isPart)(const HardwareClass*)>
 std::vector<Pair> partsOfSystem(const Wanted& wanted) {
   std::vector<Pair> pairs;
@@ -90,7 +90,7 @@ std::vector<Pair> membersOfPools(const Wanted&) {
   return pairs;
 }
 
-/// What a library beside this one may serve of the same system.
+/// Parts of the same system that another library may serve.
 constexpr const char* kForeignDevices[] = {"Orvane_EthernetPort", "Orvane_Processor", nullptr};
 constexpr const char* kNone[] = {nullptr};
 

@@ -6,7 +6,8 @@
 
 #include "hardware/hardware_classes.h"
 
-/// Which elements belong together, as pairs of class and id: a pure function of the elements.
+/// Which elements belong together, as pairs of class and id. The host is asked for the elements,
+/// not for their health.
 namespace Hardware {
 
 /// One end of a relation. The computer system has no row and no id.
@@ -25,25 +26,26 @@ struct Pair {
 /// Whether elements of a class are wanted.
 using Wanted = std::function<bool(const char* className)>;
 
-/// An association class: its two roles, and what is related by it.
+/// An association class: its two roles, and the pairs that it relates.
 struct Association {
   const char* className;
   const char* leftRole;
   const char* rightRole;
-  /// Whether elements of the class can be at that end; null asks for the computer system.
+  /// Whether elements of the class can be at that end; null stands for the computer system.
   bool (*canBeLeft)(const HardwareClass* row);
   bool (*canBeRight)(const HardwareClass* row);
-  /// Elements of the system that are not wanted are not looked for. Of elements among themselves
-  /// all pairs come.
+  /// The pairs. In an association with the system, elements that are not wanted are not looked for;
+  /// in one between elements, all pairs are returned.
   std::vector<Pair> (*pairs)(const Wanted& wanted);
-  /// Classes of other providers whose elements are parts of the system too, at the right end; ends
-  /// with null.
+  /// Classes of other providers whose elements are also parts of the system, at the right end; the
+  /// list ends with null.
   const char* const* foreignClasses;
 };
 
+/// All association classes.
 ORV::Rows<Association> associations();
 
-/// The association of a class name in any case; null when it is not ours.
+/// The association of a class, whose name may be in any case; null when it is not one of these.
 const Association* findAssociation(const std::string& className);
 
 }  // namespace Hardware

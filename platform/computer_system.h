@@ -7,11 +7,11 @@ class CmpiContext;
 
 namespace OMC {
 
-/// CIM class of the host's computer-system instance.
+/// The CIM class of the host's computer-system instance.
 std::string getComputerSystemClassName();
 
-/// Name key of that instance. Neither argument is used for an up-call, so any thread may ask with
-/// any lock held.
+/// The Name key of that instance. Neither argument is used for an up-call, so any thread may call
+/// with any lock held.
 std::string getComputerSystemName(const CmpiContext& context, CmpiBroker* broker);
 
 }  // namespace OMC

@@ -5,11 +5,11 @@
 
 namespace platform {
 
-/// One fact of a record: its name, and the member that holds it.
+/// One fact of a record: its name and the member that holds it.
 ///
-/// A record lists its facts in a static function `facts()`, a tuple in the order of the members.
-/// The reader of host files, the providers, the reference pages and the tests walk that list, so
-/// that a new fact is a member and a row.
+/// A record lists its facts in a static function `facts()`, as a tuple in the order of the members.
+/// The reader of host files, the providers, the reference pages and the tests go through that list,
+/// so that a new fact is a member and a row.
 template <typename Record, typename Type>
 struct Fact {
   const char* name;  ///< in host files, and of the CIM property that shows the fact unchanged
@@ -20,12 +20,13 @@ struct Fact {
 template <typename Record, typename Type>
 Fact(const char*, Type Record::*, const char* = "") -> Fact<Record, Type>;
 
-/// Calls `visit` with each fact of the record, in their order.
+/// Calls `visit` with each fact of the record, in order.
 template <typename Record, typename Visit>
 void forEachFact(Visit visit) {
   std::apply([&](const auto&... fact) { (visit(fact), ...); }, Record::facts());
 }
 
+/// The size of a record that has the members of these facts, in this order, and no others.
 template <typename Record, typename... Type>
 constexpr std::size_t sizeOfFacts(const std::tuple<Fact<Record, Type>...>&) {
   const auto roundUp = [](std::size_t size, std::size_t to) { return (size + to - 1) / to * to; };
@@ -34,8 +35,8 @@ constexpr std::size_t sizeOfFacts(const std::tuple<Fact<Record, Type>...>&) {
   return roundUp(end, alignof(Record));
 }
 
-/// Whether the facts, laid out in their order, take the room that the record takes. A member
-/// without a fact makes this false, unless it hides in padding.
+/// Whether a record of its facts alone would be as large as the record. A member without a fact
+/// makes this false, unless it fits into padding.
 template <typename Record>
 constexpr bool everyMemberIsAFact() {
   return sizeOfFacts(Record::facts()) == sizeof(Record);

@@ -10,16 +10,16 @@
 
 /// The hardware of a host, as plain records.
 ///
-/// Each record lists its facts. A fact whose name begins with a capital letter is the CIM property
-/// of that name; the others identify the element, relate it to others, or feed the rules of its
-/// health. An absent value is one that the host does not report.
+/// Each record lists its facts. A fact whose name begins with a capital letter is published as the
+/// CIM property of that name; the others identify the element, relate it to others, or are used by
+/// the rules of its health. A value is absent when the host does not report it.
 ///
-/// Every record begins with three facts of the same meaning:
-/// - `id` identifies the element on this host, and stays the same from one start of the host to the
-///   next where the hardware has an identity (serial number, WWN, PCI address, SMBIOS handle);
-/// - `name` is for people, mostly the kernel's name;
-/// - `refused` says why the host could not be asked about the element's health, or a part of it
-///   (no permission, asleep, no answer in time); empty when everything was answered.
+/// Every record of an element begins with three facts of the same meaning:
+/// - `id` identifies the element on this host, and is the same after a restart of the host if the
+///   hardware has an identity (serial number, WWN, PCI address, SMBIOS handle);
+/// - `name` is for people, and mostly the kernel's name;
+/// - `refused` says why the host could not be asked about all of the element's health (no
+///   permission, asleep, no answer in time); empty when everything was answered.
 namespace Hardware {
 
 using platform::Fact;
@@ -54,7 +54,7 @@ struct Sensor {
   std::string id;
   std::string name;
   std::string refused;
-  std::string monitored;  ///< id of the disk or controller that it belongs to; empty: the host's
+  std::string monitored;  ///< id of the disk, controller or supply it is part of; empty: the host
   std::uint16_t sensorType = 0;  ///< 2 temperature, 3 voltage, 4 current, 5 fan, 13 power
   std::optional<std::int32_t> reading;
   std::optional<std::int32_t> low;           ///< below it: degraded
@@ -124,14 +124,14 @@ struct MemoryModule {
 };
 static_assert(platform::everyMemberIsAFact<MemoryModule>());
 
-/// A supply that is not a battery.
+/// A power supply that is not a battery.
 struct PowerSupply {
   std::string id;
   std::string name;
   std::string refused;
   std::string type;                     ///< the kernel's word: Mains, UPS, USB, ...
   std::string health;                   ///< the kernel's word: Good, Overheat, ...
-  std::optional<std::uint16_t> online;  ///< 0 no input, 1 and 2 supplying
+  std::optional<std::uint16_t> online;  ///< 0 without input, 1 or 2 with input
 
   static constexpr auto facts() {
     return std::tuple{
@@ -300,7 +300,7 @@ struct Pool {
   std::string level;                   ///< raid0, raid1, ...
   std::string state;                   ///< the kernel's word: clean, active, inactive, broken, ...
   std::string syncAction;              ///< idle, resync, recover, check, ...
-  std::optional<std::uint32_t> disks;  ///< members that the array is made of
+  std::optional<std::uint32_t> disks;  ///< members that the array should have
   std::optional<std::uint32_t> missing;  ///< members that it lacks
   std::optional<std::uint64_t> size;     ///< bytes
 
@@ -329,9 +329,9 @@ struct Volume {
   std::string mountPoint;                  ///< the first one
   std::optional<std::uint64_t> blockSize;  ///< bytes
   std::optional<std::uint64_t> blocks;
-  std::optional<std::uint64_t> errors;  ///< that the file system recorded in itself
-  bool readOnlyRemount = false;         ///< mounted for writing, and read-only since
-  bool suspended = false;               ///< requests to it wait
+  std::optional<std::uint64_t> errors;  ///< recorded by the file system in itself
+  bool readOnlyRemount = false;         ///< mounted for writing, but now read-only
+  bool suspended = false;               ///< requests to it have to wait
 
   static constexpr auto facts() {
     return std::tuple{
@@ -379,18 +379,19 @@ struct Extent {
 
 /// How much is asked of the host.
 struct Query {
-  /// Without it only identities and relations are wanted: no device is asked.
+  /// False: only identities and relations are wanted, and no device is asked.
   bool health = true;
-  /// Only this element is wanted; empty: all. Others may then be absent, or as without `health`.
+  /// The id of the only element that is wanted; empty: all. Others may be absent, or as without
+  /// `health`.
   std::string onlyId;
 };
 
-/// What the host has of each kind, afresh; what it lacks is an empty list. Any thread may call.
+/// What the host has of each kind, now; an empty list when it has none. Any thread may call.
 ///
 /// Devices are asked by threads of their own. A call takes at most kAnswerLimitMilliseconds,
-/// however many devices do not answer; a device that has not answered has that in `refused`, and is
-/// not asked again before its earlier answer is there. Fails: std::bad_alloc, std::system_error
-/// where no descriptor is left, and whatever a simulated host is told to throw.
+/// however many devices do not answer. A device that has not answered has the reason in `refused`,
+/// and is not asked again until it has answered. Fails: std::bad_alloc, std::system_error when no
+/// descriptor is left, and whatever a simulated host is told to throw.
 System system();
 std::vector<Sensor> sensors(const Query& query);
 std::vector<MemoryModule> memoryModules(const Query& query);

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Identity of the running image. Texts are NUL-terminated, cut to fit.
+/// Identity of the running image. Texts are NUL-terminated and cut to their fields.
 struct HykuserVersion_SystemVersion {
   char productName[32];
   char version[32];      ///< dotted, "5.1.0" form
@@ -12,14 +12,15 @@ struct HykuserVersion_SystemVersion {
   std::int32_t buildNumber;
 };
 
-/// 0 for success; any other status leaves the record as it was.
+/// Fills the record and returns 0; any other status leaves it unchanged.
 int HykuserVersion_GetSystemVersion(HykuserVersion_SystemVersion* version);
 
-/// The errno value that fits a non-zero status.
+/// The errno value for a status other than 0.
 int HykuserStatus_CodeToErrno(int status);
 
-/// Writes the text of a status, NUL-terminated and cut to `size` bytes, and returns `text`.
+/// Writes the text of a status to `text`, NUL-terminated and cut to `size` bytes, and returns
+/// `text`.
 const char* HykuserStatus_CodeToString(int status, char* text, std::size_t size);
 
-/// True on a host that can run virtual machines itself.
+/// Whether the host can run virtual machines itself.
 bool HostType_OSIsHYK();

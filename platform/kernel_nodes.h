@@ -12,19 +12,19 @@
 #include "platform/param_list.h"
 
 /// The nodes of the kernel information interface as a table, the same for every platform: which
-/// node has a value, which has instances, and what names one. A platform brings a type `Answers`
-/// with
+/// nodes have a value, which have instances, and what identifies an instance. A platform supplies a
+/// type `Answers` with
 ///
 ///     using Host = ...;   // what it answers from
 ///     static std::optional<HsiTopology> topology(Host&, const Parameters&);
 ///
-/// and so on, one function for each row; the answer is absent where the parameters name nothing.
+/// and so on, one function for each row. The answer is absent when the parameters identify nothing.
 namespace platform {
 
 using Parameters = std::vector<HSI_Param>;
 
-/// The value of a node. `parameters` is how many name an instance. `read` writes all of `value`, or
-/// nothing and answers false where there is no such instance.
+/// The value of a node. `parameters` is the number of parameters that identify an instance. `read`
+/// writes the whole `value`, or returns false and writes nothing when there is no such instance.
 template <typename Host>
 struct NodeValue {
   unsigned parameters = 0;
@@ -32,7 +32,7 @@ struct NodeValue {
   bool (*read)(Host& host, const Parameters& parameters, void* value) = nullptr;
 };
 
-/// The instances of a node, or nothing where what the parameters name is not there.
+/// The instances of a node; absent when what the parameters identify does not exist.
 template <typename Host>
 struct NodeInstances {
   unsigned parameters = 0;
@@ -47,8 +47,8 @@ struct KernelNode {
   NodeInstances<Host> instances;
 };
 
-/// The value that `read`, a function of host and parameters, answers as std::optional of the node's
-/// type.
+/// A node whose value is what `read` answers, a function of host and parameters that returns a
+/// std::optional of the node's type.
 template <typename Host, auto read>
 constexpr NodeValue<Host> valueFrom(unsigned parameters) {
   using Answer = std::invoke_result_t<decltype(read), Host&, const Parameters&>;
@@ -61,7 +61,7 @@ constexpr NodeValue<Host> valueFrom(unsigned parameters) {
           }};
 }
 
-/// Every node.
+/// The nodes of a platform.
 template <typename Answers, typename Host = typename Answers::Host>
 constexpr KernelNode<Host> kKernelNodes[] = {
     {kHsiNetInterfaces, {}, {0, Answers::listInterfaces}},
@@ -78,12 +78,12 @@ constexpr KernelNode<Host> kKernelNodes[] = {
     {kHsiPowerManagement, valueFrom<Host, Answers::powerManagement>(0), {}},
 };
 
-/// Null unless there is such a parameter and it is a text.
+/// The text of a parameter; null when there is no such parameter or it is not a text.
 inline const std::string* textAt(const Parameters& parameters, std::size_t index) {
   return index < parameters.size() && parameters[index].isText ? &parameters[index].text : nullptr;
 }
 
-/// The element that the first parameter numbers; null for none.
+/// The element whose number is the first parameter; null when there is none.
 template <typename Element>
 const Element* numberedElement(const std::vector<Element>& elements, const Parameters& parameters) {
   if (parameters.empty() || parameters[0].isText || parameters[0].number < 0) return nullptr;
@@ -91,14 +91,14 @@ const Element* numberedElement(const std::vector<Element>& elements, const Param
   return index < elements.size() ? &elements[index] : nullptr;
 }
 
-/// 0, 1, 2 and so on.
+/// The numbers from 0 to `count` - 1.
 inline Parameters numbersUpTo(std::size_t count) {
   Parameters numbers(count);
   for (std::size_t i = 0; i < count; ++i) numbers[i].number = static_cast<std::int32_t>(i);
   return numbers;
 }
 
-/// The elements' `key` in their order.
+/// The `key` of each element, in their order.
 template <typename Elements, typename Element>
 Parameters textsOf(const Elements& elements, std::string Element::*key) {
   Parameters texts;
@@ -110,12 +110,13 @@ Parameters textsOf(const Elements& elements, std::string Element::*key) {
 constexpr HSI_Status kNodeAnswered = 0;
 constexpr HSI_Status kNodeFailed = 1;
 
+/// The parameters of a list; none for null.
 inline const Parameters& parametersOf(const HSI_ParamList* list) {
   static const Parameters none;
   return list == nullptr ? none : list->parameters;
 }
 
-/// Null for a number that is not a node.
+/// The node of that number; null when there is none.
 template <typename Answers, typename Host = typename Answers::Host>
 const KernelNode<Host>* findNode(std::uint32_t number) {
   for (const KernelNode<Host>& node : kKernelNodes<Answers>) {
@@ -124,7 +125,7 @@ const KernelNode<Host>* findNode(std::uint32_t number) {
   return nullptr;
 }
 
-/// HSI_Get on a host.
+/// HSI_Get, asked of a host.
 template <typename Answers, typename Host = typename Answers::Host>
 HSI_Status readNode(Host& host, std::uint32_t number, const HSI_ParamList* list, void* value,
                     std::size_t size) {
@@ -135,7 +136,7 @@ HSI_Status readNode(Host& host, std::uint32_t number, const HSI_ParamList* list,
   return node->value.read(host, parameters, value) ? kNodeAnswered : kNodeFailed;
 }
 
-/// HSI_GetInstanceListAlloc on a host.
+/// HSI_GetInstanceListAlloc, asked of a host.
 template <typename Answers, typename Host = typename Answers::Host>
 HSI_Status listNode(Host& host, std::uint32_t number, const HSI_ParamList* list,
                     HSI_ParamList** instances) {

@@ -17,9 +17,10 @@ using AutoVector = std::vector<std::unique_ptr<T>>;
 
 namespace HykCtl::Network {
 
-/// The host's physical Ethernet ports. Keeps nothing between two objects; used by one thread.
+/// The host's physical Ethernet ports. Objects of this class share nothing; each is used by one
+/// thread.
 ///
-/// A platform implements the four operations; NodemgrException from any of them means that the host
+/// A platform implements the four operations. Each of them throws NodemgrException when the host
 /// could not be asked.
 class NetworkInfoImpl {
  public:
@@ -31,7 +32,7 @@ class NetworkInfoImpl {
   /// Every port, in the host's own order.
   HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> GetPnics();
 
-  /// The one port of that name, asked for alone; null when there is none.
+  /// The port of that name, without asking for the others; null when there is none.
   std::unique_ptr<Nodemgr::Network::Pnic> GetPnicByName(const std::string& name);
 
  private:

@@ -5,8 +5,8 @@
 
 namespace Nodemgr::Lib {
 
-/// What the host's management library throws when it cannot answer: a port that is gone, a kernel
-/// that refuses. Any other exception type out of it is a defect or exhausted memory.
+/// What the host's management library throws when it cannot answer: the port is gone, or the kernel
+/// refuses. Any other exception from it is a defect or means that memory is exhausted.
 class NodemgrException : public std::runtime_error {
  public:
   explicit NodemgrException(const std::string& what) : std::runtime_error(what) {}

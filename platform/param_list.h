@@ -6,16 +6,16 @@
 
 #include "platform/system_info.h"
 
-/// The parameter lists behind system_info.h are the same on every platform; a platform reads them
-/// here.
+/// The parameter lists of system_info.h, which are the same on every platform, as a platform reads
+/// them.
 
 struct HSI_Param {
   bool isText = false;
-  std::int32_t number = 0;  ///< of an integer
-  std::string text;         ///< of a string
+  std::int32_t number = 0;  ///< unless it is a text
+  std::string text;         ///< if it is a text
 };
 
 struct HSI_ParamList {
   std::vector<HSI_Param> parameters;
-  unsigned limit = 0;  ///< 0: none
+  unsigned limit = 0;  ///< most parameters allowed; 0: no limit
 };

@@ -14,11 +14,11 @@ namespace Nodemgr::Network {
 
 using platform::Fact;
 
-/// The numbers are the host library's; a value outside the named ones may occur.
+/// The numbers are the host library's; others than those with names may occur.
 enum class Duplex : std::uint32_t { kAuto = 0, kFull = 1, kHalf = 2 };
 
-/// Megabits per second; 0 is automatic or unknown. 10, 100, 1000, 2500 and 10000 are the speeds
-/// that have names of their own, others occur.
+/// Megabits per second; 0 is automatic or unknown. Link modes name 10, 100, 1000, 2500 and 10000;
+/// other speeds occur.
 enum class LinkSpeed : std::uint32_t { kAuto = 0 };
 
 /// Medium of the connector. 0 is twisted pair and 4 is fibre.
@@ -94,7 +94,7 @@ struct PnicLinkSettings {
 };
 static_assert(platform::everyMemberIsAFact<PnicLinkSettings>());
 
-/// Counters since the driver was loaded. The facts are spelled as the properties that show them,
+/// Counters since the driver was loaded. The facts are spelled like the properties that show them,
 /// mixed capitals included.
 struct PnicStatistics {
   std::uint64_t packetsTx = 0;
@@ -143,9 +143,9 @@ struct PnicStatistics {
 };
 static_assert(platform::everyMemberIsAFact<PnicStatistics>());
 
-/// Interrupt coalescing. Times in microseconds, rates in packets per second, the sampling interval
-/// in seconds. The facts are spelled as the properties that show them, a singular "Frame" at low
-/// and high packet rate included.
+/// Interrupt coalescing. Times are in microseconds, rates in packets per second, the sampling
+/// interval in seconds. The facts are spelled like the properties that show them, the singular
+/// "Frame" at low and high packet rate included.
 struct PnicCoalesceParams {
   bool adaptiveRx = false;
   bool adaptiveTx = false;
@@ -216,15 +216,16 @@ struct PnicDriverInfo {
 };
 static_assert(platform::everyMemberIsAFact<PnicDriverInfo>());
 
-/// A call of Pnic that fills a record.
+/// An operation of Pnic that fills a record.
 template <typename Record>
 struct RecordCall {
-  const char* name;    ///< of the call
-  const char* member;  ///< of a port in a host file that answers the call
+  const char* name;    ///< of the operation
+  const char* member;  ///< of a port in a host file: the answer
 };
 
-/// One row per record that ports give. Everything that hosts do alike with all records follows from
-/// these rows, so that a new record is a row, a call in Pnic and what the Linux host knows of it.
+/// One row for each kind of record. Whatever hosts do in the same way with all records follows from
+/// these rows, so that a new record is a row, an operation of Pnic, and what the Linux host knows
+/// of it.
 constexpr std::tuple kRecordCalls{
     RecordCall<PnicLinkSettings>{"GetLinkSettings", "linkSettings"},
     RecordCall<PnicStatistics>{"GetStatistics", "statistics"},
@@ -241,7 +242,7 @@ std::variant<Record*...> pointerToOneOf(const std::tuple<RecordCall<Record>...>&
 /// A record of any kind, to be filled.
 using AnyRecord = decltype(pointerToOneOf(kRecordCalls));
 
-/// Where a port sits on PCI.
+/// Where a port is on PCI.
 class PciDevice {
  public:
   virtual ~PciDevice() = default;
@@ -253,11 +254,11 @@ class PciDevice {
   virtual std::uint16_t GetDeviceId() = 0;
 };
 
-/// One physical Ethernet port, as it was when the list was taken; what the list does not carry is
-/// asked for at the first call that needs it, each group once. One object serves one request on one
-/// thread.
+/// One physical Ethernet port, as it was when the list was taken. What is not part of the list is
+/// asked for at the first call that needs it, each group of facts once. One object serves one
+/// request on one thread.
 ///
-/// Fails: every operation may throw Nodemgr::Lib::NodemgrException; a facility that the driver
+/// Fails: every operation may throw Nodemgr::Lib::NodemgrException. A facility that the driver
 /// lacks is not a failure but an empty answer.
 class Pnic {
  public:
@@ -267,25 +268,25 @@ class Pnic {
   virtual PciDevice* GetPciDevice() = 0;
   virtual Duplex GetDuplex() = 0;
   virtual bool IsLinkUp() = 0;
-  /// Administratively up.
+  /// Whether the port is administratively up.
   virtual bool IsEnabled() = 0;
   /// Megabits per second, 0 when unknown.
   virtual std::uint32_t GetLinkSpeed() = 0;
   virtual MacAddress GetMacAddress() = 0;
-  /// The port spreads received load over more than one queue.
+  /// Whether the port spreads received load over more than one queue.
   virtual bool IsCapabilityEnabled() = 0;
-  /// The port could spread received load over more than one queue.
+  /// Whether the port could spread received load over more than one queue.
   virtual bool IsCapabilitySupported() = 0;
-  /// Bytes.
+  /// In bytes.
   virtual std::uint32_t GetMtu() = 0;
 
-  // Each fills a record that the caller has zeroed.
+  // Each fills a record, which the caller passes with its defaults.
   void GetLinkSettings(PnicLinkSettings& settings) { fill(&settings); }
   void GetStatistics(PnicStatistics& statistics) { fill(&statistics); }
   void GetCoalesceParams(PnicCoalesceParams& params) { fill(&params); }
   void GetDriverInfo(PnicDriverInfo& info) { fill(&info); }
 
-  /// How a host answers each of these calls.
+  /// Fills any of these records; implemented by a host.
   virtual void fill(AnyRecord record) = 0;
 };
 

@@ -4,13 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Kernel information interface: values addressed by a node number and, where a node has instances,
-/// by parameters that name the instance.
+/// Kernel information interface: values are identified by a node number and, where a node has
+/// instances, by parameters that identify the instance.
 ///
-/// A query starts with HSI_CheckSig, which takes a fresh view of the host for the calling thread;
-/// the calls that follow on that thread read this view, so that one query sees one state. Any
-/// number of threads may query at once. Every call that can fail returns 0 for success and another
-/// number otherwise; a failed call changes no argument.
+/// A query starts with HSI_CheckSig, which takes a new view of the host for the calling thread. The
+/// calls that follow on that thread read this view, so that one query sees one state. Any number of
+/// threads may query at once. Every call that can fail returns 0 for success and another number
+/// otherwise; a call that fails changes no argument.
 
 using HSI_Status = int;
 
@@ -32,8 +32,8 @@ enum HSI_Node : std::uint32_t {
 };
 // clang-format on
 
-/// The values, byte for byte. Integers are in the host's byte order; bytes without a name are not
-/// used, and zero.
+/// The values, byte by byte. Integers are in the host's byte order. Bytes without a name are not
+/// used and are zero.
 using HsiIpv4Address = std::array<unsigned char, 4>;  ///< network order
 
 struct HsiIpv6Address {
@@ -58,7 +58,7 @@ struct HsiCpuRegisters {
   std::uint32_t edx = 0;
 };
 
-/// Identification of a core: what its CPUID instruction answers.
+/// Identification of a core: the answers of its CPUID instruction.
 struct HsiCore {
   std::uint8_t family;
   std::uint8_t model;
@@ -83,7 +83,7 @@ struct HsiCoreState {
 };
 static_assert(sizeof(HsiCoreState) == 160);
 
-using HsiCoreDetail = std::array<unsigned char, 76>;  ///< only whether it can be read counts
+using HsiCoreDetail = std::array<unsigned char, 76>;  ///< only whether it can be read matters
 
 struct HsiPowerManagement {
   unsigned char unused[8];
@@ -94,28 +94,28 @@ static_assert(sizeof(HsiPowerManagement) == 588);
 struct HSI_Param;      ///< an integer or a string; owned by its list
 struct HSI_ParamList;  ///< owned by the caller until HSI_ParamListDestroy
 
-/// Non-zero unless `signature` is 21, the interface that this library is built for, and the host
-/// can be asked.
+/// 0 when `signature` is 21, the interface that this library is built for, and the host can be
+/// asked.
 HSI_Status HSI_CheckSig(int signature);
 
-/// Reads one value. `size` is exactly that of the node's type; the parameters may be null for a
+/// Reads one value. `size` must be the size of the node's type; the parameters may be null for a
 /// node without instances.
 HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* value,
                    std::size_t size);
 
-/// Lists the instances of a node into a new list, which the caller destroys.
+/// Stores a new list of the node's instances in `list`; the caller destroys it.
 HSI_Status HSI_GetInstanceListAlloc(std::uint32_t node, const HSI_ParamList* parameters,
                                     HSI_ParamList** list);
 
-/// An empty list with room for `growBy` parameters at a time and at most `limit` of them (0: no
-/// limit). Null when memory is out.
+/// An empty list with room for `growBy` parameters, which can have at most `limit` of them (0: no
+/// limit). Null when there is no memory.
 HSI_ParamList* HSI_ParamListCreate(unsigned growBy, unsigned limit);
 void HSI_ParamListDestroy(HSI_ParamList* list);  ///< null is allowed
 HSI_Status HSI_ParamListAddInt(HSI_ParamList* list, std::int32_t value);
 HSI_Status HSI_ParamListAddString(HSI_ParamList* list, const char* value);  ///< copies the text
 HSI_Status HSI_ParamListRemoveLastParam(HSI_ParamList* list);
 unsigned HSI_ParamListUsedCount(const HSI_ParamList* list);
-/// Null past the end.
+/// The parameter at `index`; null past the end.
 const HSI_Param* HSI_ParamListGetParam(const HSI_ParamList* list, unsigned index);
 HSI_Status HSI_ParamListGetInt32(const HSI_ParamList* list, unsigned index, std::int32_t* value);
 /// The text belongs to the parameter.

@@ -7,11 +7,12 @@
 
 namespace platform {
 
-/// A T for each thread that asks: made at the thread's first use, destroyed at its end.
+/// One T for each thread that asks for it: made at the thread's first call, destroyed when the
+/// thread ends.
 ///
-/// Stands in for thread_local, whose storage in a library loaded at run time belongs to the loader,
-/// out of sight of a thread sanitizer. For objects of static storage duration; the slot itself is
-/// never given back. Any thread may call.
+/// Used instead of thread_local, whose storage in a library loaded at run time belongs to the
+/// loader, where a thread sanitizer does not see it. For objects of static storage duration: the
+/// slot itself is never given back. Any thread may call.
 template <typename T>
 class ThreadSlot {
  public:
@@ -19,7 +20,8 @@ class ThreadSlot {
   ThreadSlot(const ThreadSlot&) = delete;
   ThreadSlot& operator=(const ThreadSlot&) = delete;
 
-  /// Fails: std::bad_alloc when there is no room for another slot or value.
+  /// The calling thread's value. Fails: std::bad_alloc when there is no room for another slot or
+  /// value.
   T& get() {
     if (!usable_) throw std::bad_alloc();
     if (void* value = pthread_getspecific(key_)) return *static_cast<T*>(value);

@@ -1,4 +1,4 @@
-# Before a package is made: its manual pages and its changelog are compressed, as Debian wants them.
+# Runs before a package is made: compresses its manual pages and its changelog, as Debian requires.
 file(GLOB_RECURSE files "${CPACK_TEMPORARY_DIRECTORY}/usr/share/man/*.[1-8]"
      "${CPACK_TEMPORARY_DIRECTORY}/usr/share/doc/*/changelog")
 foreach(file IN LISTS files)

@@ -2,7 +2,7 @@
 
 include(GNUInstallDirs)
 
-# Where object managers keep CMPI providers; the tool looks there too.
+# Where object managers keep CMPI providers, and where the tool looks for the library.
 set(ORV_PROVIDER_DIR lib/cmpi CACHE STRING "Directory of the provider library, below the prefix")
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
@@ -14,7 +14,7 @@ endif()
 
 set(ORV_SANITIZE "" CACHE STRING "Sanitizers for every target, for example address,undefined")
 
-# What every target of ours is compiled with. Linked privately by the functions below.
+# Compiler settings of all our targets. Linked privately by the functions below.
 add_library(orv_build_settings INTERFACE)
 target_compile_features(orv_build_settings INTERFACE cxx_std_17)
 target_include_directories(orv_build_settings INTERFACE ${PROJECT_SOURCE_DIR})
@@ -25,14 +25,14 @@ target_compile_options(orv_build_settings INTERFACE
 if(ORV_SANITIZE)
   target_compile_options(orv_build_settings INTERFACE
     -fsanitize=${ORV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    # g++ sees uninitialised values in the code that the sanitizers add, and an operator new beside an operator delete
-    # that is inlined less; the plain presets keep the warnings.
+    # With sanitizers g++ warns of uninitialised values in code that they add, and of operators new and delete that do not
+    # match because only one is inlined; the plain presets keep both warnings.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized -Wno-mismatched-new-delete>)
   target_link_options(orv_build_settings INTERFACE -fsanitize=${ORV_SANITIZE})
 endif()
 
-# What the compiler and the linker add to products against those who find a fault in them. Not to tests, which are
-# compiled without optimisation, nor beside a sanitizer.
+# Hardening of the products by compiler and linker. Not for tests, which are compiled without optimisation, nor together
+# with a sanitizer.
 include(CheckCXXCompilerFlag)
 add_library(orv_hardening INTERFACE)
 add_library(orv_fortify INTERFACE)
@@ -44,8 +44,8 @@ if(NOT ORV_SANITIZE AND CMAKE_BUILD_TYPE MATCHES "Rel")
   target_compile_options(orv_fortify INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
 
-# The rooms' tests replace C functions such as syslog and open by name. _FORTIFY_SOURCE calls them under other names,
-# and so is left to the rest, which is where bytes from outside arrive.
+# The tests of the provider folders replace C functions such as syslog and open by name. _FORTIFY_SOURCE calls them under
+# other names, so it is used only for the rest, which is where outside data arrives.
 function(orv_harden target)
   if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(tests|broker/testing)")
     return()

@@ -11,7 +11,7 @@ using Hardware::Extent;
 using Hardware::Pool;
 using Hardware::Volume;
 
-constexpr std::uint64_t kSector = 512;  // of sysfs, whatever the device's is
+constexpr std::uint64_t kSector = 512;  // bytes, in sysfs: whatever the device's own sectors are
 
 template <typename Visit>
 void forEachArray(const BlockDevices& devices, Visit visit) {
@@ -22,7 +22,7 @@ void forEachArray(const BlockDevices& devices, Visit visit) {
   }
 }
 
-/// Sets size in blocks of the device or of the disk that it is a part of.
+/// Sets block size and number of blocks. The block size of a partition is that of its disk.
 template <typename Facts>
 void readBlocks(const BlockDevice& device, Facts& facts) {
   const std::string owner =
@@ -79,7 +79,8 @@ Volume readVolume(const BlockDevice& device, const BlockDevices& devices) {
   return volume;
 }
 
-/// A file system that cannot be written although it was mounted for writing, on a device that can.
+/// Whether a file system was mounted for writing and can no longer be written, on a device that
+/// can.
 bool becameReadOnly(const Mount& mount, const BlockDevice& device) {
   return mount.writable && !mount.fileSystemWritable && textIn(device.path + "/ro") != "1";
 }

@@ -43,7 +43,8 @@ std::string prefixed(const char* prefix, const std::string& text) {
   return key.empty() ? "" : prefix + key;
 }
 
-/// What the hardware says it is; the kernel's word for it before udev's, since it is always there.
+/// The identity that the hardware gives. The kernel's word comes before udev's, since it is always
+/// there.
 std::string diskId(const BlockDevice& device) {
   const std::string serial =
       firstGiven({textIn(device.path + "/device/serial"), textIn(device.path + "/serial")});
@@ -64,7 +65,7 @@ std::string otherId(const BlockDevice& device) {
        prefixed("partuuid-", device.note("ID_PART_ENTRY_UUID")), keyText(device.name)});
 }
 
-/// Absent for what is not a device of ours.
+/// Absent for what is not one of these devices.
 std::optional<BlockDevice> readDevice(const std::string& directory, const std::string& name,
                                       const UdevLookup& lookup) {
   BlockDevice device;

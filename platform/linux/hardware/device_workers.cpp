@@ -18,7 +18,7 @@ struct Job {
   std::string device;
   std::function<std::shared_ptr<const void>()> ask;
   Progress progress = Progress::kWaiting;
-  bool overdue = false;  ///< somebody has waited its time for it already
+  bool overdue = false;  ///< a caller has waited for it in vain
   std::shared_ptr<const void> answer;
 };
 
@@ -30,7 +30,7 @@ std::string seconds(std::chrono::milliseconds time) {
   return text + " s";
 }
 
-/// The caller's signals blocked while it lives, so that a thread made meanwhile takes none: they
+/// Blocks all signals during its own life, so that a thread made meanwhile receives none: they
 /// belong to the object manager.
 class BlockedSignals {
  public:
@@ -53,7 +53,7 @@ struct DeviceWorkers::State {
   explicit State(unsigned most) : mostThreads(most) {}
 
   const unsigned mostThreads;
-  std::mutex mutex;  ///< guards all below and the jobs; nothing is locked after it
+  std::mutex mutex;  ///< guards the members below and the jobs; nothing is locked after it
   std::condition_variable answered;
   std::deque<JobPointer> queue;
   std::map<std::string, JobPointer> busy;  ///< by device: waiting or asked
@@ -67,7 +67,7 @@ struct DeviceWorkers::State {
   static void* threadBody(void* self);
 };
 
-/// Takes jobs until none waits. A question that throws has no answer.
+/// Takes jobs until none is waiting. A question that throws has no answer.
 void DeviceWorkers::State::work() {
   std::unique_lock lock(mutex);
   while (!queue.empty()) {
@@ -112,20 +112,21 @@ JobPointer DeviceWorkers::State::jobFor(RawQuestion question) {
   return job;
 }
 
-/// As many as there are questions, as far as the limit and the system allow. Fails: std::bad_alloc.
+/// Starts as many threads as there are waiting questions, as far as the limit and the system allow.
+/// Fails: std::bad_alloc.
 void DeviceWorkers::State::startThreads(const std::shared_ptr<State>& self) {
   const BlockedSignals blocked;
   for (std::size_t wanted = queue.size(); wanted > 0 && threads < mostThreads; --wanted) {
     auto argument = std::make_unique<std::shared_ptr<State>>(self);
     pthread_t thread;
     if (pthread_create(&thread, nullptr, threadBody, argument.get()) != 0) return;
-    static_cast<void>(argument.release());  // the thread's
+    static_cast<void>(argument.release());  // freed by the thread
     pthread_detach(thread);
     ++threads;
   }
 }
 
-/// A job that no thread has taken is forgotten; one that is being asked stays.
+/// Drops a job that no thread has taken; one that is being asked stays.
 void DeviceWorkers::State::giveUp(const JobPointer& job) {
   if (job->progress == Progress::kAnswered) return;
   if (job->progress == Progress::kAsked) {
@@ -162,7 +163,7 @@ std::vector<DeviceWorkers::RawOutcome> DeviceWorkers::askRaw(std::vector<RawQues
   std::vector<RawOutcome> outcomes(questions.size());
 
   std::unique_lock lock(state_->mutex);
-  // What nobody waits for any more is not asked later, whichever way this ends.
+  // However this call ends, a question for which nobody waits any more is not asked later.
   const auto giveUpAll = [this](const std::vector<JobPointer>* left) {
     for (const JobPointer& job : *left) state_->giveUp(job);
   };

@@ -11,15 +11,15 @@
 
 namespace LinuxHost {
 
-/// Asks devices that may not answer, without ever waiting longer than a given time.
+/// Asks devices that may not answer, and never waits longer than a given time.
 ///
 /// A device is asked by one thread at a time, and at most `mostThreads` threads ask. They end when
-/// nothing is left to ask. One that waits for a device for ever is never ended, since nobody
-/// can. Such a device is not asked again, and not waited for, before its earlier answer is
-/// there. Any thread may call; the threads keep what they need alive.
+/// there is nothing left to ask. A thread that waits for a device for ever is never ended, since
+/// nothing can end it. Such a device is neither asked again nor waited for until it has answered.
+/// Any thread may call; the threads keep alive what they need.
 class DeviceWorkers {
  public:
-  /// `limit` is that of a call that gives none.
+  /// `limit` is how long a call waits that gives no limit of its own.
   explicit DeviceWorkers(unsigned mostThreads = 8,
                          std::chrono::milliseconds limit =
                              std::chrono::milliseconds(Hardware::kAnswerLimitMilliseconds));
@@ -27,7 +27,7 @@ class DeviceWorkers {
   template <typename Answer>
   struct Question {
     std::string device;           ///< identifies the device among all questions
-    std::function<Answer()> ask;  ///< owns all that it uses; one that throws has no answer
+    std::function<Answer()> ask;  ///< owns what it uses; when it throws, there is no answer
   };
 
   template <typename Answer>
@@ -36,8 +36,8 @@ class DeviceWorkers {
     std::string refused;                   ///< why there is none
   };
 
-  /// The outcomes in the order of the questions. Questions about a device that is being asked by
-  /// another call share its answer, so all questions about one device are of one kind.
+  /// The outcomes, in the order of the questions. A question about a device that another call is
+  /// asking shares that call's answer, so all questions about a device must be of one kind.
   ///
   /// Fails: std::bad_alloc.
   template <typename Answer>
@@ -63,7 +63,7 @@ class DeviceWorkers {
     return outcomes;
   }
 
-  /// Threads that ask, or wait for a device, now.
+  /// How many threads ask, or wait for a device, at the moment.
   unsigned threads() const;
 
  private:
@@ -84,7 +84,7 @@ class DeviceWorkers {
   std::shared_ptr<State> state_;
 };
 
-/// Those of the process. Never destroyed: threads may still wait while the process exits.
+/// The workers of the process. Never destroyed: threads may still wait while the process exits.
 DeviceWorkers& deviceWorkers();
 
 }  // namespace LinuxHost

@@ -25,7 +25,7 @@ std::string notRead(int error) {
   return "SMART not read: " + std::generic_category().message(error);
 }
 
-/// Device kinds without SMART say so in one of these ways: that is not a refusal.
+/// Whether a device says in this way that its kind has no SMART, which is not a refusal.
 bool hasNoSmart(int error) {
   return error == ENOTTY || error == EINVAL || error == EOPNOTSUPP || error == ENOSYS;
 }
@@ -73,8 +73,8 @@ ScsiAnswer scsiCommand(const FileDescriptor& file, std::array<unsigned char, siz
   return answer;
 }
 
-/// An ATA command through the SCSI layer: with data for one sector, or else its registers asked
-/// back.
+/// An ATA command through the SCSI layer, with data of one sector, or without data and with its
+/// registers returned.
 ScsiAnswer ataCommand(const FileDescriptor& file, unsigned char command, unsigned char features,
                       std::size_t dataSize) {
   constexpr unsigned char kNoData = 3 << 1, kDataIn = 4 << 1;
@@ -86,7 +86,7 @@ ScsiAnswer ataCommand(const FileDescriptor& file, unsigned char command, unsigne
   bytes[2] = dataSize == 0 ? kRegistersBack : kFromDevice | kInBlocks | kLengthInCount;
   bytes[4] = features;
   bytes[6] = dataSize == 0 ? 0 : 1;
-  bytes[10] = 0x4F;  // the signature of SMART, which other commands do not look at
+  bytes[10] = 0x4F;  // the signature of SMART, which other commands ignore
   bytes[12] = 0xC2;
   bytes[14] = command;
   return scsiCommand(file, bytes, dataSize);
@@ -148,7 +148,7 @@ void askAta(const std::string& device, Hardware::Disk& disk) {
   }
   const std::optional<AtaRegisters> registers = ataRegisters(power.sense);
   if (!registers) {
-    // Not known to be awake: whatever is asked next might wake it.
+    // It may be asleep, and any other question might wake it.
     disk.refused = "SMART not read: the disk does not tell its power mode";
     return;
   }
@@ -156,8 +156,8 @@ void askAta(const std::string& device, Hardware::Disk& disk) {
     disk.refused = kAsleep;
     return;
   }
-  // A disk without SMART, or with SMART disabled, aborts these: it says nothing, and refuses
-  // nothing.
+  // A disk without SMART, or with SMART disabled, aborts these commands. That is neither an answer
+  // nor a refusal.
   if (const auto status = ataRegisters(smartReturnStatus(file).sense)) {
     disk.smartPassed = smartPassed(*status);
   }

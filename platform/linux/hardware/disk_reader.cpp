@@ -12,7 +12,7 @@ bool isDigits(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/// Directory of the NVMe controller behind a namespace: its device, or, below a subsystem with
+/// The directory of the NVMe controller of a namespace: its device or, below a subsystem with
 /// several paths, the first controller there. Empty for other disks.
 std::string nvmeController(const BlockDevice& disk) {
   const std::string& device = disk.hardware;
@@ -44,7 +44,7 @@ std::string firstGiven(std::string text, const std::string& otherwise) {
   return text.empty() ? otherwise : text;
 }
 
-/// What the kernel has at hand.
+/// What the kernel knows without asking the disk.
 Disk identityOf(const BlockDevice& device) {
   const std::string& hardware = device.hardware;
   const std::string controller = nvmeController(device);
@@ -74,7 +74,7 @@ bool isSuspended(const std::string& device) {
 
 using Question = DeviceWorkers::Question<Disk>;
 
-/// What is to be asked of the disk itself; nothing for a kind that has no health of its own.
+/// The question to the disk itself; null for a kind of disk that reports no health.
 std::function<Disk()> questionTo(const HostPaths& paths, const BlockDevice& device, Disk disk) {
   const std::string& hardware = device.hardware;
   const std::string controller = nvmeController(device);
@@ -95,7 +95,7 @@ std::function<Disk()> questionTo(const HostPaths& paths, const BlockDevice& devi
   };
 }
 
-/// Suspended is the disk's device, or the NVMe controller's on its bus.
+/// Whether the disk's device is suspended: for NVMe, the device of the controller on its bus.
 bool sleeps(const BlockDevice& device) {
   const std::string controller = nvmeController(device);
   return controller.empty() ? isSuspended(device.hardware)

@@ -12,7 +12,7 @@ LinuxHost::BlockDevices blockDevices(const LinuxHost::HostPaths& paths) {
   return LinuxHost::BlockDevices(paths, LinuxHost::udevProperties);
 }
 
-/// Those of the process. Never destroyed: threads may still ask while the process exits.
+/// The ones of the process. Never destroyed: requests may still come while the process exits.
 LinuxHost::KnownMembers& knownMembers() {
   static auto* const known = new LinuxHost::KnownMembers;
   return *known;

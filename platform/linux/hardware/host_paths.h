@@ -6,33 +6,34 @@
 
 namespace LinuxHost {
 
-/// Where the kernel's trees are; a test hands in trees of its own.
+/// Where the kernel's directory trees are; a test uses trees of its own.
 struct HostPaths {
   std::string sys = "/sys";
   std::string dev = "/dev";
   std::string mountInfo = "/proc/self/mountinfo";
 };
 
-// A host without memory or descriptors left looks like one without hardware, so that is no answer:
-// each of these fails with std::bad_alloc, or with std::system_error for want of a descriptor.
+// A host without free memory or descriptors would look like one without hardware. So all functions
+// below fail then: std::bad_alloc, or std::system_error when no descriptor is left.
 
-/// The file that a path leads to, all links resolved; empty when there is none.
+/// The path with all symbolic links resolved; empty when it leads to nothing.
 std::string resolved(const std::string& path);
 
-/// A file's text as people read it; empty when there is none.
+/// The text of a file, made readable by cleanText (kernel_texts.h); empty when there is none.
 std::string textIn(const std::string& path);
 
-/// Unsigned number in a file.
+/// The unsigned decimal number in a file; absent when there is none or it does not fit.
 template <typename Number>
 std::optional<Number> numberIn(const std::string& path);
 
-/// The names in a directory, sorted; none when there is none.
+/// The names in a directory, sorted; empty when there is no such directory.
 std::vector<std::string> entriesOf(const std::string& directory);
 
-/// Throws what says that memory or descriptors ran out, when the error number does.
+/// Throws the exceptions above when the error number says that memory or descriptors have run out.
 void throwIfExhausted(int error);
 
-/// A file's bytes, at most 1 MiB of them. Fails: the error number in `error`.
+/// The bytes of a file, or its first mebibyte. When it cannot be read, absent, with the error
+/// number in `error`.
 std::optional<std::string> bytesIn(const std::string& path, int& error);
 
 }  // namespace LinuxHost

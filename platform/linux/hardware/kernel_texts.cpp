@@ -28,7 +28,7 @@ std::optional<Number> wholeNumber(std::string_view text, int base) {
   return number;
 }
 
-/// Takes the text up to a separator, and the separator, from the front.
+/// Removes the text up to a separator, and the separator, from the front; returns that text.
 std::string_view takeUpTo(std::string_view& text, char separator) {
   const std::string_view taken = text.substr(0, text.find(separator));
   text.remove_prefix(std::min(text.size(), taken.size() + 1));

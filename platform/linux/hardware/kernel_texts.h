@@ -6,15 +6,15 @@
 #include <string_view>
 #include <vector>
 
-/// Texts of the kernel and of devices, as values: functions of their arguments. Whatever stands in
-/// a text, and however long it is, they answer; a text of another form is an absent value.
+/// Values from texts of the kernel and of devices. The functions depend on their arguments alone
+/// and return for any text of any length; a text of another form is an absent value.
 namespace LinuxHost {
 
-/// A text for people: at most 256 characters, spaces at both ends and repeated ones taken away,
+/// A text for people: at most 256 characters, without spaces at either end or repeated ones,
 /// characters that do not print replaced by "?".
 std::string cleanText(std::string_view text);
 
-/// A text that can stand in a key: as cleanText, at most 200 characters, and everything but
+/// A text that can be part of a key: as cleanText, at most 200 characters, with everything but
 /// letters, digits and `.:_-/+@` replaced by "_".
 std::string keyText(std::string_view text);
 
@@ -22,10 +22,10 @@ inline bool beginsWith(std::string_view text, std::string_view word) {
   return text.substr(0, word.size()) == word;
 }
 
-/// A decimal number that fills the text, spaces around it aside.
+/// The decimal number that the text is, apart from spaces around it.
 std::optional<std::uint64_t> unsignedNumber(std::string_view text);
 
-/// A hexadecimal number that fills the text, with or without "0x".
+/// The hexadecimal number that the text is, with or without "0x".
 std::optional<std::uint64_t> hexNumber(std::string_view text);
 
 /// The total in a PCI error counter file:
@@ -42,13 +42,13 @@ std::optional<std::uint64_t> linkSpeed(std::string_view text);
 ///     line = id parent device root place options field* '-' type source superOptions
 struct Mount {
   std::string device;               ///< major:minor
-  std::string place;                ///< with the octal escapes resolved
-  bool writable = false;            ///< by the options of the mount
-  bool fileSystemWritable = false;  ///< by the options of the file system
+  std::string place;                ///< where it is mounted, octal escapes resolved
+  bool writable = false;            ///< according to the options of the mount
+  bool fileSystemWritable = false;  ///< according to the options of the file system
   std::string type;
 };
 
-/// The lines that have that form; others are passed over.
+/// The lines that have that form; others are ignored.
 std::vector<Mount> parseMountInfo(std::string_view text);
 
 }  // namespace LinuxHost

@@ -31,7 +31,7 @@ MemoryModule moduleOf(const SmbiosMemoryDevice& device) {
   return module;
 }
 
-/// The modules in the firmware's table, empty slots left out. Where the table may not be read, one
+/// The modules in the firmware's table, without empty slots. If the table may not be read, one
 /// element that says so.
 std::vector<MemoryModule> modulesOfTable(const HostPaths& paths) {
   int error = 0;
@@ -51,7 +51,7 @@ std::vector<MemoryModule> modulesOfTable(const HostPaths& paths) {
   return modules;
 }
 
-/// A module as its memory controller sees it.
+/// A module with the error counts of its memory controller.
 struct CountedModule {
   std::string id;
   std::string label;
@@ -72,7 +72,8 @@ std::vector<CountedModule> countedModules(const HostPaths& paths) {
                          numberIn<std::uint64_t>(path + "/dimm_ce_count"),
                          numberIn<std::uint64_t>(path + "/dimm_ue_count")});
     }
-    // Errors that the controller could ascribe to no module: an element only once there are some.
+    // Errors that the controller could not attribute to a module. They become an element only when
+    // there are some.
     const auto correctable = numberIn<std::uint64_t>(directory + "/ce_noinfo_count");
     const auto uncorrectable = numberIn<std::uint64_t>(directory + "/ue_noinfo_count");
     if (correctable.value_or(0) + uncorrectable.value_or(0) > 0) {
@@ -87,7 +88,7 @@ bool isLetterOrDigit(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
-/// Whether the label names the module: its locator stands in it as a word.
+/// Whether the label names the module, that is, contains its locator as a word.
 bool names(const std::string& label, const MemoryModule& module) {
   if (module.name.empty()) return false;
   for (std::size_t at = label.find(module.name); at != std::string::npos;
@@ -102,7 +103,8 @@ bool names(const std::string& label, const MemoryModule& module) {
 
 }  // namespace
 
-/// Counters go to the one module that their label names; others are elements of their own.
+/// The counts go to the only module that their label names; otherwise they are an element of their
+/// own.
 std::vector<MemoryModule> readMemoryModules(const HostPaths& paths) {
   std::vector<MemoryModule> modules = modulesOfTable(paths);
   const std::size_t inTable = modules.size();

@@ -13,7 +13,7 @@ std::optional<std::uint64_t> errorsIn(const std::string& path) {
   return text ? aerTotal(*text) : std::nullopt;
 }
 
-/// 255 stands for a width that is not known.
+/// The number of lanes in a file, where 255 means unknown.
 std::optional<std::uint16_t> lanesIn(const std::string& path) {
   const auto lanes = numberIn<std::uint16_t>(path);
   return lanes == 255 ? std::nullopt : lanes;
@@ -29,7 +29,7 @@ PciFunction readFunction(const std::string& address, const std::string& path) {
   function.correctableErrors = errorsIn(path + "/aer_dev_correctable");
   function.nonFatalErrors = errorsIn(path + "/aer_dev_nonfatal");
   function.fatalErrors = errorsIn(path + "/aer_dev_fatal");
-  // The link of a suspended function is not asked for: that would wake it.
+  // A suspended function is not asked about its link, since that would wake it.
   if (textIn(path + "/power/runtime_status") == "suspended") return function;
   function.linkSpeed = textIn(path + "/current_link_speed");
   function.linkWidth = lanesIn(path + "/current_link_width");

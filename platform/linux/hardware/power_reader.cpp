@@ -9,7 +9,7 @@ namespace {
 using Hardware::Battery;
 using Hardware::PowerSupply;
 
-/// Directories of the supplies that power the host; those of a mouse or pen are left out.
+/// Calls `visit` for each supply that powers the host; those of a mouse or pen are left out.
 template <typename Visit>
 void forEachSupply(const HostPaths& paths, Visit visit) {
   const std::string directory = paths.sys + "/class/power_supply";
@@ -26,7 +26,8 @@ std::optional<std::uint32_t> milliwattHours(double value) {
   return static_cast<std::uint32_t>(value);
 }
 
-/// Either an energy in microwatt-hours, or a charge in microampere-hours at the design voltage.
+/// A capacity from a file of energy in microwatt-hours, or else from one of charge in
+/// microampere-hours, at the design voltage.
 std::optional<std::uint32_t> capacity(const std::string& path, const char* energy,
                                       const char* charge,
                                       const std::optional<std::uint64_t>& microvolts) {

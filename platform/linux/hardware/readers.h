@@ -10,8 +10,9 @@
 #include "platform/linux/hardware/device_workers.h"
 #include "platform/linux/hardware/host_paths.h"
 
-/// One reader for each kind of hardware. Absent files are absent facts; see platform/hardware.h.
-/// What is known by its name alone is looked up where the query wants one element.
+/// One reader for each kind of hardware. A file that is absent is an absent fact; see
+/// platform/hardware.h. Kinds whose elements are identified by their name alone are read for the
+/// wanted element only.
 namespace LinuxHost {
 
 Hardware::System readSystem(const HostPaths& paths);
@@ -24,7 +25,7 @@ std::vector<Hardware::Battery> readBatteries(const HostPaths& paths);
 std::vector<Hardware::PciFunction> readPciFunctions(const HostPaths& paths, unsigned baseClass,
                                                     const Hardware::Query& query = {});
 
-/// Counters of SAS phys come from the host adapter, which may not answer: asked by `workers`.
+/// The counters of SAS phys come from the host adapter, which may not answer, so `workers` ask it.
 std::vector<Hardware::StoragePort> readStoragePorts(const HostPaths& paths,
                                                     const Hardware::Query& query,
                                                     DeviceWorkers& workers);
@@ -33,12 +34,12 @@ std::vector<Hardware::Disk> readDisks(const HostPaths& paths, const BlockDevices
                                       const Hardware::Query& query, DeviceWorkers& workers);
 std::vector<Hardware::Pool> readPools(const BlockDevices& devices);
 
-/// Identities of array members as they were last seen. A disk that is pulled leaves nothing but its
-/// name in the array; its member keeps its identity for as long as the array lists it. Any thread
+/// The identities of array members as they were last seen. A disk that has been removed leaves only
+/// its name in the array; its member keeps its identity as long as the array lists it. Any thread
 /// may call.
 class KnownMembers {
  public:
-  /// By array and member, as the kernel names them: "md0/sda1".
+  /// By the kernel's names of array and member: "md0/sda1".
   using Ids = std::map<std::string, std::string>;
 
   Ids ids() const;
@@ -52,12 +53,12 @@ class KnownMembers {
 std::vector<Hardware::Extent> readExtents(const BlockDevices& devices, KnownMembers& known);
 std::vector<Hardware::Volume> readVolumes(const HostPaths& paths, const BlockDevices& devices);
 
-/// libsensors reads /sys itself. Chips are asked by `workers`.
+/// libsensors reads /sys itself, whatever `paths` says. Chips are asked by `workers`.
 std::vector<Hardware::Sensor> readSensors(const HostPaths& paths, const Hardware::Query& query,
                                           DeviceWorkers& workers);
 
-/// Why a disk may not be asked now: its device is suspended, or it is in standby. Empty when it may
-/// be. Opens the device; does not wake it.
+/// Why a disk must not be asked now: its device is suspended, or the disk is in standby. Empty when
+/// it may be asked. Opens the device, but does not wake it.
 std::string asleepReason(const HostPaths& paths, const std::string& hardware,
                          const std::string& name);
 

@@ -23,12 +23,13 @@ struct SensorKind {
   sensors_feature_type feature;
   std::uint16_t sensorType;
   int reading;
-  int otherReading;                                     ///< for chips without the first
-  int low, high, otherHigh, lowCritical, highCritical;  ///< of two, the first that a chip has
+  int otherReading;  ///< for chips without the first
+  int low, high, otherHigh, lowCritical,
+      highCritical;  ///< of high and otherHigh, the first that a chip has
   int limitAlarms[2];
   int alarms[4];
   int fault;
-  double scale;  ///< readings are published in its parts
+  double scale;  ///< a unit has so many of the published parts
 };
 
 constexpr SensorKind kSensorKinds[] = {
@@ -107,10 +108,12 @@ constexpr SensorKind kSensorKinds[] = {
 
 void dropParseError(const char*, const char*, int) {}
 
-/// libsensors ends the process otherwise. It has only called its own functions when it comes here.
+/// Without this, libsensors would end the process. Only functions of its own are between its caller
+/// and this one.
 void throwNoMemory(const char*, const char*) { throw std::bad_alloc(); }
 
-/// The chips as libsensors knows them. Those that ask a chip hold one, so that the chips stay.
+/// The chips as libsensors knows them. Whoever asks a chip holds this object, so that the chips
+/// stay.
 class LibSensors {
  public:
   explicit LibSensors(std::string found) : found_(std::move(found)) {
@@ -119,7 +122,7 @@ class LibSensors {
     try {
       usable_ = sensors_init(nullptr) == 0;
     } catch (...) {
-      sensors_cleanup();  // what it had found would be there twice the next time
+      sensors_cleanup();  // or what it has found would be there twice the next time
       throw;
     }
   }
@@ -128,7 +131,7 @@ class LibSensors {
   LibSensors& operator=(const LibSensors&) = delete;
 
   bool isUsable() const { return usable_; }
-  /// What the directory of chips held when they were looked for.
+  /// What the directory of chips contained when they were looked for.
   const std::string& found() const { return found_; }
 
  private:
@@ -147,7 +150,7 @@ CurrentChips& currentChips() {
   return *current;
 }
 
-/// Which chips there are, and what each has: a number may be another chip's the next time.
+/// Which chips there are, and what each has. A number may belong to another chip the next time.
 std::string chipDirectory(const HostPaths& paths) {
   const std::string directory = paths.sys + "/class/hwmon";
   std::string found;
@@ -159,8 +162,8 @@ std::string chipDirectory(const HostPaths& paths) {
   return found;
 }
 
-/// The chips of now. While a chip does not answer, those of before: libsensors cannot look for
-/// others without forgetting the ones that it has.
+/// The chips that there are now. While anyone asks a chip, those found before: libsensors cannot
+/// look for others without forgetting the ones that it has.
 std::shared_ptr<LibSensors> chipsOfNow(const HostPaths& paths) {
   CurrentChips& current = currentChips();
   const std::string found = chipDirectory(paths);
@@ -173,7 +176,7 @@ std::shared_ptr<LibSensors> chipsOfNow(const HostPaths& paths) {
   return current.chips;
 }
 
-/// Given back under the mutex: the last one to hold the chips ends them.
+/// Releases the chips with the mutex held, since the last holder ends them.
 class ChipsHeld {
  public:
   explicit ChipsHeld(std::shared_ptr<LibSensors> chips) : chips_(std::move(chips)) {}
@@ -203,7 +206,7 @@ const SensorKind* kindOf(const sensors_feature& feature) {
   return nullptr;
 }
 
-/// A chip, with what is known of it before it is asked.
+/// A chip, with what is known about it before it is asked.
 struct Chip {
   const sensors_chip_name* name = nullptr;
   std::string text;
@@ -215,7 +218,7 @@ class ChipReader {
  public:
   explicit ChipReader(const sensors_chip_name& chip) : chip_(chip) {}
 
-  /// Reads what the feature has; sets `refused` when its value cannot be read.
+  /// Reads the values of a feature; sets `refused` when its reading cannot be read.
   void read(const sensors_feature& feature, const SensorKind& kind, Sensor& sensor) const {
     int error = 0;
     double value = 0;
@@ -234,7 +237,7 @@ class ChipReader {
   }
 
  private:
-  /// False when the chip has no such value, and, with `error`, when it cannot be read.
+  /// False when the chip has no such value, and when it cannot be read; then `error` is set.
   bool valueOf(const sensors_feature& feature, int type, double& value, int& error) const {
     if (type == kNone) return false;
     const sensors_subfeature* subfeature =
@@ -244,7 +247,7 @@ class ChipReader {
     return error == 0;
   }
 
-  /// Absent where it does not fit; chips without a limit show an absurd one.
+  /// Absent when it does not fit: chips without a limit report an absurd one.
   static std::optional<std::int32_t> scaled(double value, double scale) {
     const double parts = std::round(value * scale);
     if (!(std::abs(parts) < 2e9)) return std::nullopt;
@@ -302,7 +305,7 @@ bool isPciAddress(std::string_view text) {
   return text.size() == 12 && text[4] == ':' && text[7] == ':' && text[10] == '.';
 }
 
-/// The disk whose device the chip's device is, or lies below.
+/// The disk whose device is the chip's device; null when there is none.
 const BlockDevice* diskOf(const std::string& chipDevice, const BlockDevices& disks) {
   for (const BlockDevice& disk : disks.all()) {
     if (!disk.hardware.empty() && disk.hardware == chipDevice) return &disk;
@@ -310,7 +313,7 @@ const BlockDevice* diskOf(const std::string& chipDevice, const BlockDevices& dis
   return nullptr;
 }
 
-/// Id of the disk, controller, supply or battery that the chip is a part of; empty for the host's.
+/// The id of the disk, controller, supply or battery that the chip is part of; empty for the host.
 std::string monitoredBy(const std::string& chipDevice, const BlockDevice* disk) {
   if (disk != nullptr) return disk->id;
   const std::string_view name = baseName(chipDevice);
@@ -318,7 +321,7 @@ std::string monitoredBy(const std::string& chipDevice, const BlockDevice* disk) 
   return isSupply || isPciAddress(name) ? keyText(name) : "";
 }
 
-/// Everything that is asked of one chip. A disk's temperature is not asked for while it sleeps.
+/// Everything that is asked of one chip. A disk that is asleep is not asked for its temperature.
 std::vector<Sensor> askChip(const Chip& chip, const HostPaths& paths, const std::string& hardware,
                             const std::string& diskName) {
   std::vector<Sensor> sensors = chip.sensors;

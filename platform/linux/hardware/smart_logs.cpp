@@ -31,14 +31,15 @@ std::uint64_t littleEndian128(std::string_view bytes, std::size_t offset) {
 
 constexpr std::size_t kAtaPageSize = 512;
 
-/// A page of SMART data adds up to 0 when it is whole.
+/// Whether a page of SMART data is whole: its bytes then add up to 0.
 bool addsUp(std::string_view page) {
   unsigned sum = 0;
   for (std::size_t i = 0; i < page.size(); ++i) sum += byteAt(page, i);
   return page.size() == kAtaPageSize && sum % 256 == 0;
 }
 
-/// A raw count that is not known to be unset.
+/// The raw value of an attribute, its lower 32 bits; absent when all are set, which means that it
+/// is unset.
 std::optional<std::uint64_t> rawCount(std::string_view attribute) {
   std::uint32_t raw = 0;
   for (std::size_t i = 4; i-- > 0;) raw = raw << 8 | byteAt(attribute, 5 + i);
@@ -63,7 +64,7 @@ void decodeAttributes(std::string_view page, Hardware::Disk& disk) {
         disk.badSectors = disk.badSectors.value_or(0) + *count;
         break;
       case kHours:
-        disk.powerOnHours = *count & 0xFFFFFF;  // what stands above is not of hours
+        disk.powerOnHours = *count & 0xFFFFFF;  // the bits above are not hours
         break;
       case kCelsius:
         disk.temperature = byteAt(attribute, 5);

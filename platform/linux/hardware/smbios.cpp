@@ -45,7 +45,7 @@ class Structure {
   std::string_view strings_;
 };
 
-/// Takes the next structure from the front; absent at the end and where the table is cut off.
+/// Removes the next structure from the front; absent at the end and where the table is cut off.
 std::optional<Structure> takeStructure(std::string_view& table) {
   if (table.size() < kHeaderSize) return std::nullopt;
   const auto length = static_cast<std::uint8_t>(table[1]);
@@ -59,7 +59,7 @@ std::optional<Structure> takeStructure(std::string_view& table) {
   return structure;
 }
 
-/// Placeholders that firmware writes instead of leaving a text out.
+/// The text; empty for placeholders that firmware writes instead of leaving a text out.
 std::string told(std::string text) {
   for (const char* nothing : {"Not Specified", "Unknown", "NO DIMM", "None", "Undefined",
                               "To Be Filled By O.E.M.", "0x0000", "00000000"}) {
@@ -79,7 +79,7 @@ std::optional<std::uint64_t> capacityOf(const Structure& structure) {
   return std::uint64_t{size} << 20;
 }
 
-/// 0 and all ones mean that the firmware does not know.
+/// The word; absent for 0 and for all ones, which mean that the firmware does not know.
 std::optional<std::uint16_t> knownWord(std::uint16_t word) {
   if (word == 0 || word == 0xFFFF) return std::nullopt;
   return word;

@@ -7,7 +7,7 @@ namespace {
 
 using Hardware::StoragePort;
 
-/// Any text but a speed is a link that is down; without a text nothing is known of it.
+/// Any text but a speed means that the link is down; without a text nothing is known about it.
 void readLink(const std::string& file, StoragePort& port) {
   int error = 0;
   if (!bytesIn(file, error)) port.refused = "link not read";
@@ -46,7 +46,7 @@ StoragePort readAtaPort(const std::string& name, const std::string& classPath) {
   return port;
 }
 
-/// What identifies the phy: the kernel has it at hand.
+/// The identity of the phy, which the kernel knows without asking the host adapter.
 StoragePort sasPhyIdentity(const std::string& name, const std::string& path) {
   StoragePort port;
   port.name = cleanText(name);
@@ -55,7 +55,7 @@ StoragePort sasPhyIdentity(const std::string& name, const std::string& path) {
   return port;
 }
 
-/// What the host adapter is asked for.
+/// The facts that the host adapter is asked for.
 StoragePort askSasPhy(StoragePort port, const std::string& path) {
   readLink(path + "/negotiated_linkrate", port);
   port.invalidDwords = numberIn<std::uint64_t>(path + "/invalid_dword_count");

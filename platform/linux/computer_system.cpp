@@ -8,7 +8,7 @@ namespace OMC {
 
 std::string getComputerSystemClassName() { return "OMC_UnitaryComputerSystem"; }
 
-/// The host's own name for itself; no name service is asked, which could take its time.
+/// The host's own name for itself. No name service is asked, since that could take long.
 std::string getComputerSystemName(const CmpiContext&, CmpiBroker*) {
   std::array<char, 256> name{};
   if (gethostname(name.data(), name.size() - 1) != 0) return "localhost";

@@ -15,9 +15,9 @@ bool isRunning(const CpuCore& core) { return core.onlineThreads > 0; }
 struct Builder {
   std::vector<CpuCore> cores;
   std::set<std::optional<unsigned>> nodes;  // NUMA nodes of its located CPUs
-  unsigned threads = 0;                     // located CPUs, and offline ones that were put here
-  unsigned missing = 0;                     // threads of its running cores that no CPU is yet
-  std::vector<unsigned> stopped;            // offline CPUs put here that are no such threads
+  unsigned threads = 0;           // CPUs that show this package, and offline ones put here
+  unsigned missing = 0;           // threads of its running cores without a CPU so far
+  std::vector<unsigned> stopped;  // offline CPUs put here that are not such threads
 
   bool isIncomplete() const { return missing > 0; }
 };
@@ -42,7 +42,7 @@ Builders buildLocated(const std::vector<CpuEntry>& cpus) {
   return packages;
 }
 
-/// Assigns CPUs that do not show their package to one, see groupCpus().
+/// Puts the CPUs that do not show their package into one, see groupCpus().
 class Placement {
  public:
   Placement(const std::vector<CpuEntry>& cpus, Builders& packages, const AskThreads& ask)
@@ -56,7 +56,7 @@ class Placement {
   void placeAll() {
     completeRunningCores();
     const auto isAtHome = [this](const CpuEntry* cpu) { return isNodeOfAPackage(cpu->numaNode); };
-    // What lives beside running CPUs takes its room before what may live anywhere.
+    // CPUs in the node of a package take room before those that may be anywhere.
     std::stable_partition(unplaced_.begin(), unplaced_.end(), isAtHome);
     addStoppedCpus();
     addStoppedPackages();
@@ -85,7 +85,7 @@ class Placement {
                        [&](const auto& entry) { return entry.second.nodes.count(node) != 0; });
   }
 
-  /// Every running package lies in one NUMA node, which it has for itself.
+  /// Whether every running package is in one NUMA node, which contains no other package.
   bool packagesAreNodes() const {
     std::set<std::optional<unsigned>> all;
     for (const auto& [id, package] : packages_) {
@@ -101,8 +101,8 @@ class Placement {
     return toldCapacity_ != 0 || !packagesAreNodes();
   }
 
-  /// The package of the nearest lower located CPU that fits, else of the nearest higher; null when
-  /// none fits.
+  /// The package that fits of the nearest lower CPU that shows its package, else of the nearest
+  /// higher one; null when none fits.
   template <typename Fits>
   Builder* nearest(const CpuEntry& cpu, Fits fits) {
     Builder* found = nullptr;
@@ -114,8 +114,8 @@ class Placement {
     return found;
   }
 
-  /// From the end, because second threads are commonly numbered after all first ones. The threads
-  /// of a core share its node.
+  /// Starts at the end, because second threads usually have higher numbers than all first ones. The
+  /// threads of a core are in one node.
   void completeRunningCores() {
     const auto isThread = [this](const CpuEntry* cpu) {
       if (cpu->numaNode && !isNodeOfAPackage(cpu->numaNode)) return false;
@@ -179,13 +179,13 @@ class Placement {
 
   const std::vector<CpuEntry>& cpus_;
   Builders& packages_;
-  std::vector<const CpuEntry*> unplaced_;  // ascending, then those of foreign nodes
+  std::vector<const CpuEntry*> unplaced_;  // ascending, those in nodes of packages first
   unsigned threadsPerCore_ = 1;            // of the largest core
-  unsigned toldCapacity_ = 0;              // threads of a package; 0: not known
-  unsigned largest_ = 0;                   // threads of the largest package's located cores
+  unsigned toldCapacity_ = 0;  // threads of a package, as the processor says; 0: it does not
+  unsigned largest_ = 0;       // threads of the cores of the largest package
 };
 
-/// Lets the first running core of `candidates` answer for those of `cores` that do not run.
+/// Makes the first running core of `candidates` answer for those of `cores` that do not run.
 void nameInformants(std::vector<CpuCore>& cores, const std::vector<CpuCore>& candidates) {
   const auto running = std::find_if(candidates.begin(), candidates.end(), isRunning);
   if (running == candidates.end()) return;
@@ -209,7 +209,7 @@ std::vector<CpuPackage> groupCpus(const std::vector<CpuEntry>& cpus, const AskTh
   }
   for (CpuPackage& package : packages) {
     for (const CpuPackage& other : packages) nameInformants(package.cores, other.cores);
-    nameInformants(package.cores, package.cores);  // its own core has the last word
+    nameInformants(package.cores, package.cores);  // a core of its own comes before others
   }
   return packages;
 }

@@ -12,7 +12,7 @@ namespace {
 
 std::string cpuDirectory(const std::string& sysRoot) { return sysRoot + "/devices/system/cpu"; }
 
-/// The node of the link "nodeN" in a CPU's directory.
+/// The NUMA node that the link "nodeN" in a CPU's directory names.
 std::optional<unsigned> numaNodeOf(const std::string& directory) {
   constexpr std::string_view kPrefix = "node";
   for (const std::string& name : namesIn(directory)) {
@@ -23,8 +23,8 @@ std::optional<unsigned> numaNodeOf(const std::string& directory) {
   return {};
 }
 
-/// The lowest CPU that shares a core with this one. A kernel that does not say leaves each CPU a
-/// core of its own. Core numbers do not help: they may repeat within a package.
+/// The lowest CPU of the core that this one belongs to. Where the kernel does not say, each CPU is
+/// a core of its own. Core numbers do not help: they may repeat within a package.
 unsigned coreOf(const std::string& directory, unsigned number) {
   for (const char* file : {"/topology/core_cpus_list", "/topology/thread_siblings_list"}) {
     const auto text = readText(directory + file);

@@ -13,7 +13,7 @@
 namespace LinuxHost {
 namespace {
 
-/// Zero for a leaf that the CPU lacks.
+/// The registers of a leaf; zero when the CPU lacks it.
 HsiCpuRegisters readLeaf(std::uint32_t leaf, std::uint32_t subleaf = 0) {
   HsiCpuRegisters registers;
 #if defined(__x86_64__) || defined(__i386__)
@@ -40,7 +40,7 @@ unsigned modelOf(std::uint32_t signature) {
   return family == 6 || family == 15 ? base | (bits(signature, 16, 4) << 4) : base;
 }
 
-/// Threads of one unit of a topology level, if it is the level of that type.
+/// Threads in one unit of a topology level; 0 when the level is not of that type.
 unsigned threadsAt(const HsiCpuRegisters& level, unsigned type) {
   return bits(level.ecx, 8, 8) == type ? bits(level.ebx, 0, 16) : 0;
 }

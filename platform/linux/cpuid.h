@@ -8,7 +8,8 @@
 /// every register reads as zero.
 namespace LinuxHost {
 
-/// The leaves that the processor nodes are made of; a leaf that the CPU lacks is zero.
+/// The leaves that the processor nodes are made from. All registers of a leaf that the CPU lacks
+/// are zero.
 struct CpuidLeaves {
   HsiCpuRegisters vendor;                  ///< leaf 0
   HsiCpuRegisters features;                ///< leaf 1
@@ -19,24 +20,24 @@ struct CpuidLeaves {
   std::array<HsiCpuRegisters, 3> brand{};  ///< leaves 0x80000002 to 0x80000004
 };
 
-/// Of the CPU on which the calling thread runs.
+/// The leaves of the CPU on which the calling thread runs.
 CpuidLeaves readCpuid();
 
-/// Of the given CPU: moves the calling thread there for the reading and restores its affinity.
-/// Where the thread may not move, the CPU that it is on answers.
+/// The leaves of the given CPU: moves the calling thread there and afterwards restores its
+/// affinity. If the thread may not move, the CPU that it is on answers.
 CpuidLeaves readCpuidOn(unsigned cpu);
 
-/// Identification data, with family, model, type and stepping taken out of leaf 1.
+/// The identification of a core: the registers, with family, model, type and stepping from leaf 1.
 HsiCore identificationOf(const CpuidLeaves& leaves);
 
-/// The brand text without the spaces that some CPUs begin it with and others end it with, padded
-/// with NULs; without a NUL when it fills all 48 bytes.
+/// The brand text without the spaces that some CPUs have at its beginning or end, padded with NULs;
+/// without a NUL when it fills all 48 bytes.
 HsiCpuModel brandOf(const CpuidLeaves& leaves);
 
-/// Threads that each core of this kind has, running or not; 0 when the CPU does not say.
+/// How many threads, running or not, each core of this kind has; 0 when the CPU does not say.
 unsigned threadsPerCore(const CpuidLeaves& leaves);
 
-/// The same of a package.
+/// How many threads, running or not, each package of this kind has; 0 when the CPU does not say.
 unsigned threadsPerPackage(const CpuidLeaves& leaves);
 
 }  // namespace LinuxHost

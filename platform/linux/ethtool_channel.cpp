@@ -14,7 +14,7 @@
 namespace LinuxHost {
 namespace {
 
-/// Any socket carries the question; a kernel without IPv4 still has netlink.
+/// Any kind of socket will do; a kernel without IPv4 still has netlink.
 FileDescriptor openSocket() {
   FileDescriptor internet(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   if (internet.isOpen()) return internet;

@@ -19,16 +19,16 @@ using Nodemgr::Network::PnicDriverInfo;
 using Nodemgr::Network::PnicLinkSettings;
 using Nodemgr::Network::WakeOnMode;
 
-/// The errno values that say nothing about the driver's abilities: the port is gone, or this
-/// process has run out of what it takes to ask.
+/// Whether an errno value says nothing about what the driver can do: the port is gone, or this
+/// process has run out of what it needs in order to ask.
 bool isFailure(int error) {
   return error == ENODEV || error == ENXIO || error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
-/// The errno values with which a driver says that it has no such facts, and the kernel that it
-/// gives them to privileged callers only.
+/// Whether an errno value means that the driver has no such facts, or that the kernel gives them to
+/// privileged callers only.
 bool isRefusal(int error) {
-  constexpr int kNotSupportedInsideTheKernel = 524;  // some drivers let it out
+  constexpr int kNotSupportedInsideTheKernel = 524;  // ENOTSUPP, which some drivers return
   return error == EOPNOTSUPP || error == kNotSupportedInsideTheKernel || error == EPERM ||
          error == EINVAL;
 }
@@ -37,14 +37,14 @@ bool isRefusal(int error) {
   throw Nodemgr::Lib::NodemgrException(port + ": " + std::generic_category().message(error));
 }
 
-/// True with an answer in `question`, false when the driver or the kernel gives none.
+/// Asks the question. True when the answer is in `question`, false when driver or kernel give none.
 bool answered(EthtoolChannel& channel, const std::string& port, void* question) {
   const int error = channel.ask(port, question);
   if (isFailure(error)) fail(port, error);
   return error == 0;
 }
 
-/// The same, but an error of the driver's own is a failure, too.
+/// Asks the question as answered() does, but an error of the driver itself is a failure as well.
 bool answeredOrRefused(EthtoolChannel& channel, const std::string& port, void* question) {
   const int error = channel.ask(port, question);
   if (error != 0 && !isRefusal(error)) fail(port, error);
@@ -58,7 +58,7 @@ Answer askGroup(EthtoolChannel& channel, const std::string& port, std::uint32_t 
   return answered(channel, port, &answer) ? answer : Answer{};
 }
 
-/// A fixed-size text field, which a driver may fill to its last byte.
+/// The text of a field of fixed size, all bytes of which a driver may use.
 template <std::size_t size>
 std::string fieldText(const char (&field)[size]) {
   return std::string(field, strnlen(field, size));
@@ -85,9 +85,9 @@ LinkModeBits bitmapAt(const LinkSettingsAnswer& answer, std::size_t position, st
 
 }  // namespace
 
-/// The kernel gives the length of its bitmaps, negated, to a caller that names a wrong one (zero
-/// here), and answers the second question, which names that length. Three bitmaps follow the
-/// header: supported, advertised, and what the link partner advertises.
+/// To a caller that gives a wrong bitmap length (zero here) the kernel returns the right one,
+/// negated; a second question with that length is answered. Three bitmaps follow the header:
+/// supported, advertised, and what the link partner advertises.
 LinkSettingsAnswer askLinkSettings(EthtoolChannel& channel, const std::string& port) {
   ethtool_link_settings header{};
   header.cmd = ETHTOOL_GLINKSETTINGS;

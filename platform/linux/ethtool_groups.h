@@ -11,19 +11,18 @@
 #include "platform/linux/link_modes.h"
 #include "platform/pnic.h"
 
-/// The groups of facts that a port's driver is asked for through ethtool. An ask...() function puts
+/// The groups of facts that a port's driver is asked for through ethtool. An ask...() function asks
 /// the question, a decode...() function turns the answer into the host library's record.
 ///
-/// A driver that has no answer, or a kernel that gives it to privileged callers only, yields the
-/// empty answer (no value, or all zero). Throws NodemgrException when the port is gone, or when the
-/// kernel could not be asked at all. An error of the driver itself (EIO, EBUSY, ETIMEDOUT ...) is
-/// an exception from askLinkSettings(), because a port of speed 0 without modes would look like a
-/// fact, and an empty answer from the other functions, because their failure would end a whole
-/// enumeration.
+/// The answer is empty (absent, or all zero) when the driver has none or the kernel gives it to
+/// privileged callers only. Fails: NodemgrException when the port is gone or the kernel could not
+/// be asked at all. An error of the driver itself (EIO, EBUSY, ETIMEDOUT ...) is such an exception
+/// from askLinkSettings(), because a port of speed 0 without modes would look like a fact. From the
+/// other functions it is an empty answer, because a failure would end a whole enumeration.
 namespace LinuxHost {
 
-/// The answer to ETHTOOL_GLINKSETTINGS in bytes: an ethtool_link_settings and its bitmaps. Empty
-/// when the driver has no link settings.
+/// The bytes of the answer to ETHTOOL_GLINKSETTINGS: an ethtool_link_settings and its bitmaps.
+/// Empty when the driver has no link settings.
 using LinkSettingsAnswer = std::vector<unsigned char>;
 
 LinkSettingsAnswer askLinkSettings(EthtoolChannel& channel, const std::string& port);
@@ -36,9 +35,9 @@ Nodemgr::Network::MacAddress::Bytes askPermanentAddress(EthtoolChannel& channel,
                                                         const std::string& port);
 
 /// Everything but the wake-on-LAN modes, which are a group of their own. An answer that is empty,
-/// or shorter than it says, gives a record without modes whose transceiver is unknown.
+/// or shorter than it should be, gives a record without modes and with an unknown transceiver.
 Nodemgr::Network::PnicLinkSettings decodeLinkSettings(const LinkSettingsAnswer& answer);
-/// The modes of a kernel bit set (WAKE_...), in bit order.
+/// The modes in a bit set of the kernel (WAKE_...), in the order of the bits.
 std::vector<Nodemgr::Network::WakeOnMode> decodeWakeModes(std::uint32_t bits);
 Nodemgr::Network::PnicCoalesceParams decodeCoalesce(const ethtool_coalesce& answer);
 Nodemgr::Network::PnicDriverInfo decodeDriver(const ethtool_drvinfo& answer);

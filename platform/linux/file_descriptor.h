@@ -6,7 +6,7 @@
 
 namespace LinuxHost {
 
-/// Owns an open file or socket; -1 when there is none.
+/// Owns an open file or socket, or none (-1).
 class FileDescriptor {
  public:
   FileDescriptor() = default;

@@ -13,7 +13,7 @@ using platform::numberedElement;
 using platform::Parameters;
 using platform::textAt;
 
-/// The interface that the first parameter names.
+/// The interface that the first parameter names; null when there is none.
 const KernelInterface* interfaceOf(HostView& view, const Parameters& parameters) {
   const std::string* name = textAt(parameters, 0);
   return name == nullptr ? nullptr : view.interface(*name);
@@ -96,7 +96,7 @@ struct LinuxAnswers {
     return state;
   }
 
-  /// Nothing is known about a core that would have a place here; that it exists is the answer.
+  /// No detail of a core is known; the answer only says that the core exists.
   static std::optional<HsiCoreDetail> coreDetail(HostView& view, const Parameters& parameters) {
     if (numberedElement(view.cores(), parameters) == nullptr) return {};
     return HsiCoreDetail{};

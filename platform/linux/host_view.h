@@ -11,12 +11,12 @@
 
 namespace LinuxHost {
 
-/// What CPUID says on an online CPU, to which the calling thread is moved for the reading.
+/// What CPUID says on an online CPU. Moves the calling thread there for the question.
 ThreadCounts threadsByCpuid(unsigned cpu);
 
-/// One query's view of the host. Each part is read at first need and then stays as it was, so that
-/// the calls of one query agree with each other and a query for processors takes no address dump.
-/// Used by one thread. Operations throw what the readers throw.
+/// The host as one query sees it. Each part is read when it is first needed and then stays as it
+/// was, so that the calls of one query agree with each other, and a query for processors does not
+/// dump addresses. Used by one thread. Fails: what the readers throw.
 class HostView {
  public:
   explicit HostView(std::string sysRoot = "/sys", AskThreads askThreads = threadsByCpuid);
@@ -26,9 +26,9 @@ class HostView {
   const KernelInterface* interface(const std::string& name);
 
   const std::vector<CpuPackage>& packages();
-  /// The cores of all packages in list order.
+  /// The cores of all packages, in the order of the packages.
   const std::vector<CpuCore>& cores();
-  /// Cores run several threads each.
+  /// Whether cores run several threads each.
   bool smtActive();
   std::string powerPolicy() const;
 

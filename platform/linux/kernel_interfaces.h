@@ -17,7 +17,7 @@ struct KernelInterface {
     HsiIpv4Address netmask{};
   };
   struct Ipv6 {
-    std::string text;  ///< also the address's identifier: an interface has an address once
+    std::string text;  ///< also identifies the address: an interface has no address twice
     std::uint32_t prefixLength = 0;
   };
 
@@ -26,15 +26,15 @@ struct KernelInterface {
   std::vector<Ipv6> ipv6;    ///< in the kernel's order
 };
 
-/// The netmask of a prefix length of at most 32.
+/// The netmask of a prefix length; longer ones count as 32.
 HsiIpv4Address netmaskOf(unsigned prefixLength);
 
-/// All interfaces but loopback in the kernel's index order, those without an address included;
-/// addresses of links that are not listed are left out.
+/// All interfaces but loopback, in the kernel's index order, those without an address included.
+/// Addresses of links that are not in `links` are left out.
 std::vector<KernelInterface> kernelInterfaces(std::vector<LinkRecord> links,
                                               const std::vector<AddressRecord>& addresses);
 
-/// The host's interfaces now. Throws RouteError.
+/// The host's interfaces now. Fails: RouteError.
 std::vector<KernelInterface> readKernelInterfaces();
 
 }  // namespace LinuxHost

@@ -2,11 +2,11 @@
 
 namespace LinuxHost {
 
-/// Whether the kernel's virtualization device at `path` is there for someone to open.
+/// Whether the kernel's virtualization device at `path` can be used by somebody.
 ///
-/// It is when it opens, and when only this process is kept from it (no permission, out of files).
-/// A node without a driver does not count: the node is made when a system starts, before
-/// anyone knows whether the processor can run virtual machines.
+/// True when it opens, and when only this process cannot open it (no permission, out of
+/// descriptors). False for a device node without a driver: the node is made when a system starts,
+/// before it is known whether the processor can run virtual machines.
 bool isKvmAvailable(const char* path = "/dev/kvm");
 
 }  // namespace LinuxHost

@@ -22,9 +22,9 @@ struct ModeRow {
   Duplex duplex;
 };
 
-// The kernel's link modes in bit order; neighbours that differ in medium or coding only share a
+// The kernel's link modes in bit order; neighbours that differ only in medium or coding share a
 // row. Bits between the rows are ports, pause and error-correction flags. The rows from 93 on are
-// younger than the headers of the systems that we build on, hence numbers in all rows.
+// newer than the kernel headers that we build with, so all rows use numbers.
 constexpr ModeRow kModes[] = {
     {0, 0, 10, Duplex::kHalf},         {1, 1, 10, Duplex::kFull},
     {2, 2, 100, Duplex::kHalf},        {3, 3, 100, Duplex::kFull},

@@ -34,9 +34,9 @@ class LocatedPciDevice : public PciDevice {
   PciLocation location_;
 };
 
-/// An answer that is fetched when it is first wanted and never again, not even after a failure:
-/// the failure is then repeated. One that nobody wants takes a pointer's room: hosts have hundreds
-/// of ports, and most requests want one group of facts or none.
+/// An answer that is asked for when it is first needed and never again: after a failure, the
+/// failure is repeated. Until then it takes only the room of a pointer, since hosts have hundreds
+/// of ports and most requests want one group of facts or none.
 template <typename Value>
 class AskedOnce {
  public:
@@ -58,7 +58,7 @@ class AskedOnce {
  private:
   struct Outcome {
     std::optional<Value> value;
-    std::string failure;  ///< where there is no value
+    std::string failure;  ///< when there is no value
   };
   std::unique_ptr<Outcome> outcome_;
 };
@@ -80,7 +80,7 @@ class LinuxPnic : public Pnic {
   }
   MacAddress GetMacAddress() override {
     if (link_.permanentAddress) return MacAddress(*link_.permanentAddress);
-    // The link message carries the permanent address since Linux 5.6; the driver knew it before.
+    // The link message has the permanent address since Linux 5.6; the driver knew it before.
     const auto& permanent =
         permanentAddress_.get([this] { return askPermanentAddress(*channel_, link_.name); });
     if (permanent != MacAddress::Bytes{}) return MacAddress(permanent);
@@ -94,9 +94,9 @@ class LinuxPnic : public Pnic {
   }
 
  private:
-  /// The instance of a port begins with this record, and has its keys only when it fails. So the
-  /// rest of what such an instance shows is asked for first: a port that goes away meanwhile fails
-  /// here, and not in the midst of its instance, which would end the answer for all ports.
+  /// The instance of a port begins with this record, and has only its keys when it fails. So
+  /// whatever else the instance shows is asked for first: if the port goes away, that fails here,
+  /// and not in the middle of the instance, which would end the answer for all ports.
   void give(PnicLinkSettings& settings) {
     GetPciDevice();
     GetMacAddress();
@@ -114,7 +114,7 @@ class LinuxPnic : public Pnic {
     info = driver_.get([this] { return decodeDriver(askDriver(*channel_, link_.name)); });
   }
 
-  /// Receive queues that the driver could use and does use.
+  /// The receive queues that the driver could use, and those that it uses.
   struct QueueCounts {
     std::uint32_t possible = 0;
     std::uint32_t used = 0;
@@ -130,7 +130,7 @@ class LinuxPnic : public Pnic {
   const QueueCounts& queues() {
     return queues_.get([this] { return askQueues(); });
   }
-  /// A driver that does not count its channels has exactly the queues that sysfs shows.
+  /// A driver that does not report channels has exactly the queues that sysfs shows.
   QueueCounts askQueues() const {
     QueueCounts counts;
     if (const auto channels = askChannels(*channel_, link_.name)) {

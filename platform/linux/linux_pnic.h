@@ -9,12 +9,12 @@
 
 namespace LinuxHost {
 
-/// A port's nineteen counters from the kernel's.
+/// The nineteen counters of a port, from the kernel's.
 Nodemgr::Network::PnicStatistics statisticsOf(const rtnl_link_stats64& counters);
 
-/// One port of this Linux host. Name, MTU, address, states and statistics are those of the link
-/// message; each ethtool group and the PCI location are asked for at the first call that needs
-/// them, once. Used by one thread.
+/// One port of this Linux host. Name, MTU, states, statistics and (since Linux 5.6) address are
+/// those of the link message; each ethtool group and the PCI location are asked for once, at the
+/// first call that needs them. Used by one thread.
 std::unique_ptr<Nodemgr::Network::Pnic> makePnic(LinkRecord link,
                                                  std::shared_ptr<EthtoolChannel> channel,
                                                  std::string sysRoot);

@@ -13,7 +13,7 @@
 namespace LinuxHost {
 namespace {
 
-/// The attributes that follow a message's fixed header, by number.
+/// The attributes after the fixed header of a message, by number.
 class Attributes {
  public:
   Attributes(const nlmsghdr* message, std::size_t headerSize) {
@@ -32,8 +32,8 @@ class Attributes {
 
   const nlattr* find(std::uint16_t type) const { return byNumber_[type]; }
 
-  /// Copies a value of fixed size, because attributes are aligned to four bytes only. A longer
-  /// attribute is a newer kernel's; its beginning is the value that we know.
+  /// Copies a value of fixed size, since attributes are aligned to four bytes only. A longer
+  /// attribute is that of a newer kernel and begins with the value that we know.
   template <typename Value>
   std::optional<Value> value(std::uint16_t type) const {
     const nlattr* attribute = find(type);
@@ -54,7 +54,7 @@ class Attributes {
  private:
   static constexpr std::size_t kKnown = std::max<std::size_t>(IFLA_MAX, IFA_MAX) + 1;
 
-  /// Of a repeated attribute the first counts.
+  /// Keeps the first of repeated attributes.
   void store(const nlattr* attribute) {
     const std::size_t type = attribute->nla_type & NLA_TYPE_MASK;
     if (type < byNumber_.size() && byNumber_[type] == nullptr) byNumber_[type] = attribute;
@@ -69,7 +69,7 @@ const Header* headerOf(const nlmsghdr* message) {
   return static_cast<const Header*>(mnl_nlmsg_get_payload(message));
 }
 
-/// Statistics of kernels older than ours end earlier; what they lack stays zero.
+/// Statistics of kernels older than our headers are shorter; what they lack stays zero.
 rtnl_link_stats64 statisticsOf(const Attributes& attributes) {
   rtnl_link_stats64 statistics{};
   if (const nlattr* attribute = attributes.find(IFLA_STATS64)) {
@@ -102,7 +102,7 @@ void decode(const nlmsghdr* message, std::vector<LinkRecord>& links) {
   link.statistics = statisticsOf(attributes);
 }
 
-/// The address of the host's own end: on a point-to-point link IFA_ADDRESS is the other end's.
+/// The address of this host: on a point-to-point link IFA_ADDRESS is that of the other end.
 const nlattr* localAddress(const Attributes& attributes) {
   const nlattr* local = attributes.find(IFA_LOCAL);
   return local != nullptr ? local : attributes.find(IFA_ADDRESS);
@@ -122,7 +122,7 @@ void decode(const nlmsghdr* message, std::vector<AddressRecord>& addresses) {
   std::memcpy(record.address.data(), mnl_attr_get_payload(address), size);
 }
 
-/// The messages that a record is read from.
+/// The type of the messages that a record is read from.
 template <typename Record>
 constexpr std::uint16_t kMessageType = 0;
 template <>
@@ -130,7 +130,8 @@ constexpr std::uint16_t kMessageType<LinkRecord> = RTM_NEWLINK;
 template <>
 constexpr std::uint16_t kMessageType<AddressRecord> = RTM_NEWADDR;
 
-/// The kernel's verdict at the start of a "done" or error message: zero or a negated errno value.
+/// The status at the start of a "done" or error message: 0, or the errno value that it holds
+/// negated.
 int verdictOf(const nlmsghdr* message) {
   const auto* verdict = headerOf<std::int32_t>(message);
   if (verdict == nullptr || *verdict >= 0) return 0;
@@ -142,7 +143,7 @@ void readMessages(const unsigned char* piece, std::size_t size, AnswerState& sta
                   std::vector<Record>& records) {
   const auto* message = reinterpret_cast<const nlmsghdr*>(piece);
   int left = static_cast<int>(size);
-  // The library compares signed lengths; no length of ours is so large that it turns negative.
+  // The library compares signed lengths; the second check refuses a length that would be negative.
   const auto isWhole = [&] {
     return mnl_nlmsg_ok(message, left) && message->nlmsg_len <= static_cast<unsigned>(left);
   };

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-/// Decoding of the kernel's rtnetlink messages: bytes in, records out. Nothing here asks the
-/// kernel. A message that is cut short, or an attribute that is shorter than its type, is skipped
-/// and never read beyond its end.
+/// Decodes the kernel's rtnetlink messages: bytes in, records out. Nothing here asks the kernel. A
+/// message that is cut short, and an attribute that is shorter than its type, are skipped and never
+/// read past their end.
 namespace LinuxHost {
 
 /// The device that a link belongs to.
@@ -27,11 +27,11 @@ struct LinkRecord {
   unsigned flags = 0;         ///< IFF_...
   std::string name;
   std::uint32_t mtu = 0;                                         ///< bytes
-  std::optional<std::array<unsigned char, 6>> address;           ///< in use
+  std::optional<std::array<unsigned char, 6>> address;           ///< current
   std::optional<std::array<unsigned char, 6>> permanentAddress;  ///< the adapter's own
   std::optional<ParentDevice> parent;
-  /// The kernel is one that names parents: a link without one has none. Linux does since 5.14;
-  /// seen by an attribute that is younger (5.17) and in every message.
+  /// Whether the kernel names parents, so that a link without one has none. Linux does since 5.14;
+  /// it is recognised by an attribute of 5.17 and later that is in every message.
   bool parentsAreNamed = false;
   rtnl_link_stats64 statistics{};
 };
@@ -44,16 +44,16 @@ struct AddressRecord {
   std::array<unsigned char, 16> address{};  ///< network order; IPv4 in the first four bytes
 };
 
-/// What the pieces of an answer that were read so far say about the whole answer.
+/// What the pieces of an answer read so far say about the whole answer.
 struct AnswerState {
-  bool complete = false;     ///< nothing more comes
+  bool complete = false;     ///< no more pieces follow
   bool interrupted = false;  ///< the kernel's tables changed during the dump
   int error = 0;             ///< errno value with which the kernel refused; 0 for none
 };
 
-/// Read one received piece of an answer, which is aligned to four bytes: bring `state` up to date
-/// and append the records in the order of their messages. Messages of other types are passed over.
-/// An answer ends with a "done" or error message, or with its first message when it has but one.
+/// Read one piece of an answer, which must be aligned to four bytes: update `state`, and append the
+/// records in the order of their messages. Messages of other types are skipped. An answer ends with
+/// a "done" or error message, or with its first message when it is not a dump.
 void readPiece(const unsigned char* piece, std::size_t size, AnswerState& state,
                std::vector<LinkRecord>& links);
 void readPiece(const unsigned char* piece, std::size_t size, AnswerState& state,

@@ -34,7 +34,7 @@ std::optional<LinkRecord> linkFoundBy(const std::string& name) try {
 
 }  // namespace
 
-/// The channel is shared by the ports of one request, which may outlive this object.
+/// All ports of a request share the channel, and may outlive this object.
 struct NetworkInfoImpl::State {
   std::shared_ptr<LinuxHost::EthtoolChannel> channel = LinuxHost::kernelEthtoolChannel();
 

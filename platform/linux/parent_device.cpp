@@ -7,8 +7,8 @@
 namespace LinuxHost {
 namespace {
 
-/// Whether sysfs speaks of this very link: a process may have entered a network namespace whose
-/// sysfs is not mounted, and see another namespace's link of the same name.
+/// Whether sysfs describes this link: a process may have entered a network namespace whose sysfs is
+/// not mounted, and then sees another namespace's link of the same name.
 bool isDescribedBy(const std::string& directory, const LinkRecord& link) {
   return readNumber(directory + "/ifindex").value_or(link.index) == link.index;
 }

@@ -6,12 +6,12 @@
 
 namespace LinuxHost {
 
-/// The sysfs entry of a link.
+/// The sysfs directory of a link.
 std::string linkDirectory(const std::string& sysRoot, const std::string& name);
 
-/// Whether the link belongs to a device. Its message says so, without a look at sysfs; where the
-/// message is an older kernel's, the parent is looked up below `sysRoot` ("/sys" or a test's tree)
-/// and put into `link.parent`.
+/// Whether the link belongs to a device. A newer kernel says so in the link's message. For the
+/// message of an older one, the parent is looked up below `sysRoot` ("/sys" or the tree of a test)
+/// and stored in `link.parent`.
 bool hasParentDevice(LinkRecord& link, const std::string& sysRoot);
 
 }  // namespace LinuxHost

@@ -8,8 +8,8 @@
 namespace LinuxHost {
 namespace {
 
-/// Consumes a hexadecimal number of at most `largest` and the character after it; `end` is the
-/// character that must follow, NUL for the end of the text.
+/// Removes a hexadecimal number of at most `largest` and the character after it from `text`; `end`
+/// is the character that must follow, NUL for the end of the text.
 bool takeHex(std::string_view& text, unsigned largest, char end, unsigned& number) {
   const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number, 16);
   if (error != std::errc{} || number > largest) return false;
@@ -20,15 +20,15 @@ bool takeHex(std::string_view& text, unsigned largest, char end, unsigned& numbe
   return true;
 }
 
-/// The device below which a virtio device hangs: sysfs has an entry for the latter on its bus, a
-/// link to ".../PARENT/virtioN".
+/// The device that carries a virtio device: in sysfs, the entry of the latter on its bus is a link
+/// to ".../CARRIER/virtioN".
 std::string carrierOf(const std::string& virtioDevice, const std::string& sysRoot) {
   const auto target = linkTarget(sysRoot + "/bus/virtio/devices/" + virtioDevice);
   if (!target) return {};
   return std::string(baseName(std::string_view(*target).substr(0, target->find_last_of('/'))));
 }
 
-/// The name that the parent, or its carrier, would have on PCI.
+/// The PCI name of the parent or of its carrier, if it is on PCI.
 std::string pciNameOf(const ParentDevice& parent, const std::string& sysRoot) {
   if (parent.bus == "pci") return parent.name;
   return parent.bus == "virtio" ? carrierOf(parent.name, sysRoot) : std::string();

@@ -9,7 +9,7 @@
 
 namespace LinuxHost {
 
-/// Where a device sits on PCI, and who made it.
+/// Where a device is on PCI, and what it is.
 struct PciLocation {
   std::uint16_t segment = 0;
   std::uint8_t bus = 0;
@@ -19,15 +19,14 @@ struct PciLocation {
   std::uint16_t deviceId = 0;
 };
 
-/// Takes a PCI address such as "0000:03:00.1" apart; nothing when the text is not one, or when its
-/// segment is larger than PCI's 16 bits (segments that the kernel makes up for bridges in
-/// software).
+/// Reads a PCI address such as "0000:03:00.1". Absent when the text is not one, or when its segment
+/// does not fit PCI's 16 bits (the kernel makes up such segments for bridges in software).
 std::optional<PciLocation> parsePciAddress(std::string_view text);
 
 /// The PCI function of a port's parent device: the device itself, or the one that carries a virtio
-/// device. Nothing when neither is on PCI; a USB adapter's host controller, for example, is not the
-/// adapter. Vendor and device number come from sysfs below `sysRoot`; those that it does not give
-/// are zero.
+/// device. Absent when neither is on PCI; the host controller of a USB adapter, for example, is not
+/// the adapter. Vendor and device number come from sysfs below `sysRoot`; a number that it does not
+/// give is zero.
 std::optional<PciLocation> readPciLocation(const ParentDevice& parent, const std::string& sysRoot);
 
 }  // namespace LinuxHost

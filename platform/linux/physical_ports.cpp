@@ -25,7 +25,7 @@ std::vector<LinkRecord> physicalPorts(std::vector<LinkRecord> links, const std::
   const auto isNone = [&](LinkRecord& link) { return !isPhysicalPort(link, sysRoot); };
   links.erase(std::remove_if(links.begin(), links.end(), isNone), links.end());
   const auto isBefore = [](const LinkRecord& a, const LinkRecord& b) { return a.index < b.index; };
-  // Newer kernels list them so; the records are large to move.
+  // Newer kernels list them in this order, and the records are large to move.
   if (!std::is_sorted(links.begin(), links.end(), isBefore)) {
     std::sort(links.begin(), links.end(), isBefore);
   }

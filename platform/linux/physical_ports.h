@@ -7,18 +7,17 @@
 #include "platform/linux/netlink_messages.h"
 
 /// Which links are the host's physical ports: those of Ethernet type that belong to a device.
-/// `sysRoot` is "/sys" or a test's tree, for kernels that do not name the device.
+/// `sysRoot` is "/sys" or the tree of a test, for kernels that do not name the device.
 namespace LinuxHost {
 
-/// Whether the kernel could have a link of that name; a name that it could not is never made part
-/// of a path.
+/// Whether a link can have that name. A name that fails this test is never made part of a path.
 bool isLinkName(const std::string& name);
 
 /// The ports among `links`, in the kernel's index order.
 std::vector<LinkRecord> physicalPorts(std::vector<LinkRecord> links, const std::string& sysRoot);
 
-/// The link if it is a port whose own name is `name`; one that the kernel has found by an
-/// alternative name is not it.
+/// The link, if it is a port whose own name is `name`. Absent for a link that the kernel has found
+/// by an alternative name.
 std::optional<LinkRecord> physicalPortNamed(std::optional<LinkRecord> link, const std::string& name,
                                             const std::string& sysRoot);
 

@@ -18,7 +18,7 @@ cpu_set_t* asSet(Mask& mask) { return reinterpret_cast<cpu_set_t*>(mask.data());
 
 std::size_t sizeOf(const Mask& mask) { return mask.size() * sizeof mask[0]; }
 
-/// The calling thread's affinity in a mask that is as large as this kernel wants; empty on failure.
+/// The calling thread's affinity, in a mask as large as this kernel requires; empty on failure.
 Mask currentAffinity() {
   for (Mask mask(sizeof(cpu_set_t) / sizeof(unsigned long)); mask.size() <= kLargestMask;
        mask.resize(mask.size() * 2)) {

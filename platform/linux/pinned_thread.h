@@ -4,8 +4,8 @@
 
 namespace LinuxHost {
 
-/// Keeps the calling thread on one CPU while it lives, and gives the thread its former affinity
-/// back on every way out. Where the kernel does not let the thread move there, nothing changes.
+/// Keeps the calling thread on one CPU during its own life, then restores the thread's former
+/// affinity. If the kernel does not let the thread move there, nothing changes.
 class PinnedThread {
  public:
   explicit PinnedThread(unsigned cpu);
@@ -14,7 +14,7 @@ class PinnedThread {
   ~PinnedThread();
 
  private:
-  std::vector<unsigned long> former_;  ///< affinity mask, as the kernel lays it out
+  std::vector<unsigned long> former_;  ///< affinity mask, in the kernel's layout
   bool pinned_ = false;
 };
 

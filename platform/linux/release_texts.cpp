@@ -31,7 +31,7 @@ std::string unquoted(std::string_view value) {
   return text;
 }
 
-/// A whole text as a number from `least` to `most`.
+/// The number that the whole text is; absent unless it is between `least` and `most`.
 std::optional<int> numberIn(std::string_view text, int least, int most) {
   int number = 0;
   const char* end = text.data() + text.size();
@@ -57,7 +57,8 @@ std::string dateText(std::string_view month, int day, int year) {
   return std::string(month) + " " + std::to_string(day) + " " + std::to_string(year);
 }
 
-/// "(2024-02-01)", or with a time of day "(2025-01-24T12:32Z)"; parentheses aside.
+/// The date of "(2024-02-01)" or, with a time of day, "(2025-01-24T12:32Z)"; parentheses are
+/// optional.
 std::string isoDate(std::string_view word) {
   constexpr std::string_view kParentheses = "()";
   while (!word.empty() && kParentheses.find(word.front()) != std::string_view::npos) {
@@ -75,7 +76,8 @@ std::string isoDate(std::string_view word) {
   return dateText(kMonths[static_cast<std::size_t>(*month - 1)], *day, *year);
 }
 
-/// Month and day at `position`, and the year after a time of day and perhaps a time zone.
+/// A date with month and day at `position`, and the year after a time of day and perhaps a time
+/// zone.
 std::string calendarDate(const std::vector<std::string_view>& words, std::size_t position) {
   const auto* month = std::find(std::begin(kMonths), std::end(kMonths), words[position]);
   if (month == std::end(kMonths) || position + 1 >= words.size()) return {};
@@ -87,7 +89,8 @@ std::string calendarDate(const std::vector<std::string_view>& words, std::size_t
   return {};
 }
 
-/// Day, month and year at `position`: "Fri, 17 Jan 2025 15:26:31 +0000" after its first word.
+/// A date with day, month and year at `position`, as in "Fri, 17 Jan 2025 15:26:31 +0000" after the
+/// first word.
 std::string mailDate(const std::vector<std::string_view>& words, std::size_t position) {
   if (position + 2 >= words.size()) return {};
   const auto day = dayOf(words[position]);

@@ -11,10 +11,10 @@
 namespace LinuxHost {
 namespace {
 
-// A host whose links change faster than that has no consistent list; the last dump is taken.
+// A host whose links change in each of so many dumps has no consistent list; the last one is used.
 constexpr int kAttempts = 8;
 
-// The kernel fills the pieces of a dump up to this size when there is room for them. Only a single
+// The kernel makes the pieces of a dump this large when there is room for them. Only a single
 // message, of a link with hundreds of alternative names, can be longer.
 constexpr std::size_t kUsualPiece = 32 * 1024;
 
@@ -26,7 +26,7 @@ FileDescriptor openRouteSocket() {
   throw RouteError(std::string(what) + ": " + std::generic_category().message(error));
 }
 
-/// A message to the kernel: a header of type and flags, and a fixed part of all zero.
+/// A message to the kernel: a header with type and flags, and a fixed part of zeros.
 template <typename FixedPart>
 class Request {
  public:
@@ -82,8 +82,8 @@ std::optional<LinkRecord> RouteSocket::findLink(const std::string& name) {
   return std::move(links.front());
 }
 
-/// Returns 0 or the errno value with which the kernel refused. Requests follow one another on this
-/// socket and each answer is read to its end, so what arrives always belongs to the latest one.
+/// Returns 0, or the errno value with which the kernel refused. Each answer is read to its end
+/// before the next request on this socket, so what arrives always belongs to the latest request.
 template <typename Record>
 int RouteSocket::ask(const void* request, std::size_t size, std::vector<Record>& records) {
   AnswerState state;
@@ -107,7 +107,7 @@ AnswerState RouteSocket::readAnswer(std::vector<Record>& records) {
   return state;
 }
 
-/// Makes room for a piece that was cut; what else comes of this answer goes with the old socket.
+/// Makes room for a piece that was cut off. The rest of this answer is dropped with the old socket.
 AnswerState RouteSocket::startAnew(std::size_t pieceSize) {
   buffer_.reset(new unsigned char[pieceSize]);
   bufferSize_ = pieceSize;
@@ -118,7 +118,8 @@ AnswerState RouteSocket::startAnew(std::size_t pieceSize) {
   return state;
 }
 
-/// The size of the next piece, which is in the buffer as far as it has room.
+/// Receives the next piece and returns its size; the buffer holds as much of it as there is room
+/// for.
 std::size_t RouteSocket::receive() {
   for (;;) {
     sockaddr_nl sender{};

@@ -19,19 +19,19 @@ class RouteError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// A conversation with the kernel about links and addresses (rtnetlink). Used by one thread; needs
-/// no privilege. Every operation throws RouteError when the kernel does not answer.
+/// Asks the kernel about links and addresses (rtnetlink). Used by one thread; needs no privilege.
+/// Every operation throws RouteError when the kernel does not answer.
 class RouteSocket {
  public:
   RouteSocket();
 
-  /// Every link, and every address of every link, in the kernel's order. A dump during which the
-  /// kernel's tables changed is repeated.
+  /// Every link, and every address of every link, in the kernel's order. A dump is repeated if the
+  /// kernel's tables changed during it; the eighth is used in any case.
   std::vector<LinkRecord> dumpLinks();
   std::vector<AddressRecord> dumpAddresses();
 
-  /// The link that the kernel finds under `name`, by its own name or an alternative one; nothing
-  /// when there is none. `name` fits IFNAMSIZ.
+  /// The link that the kernel finds under `name`, which may be its own name or an alternative one;
+  /// absent when there is none. `name` fits IFNAMSIZ.
   std::optional<LinkRecord> findLink(const std::string& name);
 
  private:

@@ -36,7 +36,7 @@ std::optional<Number> wholeNumber(std::string_view text, int base) {
 }  // namespace
 
 std::optional<std::string> readText(const std::string& path) {
-  // Non-blocking: a pipe in the place of a file must not make a request wait.
+  // Non-blocking: a pipe in place of a file must not make a request wait.
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!file.isOpen()) return {};
   std::string text;

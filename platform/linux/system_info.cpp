@@ -14,7 +14,7 @@ constexpr HSI_Status kOk = 0;
 constexpr HSI_Status kFailed = 1;
 constexpr int kSignature = 21;
 
-/// The view of the query that the calling thread is at.
+/// The view of the host that the calling thread's query uses.
 HostView& currentView() {
   static platform::ThreadSlot<HostView> view;
   return view.get();

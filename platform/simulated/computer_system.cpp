@@ -4,7 +4,7 @@
 
 namespace {
 
-/// A host that cannot be read has the default names: these calls have no way to fail.
+/// The host, or one with the default names when it cannot be read: these calls have no way to fail.
 std::shared_ptr<const simulated::SimulatedHost> hostOrDefaults() {
   auto host = simulated::loadHost();
   return host != nullptr ? host : std::make_shared<const simulated::SimulatedHost>();

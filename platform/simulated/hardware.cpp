@@ -9,8 +9,8 @@ namespace {
 
 using simulated::SimulatedHardware;
 
-/// One list of the host as it is now; empty for a host that cannot be read. An element without an
-/// id is known by its name.
+/// One list of the host as it is now; empty when the host cannot be read. An element without an id
+/// gets its name as id.
 template <typename Facts>
 std::vector<Facts> listOf(std::vector<Facts> SimulatedHardware::*list) {
   const auto host = simulated::loadHost();

@@ -17,7 +17,8 @@ namespace simulated {
 namespace {
 
 constexpr const char* kFileVariable = "ORV_HOST_FILE";
-constexpr std::size_t kUnknownSize = 64 * 1024;  // first buffer for what is not a regular file
+constexpr std::size_t kUnknownSize =
+    64 * 1024;  // of the first buffer for what is not a regular file
 
 /// A text and what the parser made of it.
 struct ParsedText {
@@ -25,7 +26,7 @@ struct ParsedText {
   std::variant<SimulatedHost, HostError> outcome;
 };
 
-/// The text read last. Never destroyed: threads may still ask while the process exits.
+/// The text that was read last. Never destroyed: threads may still ask while the process exits.
 struct LastText {
   std::mutex mutex;  ///< guards `parsed`; nothing is locked before or after it
   std::shared_ptr<const ParsedText> parsed;
@@ -40,13 +41,13 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/// The whole file; nothing, with errno set, when it cannot be read.
+/// The whole file; absent, with errno set, when it cannot be read.
 std::optional<std::string> readFile(const char* path) {
   const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "rbe"));
   if (file == nullptr) return std::nullopt;
   std::error_code unknown;
   const std::uintmax_t size = std::filesystem::file_size(path, unknown);
-  // One byte more than the size, so that the end is seen without growing.
+  // One byte more than the size, so that the end is seen without another buffer.
   std::string text(unknown ? kUnknownSize : size + 1, '\0');
   std::size_t used = std::fread(text.data(), 1, text.size(), file.get());
   while (used == text.size()) {
@@ -69,12 +70,12 @@ std::shared_ptr<const ParsedText> parseUnlessKnown(std::string text) {
   auto outcome = parseHost(text);
   auto parsed = std::make_shared<const ParsedText>(ParsedText{std::move(text), std::move(outcome)});
   const std::lock_guard lock(last.mutex);
-  known.swap(last.parsed);  // so that the old host is destroyed after the lock is gone
+  known.swap(last.parsed);  // so that the old host is destroyed when the lock is released
   last.parsed = parsed;
   return parsed;
 }
 
-/// One line, whatever the file name and the member names hold.
+/// Writes one line to standard error, whatever is in the file name and the member names.
 void report(const std::string& problem) {
   std::string line = "simulated host: " + problem;
   for (char& character : line) {

@@ -14,7 +14,7 @@ using Nodemgr::Network::Duplex;
 using Nodemgr::Network::LinkMode;
 using Nodemgr::Network::MacAddress;
 
-/// Swallows a JSON text and keeps where it stops being JSON.
+/// Reads a JSON text only to find where it stops being JSON.
 class ErrorFinder : public nlohmann::json_sax<json> {
  public:
   bool null() override { return true; }
@@ -34,7 +34,7 @@ class ErrorFinder : public nlohmann::json_sax<json> {
     return false;
   }
 
-  /// Characters read when the error was seen, the wrong one included.
+  /// Characters read when the error was found, the wrong one included.
   std::size_t read() const { return read_; }
 
  private:
@@ -59,8 +59,8 @@ HostError notJson(std::string_view text) {
 
 }  // namespace
 
-// What is read otherwise than by its type or by its facts alone. The readers stand outside the
-// unnamed namespace, where the templates of json_value.h look for them.
+// How values are read for which type and facts are not enough. The readers are outside the unnamed
+// namespace, where the templates of json_value.h find them.
 
 /// [speed, duplex]
 void readValue(const Value& value, LinkMode& mode) {
@@ -93,7 +93,8 @@ void readValue(const Value& value, AccessorFaults& faults) {
   });
 }
 
-/// The duplex of the port itself has three values; only those in link modes are free.
+/// The duplex of the port itself must be one of three values; that of a link mode may be any
+/// number.
 void readValue(const Value& value, SimulatedPort& port) {
   readFacts(value, port);
   value.withMember("duplex", [](const Value& duplex) {
@@ -152,7 +153,7 @@ void readValue(const Value& value, InstanceFaults& faults) {
 }
 
 std::variant<SimulatedHost, HostError> parseHost(std::string_view text) {
-  // The JSON library takes a NUL for the end of the text.
+  // The JSON library would take a NUL for the end of the text.
   if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
     return HostError{linePlace(text, nul + 1), "not JSON"};
   }

@@ -14,7 +14,7 @@ using simulated::SimulatedVersion;
 
 constexpr int kUnreadable = 1;
 
-/// What the thread's last version call saw, so that the calls that follow it speak of the same
+/// What the thread's last version call saw, so that the calls that follow it describe the same
 /// host.
 struct VersionView {
   bool called = false;
@@ -25,7 +25,7 @@ VersionView& versionView() {
   return view.get();
 }
 
-/// As much of the text as fits, NUL-terminated.
+/// Copies as much of the text as fits, NUL-terminated.
 void copyText(const std::string& from, char* to, std::size_t size) {
   const std::size_t length = from.copy(to, size - 1);
   std::memset(to + length, 0, size - length);
@@ -41,7 +41,7 @@ HykuserVersion_SystemVersion recordOf(const SimulatedVersion& version) {
   return record;
 }
 
-/// The failure as the file words it; the default words for any other status.
+/// The failure as the file describes it; the default description for any other status.
 SimulatedVersion failureOf(int status) {
   const VersionView& view = versionView();
   if (view.host != nullptr && view.host->version.status == status) return view.host->version;

@@ -13,7 +13,7 @@ using platform::Parameters;
 using platform::textAt;
 using Host = const SimulatedHost;
 
-/// The element whose `key` is the parameter at that place; null for none.
+/// The element whose `key` is the parameter at `index`; null when there is none.
 template <typename Element>
 const Element* namedElement(const std::vector<Element>& elements, std::string Element::*key,
                             const Parameters& parameters, std::size_t index) {
@@ -29,7 +29,7 @@ const SimulatedInterface* interfaceOf(Host& host, const Parameters& parameters) 
   return namedElement(host.interfaces, &SimulatedInterface::name, parameters, 0);
 }
 
-/// The cores of all packages in order, as they are numbered.
+/// The cores of all packages, in the order of their numbers.
 std::vector<const SimulatedCore*> coresOf(Host& host) {
   std::vector<const SimulatedCore*> cores;
   for (const SimulatedPackage& package : host.processors.packages) {
@@ -38,14 +38,14 @@ std::vector<const SimulatedCore*> coresOf(Host& host) {
   return cores;
 }
 
-/// Null for none.
+/// The core that the parameters identify; null when there is none.
 const SimulatedCore* coreOf(Host& host, const Parameters& parameters) {
   const auto cores = coresOf(host);
   const auto* core = numberedElement(cores, parameters);
   return core == nullptr ? nullptr : *core;
 }
 
-/// Four letters as a register holds them.
+/// The value of a register that holds these four letters.
 std::uint32_t registerOf(std::string_view letters) {
   std::uint32_t word = 0;
   letters.copy(reinterpret_cast<char*>(&word), sizeof word);
@@ -98,7 +98,7 @@ struct SimulatedAnswers {
     value.stepping = found->stepping;
     value.vendor.ebx = registerOf(vendor.substr(0, 4));
     value.vendor.edx = registerOf(vendor.substr(4, 4));
-    value.vendor.ecx = registerOf(vendor.substr(8, 4));  // the text's end: not EBX, ECX, EDX
+    value.vendor.ecx = registerOf(vendor.substr(8, 4));  // the end of the text: EBX, EDX, ECX
     value.features.ebx = found->featureEbx;
     value.features.ecx = found->featureEcx;
     value.extended.ecx = found->extendedEcx;
@@ -155,7 +155,8 @@ bool contains(const std::vector<T>& values, const T& value) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-/// The instance, the last parameter, is one of those that fail. A list without instance never is.
+/// Whether the instance, which is the last parameter, is one of those that fail. A list that has no
+/// parameters never fails for this reason.
 bool instanceFails(const SimulatedHsi& hsi, std::uint32_t node, const Parameters& parameters) {
   const auto failing = hsi.failInstances.find(node);
   if (parameters.empty() || failing == hsi.failInstances.end()) return false;

@@ -6,7 +6,7 @@
 namespace simulated {
 namespace {
 
-/// A name as one step of a JSON pointer: "~" and "/" have escapes.
+/// A name as one step of a JSON pointer, with "~" and "/" escaped.
 std::string escaped(std::string_view name) {
   std::string step;
   for (const char character : name) {
@@ -55,7 +55,7 @@ bool Value::boolean() const {
 
 std::uint64_t Value::unsignedUpTo(std::uint64_t most) const {
   if (json_.is_string()) return hexadecimal(most);
-  // The JSON library keeps "-0" and negative numbers signed, everything else unsigned.
+  // The JSON library stores "-0" and negative numbers as signed, all others as unsigned.
   const bool negative =
       !json_.is_number_integer() || (!json_.is_number_unsigned() && json_.get<std::int64_t>() < 0);
   if (negative || json_.get<std::uint64_t>() > most) refuseNumber("0", std::to_string(most));

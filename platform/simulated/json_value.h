@@ -12,8 +12,9 @@
 
 #include "platform/simulated/simulated_host.h"
 
-/// Typed reading of JSON values that know their place. Private to the host parser: no other file
-/// sees the JSON library. Everything here throws Refusal when a value is not what its reader wants.
+/// Typed reading of JSON values that know their place in the text. For the host parser only: no
+/// other file sees the JSON library. Everything here throws Refusal when a value is not what its
+/// reader expects.
 namespace simulated {
 
 /// Thrown inside the parser only.
@@ -22,8 +23,8 @@ struct Refusal {
   std::string message;
 };
 
-/// A JSON value and the way to it. The way is a chain of values on the stack, written out only when
-/// a value is refused.
+/// A JSON value and its place in the text: a chain of values on the stack, written as a JSON
+/// pointer only when a value is refused.
 class Value {
  public:
   explicit Value(const nlohmann::json& json) : json_(json) {}
@@ -33,14 +34,16 @@ class Value {
       : json_(json), parent_(&parent), index_(index) {}
 
   const nlohmann::json& json() const { return json_; }
+  /// The place of the value as a JSON pointer.
   std::string pointer() const;
+  /// Throws the Refusal of this value.
   [[noreturn]] void refuse(const std::string& message) const;
 
   const nlohmann::json& array() const;
   const nlohmann::json& object() const;
   const std::string& text() const;
   bool boolean() const;
-  /// A JSON integer, or text of "0x" and hexadecimal digits.
+  /// A JSON integer, or a text of "0x" and hexadecimal digits; at most `most`.
   std::uint64_t unsignedUpTo(std::uint64_t most) const;
   std::int32_t signed32() const;
 
@@ -51,7 +54,7 @@ class Value {
       visit(item.key(), Value(*this, item.key(), item.value()));
     }
   }
-  /// Calls `visit` with that member of an object, where the text has it.
+  /// Calls `visit` with the member of that name of an object, if there is one.
   template <typename Visit>
   void withMember(std::string_view name, Visit visit) const {
     const auto member = object().find(name);
@@ -64,11 +67,11 @@ class Value {
 
   const nlohmann::json& json_;
   const Value* parent_ = nullptr;
-  std::string_view member_;  ///< of the parent, when it is an object
-  std::size_t index_ = 0;    ///< in the parent, when it is an array
+  std::string_view member_;  ///< name in the parent, when that is an object
+  std::size_t index_ = 0;    ///< in the parent, when that is an array
 };
 
-// How each type is read. A record adds an overload of its own, which the templates below find where
+// How each type is read. A record adds an overload of its own, which the templates below find when
 // they are used.
 
 inline void readValue(const Value& value, std::string& text) { text = value.text(); }
@@ -84,7 +87,7 @@ std::enable_if_t<std::is_unsigned_v<T>> readValue(const Value& value, T& number)
   number = static_cast<T>(value.unsignedUpTo(std::numeric_limits<T>::max()));
 }
 
-/// Any number of the underlying type, so that a test can go beyond the named ones.
+/// Reads any number of the underlying type, so that a test can use numbers without a name.
 template <typename T>
 std::enable_if_t<std::is_enum_v<T>> readValue(const Value& value, T& enumeration) {
   std::underlying_type_t<T> number{};
@@ -109,7 +112,7 @@ void readValue(const Value& value, std::optional<T>& optional) {
   if (!value.json().is_null()) readValue(value, optional.emplace());
 }
 
-/// An object with the member "throw" is a fault, whatever else stands in it.
+/// An object with the member "throw" is read as a fault.
 template <typename T>
 void readValue(const Value& value, OrFault<T>& valueOrFault) {
   if (value.json().contains("throw")) {
@@ -119,7 +122,7 @@ void readValue(const Value& value, OrFault<T>& valueOrFault) {
   }
 }
 
-/// Reads an object by the facts of its record; a member that is none of them is refused.
+/// Reads an object by the facts of its record; refuses a member that is none of them.
 template <typename Record>
 void readFacts(const Value& value, Record& record) {
   value.forEachMember([&](const std::string& name, const Value& member) {

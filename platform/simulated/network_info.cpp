@@ -11,9 +11,9 @@ using Nodemgr::Network::Pnic;
 using simulated::SimulatedHost;
 using simulated::SimulatedPort;
 
-/// The host as it was when the object was made; none when it could not be read.
+/// The host as it was when the object was made; null when it could not be read.
 struct NetworkInfoImpl::State {
-  /// Throws what the file wants thrown, or that there is no host.
+  /// The ports. Throws the fault that the file demands, and NodemgrException when there is no host.
   const std::vector<SimulatedPort>& ports() const {
     if (host == nullptr) throw Nodemgr::Lib::NodemgrException("the simulated host is unreadable");
     if (const auto* fault = std::get_if<simulated::Fault>(&host->ports)) {
@@ -22,7 +22,7 @@ struct NetworkInfoImpl::State {
     return std::get<std::vector<SimulatedPort>>(host->ports);
   }
 
-  /// The port shares the host's ownership, so making a Pnic copies nothing of it.
+  /// The port shares ownership of the host, so that nothing is copied.
   std::unique_ptr<Pnic> pnic(const SimulatedPort& port) const {
     return simulated::makePnic(std::shared_ptr<const SimulatedPort>(host, &port));
   }
@@ -30,8 +30,8 @@ struct NetworkInfoImpl::State {
   std::shared_ptr<const SimulatedHost> host = simulated::loadHost();
 };
 
-// The file is read here, but an unreadable one is reported by the calls for ports, as the real host
-// does: its constructor asks for nothing.
+// The file is read here, but the calls for ports report that it cannot be read, as the real host
+// does: its constructor asks nothing.
 NetworkInfoImpl::NetworkInfoImpl() : state_(std::make_unique<State>()) {}
 NetworkInfoImpl::~NetworkInfoImpl() = default;
 

@@ -15,7 +15,7 @@
 #include "platform/system_info.h"
 
 /// The simulated host as plain values: what a host file says, checked and with every default filled
-/// in. Nothing here knows JSON, and nothing changes once it has been parsed, so any number of
+/// in. Nothing here depends on JSON, and nothing changes once it has been parsed, so any number of
 /// threads may read one host. The members are documented in docs/simulated-host.md.
 namespace simulated {
 
@@ -27,7 +27,7 @@ enum class Fault {
   kOther     ///< std::runtime_error
 };
 
-/// A value, or the fault that stands in its place in the file.
+/// A value, or the fault that the file has in its place.
 template <typename T>
 using OrFault = std::variant<T, Fault>;
 
@@ -49,7 +49,7 @@ struct SimulatedPci {
 };
 static_assert(platform::everyMemberIsAFact<SimulatedPci>());
 
-/// The operations of a port and of its PCI descriptor that `faults` may name.
+/// The operations of a port and of its PCI device that `faults` may name.
 inline std::vector<std::string> accessorNames() {
   std::vector<std::string> names = {
       "GetName",   "GetPciDevice", "GetDuplex",     "IsLinkUp",
@@ -61,10 +61,10 @@ inline std::vector<std::string> accessorNames() {
   return names;
 }
 
-/// What accessors throw, by their names.
+/// What accessors throw, by the names of the accessors.
 using AccessorFaults = std::map<std::string, Fault, std::less<>>;
 
-/// One record of a port, or the fault in its place.
+/// One record of a port, or a fault in its place.
 template <typename Record>
 struct PortRecord {
   OrFault<Record> valueOrFault;
@@ -76,7 +76,8 @@ struct PortRecords;
 template <typename... Record>
 struct PortRecords<const std::tuple<Nodemgr::Network::RecordCall<Record>...>>
     : PortRecord<Record>... {
-  /// Their facts, as those of `Port`, which derives from this; each tells the call that it answers.
+  /// Their facts as facts of `Port`, which derives from this. The meaning of each is the name of
+  /// the call that it answers.
   template <typename Port>
   static constexpr auto factsOf() {
     using Nodemgr::Network::kRecordCallOf;
@@ -221,10 +222,10 @@ struct SimulatedProcessors {
 };
 static_assert(platform::everyMemberIsAFact<SimulatedProcessors>());
 
-/// One row for each node that has instances to read.
+/// A node that has instances to read.
 struct InstanceNode {
   HSI_Node node;
-  bool named;  ///< instances are names; otherwise numbers
+  bool named;  ///< whether instances are names, rather than numbers
 };
 
 constexpr InstanceNode kInstanceNodes[] = {{kHsiInterfaceIpv4, true},
@@ -236,13 +237,13 @@ constexpr InstanceNode kInstanceNodes[] = {{kHsiInterfaceIpv4, true},
                                            {kHsiCoreState, false},
                                            {kHsiCoreDetail, false}};
 
-/// Instances of one node whose read fails. A node has either names or numbers.
+/// The instances of one node that cannot be read. A node has either names or numbers.
 struct FailingInstances {
   std::vector<std::string> names;
   std::vector<std::int32_t> numbers;
 };
 
-/// By node number.
+/// The failing instances, by node number.
 using InstanceFaults = std::map<std::uint32_t, FailingInstances>;
 
 struct SimulatedHsi {

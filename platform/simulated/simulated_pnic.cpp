@@ -10,7 +10,7 @@ namespace {
 
 using namespace Nodemgr::Network;
 
-/// What `faults` says of the accessor by that name.
+/// Throws what `faults` demands of the accessor of that name, if anything.
 void throwIfFaulty(const SimulatedPort& port, const char* accessor) {
   const auto fault = port.faults.find(accessor);
   if (fault != port.faults.end()) throwFault(fault->second);

@@ -7,7 +7,7 @@
 
 namespace simulated {
 
-/// Throws what the fault stands for.
+/// Throws the exception that the fault stands for.
 [[noreturn]] void throwFault(Fault fault);
 
 /// A port of a simulated host, which it keeps alive.

@@ -12,7 +12,8 @@ constexpr int kSignature = 21;
 constexpr HSI_Status kOk = 0;
 constexpr HSI_Status kFailed = 1;
 
-/// What the thread's query sees; none before its first HSI_CheckSig and after a failed one.
+/// The host that the thread's query sees; null before its first HSI_CheckSig and after one that
+/// failed.
 std::shared_ptr<const simulated::SimulatedHost>& queriedHost() {
   static platform::ThreadSlot<std::shared_ptr<const simulated::SimulatedHost>> view;
   return view.get();

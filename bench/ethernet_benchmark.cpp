@@ -14,9 +14,9 @@
 #include "tests/support/simulated_host_file.h"
 
 // Does a request take time in proportion to the number of ports, and how much of it is ours? The
-// whole simulated library answers through the embedded broker. "ratio" compares with the sum of two
-// floors of the same run: the null provider with the same values, and the host library's list
-// fetched as often as the request needs it.
+// whole simulated library answers through the embedded broker. "ratio" is the time of a request
+// divided by the sum of two floors of the same run: the null provider with the same values, and
+// fetching the host library's list as often as the request needs it.
 namespace {
 
 using namespace orv::bench;
@@ -51,7 +51,7 @@ void enumerate(benchmark::State& state, Operation operation, const std::string& 
   measureRequest(state, broker(), requestOf(operation, className), "list_us", fetchList);
 }
 
-/// From the port in the middle of the list.
+/// A request about the port in the middle of the list.
 void fromPort(benchmark::State& state, Operation operation) {
   const SimulatedHostFile host(makeHostWithPorts(static_cast<std::size_t>(state.range(0))));
   measureRequest(state, broker(), requestAboutMiddlePort(broker(), operation), "list_us", [] {});
@@ -92,7 +92,7 @@ void addAll() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The library's start lines are not what is asked for here.
+  // The library's start lines are not wanted here.
   if (const int null = open("/dev/null", O_WRONLY | O_CLOEXEC); null >= 0) dup2(null, 2);
   addAll();
   return runBenchmarks(argc, argv);

@@ -1,6 +1,6 @@
 #include "platform/linux/parent_device.h"
 
-// Stands in for platform/linux/parent_device.cpp: a benchmark's virtual links count as ports.
+// Replaces platform/linux/parent_device.cpp: the virtual links of a benchmark count as ports.
 namespace LinuxHost {
 
 std::string linkDirectory(const std::string& sysRoot, const std::string& name) {

@@ -16,7 +16,7 @@ namespace {
 
 alignas(nlmsghdr) unsigned char piece[32 * 1024];
 
-/// True when nothing more comes.
+/// Whether the piece that was received ends the answer.
 bool isEnd(ssize_t size) {
   auto left = static_cast<unsigned>(size);
   const auto* message = reinterpret_cast<const nlmsghdr*>(piece);

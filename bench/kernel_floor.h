@@ -6,15 +6,15 @@
 
 namespace orv::bench {
 
-/// Asks the kernel for all links with their attributes and reads the answer to its end; nothing is
-/// made of it.
+/// Asks the kernel for all links with their attributes and reads the whole answer, without using
+/// it.
 void dumpLinks();
 
-/// Asks for one link.
+/// Asks the kernel for one link, in the same way.
 void findLink(const std::string& name);
 
-/// Puts ethtool questions (ETHTOOL_G...) about each link, each on a socket of all; nothing is made
-/// of the answers. Link settings are asked for twice, since the first answer is their size.
+/// Asks ethtool questions (ETHTOOL_G...) about each link, all on one socket, without using the
+/// answers. Link settings are asked for twice, since the first answer only gives their size.
 void askEthtool(const std::vector<std::string>& links, const std::vector<std::uint32_t>& commands);
 
 }  // namespace orv::bench

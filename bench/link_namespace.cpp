@@ -23,7 +23,7 @@ void makeLinks(int count) {
   if (pclose(ip) != 0) throw std::runtime_error("ip cannot make veth links");
 }
 
-/// A descriptor with which to enter the namespace.
+/// The descriptor of the namespace with that many links.
 int namespaceWithLinks(int count) {
   static std::map<int, int> made;
   if (const auto known = made.find(count); known != made.end()) return known->second;

@@ -21,10 +21,10 @@
 #include "bench/table_reporter.h"
 
 // How much of a request on a real Linux host is ours? The whole library answers through the
-// embedded broker on network namespaces of 2 to 1,024 veth links, which count as ports in the
-// library of these benchmarks. "ratio" compares with the sum of two floors of the same run: the
-// null provider with the same values, and the same questions to the kernel with nothing built.
-// Needs root.
+// embedded broker, in network namespaces of 2 to 1,024 veth links, which count as ports in the
+// library of these benchmarks. "ratio" is the time of a request divided by the sum of two floors of
+// the same run: the null provider with the same values, and the same questions to the kernel
+// without using the answers. Needs root.
 namespace {
 
 using namespace orv::bench;
@@ -51,7 +51,7 @@ std::vector<std::string> linkNames(int count) {
   return names;
 }
 
-/// A class of the ports, and what the kernel is asked about each port for an instance.
+/// A class of the ports, and what the kernel is asked about each port for one instance.
 struct ClassRow {
   const char* name;
   std::vector<std::uint32_t> commands;
@@ -95,14 +95,14 @@ void fromPort(benchmark::State& state, Operation operation) {
   });
 }
 
-/// A host of virtual links without a port: what its answer "none" takes.
+/// A host with virtual links only: how long it takes to answer that there are no ports.
 void virtualLinks(benchmark::State& state) {
   enterNamespaceWithLinks(static_cast<int>(state.range(0)));
   const Request request = requestOf(Operation::kEnumerateInstanceNames, kPortClass);
   measureRequest(state, hostBroker(), request, "kernel_us", dumpLinks, true);
 }
 
-/// Processor time of a process of this program that loads the library and ends.
+/// Processor time of a process that runs this program, loads the library and ends.
 double secondsToLoad(const std::string& library) {
   std::string program = "/proc/self/exe";
   std::string option = kLoadOption;
@@ -174,7 +174,7 @@ int main(int argc, char** argv) {
     if (*argv[2] != '\0' && dlopen(argv[2], RTLD_NOW) == nullptr) return 1;
     return 0;
   }
-  // The library's start lines are not what is asked for here.
+  // The library's start lines are not wanted here.
   if (const int null = open("/dev/null", O_WRONLY | O_CLOEXEC); null >= 0) dup2(null, 2);
   addAll();
   return runBenchmarks(argc, argv);

@@ -11,8 +11,8 @@
 
 namespace orv::bench {
 
-/// Processor time of all threads of this process, that of the kernel for it included: what else the
-/// machine does shows in it least.
+/// Processor time of all threads of this process, time in the kernel included. It is what other
+/// work on the machine affects least.
 inline double cpuSeconds() {
   timespec now{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
@@ -32,11 +32,11 @@ inline double medianOf(std::vector<double> values) {
   return *middle;
 }
 
-/// Names of counters, in microseconds, and what takes that time.
+/// The work that at least has to be done, each with the name of its counter, in microseconds.
 using Floors = std::vector<std::pair<const char*, std::function<void()>>>;
 
-/// Runs `work` and each floor in turn, so that all meet the same machine. Reports the medians and
-/// "ratio", that of the work to the sum of the floors.
+/// Runs `work` and each floor in turn, so that they find the machine in the same state. Reports the
+/// medians, and as "ratio" that of the work divided by the sum of those of the floors.
 inline void measureAgainst(benchmark::State& state, const std::function<void()>& work,
                            const Floors& floors) {
   std::vector<double> times;

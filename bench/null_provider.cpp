@@ -17,7 +17,7 @@ using broker::Value;
 
 struct PreparedPath;
 
-/// A value as the broker's tables take it, but for the objects, which are made for each request.
+/// A value as the broker's tables take it, except that objects are made for each request.
 struct PreparedValue {
   CMPIType type = CMPI_null;
   CMPIValue value{};
@@ -101,8 +101,8 @@ CMPIObjectPath* make(const CMPIBroker* broker, const PreparedPath& path);
 
 CMPIArray* makeArray(const CMPIBroker* broker, const PreparedValue& value);
 
-/// The value as a slot takes it: a text itself, of anything else the address. Made in `room` where
-/// it is not at hand.
+/// The value as a slot takes it: a text is passed itself, of anything else the address. An object
+/// is made and stored in `room`.
 const CMPIValue* passed(const CMPIBroker* broker, const PreparedValue& value, CMPIValue& room) {
   if (value.type == CMPI_chars) return reinterpret_cast<const CMPIValue*>(value.text.c_str());
   const bool isArray = (value.type & CMPI_ARRAY) != 0;

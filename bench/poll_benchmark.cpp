@@ -14,8 +14,8 @@
 #include "kernelip/endpoint_details.h"
 #include "kernelip/kernel_ip_indication.h"
 
-// What do the monitors' cycles take on a host of many links, each with an IPv4 and an IPv6 address?
-// Beside the processor time, "allocations" counts those of one cycle. Needs root.
+// What do the cycles of the monitors take on a host with many links, each with an IPv4 and an IPv6
+// address? In addition to the processor time, "allocations" counts those of one cycle. Needs root.
 namespace {
 
 std::atomic<std::size_t> allocations{0};
@@ -43,7 +43,7 @@ void measureCycle(benchmark::State& state, const std::function<void()>& cycle,
   } catch (const std::exception& error) {
     return state.SkipWithError(error.what());
   }
-  cycle();  // the first one grows what stays
+  cycle();  // the first cycle allocates what is kept
   const std::size_t before = allocations;
   cycle();
   const std::size_t after = allocations;
@@ -51,7 +51,8 @@ void measureCycle(benchmark::State& state, const std::function<void()>& cycle,
   state.counters["allocations"] = static_cast<double>(after - before);
 }
 
-/// The kernel IP monitor's snapshot; the floor is the C library's call that it is made from.
+/// The snapshot of the kernel IP monitor; the floor is the call of the C library that it is made
+/// from.
 void pollAddresses(benchmark::State& state) {
   ORV::KernelIpIndication detector;
   measureCycle(state, [&] { detector.poll(); }, {{"getifaddrs_us", [] {
@@ -60,7 +61,7 @@ void pollAddresses(benchmark::State& state) {
                                                   }}});
 }
 
-/// The details of all endpoints, for an enumeration or a polled class.
+/// The details of all endpoints, as an enumeration or the poll of a class needs them.
 void collectEndpoints(benchmark::State& state) {
   measureCycle(state,
                [] {

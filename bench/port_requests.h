@@ -11,13 +11,13 @@
 #include "broker/registration.h"
 #include "broker/testing/test_broker.h"
 
-/// The requests about Ethernet ports that the benchmarks ask.
+/// The requests about Ethernet ports that the benchmarks make.
 namespace orv::bench {
 
 inline constexpr char kPortProvider[] = "EthernetPortProvider";
 inline constexpr char kPortClass[] = "Orvane_EthernetPort";
 
-/// A broker with the port provider of a library, and the null provider.
+/// Options of a broker with the port provider of a library and the null provider.
 inline broker::Broker::Options portBroker(const std::string& library) {
   const std::string schema = std::string(ORV_SOURCE_DIR) + "/schema";
   broker::Broker::Options options;
@@ -39,7 +39,7 @@ inline broker::Request requestOf(broker::Operation operation, const std::string&
   return request;
 }
 
-/// About the port in the middle of the list; empty keys when there is none.
+/// A request about the port in the middle of the list; without keys when there is no port.
 inline broker::Request requestAboutMiddlePort(broker::TestBroker& broker,
                                               broker::Operation operation) {
   broker::Request request = requestOf(operation, kPortClass);
@@ -50,7 +50,7 @@ inline broker::Request requestAboutMiddlePort(broker::TestBroker& broker,
 }
 
 /// Measures a request to the port provider. Its floors are the null provider with the very same
-/// answer, and what `askHost` does, under that name. An answer without objects is an error unless
+/// answer, and `askHost`, under the name `hostName`. An answer without objects is an error unless
 /// `answersNone`.
 inline void measureRequest(benchmark::State& state, broker::TestBroker& broker,
                            const broker::Request& request, const char* hostName,

@@ -15,7 +15,7 @@ constexpr int kComparedPorts = 16;
 
 using Cell = std::map<std::string, std::vector<double>>;
 
-/// Absent counters are zero.
+/// The median of a counter; 0 when it is absent.
 double counter(const Cell& cell, const char* name) {
   const auto found = cell.find(name);
   return found == cell.end() ? 0 : medianOf(found->second);

@@ -191,7 +191,7 @@ const Rule<Battery> kBatteryRules[] = {
       }
     },
     {
-      "status Discharging: it does not hold its charge in reserve", kDegraded,
+      "status Discharging: the charge is not held in reserve", kDegraded,
           [](const Battery& b, const Growth&) -> std::string {
             return b.status == "Discharging" ? "discharging" + chargeOf(b) : kNothing;
           }
@@ -355,7 +355,7 @@ const Rule<Pool> kPoolRules[] = {
 };
 
 const Rule<Volume> kVolumeRules[] = {
-    {"file system mounted for writing and read-only since", kMajor,
+    {"file system mounted for writing has become read-only", kMajor,
      [](const Volume& v, const Growth&) -> std::string {
        return v.readOnlyRemount ? "file system at " + v.mountPoint + " became read-only" : kNothing;
      }},

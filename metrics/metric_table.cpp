@@ -64,7 +64,7 @@ const ClassRows kStatistics = {
         counter("orvane_port_receive_over_errors_total", "RxOverErrors", kAsIs,
                 "Packets lost because the receiver's buffer was full."),
         counter("orvane_port_receive_crc_errors_total", "RxCRCErrors", kAsIs,
-                "Packets received with a wrong check sum."),
+                "Packets received with a wrong checksum."),
         counter("orvane_port_receive_frame_errors_total", "RxFrameErrors", kAsIs,
                 "Packets received with a frame alignment error."),
         counter("orvane_port_receive_fifo_errors_total", "RxFIFOErrors", kAsIs,
@@ -82,11 +82,11 @@ const ClassRows kStatistics = {
         counter("orvane_port_transmit_fifo_errors_total", "TxFIFOErrors", kAsIs,
                 "Transmissions that failed because the send queue ran empty."),
         counter("orvane_port_transmit_carrier_errors_total", "TxCarrierErrors", kAsIs,
-                "Transmissions that failed for loss of carrier."),
+                "Transmissions that failed because the carrier was lost."),
         counter("orvane_port_transmit_heartbeat_errors_total", "TxHeartbeatErrors", kAsIs,
                 "Failures of the transceiver's heartbeat test."),
         counter("orvane_port_transmit_window_errors_total", "TxWindowErrors", kAsIs,
-                "Transmissions that failed for a late collision."),
+                "Transmissions that failed because of a late collision."),
     }};
 
 const ClassRows kCoalescing = {
@@ -178,7 +178,7 @@ const ClassRows kRollup = {
     {},
     nullptr,
     {gauge("orvane_health_rollup_state", "HealthState", kHealth,
-           "The worst health of all monitored elements at the last look: 0 unknown, 5 OK, 10 "
+           "The worst health of all monitored elements at the last poll: 0 unknown, 5 OK, 10 "
            "degraded, 15 minor, 20 major, 25 critical failure, 30 not recoverable.")}};
 
 const ClassRows kLatched = {
@@ -186,10 +186,10 @@ const ClassRows kLatched = {
     {{"event", "EventId"}, {"class", "LatchedClassName"}},
     "Orvane_LatchedHealthAssociation",
     {gauge("orvane_latched_health_state", "HealthState", kHealth,
-           "The worst health that was ever seen of an element, once it was not OK; the numbers of "
-           "orvane_health_rollup_state."),
+           "The worst health in which an element was ever seen, for elements that were ever not "
+           "OK; numbered as orvane_health_rollup_state."),
      gauge("orvane_latched_health_timestamp_seconds", "Timestamp", kTime,
-           "When that health was seen first.")}};
+           "When that health was first seen.")}};
 
 }  // namespace
 

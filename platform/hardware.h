@@ -357,7 +357,7 @@ struct Extent {
   std::string refused;
   std::string pool;   ///< id of the array
   std::string disk;   ///< id of the disk that holds it; empty otherwise
-  std::string state;  ///< the kernel's words: in_sync, faulty, spare, ... with commas
+  std::string state;  ///< the kernel's words: in_sync, faulty, spare, ..., separated by commas
   std::optional<std::uint64_t> blockSize;  ///< bytes
   std::optional<std::uint64_t> blocks;
   std::optional<std::uint64_t> errors;  ///< read errors that the array corrected
@@ -369,7 +369,7 @@ struct Extent {
         Fact{"refused", &Extent::refused},
         Fact{"pool", &Extent::pool, "`id` of the array"},
         Fact{"disk", &Extent::disk, "`id` of the disk that holds it"},
-        Fact{"MemberState", &Extent::state, "in_sync, faulty, spare, ... with commas"},
+        Fact{"MemberState", &Extent::state, "in_sync, faulty, spare, ..., separated by commas"},
         Fact{"BlockSize", &Extent::blockSize, "bytes"},
         Fact{"NumberOfBlocks", &Extent::blocks},
         Fact{"CorrectedErrors", &Extent::errors},

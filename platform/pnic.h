@@ -82,13 +82,13 @@ struct PnicLinkSettings {
         Fact{"autoNegotiation", &PnicLinkSettings::autoNegotiation, "0 or 1"},
         Fact{"advertisedLinkModes", &PnicLinkSettings::advertisedLinkModes},
         Fact{"advertisedAutoNegotiation", &PnicLinkSettings::advertisedAutoNegotiation},
-        Fact{"linkMode", &PnicLinkSettings::linkMode, "in force"},
-        Fact{"portMode", &PnicLinkSettings::portMode, "in force"},
+        Fact{"linkMode", &PnicLinkSettings::linkMode, "current"},
+        Fact{"portMode", &PnicLinkSettings::portMode, "current"},
         Fact{"phyAddress", &PnicLinkSettings::phyAddress,
              "on the management bus; not a MAC address"},
         Fact{"transceiver", &PnicLinkSettings::transceiver, "0 internal, 1 external, 2 unknown"},
         Fact{"wolSupported", &PnicLinkSettings::wolSupported, "wake-on-LAN modes, 1 to 7"},
-        Fact{"wolOptions", &PnicLinkSettings::wolOptions, "wake-on-LAN modes in force"},
+        Fact{"wolOptions", &PnicLinkSettings::wolOptions, "wake-on-LAN modes that are switched on"},
     };
   }
 };

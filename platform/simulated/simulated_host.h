@@ -112,12 +112,12 @@ struct SimulatedPort : PortRecords<decltype(Nodemgr::Network::kRecordCalls)> {
         Fact{"linkUp", &SimulatedPort::linkUp},
         Fact{"enabled", &SimulatedPort::enabled},
         Fact{"linkSpeed", &SimulatedPort::linkSpeed, "Mb/s"},
-        Fact{"mac", &SimulatedPort::mac, "digits in either case"},
+        Fact{"mac", &SimulatedPort::mac, "digits in upper or lower case"},
         Fact{"capabilitySupported", &SimulatedPort::capabilitySupported},
         Fact{"capabilityEnabled", &SimulatedPort::capabilityEnabled},
         Fact{"mtu", &SimulatedPort::mtu, "bytes"},
-        Fact{"pci", &SimulatedPort::pci, "without one the port is not on PCI"},
-        Fact{"faults", &SimulatedPort::faults, "from an accessor to `\"nodemgr\"` or `\"other\"`"},
+        Fact{"pci", &SimulatedPort::pci, "`null`: the port is not on PCI"},
+        Fact{"faults", &SimulatedPort::faults, "maps accessors to `\"nodemgr\"` or `\"other\"`"},
     };
     return std::tuple_cat(own, factsOf<SimulatedPort>());
   }
@@ -131,7 +131,7 @@ struct SimulatedIpv4 {
   static constexpr auto facts() {
     return std::tuple{
         Fact{"address", &SimulatedIpv4::address},
-        Fact{"netmask", &SimulatedIpv4::netmask, "with `null` reading it (node 240) fails"},
+        Fact{"netmask", &SimulatedIpv4::netmask, "`null`: reading it (node 240) fails"},
     };
   }
 };
@@ -145,7 +145,7 @@ struct SimulatedIpv6 {
   static constexpr auto facts() {
     return std::tuple{
         Fact{"id", &SimulatedIpv6::id,
-             "what node 243 lists and node 244 is asked with; by default the text of `address`"},
+             "identifier that node 243 lists and node 244 takes; by default the text of `address`"},
         Fact{"address", &SimulatedIpv6::address, "not examined; cut to 48 bytes"},
         Fact{"prefixLength", &SimulatedIpv6::prefixLength},
     };
@@ -161,7 +161,7 @@ struct SimulatedInterface {
   static constexpr auto facts() {
     return std::tuple{
         Fact{"name", &SimulatedInterface::name},
-        Fact{"ipv4", &SimulatedInterface::ipv4, "with `null` reading the address (node 239) fails"},
+        Fact{"ipv4", &SimulatedInterface::ipv4, "`null`: reading the address (node 239) fails"},
         Fact{"ipv6", &SimulatedInterface::ipv6},
     };
   }
@@ -197,9 +197,9 @@ struct SimulatedPackage {
 
   static constexpr auto facts() {
     return std::tuple{
-        Fact{"cores", &SimulatedPackage::cores, "counted from 0 through all packages in order"},
+        Fact{"cores", &SimulatedPackage::cores, "numbered from 0 through all packages in order"},
         Fact{"coreCount", &SimulatedPackage::coreCount,
-             "what the package claims; by default the number of `cores`"},
+             "number that the package reports; by default that of `cores`"},
     };
   }
 };
@@ -257,8 +257,7 @@ struct SimulatedHsi {
         Fact{"failNodes", &SimulatedHsi::failNodes,
              "node numbers; every read and every list of them fails with 1"},
         Fact{"failInstances", &SimulatedHsi::failInstances,
-             "from a node number, as decimal text, to an array of instances whose read fails with "
-             "1"},
+             "maps node numbers, as decimal text, to arrays of instances whose read fails with 1"},
     };
   }
 };
@@ -276,9 +275,9 @@ struct SimulatedVersion {
 
   static constexpr auto facts() {
     return std::tuple{
-        Fact{"status", &SimulatedVersion::status, "other than 0 the version call fails with it"},
-        Fact{"errno", &SimulatedVersion::errnoValue, "what the status stands for"},
-        Fact{"text", &SimulatedVersion::text, "what the status stands for"},
+        Fact{"status", &SimulatedVersion::status, "if not 0, the version call fails with it"},
+        Fact{"errno", &SimulatedVersion::errnoValue, "errno value of the status"},
+        Fact{"text", &SimulatedVersion::text, "text of the status"},
         Fact{"productName", &SimulatedVersion::productName},
         Fact{"version", &SimulatedVersion::version},
         Fact{"edition", &SimulatedVersion::edition},

@@ -123,11 +123,11 @@ TEST(ReferencePages, AMemberHasItsTypeDefaultAndMeaning) {
         "and "
         "`GetPnicByName` throw the fault |",
         "### `ports[].linkSettings`", "| `RxCRCErrors` | integer, 64 bits | `0` |  |",
-        "| `netmask` | dotted quad, or `null` | `\"0.0.0.0\"` | with `null` reading it (node 240) "
+        "| `netmask` | dotted quad, or `null` | `\"0.0.0.0\"` | `null`: reading it (node 240) "
         "fails |",
         "### `processors.packages[].cores[]`",
         "| `vendor` | string | `\"GenuineIntel\"` | twelve characters |",
-        "| `errno` | integer, 32 bits with sign | `5` | what the status stands for |"}) {
+        "| `errno` | integer, 32 bits with sign | `5` | errno value of the status |"}) {
     EXPECT_THAT(tables, testing::HasSubstr(std::string("\n") + row + "\n"));
   }
 }

@@ -41,6 +41,14 @@ CMPIResultFT* CmpiResultFilter::functionTable() {
   return &table;
 }
 
+CMPIStatus CmpiResultFilter::onInstance(const CMPIInstance* instance) {
+  return inner()->ft->returnInstance(inner(), instance);
+}
+
+CMPIStatus CmpiResultFilter::onObjectPath(const CMPIObjectPath* path) {
+  return inner()->ft->returnObjectPath(inner(), path);
+}
+
 CMPIStatus CmpiResultFilter::onDone() { return inner()->ft->returnDone(inner()); }
 
 CMPIStatus CmpiResultInstanceToPathFilter::onInstance(const CMPIInstance* instance) {
@@ -49,14 +57,6 @@ CMPIStatus CmpiResultInstanceToPathFilter::onInstance(const CMPIInstance* instan
   if (status.rc != CMPI_RC_OK) return status;
   if (path == nullptr) return {CMPI_RC_ERR_FAILED, nullptr};
   return inner()->ft->returnObjectPath(inner(), path);
-}
-
-CMPIStatus CmpiResultInstanceToPathFilter::onObjectPath(const CMPIObjectPath* path) {
-  return inner()->ft->returnObjectPath(inner(), path);
-}
-
-CMPIStatus CmpiResultPathToInstanceFilter::onInstance(const CMPIInstance* instance) {
-  return inner()->ft->returnInstance(inner(), instance);
 }
 
 CMPIStatus CmpiResultPathToInstanceFilter::onObjectPath(const CMPIObjectPath* path) {

@@ -18,8 +18,9 @@ class CmpiResultFilter : public CmpiResult {
   }
   virtual ~CmpiResultFilter() = default;
 
-  virtual CMPIStatus onInstance(const CMPIInstance* instance) = 0;
-  virtual CMPIStatus onObjectPath(const CMPIObjectPath* path) = 0;
+  // What the sink does with an instance, with a path, and at the end. Default: passes it on.
+  virtual CMPIStatus onInstance(const CMPIInstance* instance);
+  virtual CMPIStatus onObjectPath(const CMPIObjectPath* path);
   virtual CMPIStatus onDone();
 
   const CMPIResult* inner() const { return inner_.getEnc(); }
@@ -39,7 +40,6 @@ class CmpiResultInstanceToPathFilter : public CmpiResultFilter {
 
  private:
   CMPIStatus onInstance(const CMPIInstance* instance) override;
-  CMPIStatus onObjectPath(const CMPIObjectPath* path) override;
 };
 
 /// Turns each returned object path into the instance, which the broker fetches with the given
@@ -51,7 +51,6 @@ class CmpiResultPathToInstanceFilter : public CmpiResultFilter {
       : CmpiResultFilter(inner), context_(context), broker_(broker), properties_(properties) {}
 
  private:
-  CMPIStatus onInstance(const CMPIInstance* instance) override;
   CMPIStatus onObjectPath(const CMPIObjectPath* path) override;
 
   CmpiContext context_;

@@ -116,9 +116,6 @@ class PropertyListSink : public CmpiResultFilter {
       CmpiResult(inner()).returnData(instance);
     });
   }
-  CMPIStatus onObjectPath(const CMPIObjectPath* path) override {
-    return inner()->ft->returnObjectPath(inner(), path);
-  }
 
   const char** properties_;
 };
@@ -143,9 +140,6 @@ class ReferenceNameSink : public CmpiResultFilter {
       }
       CmpiResult(inner()).returnData(path);
     });
-  }
-  CMPIStatus onObjectPath(const CMPIObjectPath* path) override {
-    return inner()->ft->returnObjectPath(inner(), path);
   }
 };
 

@@ -42,6 +42,8 @@ class CmpiData {
   CmpiData(bool) = delete;
 
   CMPIType getType() const { return data_.type; }
+  /// Whether it is a text, string or chars, null included.
+  bool isText() const { return data_.type == CMPI_string || data_.type == CMPI_chars; }
   bool isNullValue() const { return (data_.state & CMPI_nullValue) != 0; }
   bool isNotFound() const { return (data_.state & CMPI_notFound) != 0; }
 

@@ -42,12 +42,8 @@ bool isAbsent(const CMPIStatus& status) {
   return status.rc == CMPI_RC_ERR_NOT_FOUND || status.rc == CMPI_RC_ERR_NO_SUCH_PROPERTY;
 }
 
-bool isText(const CmpiData& data) {
-  return data.getType() == CMPI_string || data.getType() == CMPI_chars;
-}
-
 bool sameValue(const CmpiData& a, const CmpiData& b) {
-  if (isText(a) && isText(b)) {
+  if (a.isText() && b.isText()) {
     if (a.isNullValue() || b.isNullValue()) return a.isNullValue() == b.isNullValue();
     return std::strcmp(textOrEmpty(CmpiString(a)), textOrEmpty(CmpiString(b))) == 0;
   }

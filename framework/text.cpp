@@ -20,6 +20,11 @@ std::optional<std::string> textOf(const CmpiData& data) {
   return textOf(CmpiString(data));
 }
 
+std::optional<std::string> textKey(const CmpiObjectPath& path, const char* name) {
+  const CmpiData key = path.getKey(name);
+  return key.isText() ? textOf(key) : std::nullopt;
+}
+
 std::string classNameOf(const CmpiObjectPath& path) { return textOf(path.getClassName()); }
 
 std::string nameSpaceOf(const CmpiObjectPath& path) { return textOf(path.getNameSpace()); }

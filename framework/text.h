@@ -25,6 +25,9 @@ std::string textOf(const CmpiString& text);
 /// Fails: CmpiStatus 13 for a value of another type.
 std::optional<std::string> textOf(const CmpiData& data);
 
+/// The text of a key; absent when the key is absent, null or not a text.
+std::optional<std::string> textKey(const CmpiObjectPath& path, const char* name);
+
 /// Class name and namespace of a request's path; empty for null.
 std::string classNameOf(const CmpiObjectPath& path);
 std::string nameSpaceOf(const CmpiObjectPath& path);

@@ -1,6 +1,7 @@
 // The host's computer system, whose health is that of the worst of its hardware.
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -127,9 +128,8 @@ CmpiStatus ComputerSystemProvider::enumInstances(const CmpiContext& context, Cmp
 
 /// Whether the path names this system; host names are compared without regard to case.
 bool namesThisSystem(const CmpiObjectPath& path, const ORV::ScopingKeys& system) {
-  const CmpiData name = path.getKey("Name");
-  if (name.getType() != CMPI_string && name.getType() != CMPI_chars) return false;
-  return ORV::sameName(ORV::textOf(name).value_or("").c_str(), system.systemName.c_str());
+  const std::optional<std::string> name = ORV::textKey(path, "Name");
+  return name && ORV::sameName(name->c_str(), system.systemName.c_str());
 }
 
 CmpiStatus ComputerSystemProvider::getInstance(const CmpiContext& context, CmpiResult& result,

@@ -33,13 +33,6 @@ CmpiObjectPath pathWith(const std::string& nameSpace, const char* className, con
   return path;
 }
 
-/// The text of a key; absent when the key is absent, null or not a text.
-std::optional<std::string> textKey(const CmpiObjectPath& path, const char* name) {
-  const CmpiData key = path.getKey(name);
-  if (key.getType() != CMPI_string && key.getType() != CMPI_chars) return std::nullopt;
-  return ORV::textOf(key);
-}
-
 void setValue(CmpiInstance& instance, const char* name, const std::string& text) {
   instance.setProperty(name, text.c_str());
 }
@@ -70,12 +63,12 @@ CmpiObjectPath elementPath(const std::string& nameSpace, const ORV::ScopingKeys&
 std::string idOf(const CmpiObjectPath& path, const HardwareClass& row,
                  const ORV::ScopingKeys& system) {
   const Keys keys = keysOf(system, row, "");
-  const std::optional<std::string> id = textKey(path, keys.back().first);
+  const std::optional<std::string> id = ORV::textKey(path, keys.back().first);
   if (!id) return "";
   for (const auto& [name, value] : keys) {
     if (name == keys.back().first) break;
     // Names are compared without regard to case. A key that the client left out is accepted.
-    const std::optional<std::string> given = textKey(path, name);
+    const std::optional<std::string> given = ORV::textKey(path, name);
     if (given && !ORV::sameName(given->c_str(), value.c_str())) return "";
   }
   return *id;

@@ -11,10 +11,6 @@ namespace OrvLatchedHealth {
 
 namespace {
 
-bool isText(const CmpiData& data) {
-  return data.getType() == CMPI_string || data.getType() == CMPI_chars;
-}
-
 /// A signed decimal number, wrapped to 32 bits, so that every event number up to 4294967295 is
 /// found.
 std::uint32_t leadingNumber(const char* text) {
@@ -29,7 +25,7 @@ EventIdText::EventIdText(std::uint32_t eventId) { std::snprintf(text, sizeof tex
 
 bool findEventIdKey(const CmpiObjectPath& path, std::uint32_t& id) {
   const CmpiData key = path.getKey("EventId");
-  if (key.isNullValue() || key.isNotFound() || !isText(key)) return false;
+  if (key.isNullValue() || key.isNotFound() || !key.isText()) return false;
   const CmpiString value(key);
   const char* const text = value.charPtr();
   if (text == nullptr) return false;

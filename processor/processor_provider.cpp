@@ -37,9 +37,7 @@ std::vector<ProcessorRecord> processors() {
 /// The record that a request's DeviceID names; null when there is none.
 const ProcessorRecord* find(const std::vector<ProcessorRecord>& records,
                             const CmpiObjectPath& path) {
-  const CmpiData key = path.getKey("DeviceID");
-  if (key.getType() != CMPI_string && key.getType() != CMPI_chars) return nullptr;
-  const auto position = packagePosition(ORV::textOf(key).value_or(""));
+  const auto position = packagePosition(ORV::textKey(path, "DeviceID").value_or(""));
   return position && *position < records.size() ? &records[*position] : nullptr;
 }
 

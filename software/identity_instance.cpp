@@ -25,9 +25,7 @@ void setVersionNumbers(CmpiInstance& instance, const char* version) {
 }  // namespace
 
 std::string instanceIdOf(const CmpiObjectPath& path) {
-  const CmpiData key = path.getKey(kInstanceIdKey);
-  const bool isText = key.getType() == CMPI_string || key.getType() == CMPI_chars;
-  return isText ? ORV::textOf(key).value_or("") : std::string();
+  return ORV::textKey(path, kInstanceIdKey).value_or("");
 }
 
 void fillIdentity(CmpiInstance& instance, const HykuserVersion_SystemVersion& image,

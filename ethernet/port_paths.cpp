@@ -70,9 +70,7 @@ std::optional<std::string> deviceNameOfSatellite(const CmpiObjectPath& satellite
 }
 
 std::string deviceNameOfAssociation(const CmpiObjectPath& association, const char* role) {
-  const CmpiData key = association.getKey(role);
-  if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) return {};
-  const CmpiObjectPath port(key);
+  const CmpiObjectPath port = ORV::referenceKey(association, role);
   return port.isNull() ? std::string() : deviceNameOfPort(port);
 }
 

@@ -25,6 +25,14 @@ std::optional<std::string> textKey(const CmpiObjectPath& path, const char* name)
   return key.isText() ? textOf(key) : std::nullopt;
 }
 
+CmpiObjectPath referenceKey(const CmpiObjectPath& path, const char* name) {
+  const CmpiData key = path.getKey(name);
+  if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) {
+    return CmpiObjectPath(static_cast<const CMPIObjectPath*>(nullptr));
+  }
+  return CmpiObjectPath(key);
+}
+
 std::string classNameOf(const CmpiObjectPath& path) { return textOf(path.getClassName()); }
 
 std::string nameSpaceOf(const CmpiObjectPath& path) { return textOf(path.getNameSpace()); }

@@ -28,6 +28,9 @@ std::optional<std::string> textOf(const CmpiData& data);
 /// The text of a key; absent when the key is absent, null or not a text.
 std::optional<std::string> textKey(const CmpiObjectPath& path, const char* name);
 
+/// The path in a reference key; a null path when the key is absent, null or of another type.
+CmpiObjectPath referenceKey(const CmpiObjectPath& path, const char* name);
+
 /// Class name and namespace of a request's path; empty for null.
 std::string classNameOf(const CmpiObjectPath& path);
 std::string nameSpaceOf(const CmpiObjectPath& path);

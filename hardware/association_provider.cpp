@@ -140,15 +140,6 @@ CmpiStatus AssociationProvider::enumInstances(const CmpiContext& context, CmpiRe
   return CMPI_RC_OK;
 }
 
-/// The path in a reference key; a null path when the key is absent, null or of another type.
-CmpiObjectPath referenceKey(const CmpiObjectPath& path, const char* role) {
-  const CmpiData key = path.getKey(role);
-  if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) {
-    return CmpiObjectPath(static_cast<const CMPIObjectPath*>(nullptr));
-  }
-  return static_cast<CmpiObjectPath>(key);
-}
-
 Wanted isOneOfClasses(const std::string& first, const std::string& second) {
   return [=](const char* className) {
     return sameName(className, first.c_str()) || sameName(className, second.c_str());
@@ -159,8 +150,8 @@ CmpiStatus AssociationProvider::getInstance(const CmpiContext& context, CmpiResu
                                             const CmpiObjectPath& path, const char** properties) {
   const Association* association = findAssociation(ORV::classNameOf(path));
   if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const CmpiObjectPath left = referenceKey(path, association->leftRole);
-  const CmpiObjectPath right = referenceKey(path, association->rightRole);
+  const CmpiObjectPath left = ORV::referenceKey(path, association->leftRole);
+  const CmpiObjectPath right = ORV::referenceKey(path, association->rightRole);
   if (left.isNull() || right.isNull()) return CMPI_RC_ERR_INVALID_PARAMETER;
 
   const std::string nameSpace = ORV::nameSpaceOf(path);

@@ -55,11 +55,7 @@ bool isAlternateImage(const CmpiObjectPath& software) {
 /// The image that a request names; null when the key is absent, null or not a reference. A path
 /// without a namespace is given the request's.
 CmpiObjectPath softwareKey(const CmpiObjectPath& request) {
-  const CmpiData key = request.getKey(kSoftwareRole);
-  if (key.isNotFound() || key.isNullValue() || key.getType() != CMPI_ref) {
-    return CmpiObjectPath(static_cast<const CMPIObjectPath*>(nullptr));
-  }
-  auto software = static_cast<CmpiObjectPath>(key);
+  CmpiObjectPath software = ORV::referenceKey(request, kSoftwareRole);
   if (!software.isNull() && ORV::nameSpaceOf(software).empty()) {
     software.setNameSpace(ORV::nameSpaceOf(request).c_str());
   }

@@ -13,6 +13,7 @@ namespace EthernetProvider {
 namespace {
 
 using ORV::isGiven;
+using ORV::passesFilter;
 using ORV::sameName;
 
 /// The filters of one request; null or empty restricts nothing.
@@ -51,12 +52,8 @@ bool rolesApply(const Filters& filters) {
 Selection selectAssociations(const CmpiString& nameSpace, const Filters& filters) {
   Selection selection;
   for (const PortAssociation& association : portAssociations()) selection.push_back(&association);
-  if (isGiven(filters.role)) {
-    drop(selection, [&](auto* row) { return !sameName(row->portRole, filters.role); });
-  }
-  if (isGiven(filters.resultRole)) {
-    drop(selection, [&](auto* row) { return !sameName(row->satelliteRole, filters.resultRole); });
-  }
+  drop(selection, [&](auto* row) { return !passesFilter(filters.role, row->portRole); });
+  drop(selection, [&](auto* row) { return !passesFilter(filters.resultRole, row->satelliteRole); });
   if (isGiven(filters.resultClass)) {
     drop(selection,
          [&](auto* row) { return !isA(nameSpace, row->satelliteClass, filters.resultClass); });
@@ -89,8 +86,8 @@ CmpiStatus referencesOfPort(CmpiResult& result, const CmpiObjectPath& port,
 /// Deliberate (contract.md#satellite-association-class): the association class is not consulted.
 bool satelliteFiltersApply(const PortAssociation& association, const CmpiString& nameSpace,
                            const Filters& filters) {
-  return (!isGiven(filters.role) || sameName(association.satelliteRole, filters.role)) &&
-         (!isGiven(filters.resultRole) || sameName(association.portRole, filters.resultRole)) &&
+  return passesFilter(filters.role, association.satelliteRole) &&
+         passesFilter(filters.resultRole, association.portRole) &&
          (!isGiven(filters.resultClass) || isA(nameSpace, kPortClass, filters.resultClass));
 }
 

@@ -10,6 +10,10 @@ bool sameName(const char* a, const char* b) {
 
 bool isGiven(const char* filter) { return filter != nullptr && *filter != '\0'; }
 
+bool passesFilter(const char* filter, const char* name) {
+  return !isGiven(filter) || sameName(filter, name);
+}
+
 std::string textOf(const CmpiString& text) {
   const char* chars = text.charPtr();
   return chars == nullptr ? std::string() : std::string(chars);

@@ -17,6 +17,9 @@ bool sameName(const char* a, const char* b);
 /// none.
 bool isGiven(const char* filter);
 
+/// Whether the filter of a request allows a name: it is not given, or it is that name.
+bool passesFilter(const char* filter, const char* name);
+
 /// The text; empty for null.
 std::string textOf(const CmpiString& text);
 

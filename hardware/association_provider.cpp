@@ -16,6 +16,7 @@ namespace Hardware {
 namespace {
 
 using ORV::isGiven;
+using ORV::passesFilter;
 using ORV::sameName;
 
 class AssociationProvider : public virtual CmpiInstanceMI, public virtual OMC::SimpleAssociationMI {
@@ -201,16 +202,12 @@ Places placesOf(const Association& association, const std::string& className) {
   return {association.canBeLeft(row), association.canBeRight(row)};
 }
 
-bool passes(const char* filter, const char* role) {
-  return !isGiven(filter) || sameName(filter, role);
-}
-
 /// The places that the role filters allow.
 Places withRoles(const Association& association, Places places, const Filters& filters) {
-  const bool asLeft = passes(filters.role, association.leftRole) &&
-                      passes(filters.resultRole, association.rightRole);
-  const bool asRight = passes(filters.role, association.rightRole) &&
-                       passes(filters.resultRole, association.leftRole);
+  const bool asLeft = passesFilter(filters.role, association.leftRole) &&
+                      passesFilter(filters.resultRole, association.rightRole);
+  const bool asRight = passesFilter(filters.role, association.rightRole) &&
+                       passesFilter(filters.resultRole, association.leftRole);
   return {places.left && asLeft, places.right && asRight};
 }
 

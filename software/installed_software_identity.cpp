@@ -37,13 +37,10 @@ struct End {
 constexpr End kSystemEnd = {kSystemRole, kSoftwareRole, kHypervisorIdentityClass};
 constexpr End kSoftwareEnd = {kSoftwareRole, kSystemRole, kSystemClass};
 
-bool passes(const char* filter, const char* role) {
-  return !ORV::isGiven(filter) || ORV::sameName(filter, role);
-}
-
 bool isWanted(const End& end, const std::string& nameSpace, const char* resultClass,
               const char* role, const char* resultRole) {
-  if (!passes(role, end.role) || !passes(resultRole, end.otherRole)) return false;
+  if (!ORV::passesFilter(role, end.role)) return false;
+  if (!ORV::passesFilter(resultRole, end.otherRole)) return false;
   return !ORV::isGiven(resultClass) ||
          CmpiObjectPath(nameSpace.c_str(), end.otherClass).classPathIsA(resultClass);
 }

@@ -242,7 +242,26 @@ std::variant<Record*...> pointerToOneOf(const std::tuple<RecordCall<Record>...>&
 /// A record of any kind, to be filled.
 using AnyRecord = decltype(pointerToOneOf(kRecordCalls));
 
-/// Where a port is on PCI.
+/// Where a device is on PCI, and what it is.
+struct PciLocation {
+  std::uint16_t segment = 0;
+  std::uint8_t bus = 0;
+  std::uint8_t slot = 0;
+  std::uint8_t function = 0;
+  std::uint16_t vendorId = 0;
+  std::uint16_t deviceId = 0;
+
+  static constexpr auto facts() {
+    return std::tuple{
+        Fact{"segment", &PciLocation::segment},   Fact{"bus", &PciLocation::bus},
+        Fact{"slot", &PciLocation::slot},         Fact{"function", &PciLocation::function},
+        Fact{"vendorId", &PciLocation::vendorId}, Fact{"deviceId", &PciLocation::deviceId},
+    };
+  }
+};
+static_assert(platform::everyMemberIsAFact<PciLocation>());
+
+/// A port's device on PCI.
 class PciDevice {
  public:
   virtual ~PciDevice() = default;
@@ -252,6 +271,22 @@ class PciDevice {
   virtual std::uint8_t GetFunction() = 0;
   virtual std::uint16_t GetVendorId() = 0;
   virtual std::uint16_t GetDeviceId() = 0;
+};
+
+/// A device whose location is known.
+class LocatedPciDevice : public PciDevice {
+ public:
+  explicit LocatedPciDevice(const PciLocation& location) : location_(location) {}
+
+  std::uint16_t GetSegment() override { return location_.segment; }
+  std::uint8_t GetBus() override { return location_.bus; }
+  std::uint8_t GetSlot() override { return location_.slot; }
+  std::uint8_t GetFunction() override { return location_.function; }
+  std::uint16_t GetVendorId() override { return location_.vendorId; }
+  std::uint16_t GetDeviceId() override { return location_.deviceId; }
+
+ private:
+  PciLocation location_;
 };
 
 /// One physical Ethernet port, as it was when the list was taken. What is not part of the list is

@@ -19,21 +19,6 @@ using namespace Nodemgr::Network;
 
 namespace {
 
-class LocatedPciDevice : public PciDevice {
- public:
-  explicit LocatedPciDevice(const PciLocation& location) : location_(location) {}
-
-  std::uint16_t GetSegment() override { return location_.segment; }
-  std::uint8_t GetBus() override { return location_.bus; }
-  std::uint8_t GetSlot() override { return location_.slot; }
-  std::uint8_t GetFunction() override { return location_.function; }
-  std::uint16_t GetVendorId() override { return location_.vendorId; }
-  std::uint16_t GetDeviceId() override { return location_.deviceId; }
-
- private:
-  PciLocation location_;
-};
-
 /// An answer that is asked for when it is first needed and never again: after a failure, the
 /// failure is repeated. Until then it takes only the room of a pointer, since hosts have hundreds
 /// of ports and most requests want one group of facts or none.

@@ -1,6 +1,7 @@
 #include "platform/linux/pci_location.h"
 
 #include <charconv>
+#include <cstdint>
 #include <system_error>
 
 #include "platform/linux/sysfs.h"

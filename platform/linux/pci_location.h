@@ -1,23 +1,15 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/linux/netlink_messages.h"
+#include "platform/pnic.h"
 
 namespace LinuxHost {
 
-/// Where a device is on PCI, and what it is.
-struct PciLocation {
-  std::uint16_t segment = 0;
-  std::uint8_t bus = 0;
-  std::uint8_t slot = 0;
-  std::uint8_t function = 0;
-  std::uint16_t vendorId = 0;
-  std::uint16_t deviceId = 0;
-};
+using Nodemgr::Network::PciLocation;
 
 /// Reads a PCI address such as "0000:03:00.1". Absent when the text is not one, or when its segment
 /// does not fit PCI's 16 bits (the kernel makes up such segments for bridges in software).

@@ -31,24 +31,6 @@ enum class Fault {
 template <typename T>
 using OrFault = std::variant<T, Fault>;
 
-struct SimulatedPci {
-  std::uint16_t segment = 0;
-  std::uint8_t bus = 0;
-  std::uint8_t slot = 0;
-  std::uint8_t function = 0;
-  std::uint16_t vendorId = 0;
-  std::uint16_t deviceId = 0;
-
-  static constexpr auto facts() {
-    return std::tuple{
-        Fact{"segment", &SimulatedPci::segment},   Fact{"bus", &SimulatedPci::bus},
-        Fact{"slot", &SimulatedPci::slot},         Fact{"function", &SimulatedPci::function},
-        Fact{"vendorId", &SimulatedPci::vendorId}, Fact{"deviceId", &SimulatedPci::deviceId},
-    };
-  }
-};
-static_assert(platform::everyMemberIsAFact<SimulatedPci>());
-
 /// The operations of a port and of its PCI device that `faults` may name.
 inline std::vector<std::string> accessorNames() {
   std::vector<std::string> names = {
@@ -97,7 +79,7 @@ struct SimulatedPort : PortRecords<decltype(Nodemgr::Network::kRecordCalls)> {
   bool capabilitySupported = false;
   bool capabilityEnabled = false;
   std::uint32_t mtu = 0;
-  std::optional<SimulatedPci> pci;
+  std::optional<Nodemgr::Network::PciLocation> pci;
   AccessorFaults faults;
 
   template <typename Record>

@@ -28,7 +28,7 @@ class FilePciDevice : public PciDevice {
   std::uint16_t GetDeviceId() override { return pci(__func__).deviceId; }
 
  private:
-  const SimulatedPci& pci(const char* accessor) const {
+  const PciLocation& pci(const char* accessor) const {
     throwIfFaulty(port_, accessor);
     return port_.pci.value();
   }

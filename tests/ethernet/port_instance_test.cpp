@@ -9,12 +9,12 @@ namespace {
 
 using Nodemgr::Network::Duplex;
 using Nodemgr::Network::LinkSpeed;
+using Nodemgr::Network::PciLocation;
 using Nodemgr::Network::PnicPortMode;
 using Nodemgr::Network::TransceiverMode;
 using Nodemgr::Network::WakeOnMode;
 using orv::broker::Value;
 using orv::test::HostFault;
-using orv::test::PciFacts;
 using orv::test::PortFacts;
 using orv::test::portNamed;
 using testing::ElementsAre;
@@ -45,7 +45,7 @@ PortFacts fullPort() {
   facts.capabilitySupported = true;
   facts.capabilityEnabled = true;
   facts.mtu = 9000;
-  facts.pci = PciFacts{0, 3, 0, 1, 0x8086, 0x10fb};
+  facts.pci = PciLocation{0, 3, 0, 1, 0x8086, 0x10fb};
   facts.settings.supportedPorts = {PnicPortMode::kFibre, PnicPortMode::kTwistedPair,
                                    PnicPortMode{9}};
   facts.settings.supportedLinkModes = {{LinkSpeed{1000}, Duplex::kFull},
@@ -235,7 +235,7 @@ TEST_F(PortInstance, CapabilityFlagsAreIndependent) {
 
 TEST_F(PortInstance, LargestPciLocationFits) {
   PortFacts facts = portNamed("nic0");
-  facts.pci = PciFacts{0xffff, 0xff, 0xff, 0xff, 0xffff, 0xffff};
+  facts.pci = PciLocation{0xffff, 0xff, 0xff, 0xff, 0xffff, 0xffff};
   EXPECT_EQ(valueOf(filledPort(facts), "OtherIdentifyingInfo"),
             texts({"0xff", "0xff", "0xff", "0xffff", "0xffff", "0xffff"}));
 }

@@ -10,24 +10,10 @@ namespace {
 
 FakeNetwork* currentNetwork = nullptr;
 
-class FakePci : public Nodemgr::Network::PciDevice {
- public:
-  explicit FakePci(const PciFacts& facts) : facts_(facts) {}
-  std::uint16_t GetSegment() override { return facts_.segment; }
-  std::uint8_t GetBus() override { return facts_.bus; }
-  std::uint8_t GetSlot() override { return facts_.slot; }
-  std::uint8_t GetFunction() override { return facts_.function; }
-  std::uint16_t GetVendorId() override { return facts_.vendorId; }
-  std::uint16_t GetDeviceId() override { return facts_.deviceId; }
-
- private:
-  PciFacts facts_;
-};
-
 class FakePnic : public Nodemgr::Network::Pnic {
  public:
   explicit FakePnic(const PortFacts& facts) : facts_(facts) {
-    if (facts_.pci) pci_ = std::make_unique<FakePci>(*facts_.pci);
+    if (facts_.pci) pci_ = std::make_unique<Nodemgr::Network::LocatedPciDevice>(*facts_.pci);
     ++FakeNetwork::current().alivePorts;
   }
   ~FakePnic() override { --FakeNetwork::current().alivePorts; }
@@ -80,7 +66,7 @@ class FakePnic : public Nodemgr::Network::Pnic {
   }
 
   PortFacts facts_;
-  std::unique_ptr<FakePci> pci_;
+  std::unique_ptr<Nodemgr::Network::PciDevice> pci_;
 };
 
 void throwIf(const std::optional<HostFault>& fault) {

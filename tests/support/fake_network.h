@@ -18,15 +18,6 @@ enum class HostFault { kNodemgr, kOther };
 
 void throwFault(HostFault fault);
 
-struct PciFacts {
-  std::uint16_t segment = 0;
-  std::uint8_t bus = 0;
-  std::uint8_t slot = 0;
-  std::uint8_t function = 0;
-  std::uint16_t vendorId = 0;
-  std::uint16_t deviceId = 0;
-};
-
 /// One port as the host knows it.
 struct PortFacts {
   std::string name;
@@ -38,7 +29,7 @@ struct PortFacts {
   bool capabilitySupported = false;
   bool capabilityEnabled = false;
   std::uint32_t mtu = 0;
-  std::optional<PciFacts> pci;
+  std::optional<Nodemgr::Network::PciLocation> pci;
   Nodemgr::Network::PnicLinkSettings settings;
   Nodemgr::Network::PnicStatistics statistics;
   Nodemgr::Network::PnicCoalesceParams coalesce;

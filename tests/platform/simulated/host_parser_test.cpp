@@ -21,6 +21,7 @@ using Nodemgr::Network::Duplex;
 using Nodemgr::Network::LinkMode;
 using Nodemgr::Network::LinkSpeed;
 using Nodemgr::Network::MacAddress;
+using Nodemgr::Network::PciLocation;
 using Nodemgr::Network::PnicCoalesceParams;
 using Nodemgr::Network::PnicDriverInfo;
 using Nodemgr::Network::PnicLinkSettings;
@@ -112,7 +113,7 @@ TEST(HostDefaults, RecordsOfAPort) {
 }
 
 TEST(HostDefaults, PciMembersAreZero) {
-  const SimulatedPci pci = portOf(R"("pci": {})").pci.value();
+  const PciLocation pci = portOf(R"("pci": {})").pci.value();
   EXPECT_EQ(pci.segment, 0);
   EXPECT_EQ(pci.bus, 0);
   EXPECT_EQ(pci.slot, 0);
@@ -221,7 +222,7 @@ TEST(HostMembers, FlagsOfAPortAreApart) {
 }
 
 TEST(HostMembers, Pci) {
-  const SimulatedPci pci =
+  const PciLocation pci =
       portOf(
           R"("pci": {"segment": 65535, "bus": 255, "slot": 31, "function": 7, "vendorId": "0x8086",
                         "deviceId": "0x10FB"})")

@@ -8,7 +8,6 @@
 #include <variant>
 
 #include "platform/linux/ethtool_groups.h"
-#include "platform/linux/parent_device.h"
 #include "platform/linux/pci_location.h"
 #include "platform/linux/sysfs.h"
 #include "platform/nodemgr_exception.h"

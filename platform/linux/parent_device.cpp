@@ -24,10 +24,6 @@ std::optional<ParentDevice> parentInSysfs(const LinkRecord& link, const std::str
 
 }  // namespace
 
-std::string linkDirectory(const std::string& sysRoot, const std::string& name) {
-  return sysRoot + "/class/net/" + name;
-}
-
 bool hasParentDevice(LinkRecord& link, const std::string& sysRoot) {
   if (!link.parent && !link.parentsAreNamed) link.parent = parentInSysfs(link, sysRoot);
   return link.parent.has_value();

@@ -6,9 +6,6 @@
 
 namespace LinuxHost {
 
-/// The sysfs directory of a link.
-std::string linkDirectory(const std::string& sysRoot, const std::string& name);
-
 /// Whether the link belongs to a device. A newer kernel says so in the link's message. For the
 /// message of an older one, the parent is looked up below `sysRoot` ("/sys" or the tree of a test)
 /// and stored in `link.parent`.

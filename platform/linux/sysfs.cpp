@@ -83,6 +83,10 @@ std::optional<std::string> linkTarget(const std::string& path) {
   return std::string(target, static_cast<std::size_t>(size));
 }
 
+std::string linkDirectory(const std::string& sysRoot, const std::string& name) {
+  return sysRoot + "/class/net/" + name;
+}
+
 std::string_view baseName(std::string_view path) {
   return path.substr(path.find_last_of('/') + 1);  // npos + 1 is 0: no slash, the whole
 }

@@ -26,6 +26,9 @@ std::vector<std::string> namesIn(const std::string& directory);
 /// The text of a symbolic link.
 std::optional<std::string> linkTarget(const std::string& path);
 
+/// The directory of a network link.
+std::string linkDirectory(const std::string& sysRoot, const std::string& name);
+
 /// The last component of a path.
 std::string_view baseName(std::string_view path);
 

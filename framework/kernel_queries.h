@@ -8,10 +8,6 @@
 /// program which does not ask the kernel need not link that interface.
 namespace ORV {
 
-inline constexpr int kKernelQuerySignature = 21;
-inline constexpr HSI_Status kKernelQueryOk = 0;
-inline constexpr HSI_Status kKernelQueryFailed = 1;
-
 struct DestroyParamList {
   void operator()(HSI_ParamList* list) const { HSI_ParamListDestroy(list); }
 };
@@ -20,11 +16,11 @@ struct DestroyParamList {
 using ParamList = std::unique_ptr<HSI_ParamList, DestroyParamList>;
 
 /// Lists the instances of a node; `parameters` may be null. `list` is changed only when the answer
-/// is kKernelQueryOk.
+/// is kHsiOk.
 inline HSI_Status listInstances(HSI_Node node, const HSI_ParamList* parameters, ParamList& list) {
   HSI_ParamList* instances = nullptr;
   const HSI_Status status = HSI_GetInstanceListAlloc(node, parameters, &instances);
-  if (status == kKernelQueryOk) list.reset(instances);
+  if (status == kHsiOk) list.reset(instances);
   return status;
 }
 

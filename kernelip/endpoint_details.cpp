@@ -8,7 +8,6 @@
 namespace ORV {
 namespace {
 
-constexpr HSI_Status kOk = kKernelQueryOk;
 constexpr unsigned kGrowBy = 1;
 constexpr unsigned kMostParameters = 2;  // an interface and one of its IPv6 addresses
 
@@ -21,10 +20,10 @@ class TextParameter {
  public:
   TextParameter(HSI_ParamList* query, const HSI_Param* text) : query_(query) {
     status_ = HSI_ParamGetString(text, &text_);
-    if (status_ == kOk) status_ = HSI_ParamListAddString(query_, text_);
+    if (status_ == kHsiOk) status_ = HSI_ParamListAddString(query_, text_);
   }
   ~TextParameter() {
-    if (status_ == kOk) HSI_ParamListRemoveLastParam(query_);
+    if (status_ == kHsiOk) HSI_ParamListRemoveLastParam(query_);
   }
   TextParameter(const TextParameter&) = delete;
   TextParameter& operator=(const TextParameter&) = delete;
@@ -35,7 +34,7 @@ class TextParameter {
  private:
   HSI_ParamList* query_;
   const char* text_ = nullptr;
-  HSI_Status status_ = kKernelQueryFailed;
+  HSI_Status status_ = kHsiFailed;
 };
 
 endpointDetails recordOf(const char* interfaceName, std::uint32_t protocolType) {
@@ -49,64 +48,64 @@ endpointDetails recordOf(const char* interfaceName, std::uint32_t protocolType) 
 HSI_Status appendIpv4(const HSI_ParamList* query, const char* interfaceName,
                       std::vector<endpointDetails>& out) {
   endpointDetails record = recordOf(interfaceName, kProtocolIpv4);
-  if (HSI_Get(kHsiInterfaceIpv4, query, &record.ipv4Address, sizeof record.ipv4Address) != kOk) {
-    return kOk;
+  if (HSI_Get(kHsiInterfaceIpv4, query, &record.ipv4Address, sizeof record.ipv4Address) != kHsiOk) {
+    return kHsiOk;
   }
   const HSI_Status status =
       HSI_Get(kHsiInterfaceNetmask, query, &record.subnetMask, sizeof record.subnetMask);
-  if (status == kOk) out.push_back(record);
+  if (status == kHsiOk) out.push_back(record);
   return status;
 }
 
 HSI_Status appendIpv6Address(HSI_ParamList* query, const HSI_Param* address,
                              const char* interfaceName, std::vector<endpointDetails>& out) {
   const TextParameter parameter(query, address);
-  if (parameter.status() != kOk) return parameter.status();
+  if (parameter.status() != kHsiOk) return parameter.status();
   HsiIpv6Address value{};
   const HSI_Status status = HSI_Get(kHsiInterfaceIpv6, query, &value, sizeof value);
-  if (status != kOk) return status;
+  if (status != kHsiOk) return status;
 
   endpointDetails record = recordOf(interfaceName, kProtocolIpv6);
   std::memcpy(record.ipv6Address, value.text,
               sizeof value.text);  // the rest is zero, so it is a text
   record.prefixLength = value.prefixLength;
   out.push_back(record);
-  return kOk;
+  return kHsiOk;
 }
 
 /// An interface whose addresses cannot be listed counts as one without.
 HSI_Status appendIpv6(HSI_ParamList* query, const char* interfaceName,
                       std::vector<endpointDetails>& out) {
   ParamList addresses;
-  if (listInstances(kHsiInterfaceIpv6List, query, addresses) != kOk) return kOk;
+  if (listInstances(kHsiInterfaceIpv6List, query, addresses) != kHsiOk) return kHsiOk;
   const unsigned count = HSI_ParamListUsedCount(addresses.get());
   for (unsigned index = 0; index < count; ++index) {
     const HSI_Param* address = HSI_ParamListGetParam(addresses.get(), index);
     const HSI_Status status = appendIpv6Address(query, address, interfaceName, out);
-    if (status != kOk) return status;
+    if (status != kHsiOk) return status;
   }
-  return kOk;
+  return kHsiOk;
 }
 
 }  // namespace
 
 int collectEndpointDetails(std::vector<endpointDetails>& out) {
-  if (HSI_CheckSig(kKernelQuerySignature) != kOk) return 1;
+  if (HSI_CheckSig(kHsiSignature) != kHsiOk) return 1;
   ParamList interfaces;
-  if (listInstances(kHsiNetInterfaces, nullptr, interfaces) != kOk) return 1;
+  if (listInstances(kHsiNetInterfaces, nullptr, interfaces) != kHsiOk) return 1;
   const ParamList query(HSI_ParamListCreate(kGrowBy, kMostParameters));
   if (query == nullptr) return 1;
 
-  HSI_Status last = kOk;
+  HSI_Status last = kHsiOk;
   const unsigned count = HSI_ParamListUsedCount(interfaces.get());
   for (unsigned index = 0; index < count; ++index) {
     const TextParameter interface(query.get(), HSI_ParamListGetParam(interfaces.get(), index));
     last = interface.status();
-    if (last != kOk) continue;  // the query fails only if this is the last interface
-    if (appendIpv4(query.get(), interface.text(), out) != kOk) return 1;
-    if (appendIpv6(query.get(), interface.text(), out) != kOk) return 1;
+    if (last != kHsiOk) continue;  // the query fails only if this is the last interface
+    if (appendIpv4(query.get(), interface.text(), out) != kHsiOk) return 1;
+    if (appendIpv6(query.get(), interface.text(), out) != kHsiOk) return 1;
   }
-  return last == kOk ? 0 : 1;
+  return last == kHsiOk ? 0 : 1;
 }
 
 bool hasName(const endpointDetails& record, const char* name) {

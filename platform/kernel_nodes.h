@@ -107,9 +107,6 @@ Parameters textsOf(const Elements& elements, std::string Element::*key) {
   return texts;
 }
 
-constexpr HSI_Status kNodeAnswered = 0;
-constexpr HSI_Status kNodeFailed = 1;
-
 /// The parameters of a list; none for null.
 inline const Parameters& parametersOf(const HSI_ParamList* list) {
   static const Parameters none;
@@ -130,10 +127,10 @@ template <typename Answers, typename Host = typename Answers::Host>
 HSI_Status readNode(Host& host, std::uint32_t number, const HSI_ParamList* list, void* value,
                     std::size_t size) {
   const KernelNode<Host>* node = findNode<Answers>(number);
-  if (node == nullptr || node->value.read == nullptr || value == nullptr) return kNodeFailed;
+  if (node == nullptr || node->value.read == nullptr || value == nullptr) return kHsiFailed;
   const Parameters& parameters = parametersOf(list);
-  if (size != node->value.size || parameters.size() != node->value.parameters) return kNodeFailed;
-  return node->value.read(host, parameters, value) ? kNodeAnswered : kNodeFailed;
+  if (size != node->value.size || parameters.size() != node->value.parameters) return kHsiFailed;
+  return node->value.read(host, parameters, value) ? kHsiOk : kHsiFailed;
 }
 
 /// HSI_GetInstanceListAlloc, asked of a host.
@@ -142,16 +139,16 @@ HSI_Status listNode(Host& host, std::uint32_t number, const HSI_ParamList* list,
                     HSI_ParamList** instances) {
   const KernelNode<Host>* node = findNode<Answers>(number);
   if (node == nullptr || node->instances.list == nullptr || instances == nullptr) {
-    return kNodeFailed;
+    return kHsiFailed;
   }
   const Parameters& parameters = parametersOf(list);
-  if (parameters.size() != node->instances.parameters) return kNodeFailed;
+  if (parameters.size() != node->instances.parameters) return kHsiFailed;
   auto found = node->instances.list(host, parameters);
-  if (!found) return kNodeFailed;
+  if (!found) return kHsiFailed;
   auto answer = std::make_unique<HSI_ParamList>();
   answer->parameters = std::move(*found);
   *instances = answer.release();  // freed by HSI_ParamListDestroy
-  return kNodeAnswered;
+  return kHsiOk;
 }
 
 }  // namespace platform

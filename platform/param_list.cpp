@@ -7,14 +7,11 @@
 
 namespace {
 
-constexpr HSI_Status kOk = 0;
-constexpr HSI_Status kFailed = 1;
-
 HSI_Status append(HSI_ParamList* list, HSI_Param parameter) {
-  if (list == nullptr) return kFailed;
-  if (list->limit != 0 && list->parameters.size() >= list->limit) return kFailed;
+  if (list == nullptr) return kHsiFailed;
+  if (list->limit != 0 && list->parameters.size() >= list->limit) return kHsiFailed;
   list->parameters.push_back(std::move(parameter));
-  return kOk;
+  return kHsiOk;
 }
 
 }  // namespace
@@ -33,20 +30,20 @@ void HSI_ParamListDestroy(HSI_ParamList* list) { delete list; }
 HSI_Status HSI_ParamListAddInt(HSI_ParamList* list, std::int32_t value) try {
   return append(list, HSI_Param{false, value, {}});
 } catch (const std::bad_alloc&) {
-  return kFailed;
+  return kHsiFailed;
 }
 
 HSI_Status HSI_ParamListAddString(HSI_ParamList* list, const char* value) try {
-  if (value == nullptr) return kFailed;
+  if (value == nullptr) return kHsiFailed;
   return append(list, HSI_Param{true, 0, value});
 } catch (const std::bad_alloc&) {
-  return kFailed;
+  return kHsiFailed;
 }
 
 HSI_Status HSI_ParamListRemoveLastParam(HSI_ParamList* list) {
-  if (list == nullptr || list->parameters.empty()) return kFailed;
+  if (list == nullptr || list->parameters.empty()) return kHsiFailed;
   list->parameters.pop_back();
-  return kOk;
+  return kHsiOk;
 }
 
 unsigned HSI_ParamListUsedCount(const HSI_ParamList* list) {
@@ -59,13 +56,13 @@ const HSI_Param* HSI_ParamListGetParam(const HSI_ParamList* list, unsigned index
 
 HSI_Status HSI_ParamListGetInt32(const HSI_ParamList* list, unsigned index, std::int32_t* value) {
   const HSI_Param* parameter = HSI_ParamListGetParam(list, index);
-  if (parameter == nullptr || parameter->isText) return kFailed;
+  if (parameter == nullptr || parameter->isText) return kHsiFailed;
   *value = parameter->number;
-  return kOk;
+  return kHsiOk;
 }
 
 HSI_Status HSI_ParamGetString(const HSI_Param* parameter, const char** value) {
-  if (parameter == nullptr || !parameter->isText) return kFailed;
+  if (parameter == nullptr || !parameter->isText) return kHsiFailed;
   *value = parameter->text.c_str();
-  return kOk;
+  return kHsiOk;
 }

@@ -9,10 +9,15 @@
 ///
 /// A query starts with HSI_CheckSig, which takes a new view of the host for the calling thread. The
 /// calls that follow on that thread read this view, so that one query sees one state. Any number of
-/// threads may query at once. Every call that can fail returns 0 for success and another number
-/// otherwise; a call that fails changes no argument.
+/// threads may query at once. Every call that can fail returns kHsiOk for success and another
+/// number otherwise; a call that fails changes no argument.
 
 using HSI_Status = int;
+inline constexpr HSI_Status kHsiOk = 0;
+inline constexpr HSI_Status kHsiFailed = 1;
+
+/// The signature of the interface that this library is built for.
+inline constexpr int kHsiSignature = 21;
 
 /// Nodes that this library reads, with the type of each value.
 // clang-format off
@@ -94,8 +99,7 @@ static_assert(sizeof(HsiPowerManagement) == 588);
 struct HSI_Param;      ///< an integer or a string; owned by its list
 struct HSI_ParamList;  ///< owned by the caller until HSI_ParamListDestroy
 
-/// 0 when `signature` is 21, the interface that this library is built for, and the host can be
-/// asked.
+/// Succeeds when `signature` is kHsiSignature and the host can be asked.
 HSI_Status HSI_CheckSig(int signature);
 
 /// Reads one value. `size` must be the size of the node's type; the parameters may be null for a

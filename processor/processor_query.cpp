@@ -8,9 +8,6 @@ namespace {
 
 using ORV::ParamList;
 
-constexpr HSI_Status kOk = ORV::kKernelQueryOk;
-constexpr HSI_Status kFailed = ORV::kKernelQueryFailed;
-
 /// What the kernel says about the whole host.
 struct HostFacts {
   HsiPowerManagement powerManagement{};
@@ -25,8 +22,8 @@ HSI_Status readHostValue(HSI_Node node, Value& value) {
 
 HSI_Status readHostFacts(HostFacts& facts) {
   HSI_Status status = readHostValue(kHsiPowerManagement, facts.powerManagement);
-  if (status == kOk) status = readHostValue(kHsiTopology, facts.topology);
-  if (status == kOk) status = readHostValue(kHsiCpuModel, facts.modelName);
+  if (status == kHsiOk) status = readHostValue(kHsiTopology, facts.topology);
+  if (status == kHsiOk) status = readHostValue(kHsiCpuModel, facts.modelName);
   return status;
 }
 
@@ -35,9 +32,9 @@ class InstanceList {
  public:
   HSI_Status load(HSI_Node node) {
     const HSI_Status status = ORV::listInstances(node, nullptr, instances_);
-    if (status != kOk) return status;
+    if (status != kHsiOk) return status;
     argument_.reset(HSI_ParamListCreate(1, 1));
-    return argument_ == nullptr ? kFailed : kOk;
+    return argument_ == nullptr ? kHsiFailed : kHsiOk;
   }
 
   unsigned size() const { return HSI_ParamListUsedCount(instances_.get()); }
@@ -46,14 +43,14 @@ class InstanceList {
   template <typename Value>
   HSI_Status read(HSI_Node node, std::uint64_t position, Value& value) const {
     std::int32_t instance = 0;
-    if (position >= size()) return kFailed;
+    if (position >= size()) return kHsiFailed;
     HSI_Status status =
         HSI_ParamListGetInt32(instances_.get(), static_cast<unsigned>(position), &instance);
-    if (status == kOk) status = HSI_ParamListAddInt(argument_.get(), instance);
-    if (status != kOk) return status;
+    if (status == kHsiOk) status = HSI_ParamListAddInt(argument_.get(), instance);
+    if (status != kHsiOk) return status;
     status = HSI_Get(node, argument_.get(), &value, sizeof value);
     const HSI_Status removed = HSI_ParamListRemoveLastParam(argument_.get());
-    return status == kOk ? removed : status;
+    return status == kHsiOk ? removed : status;
   }
 
  private:
@@ -68,13 +65,13 @@ HSI_Status readPackages(const InstanceList& packages, const HostFacts& facts,
     ProcessorRecord record;
     record.name = "cpu-" + std::to_string(i);
     const HSI_Status status = packages.read(kHsiPackage, i, record.coreCount);
-    if (status != kOk) return status;
+    if (status != kHsiOk) return status;
     record.modelName = cleanModelName({facts.modelName.data(), facts.modelName.size()});
     record.hardwareThread = facts.topology.hyperThreading != 0;
     decodePowerPolicy({policy, sizeof policy}, record);
     records.push_back(record);
   }
-  return kOk;
+  return kHsiOk;
 }
 
 /// A package runs when one of its cores does. The details of that core are read only to see whether
@@ -85,13 +82,13 @@ HSI_Status readRunState(const InstanceList& cores, std::uint64_t firstCore,
   record.status = kCpuIdle;
   for (std::uint64_t core = firstCore; core < firstCore + record.coreCount; ++core) {
     const HSI_Status status = cores.read(kHsiCoreState, core, state);
-    if (status != kOk) return status;
+    if (status != kHsiOk) return status;
     if (state.running == 0) continue;
     record.status = kCpuEnabled;
     HsiCoreDetail detail{};
     return cores.read(kHsiCoreDetail, core, detail);
   }
-  return kOk;
+  return kHsiOk;
 }
 
 HSI_Status readCores(const InstanceList& cores, std::vector<ProcessorRecord>& records) {
@@ -99,13 +96,13 @@ HSI_Status readCores(const InstanceList& cores, std::vector<ProcessorRecord>& re
   for (ProcessorRecord& record : records) {
     HsiCore identification{};
     HSI_Status status = cores.read(kHsiCore, firstCore, identification);
-    if (status != kOk) return status;
+    if (status != kHsiOk) return status;
     decodeIdentification(identification, record);
     status = readRunState(cores, firstCore, record);
-    if (status != kOk) return status;
+    if (status != kHsiOk) return status;
     firstCore += record.coreCount;
   }
-  return kOk;
+  return kHsiOk;
 }
 
 }  // namespace
@@ -115,18 +112,18 @@ HSI_Status queryProcessors(std::vector<ProcessorRecord>& records) {
   InstanceList packages;
   InstanceList cores;
   std::vector<ProcessorRecord> found;
-  HSI_Status status = HSI_CheckSig(ORV::kKernelQuerySignature);
-  if (status == kOk) status = readHostFacts(facts);
-  if (status == kOk) status = packages.load(kHsiPackage);
-  if (status != kOk) return status;
+  HSI_Status status = HSI_CheckSig(kHsiSignature);
+  if (status == kHsiOk) status = readHostFacts(facts);
+  if (status == kHsiOk) status = packages.load(kHsiPackage);
+  if (status != kHsiOk) return status;
   if (packages.size() > 0) {
     status = readPackages(packages, facts, found);
-    if (status == kOk) status = cores.load(kHsiCore);
-    if (status == kOk) status = readCores(cores, found);
-    if (status != kOk) return status;
+    if (status == kHsiOk) status = cores.load(kHsiCore);
+    if (status == kHsiOk) status = readCores(cores, found);
+    if (status != kHsiOk) return status;
   }
   records.swap(found);
-  return kOk;
+  return kHsiOk;
 }
 
 }  // namespace OrvProcessor

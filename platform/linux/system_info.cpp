@@ -10,10 +10,6 @@ namespace {
 
 using LinuxHost::HostView;
 
-constexpr HSI_Status kOk = 0;
-constexpr HSI_Status kFailed = 1;
-constexpr int kSignature = 21;
-
 /// The view of the host that the calling thread's query uses.
 HostView& currentView() {
   static platform::ThreadSlot<HostView> view;
@@ -23,23 +19,23 @@ HostView& currentView() {
 }  // namespace
 
 HSI_Status HSI_CheckSig(int signature) try {
-  if (signature != kSignature) return kFailed;
+  if (signature != kHsiSignature) return kHsiFailed;
   currentView() = HostView();
-  return kOk;
+  return kHsiOk;
 } catch (const std::exception&) {
-  return kFailed;
+  return kHsiFailed;
 }
 
 HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* value,
                    std::size_t size) try {
   return LinuxHost::readNode(currentView(), node, parameters, value, size);
 } catch (const std::exception&) {
-  return kFailed;
+  return kHsiFailed;
 }
 
 HSI_Status HSI_GetInstanceListAlloc(std::uint32_t node, const HSI_ParamList* parameters,
                                     HSI_ParamList** list) try {
   return LinuxHost::listNode(currentView(), node, parameters, list);
 } catch (const std::exception&) {
-  return kFailed;
+  return kHsiFailed;
 }

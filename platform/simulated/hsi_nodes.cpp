@@ -174,13 +174,13 @@ bool fails(const SimulatedHsi& hsi, std::uint32_t node, const HSI_ParamList* par
 
 HSI_Status readNode(Host& host, std::uint32_t node, const HSI_ParamList* parameters, void* value,
                     std::size_t size) {
-  if (fails(host.hsi, node, parameters)) return platform::kNodeFailed;
+  if (fails(host.hsi, node, parameters)) return kHsiFailed;
   return platform::readNode<SimulatedAnswers>(host, node, parameters, value, size);
 }
 
 HSI_Status listNode(Host& host, std::uint32_t node, const HSI_ParamList* parameters,
                     HSI_ParamList** list) {
-  if (fails(host.hsi, node, parameters)) return platform::kNodeFailed;
+  if (fails(host.hsi, node, parameters)) return kHsiFailed;
   return platform::listNode<SimulatedAnswers>(host, node, parameters, list);
 }
 

@@ -8,10 +8,6 @@
 
 namespace {
 
-constexpr int kSignature = 21;
-constexpr HSI_Status kOk = 0;
-constexpr HSI_Status kFailed = 1;
-
 /// The host that the thread's query sees; null before its first HSI_CheckSig and after one that
 /// failed.
 std::shared_ptr<const simulated::SimulatedHost>& queriedHost() {
@@ -23,27 +19,27 @@ std::shared_ptr<const simulated::SimulatedHost>& queriedHost() {
 
 HSI_Status HSI_CheckSig(int signature) try {
   queriedHost().reset();
-  if (signature != kSignature) return kFailed;
+  if (signature != kHsiSignature) return kHsiFailed;
   auto host = simulated::loadHost();
-  if (host == nullptr || !host->hsi.signatureOk) return kFailed;
+  if (host == nullptr || !host->hsi.signatureOk) return kHsiFailed;
   queriedHost() = std::move(host);
-  return kOk;
+  return kHsiOk;
 } catch (const std::exception&) {
-  return kFailed;
+  return kHsiFailed;
 }
 
 HSI_Status HSI_Get(std::uint32_t node, const HSI_ParamList* parameters, void* value,
                    std::size_t size) try {
   const auto& view = queriedHost();
-  return view == nullptr ? kFailed : simulated::readNode(*view, node, parameters, value, size);
+  return view == nullptr ? kHsiFailed : simulated::readNode(*view, node, parameters, value, size);
 } catch (const std::exception&) {
-  return kFailed;
+  return kHsiFailed;
 }
 
 HSI_Status HSI_GetInstanceListAlloc(std::uint32_t node, const HSI_ParamList* parameters,
                                     HSI_ParamList** list) try {
   const auto& view = queriedHost();
-  return view == nullptr ? kFailed : simulated::listNode(*view, node, parameters, list);
+  return view == nullptr ? kHsiFailed : simulated::listNode(*view, node, parameters, list);
 } catch (const std::exception&) {
-  return kFailed;
+  return kHsiFailed;
 }

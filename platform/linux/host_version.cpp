@@ -14,20 +14,12 @@
 
 #include "platform/linux/kvm_device.h"
 #include "platform/linux/release_texts.h"
-#include "platform/linux/sysfs.h"
 
 // Statuses are errno values.
 
 namespace {
 
 using Values = std::map<std::string, std::string>;
-
-Values readOsRelease() {
-  for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
-    if (const auto text = LinuxHost::readText(path)) return LinuxHost::parseOsRelease(*text);
-  }
-  return {};
-}
 
 /// The first of the names that has a value, else `otherwise`.
 std::string firstOf(const Values& values, std::initializer_list<const char*> names,
@@ -51,7 +43,7 @@ int HykuserVersion_GetSystemVersion(HykuserVersion_SystemVersion* version) try {
   utsname kernel{};
   if (version == nullptr) return EINVAL;
   if (uname(&kernel) != 0) return errno;
-  const Values release = readOsRelease();
+  const Values release = LinuxHost::readOsRelease();
   HykuserVersion_SystemVersion found{};
   store(firstOf(release, {"NAME", "PRETTY_NAME", "ID"}, "Linux"), found.productName);
   store(LinuxHost::dottedVersion(kernel.release), found.version);

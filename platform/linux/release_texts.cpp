@@ -7,6 +7,8 @@
 #include <system_error>
 #include <vector>
 
+#include "platform/linux/sysfs.h"
+
 namespace LinuxHost {
 namespace {
 
@@ -113,6 +115,13 @@ std::map<std::string, std::string> parseOsRelease(std::string_view text) {
     values[std::string(line.substr(0, equals))] = unquoted(line.substr(equals + 1));
   }
   return values;
+}
+
+std::map<std::string, std::string> readOsRelease() {
+  for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
+    if (const auto text = readText(path)) return parseOsRelease(*text);
+  }
+  return {};
 }
 
 std::string dottedVersion(std::string_view kernelRelease) {

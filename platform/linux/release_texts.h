@@ -18,6 +18,9 @@ namespace LinuxHost {
 /// Lines of another form are ignored; of several assignments to a name the last one counts.
 std::map<std::string, std::string> parseOsRelease(std::string_view text);
 
+/// The assignments of this system's os-release file; none when it has no such file.
+std::map<std::string, std::string> readOsRelease();
+
 /// The dotted numbers at the beginning of a kernel release: "6.1.0" of "6.1.0-18-amd64".
 std::string dottedVersion(std::string_view kernelRelease);
 

@@ -3,20 +3,14 @@
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
 #include "platform/linux/release_texts.h"
-#include "platform/linux/sysfs.h"
 
 namespace LinuxHost {
 namespace {
 
 std::string operatingSystem() {
-  for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
-    const auto text = readText(path);
-    if (!text) continue;
-    const auto values = parseOsRelease(*text);
-    const auto name = values.find("PRETTY_NAME");
-    return name == values.end() ? "" : cleanText(name->second);
-  }
-  return "";
+  const auto values = readOsRelease();
+  const auto name = values.find("PRETTY_NAME");
+  return name == values.end() ? "" : cleanText(name->second);
 }
 
 std::string joined(std::initializer_list<std::string> texts) {

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "bench/measure.h"
 #include "bench/null_provider.h"

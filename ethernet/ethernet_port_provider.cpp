@@ -3,7 +3,6 @@
 #include <exception>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "cmpi/cmpi_array.h"
 #include "cmpi/cmpi_reference.h"

@@ -1,5 +1,8 @@
 #include "framework/factories.h"
 
+#include <cstdio>
+#include <typeinfo>
+
 namespace ORV {
 
 void initializeProvider(CmpiBaseMI& provider, const CmpiContext& context) {

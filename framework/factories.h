@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
-#include <typeinfo>
 
 #include "cmpi/cmpi_association_mi.h"
 #include "cmpi/cmpi_base_mi.h"

@@ -1,7 +1,6 @@
 // Instances of the hardware classes, which all come from one table.
 
 #include <algorithm>
-#include <optional>
 
 #include "framework/factories.h"
 #include "framework/text.h"

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstring>
 #include <iterator>
-#include <string_view>
 #include <system_error>
 
 #include "platform/nodemgr_exception.h"

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <limits>
 #include <string_view>
-#include <utility>
 
 namespace LinuxHost {
 namespace {

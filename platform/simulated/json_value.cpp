@@ -1,7 +1,6 @@
 #include "platform/simulated/json_value.h"
 
 #include <charconv>
-#include <utility>
 
 namespace simulated {
 namespace {

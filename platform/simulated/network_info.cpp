@@ -1,7 +1,5 @@
 #include "platform/network_info.h"
 
-#include <utility>
-
 #include "platform/simulated/host_file.h"
 #include "platform/simulated/simulated_pnic.h"
 

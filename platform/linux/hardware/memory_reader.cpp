@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>

@@ -60,7 +60,7 @@ double now() {
 }
 
 /// The heartbeat of the provider in this process, which sends one at once to its first subscriber.
-/// Another host is not asked: the first subscriber there would take it from those who wait for it.
+/// Not for other hosts: there the check would take that heartbeat from a client that waits for it.
 HeartbeatFacts ownHeartbeat(client::CimClient& client, const std::string& nameSpace) {
   constexpr std::chrono::seconds kPatience(5);
   metrics::HeartbeatWatch watch(
@@ -90,7 +90,7 @@ int runCheck(const Options& options, client::CimClient& client) {
     try {
       metrics::writeState(options.stateFile, *result.next);
     } catch (const std::runtime_error& e) {
-      // A fault that was seen is still the news.
+      // A fault that was found is more important than the state file.
       if (result.verdict == metrics::Verdict::kOk) throw;
       std::cerr << "orvcim: " << e.what() << "\n";
     }

@@ -21,8 +21,8 @@ using client::ServedClass;
 using notation::Json;
 using notation::jsonText;
 
-// A property list drops the keys that it does not name, while the path still has them: they are
-// shown, so that the instances can be told apart.
+// Adds the keys that a property list has left out, so that the instances can be told apart. The
+// path still has them.
 std::vector<broker::Instance> withKeys(std::vector<broker::Instance> instances) {
   for (broker::Instance& instance : instances) {
     for (const broker::Key& key : instance.path.keys) {
@@ -35,7 +35,7 @@ std::vector<broker::Instance> withKeys(std::vector<broker::Instance> instances) 
 
 struct ListRow {
   ServedClass served;
-  std::optional<std::size_t> count;  // absent: has none to count, or the request failed
+  std::optional<std::size_t> count;  // absent: not countable, or the request failed
   std::string error;
 };
 
@@ -88,7 +88,7 @@ int runList(const Options& options, CimClient& client, Printer& printer) {
   return status;
 }
 
-/// What a command asks for with one request.
+/// A command that makes one request.
 struct Question {
   Command command;
   Operation operation;

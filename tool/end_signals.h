@@ -3,18 +3,18 @@
 namespace orv::tool {
 
 /// Blocks the signals that end a command which runs until it is told to stop: SIGINT, SIGTERM, and
-/// SIGHUP of a terminal that is closed. Called before any thread starts, so that every thread
-/// inherits it and the main thread alone takes them. A reader of the output that goes away is no
-/// signal any more, but a failure of the stream.
+/// SIGHUP when the terminal is closed. Called before any thread starts: all threads inherit the
+/// mask, and only the main thread takes the signals. Also ignores SIGPIPE: when the reader of the
+/// output goes away, writing fails instead.
 void blockEndSignals();
 
-/// Waits for one of them. Later ones are left alone: what ends is ending.
+/// Waits for one of them. Those that follow are ignored, because the command is ending.
 void waitForEndSignal();
 
-/// True once, when one of them has come that nobody waited for.
+/// True if one of them is pending, the first time only. For work that does not wait.
 bool takeEndSignal();
 
-/// Sends this process one of them: it cannot go on.
+/// Sends one of them to this process.
 void raiseEndSignal();
 
 }  // namespace orv::tool

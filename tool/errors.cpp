@@ -17,7 +17,7 @@ CimError::CimError(CMPIrc rc, const std::optional<std::string>& message)
 
 int reportUnknown(const std::string& reason) {
   std::string line = oneLine(reason);
-  std::replace(line.begin(), line.end(), '|', '/');  // performance data would begin there
+  std::replace(line.begin(), line.end(), '|', '/');  // which would begin performance data
   std::cout << "ORVANE UNKNOWN - " << line << std::endl;
   return kExitUnknown;
 }

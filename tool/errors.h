@@ -10,12 +10,12 @@ namespace orv::tool {
 
 enum ExitStatus {
   kExitOk = 0,
-  kExitCimError = 1,  ///< a request was made and refused
-  kExitBadInput = 2,  ///< wrong usage, or a file or text that is not what it should be
+  kExitCimError = 1,  ///< a request failed, or anything else that is not the user's input
+  kExitBadInput = 2,  ///< wrong usage, or a file or text that cannot be used
   kExitUnknown = 3,   ///< check: no verdict
 };
 
-/// What the user gave us cannot be used. The text is one line.
+/// The user's input cannot be used. The text is one line.
 class BadInput : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -27,12 +27,12 @@ class CimError : public std::runtime_error {
   CimError(CMPIrc rc, const std::optional<std::string>& message);
 };
 
-/// The one line that explains a status to a person: name, number and text. A status without a text
-/// gets a general one.
+/// One line that explains a status to a person: name, number and text, or a general text if there
+/// is none.
 std::string statusLine(CMPIrc rc, const std::optional<std::string>& message);
 
-/// Says on standard output, as monitoring plugins do, that a check could not be made, and why.
-/// Returns the exit status for it.
+/// Prints to standard output, as monitoring plugins do, that a check could not be made and why.
+/// Returns the exit status for that.
 int reportUnknown(const std::string& reason);
 
 }  // namespace orv::tool

@@ -24,10 +24,10 @@ using notation::jsonText;
 
 constexpr std::size_t kHostsAtATime = 32;
 
-/// What one host answered.
+/// The answer of one host.
 struct HostAnswer {
   std::string name;
-  std::string text;                    // what the command prints for it
+  std::string text;                    // what the command prints
   std::string failure;                 // empty: none
   std::optional<HealthReport> health;  // of the health command
 };
@@ -56,7 +56,7 @@ HostAnswer ask(const Options& options, const FleetHost& host) {
   return answer;
 }
 
-/// Answers as they are printed.
+/// Prints answers one after the other.
 class AnswerPrinter {
  public:
   AnswerPrinter(std::ostream& out, Format format) : out_(out), json_(format == Format::kJson) {}
@@ -87,7 +87,7 @@ class AnswerPrinter {
   bool first_ = true;
 };
 
-/// The worst record, of several the one that came first.
+/// The worst record; of several that are equally bad the first one. Null when there is none.
 const HealthRecord* worstOf(const HealthReport& report) {
   const auto worst = std::max_element(
       report.records.begin(), report.records.end(),
@@ -95,7 +95,7 @@ const HealthRecord* worstOf(const HealthReport& report) {
   return worst == report.records.end() ? nullptr : &*worst;
 }
 
-/// Hosts from the worst to the best; of equal ones those with more latched records first.
+/// Sorts from the worst host to the best, and equally bad ones by the number of latched records.
 void sortByHealth(std::vector<HostAnswer>& answers) {
   const auto rank = [](const HostAnswer& answer) {
     if (!answer.health) return std::make_pair(std::uint64_t{0}, std::size_t{0});
@@ -131,7 +131,7 @@ void printFailures(const std::vector<HostAnswer>& answers, std::ostream& err) {
   table.print(err);
 }
 
-/// Asks all hosts; `take` gets each answer as it comes, one at a time.
+/// Asks all hosts. Calls `take` with each answer as it comes, one call at a time.
 void askAll(const Options& options, const std::vector<FleetHost>& hosts,
             const std::function<void(HostAnswer)>& take) {
   std::atomic<std::size_t> next{0};

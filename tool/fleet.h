@@ -13,14 +13,14 @@ namespace orv::tool {
 
 /// One of many hosts.
 struct FleetHost {
-  std::string name;  ///< as it is shown
-  /// A client for it, made in the thread that asks.
+  std::string name;  ///< for output
+  /// Makes a client for the host; called in the thread that uses the client.
   std::function<std::unique_ptr<client::CimClient>()> connect;
 };
 
-/// Asks hosts at the same time, at most 32 of them, and prints each answer as it comes under the
-/// host's name; with JSON an array of {"host": name, "answer": ...}. Of `health` one table, the
-/// worst host first. What failed stands at the end on `err`, with the reason. Returns the exit
+/// Runs the command on all hosts, up to 32 at a time, and prints each answer as it comes under the
+/// host's name; as JSON, an array of {"host": name, "answer": ...}. `health` prints one table, the
+/// worst host first. Failures are listed at the end on `err`, with their reasons. Returns the exit
 /// status.
 int runFleet(const Options& options, const std::vector<FleetHost>& hosts, std::ostream& out,
              std::ostream& err);

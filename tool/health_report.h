@@ -9,20 +9,20 @@
 
 namespace orv::tool {
 
-/// The element that a latched record is about, as it is now.
+/// The element that a latched record is about, in its present state.
 struct AffectedElement {
-  std::string path;        ///< empty when it is not known
-  std::string name = "-";  ///< ElementName
-  std::string now = "-";   ///< health; "-" for an element that is gone
-  std::vector<std::string> wrong;
+  std::string path;                ///< empty when it is not known
+  std::string name = "-";          ///< ElementName
+  std::string now = "-";           ///< HealthState with its word; "-" for an element that is gone
+  std::vector<std::string> wrong;  ///< StatusDescriptions
 };
 
-/// A latched record, its values with their words.
+/// A latched record; its values are texts, numbers with their words.
 struct HealthRecord {
   broker::Instance record;
-  std::string event;
-  std::string worst;
-  std::string since;
+  std::string event;        ///< EventId
+  std::string worst;        ///< HealthState
+  std::string since;        ///< Timestamp
   std::uint64_t state = 0;  ///< HealthState as a number
   AffectedElement element;
 };
@@ -35,14 +35,14 @@ struct HealthReport {
   std::vector<HealthRecord> records;
 };
 
-/// Asks for roll-up and latched records, and for the element of each record.
+/// Reads the roll-up, the latched records, and the element of each record.
 ///
-/// Fails: CimError.
+/// Fails: CimError, and as the client does when there is no answer.
 HealthReport readHealth(client::CimClient& client, const std::string& nameSpace);
 
 notation::Json toJson(const HealthReport& report, const broker::ClassSource& classes);
 
-/// What is wrong with an element, on one line; "-" when nothing is told.
+/// What is wrong with an element, on one line; "-" when it does not say.
 std::string wrongText(const AffectedElement& element);
 
 /// How bad a health state is: the larger, the worse. Unknown is worse than OK and better than

@@ -4,10 +4,10 @@
 
 namespace orv::tool {
 
-/// Looks whether a file describes a simulated host, so that a wrong one is reported once and before
-/// any request.
+/// Checks that a file describes a simulated host, so that a wrong one is reported once, before any
+/// request.
 ///
-/// Fails: BadInput with the file and the place of what is wrong.
+/// Fails: BadInput that names the file and the place of the error.
 void checkHostFile(const std::string& path);
 
 }  // namespace orv::tool

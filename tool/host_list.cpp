@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char* kSpaces = " \t\r";
 
-/// Without a comment, and without spaces at both ends.
+/// The line without its comment and without spaces at both ends.
 std::string content(const std::string& line) {
   std::size_t end = line.size();
   for (std::size_t i = 0; i < line.size() && end == line.size(); ++i) {

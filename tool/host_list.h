@@ -8,10 +8,10 @@
 
 namespace orv::tool {
 
-/// Servers of a file: one URL per line; empty lines are passed over, and what follows a # at the
-/// start of a line or after a space. `name` stands for the file in messages.
+/// Reads servers from a file: one URL per line. Empty lines are skipped, and comments from a # at
+/// the start of a line or after a space. `name` is the file's name in messages.
 ///
-/// Fails: BadInput with the line.
+/// Fails: BadInput that names the line.
 std::vector<client::ServerUrl> readHostList(std::istream& in, const std::string& name);
 
 }  // namespace orv::tool

@@ -61,14 +61,14 @@ broker::Response LocalClient::unsubscribe(broker::SubscriptionId id) {
   return session_.broker().unsubscribe(id);
 }
 
-// Loads the provider, whose monitor then takes its first look at the hardware, and waits until that
-// has begun. Requests for records wait for the end of the look by themselves. The monitors release
-// what they made on their attached threads after each class: that is the sign we can see. A host
-// whose hardware reports nothing gives no sign, hence the limit.
+// Loads the provider, whose monitor then reads the hardware for the first time, and waits until
+// that has begun; requests for records wait for its end by themselves. What can be seen from here
+// is that the monitors release, after each class, what they made on their attached threads. Where
+// no hardware reports anything there is nothing to see, hence the limit.
 void LocalClient::waitForHealth(const std::string& nameSpace) {
   constexpr auto kLimit = std::chrono::seconds(5);
   constexpr auto kStep = std::chrono::milliseconds(5);
-  constexpr std::size_t kSigns = 2;  // the other monitor of the provider gives one sign of its own
+  constexpr std::size_t kSigns = 2;  // one is from the provider's other monitor
   broker::Broker& broker = session_.broker();
   if (!broker.enumerateInstanceNames(nameSpace, "Orvane_RollupHealthState").ok()) return;
   const auto end = std::chrono::steady_clock::now() + kLimit;

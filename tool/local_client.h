@@ -8,7 +8,7 @@
 
 namespace orv::tool {
 
-/// This host, asked through the embedded broker of a session.
+/// This host, through the embedded broker of a session.
 class LocalClient : public client::CimClient {
  public:
   /// Fails: BadInput.
@@ -16,7 +16,7 @@ class LocalClient : public client::CimClient {
 
   broker::Response request(const broker::Request& request) override;
   broker::ClassSource classes(const std::string& nameSpace) override;
-  /// As the registration has them.
+  /// The classes of the registration.
   client::ServedClasses servedClasses(const std::string& nameSpace) override;
   broker::SubscribeResult subscribe(const broker::IndicationFilter& filter,
                                     broker::IndicationHandler handler) override;

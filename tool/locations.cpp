@@ -17,7 +17,7 @@ fs::path executableDirectory() {
   return error ? fs::path(".") : executable.parent_path();
 }
 
-/// Empty when none exists; `tried` then lists them.
+/// The first place that exists. Empty when none does; `tried` then lists them.
 std::string firstOf(const std::vector<std::string>& places, std::string& tried) {
   const fs::path base = executableDirectory();
   for (const std::string& place : places) {
@@ -29,7 +29,7 @@ std::string firstOf(const std::vector<std::string>& places, std::string& tried) 
   return "";
 }
 
-/// `option` is what names another place; null when none does.
+/// The first place that exists. `option` can name another one; null when there is no such option.
 std::string firstThatExists(const char* what, const char* option,
                             const std::vector<std::string>& places) {
   std::string tried;

@@ -4,16 +4,17 @@
 
 namespace orv::tool {
 
-/// Where things are when the command line does not say: relative to the executable, in the build
-/// tree or in an installation.
-///
-/// Fails: BadInput that names every place looked at.
+// Where files are when the command line does not say: relative to the executable, in the build tree
+// or in an installation. The first three fail with BadInput that names every place looked at.
+
+/// The provider library.
 std::string defaultLibrary(bool simulated);
+/// The schema directory.
 std::string defaultSchema();
 /// The daemon, orvcimd.
 std::string defaultDaemon();
 
-/// The second library, of the computer system and hardware, beside the first; empty where it is not
+/// The second provider library, of the computer system and its hardware; empty where it is not
 /// installed.
 std::string defaultHostLibrary(bool simulated);
 

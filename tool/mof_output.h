@@ -7,13 +7,13 @@
 
 namespace orv::tool {
 
-/// Writes an instance as MOF does, one property per line, with what numbers mean as comments:
+/// Writes an instance as MOF, one property per line, with the meaning of numbers as comments:
 ///
 ///   instance of Orvane_EthernetPort {
 ///     EnabledState = 2;  // Enabled
 ///   };
 ///
-/// Embedded instances are written out in their place.
+/// Embedded instances are written in place.
 void writeMof(std::ostream& out, const broker::Instance& instance,
               const broker::ClassSource& classes, bool withNulls);
 

@@ -8,7 +8,7 @@
 
 namespace orv::tool {
 
-/// The object path of a command line; see notation::readObjectPath.
+/// Reads an object path from the command line, as notation::readObjectPath does.
 ///
 /// Fails: BadInput.
 broker::ObjectPath objectPathArgument(std::string_view text, const std::string& nameSpace,

@@ -35,7 +35,7 @@ struct CommandText {
   Command command;
   const char* name;
   const char* description;
-  const char* examples;  ///< one or two, a line each
+  const char* examples;  ///< one or two
 };
 
 // In the order in which --help lists them.
@@ -92,7 +92,7 @@ std::string indented(const std::string& lines) {
   return text;
 }
 
-/// Options of the whole program take effect with every command, so each command's help has them.
+/// Adds the options of the whole program to each command's help, because every command takes them.
 class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_footer(const CLI::App* app) const override {
@@ -106,7 +106,7 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
-/// How many letters must be changed, added or left out to make `b` of `a`.
+/// How many letters must be changed, added or removed to turn `a` into `b`.
 std::size_t editDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -122,7 +122,7 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
 }
 
 std::string unknownCommand(const std::string& word) {
-  constexpr std::size_t kFurthest = 3;  // more changes than that make another word
+  constexpr std::size_t kFurthest = 3;  // with more changes it is another word
   const auto* nearest = std::min_element(
       std::begin(kCommands), std::end(kCommands), [&](const CommandText& a, const CommandText& b) {
         return editDistance(word, a.name) < editDistance(word, b.name);
@@ -134,7 +134,7 @@ std::string unknownCommand(const std::string& word) {
   return text;
 }
 
-/// The first word of a command line without a command; absent where there is a command.
+/// The first word of a command line without a command; absent if there is a command.
 std::optional<std::string> strayWord(const CLI::App& app) {
   if (!app.get_subcommands().empty()) return std::nullopt;
   for (const std::string& word : app.remaining()) {
@@ -177,7 +177,7 @@ void addRemoteOptions(CLI::App& app, RemoteOptions& remote) {
                  "Ask this CIM-XML server instead of this host; may be given again")
       ->allow_extra_args(false)
       ->type_name("https://USER@HOST:PORT");
-  app.add_option("--hosts", remote.hostsFile, "Ask the servers of this file, one URL per line")
+  app.add_option("--hosts", remote.hostsFile, "Ask the servers in this file, one URL per line")
       ->type_name("FILE");
   app.add_option("--password-file", remote.passwordFile,
                  "Password of the URLs' users (default: ~/.netrc, or the terminal)")
@@ -264,7 +264,7 @@ void addCheck(CLI::App& app, Options& options) {
   }
 }
 
-// Associators can be told apart by either end, references by the near one only.
+// Associators can be filtered by both ends, references only by the near one.
 void addAssociationCommand(CLI::App& app, Options& options, Command command) {
   CLI::App* sub = addCommand(app, options, command);
   addObjectPath(*sub, options);

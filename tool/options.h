@@ -26,7 +26,7 @@ enum class Command {
   kServe,
 };
 
-/// Which servers are asked instead of this host, and how.
+/// The servers that are asked instead of this host, and how.
 struct RemoteOptions {
   std::vector<std::string> urls;
   std::string hostsFile;     ///< empty: none
@@ -43,9 +43,9 @@ struct Options {
   std::string className;                          ///< names, instances
   std::string objectPath;                         ///< get and the association commands
   std::vector<std::string> classNames;            ///< watch
-  std::string listen;                             ///< serve; empty: as the daemon has it
-  std::vector<std::string> daemonOptions;         ///< serve: what else is for the daemon
-  std::map<std::string, std::string> thresholds;  ///< check: ranges by option, where given
+  std::string listen;                             ///< serve; empty: the daemon's default
+  std::vector<std::string> daemonOptions;         ///< serve: other options for the daemon
+  std::map<std::string, std::string> thresholds;  ///< check: the given ranges by option
   std::vector<std::string> ports;                 ///< check; empty: all
   std::string stateFile;                          ///< check; empty: none
   std::vector<std::string> properties;            ///< empty: all
@@ -57,8 +57,8 @@ struct Options {
   RemoteOptions remote;
 };
 
-/// Reads the command line. When there is nothing more to do (help, version, wrong usage), writes
-/// what is to be said and returns no options but sets `exitStatus`.
+/// Reads the command line. If there is nothing more to do (help, version, wrong usage), prints the
+/// text, sets `exitStatus` and returns no options.
 std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitStatus);
 
 }  // namespace orv::tool

@@ -20,13 +20,13 @@ struct PrintOptions {
   std::size_t width = 120;  ///< columns that a table may take
 };
 
-/// Writes answers in the wanted format.
+/// Writes answers in the chosen format.
 class Printer {
  public:
-  /// Takes one line about what went wrong beside the answer.
+  /// Takes one line about an error that does not prevent the answer.
   using Complain = std::function<void(const std::string&)>;
 
-  /// `out` and what `classes` finds in must outlive the printer.
+  /// `out` and whatever `classes` searches must outlive the printer.
   Printer(std::ostream& out, broker::ClassSource classes, PrintOptions options, Complain complain)
       : out_(out),
         classes_(std::move(classes)),
@@ -39,7 +39,7 @@ class Printer {
 
   void complain(const std::string& text) const { complain_(text); }
 
-  /// JSON: an array, also when empty.
+  /// JSON: an array, even if there are no instances.
   void instances(const std::vector<broker::Instance>& instances);
   /// MOF: one path per line, as commands take it. JSON: an array.
   void paths(const std::vector<broker::ObjectPath>& paths);
@@ -55,7 +55,7 @@ class Printer {
   Complain complain_;
 };
 
-/// Columns of the terminal on standard output; 120 when it is none.
+/// Columns of the terminal on standard output; 120 if it is not a terminal.
 std::size_t terminalWidth();
 
 }  // namespace orv::tool

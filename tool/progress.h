@@ -5,8 +5,7 @@
 
 namespace orv::tool {
 
-/// A line on standard error that tells how far the work is, where that is a terminal; nothing
-/// elsewhere.
+/// A progress line on standard error, if that is a terminal; otherwise nothing.
 class Progress {
  public:
   explicit Progress(std::size_t total);
@@ -15,7 +14,7 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   void show(std::size_t done, std::size_t failed);
-  /// Clears the line, for what is printed in its place.
+  /// Clears the line, so that other output can take its place.
   void hide();
 
  private:

@@ -48,9 +48,10 @@ void checkOptions(const Options& options) {
   if (!options.session.simulate.empty() || !options.session.libraries.empty() ||
       !options.session.schemas.empty()) {
     throw BadInput(
-        "--url and --hosts ask servers; --simulate, --library and --schema are for asking here");
+        "--simulate, --library and --schema are for this host; they cannot be used with --url or "
+        "--hosts");
   }
-  nameSpaceOf(options);  // an object path that cannot be read is told once, before any host
+  nameSpaceOf(options);  // reports a bad object path once, before any request
 }
 
 bool isLoopback(const ServerUrl& server) {
@@ -64,8 +65,8 @@ void warn(const RemoteOptions& options, const RemoteSettings& server) {
              " is sent in the clear; use https");
   }
   if (options.insecure && server.transport.url.tls) {
-    complain("warning: --insecure: whether " + server.transport.url.name() +
-             " is who it says is not checked");
+    complain("warning: --insecure: the identity of " + server.transport.url.name() +
+             " is not checked");
   }
 }
 
@@ -83,7 +84,7 @@ RemoteSettings settingsOf(const Options& options, const ServerUrl& server,
   return settings;
 }
 
-/// In the order of the servers; every password that must be typed is asked for here.
+/// Settings in the order of the servers. Asks for all passwords that must be typed.
 std::vector<RemoteSettings> allSettings(const Options& options) {
   client::Credentials credentials(
       {options.remote.passwordFile, client::defaultNetrcFile(), client::passwordFromTerminal});
@@ -106,7 +107,7 @@ int runOnMany(const Options& options, const std::vector<RemoteSettings>& servers
       {Command::kWatch, "watch"}, {Command::kCheck, "check"}, {Command::kMetrics, "metrics"}};
   for (const auto& [command, name] : ofOneHost) {
     if (options.command != command) continue;
-    throw BadInput(std::string(name) + " takes one --url; start it once for each host");
+    throw BadInput(std::string(name) + " takes one --url; start it once per host");
   }
   std::vector<FleetHost> hosts;
   hosts.reserve(servers.size());

@@ -4,14 +4,14 @@
 
 namespace orv::tool {
 
-/// Whether the command is for other hosts.
+/// Whether the options name other hosts.
 bool isRemote(const Options& options);
 
-/// Asks the hosts that the options name: one as if it were this one, several at the same time, with
-/// the answers grouped by host. Returns the exit status.
+/// Runs the command on the hosts that the options name: on one host as on this one, on several at
+/// the same time with the answers grouped by host. Returns the exit status.
 ///
-/// Fails: BadInput, CimError, client::ConnectionError; of several hosts only what concerns all of
-/// them.
+/// Fails: BadInput, CimError, client::ConnectionError; with several hosts only for what concerns
+/// all of them.
 int runRemotely(const Options& options);
 
 }  // namespace orv::tool

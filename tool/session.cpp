@@ -72,7 +72,7 @@ bool exportsAFactory(void* library, const std::vector<RegistrationSection>& sect
   });
 }
 
-// Loads the library to see whether it is one; the broker loads the same one then. It stays loaded.
+// Loads the library to check that it is a provider library. It stays loaded for the broker.
 void checkLibrary(const std::string& file, const std::vector<RegistrationSection>& sections) {
   std::error_code error;
   if (!fs::is_regular_file(file, error)) throw BadInput("library " + file + " is not there");
@@ -89,7 +89,7 @@ void checkLibrary(const std::string& file, const std::vector<RegistrationSection
   }
 }
 
-// Which file serves a location: the one that its name says, else the first.
+// The file for each location: the one named after it, else the first.
 std::map<std::string, std::string> librariesOf(const std::vector<RegistrationSection>& sections,
                                                const std::vector<std::string>& files) {
   std::map<std::string, std::string> libraries;
@@ -105,8 +105,8 @@ std::map<std::string, std::string> librariesOf(const std::vector<RegistrationSec
 
 constexpr const char* kHostLocation = "orvhost";
 
-// Whether the library of computer system and hardware is to be used: it is given, or none is given
-// and it is installed.
+// Whether the library of the computer system and its hardware is used: it is given, or no library
+// is given and it is installed.
 bool usesHostLibrary(const SessionOptions& options) {
   if (options.libraries.empty()) return !defaultHostLibrary(!options.simulate.empty()).empty();
   return std::any_of(options.libraries.begin(), options.libraries.end(), [](const auto& file) {
@@ -123,7 +123,7 @@ std::vector<std::string> schemasOf(const SessionOptions& options) {
   return schemas;
 }
 
-// Without libraries on the command line: ours, the second one where its classes are registered.
+// The given libraries, or else ours: the second one only if its classes are registered.
 std::vector<std::string> librariesFor(const SessionOptions& options,
                                       const std::vector<RegistrationSection>& sections) {
   if (!options.libraries.empty()) return options.libraries;
@@ -146,7 +146,7 @@ void useHostFile(const std::string& path) {
   setenv("ORV_HOST_FILE", fs::absolute(path).c_str(), 1);
 }
 
-/// Classes of the interop namespace: beside the given ones, or else ours.
+/// Directory of the interop namespace's classes: in one of the schemas, or else in ours.
 std::string interopSchema(const std::vector<std::string>& schemas) {
   for (const std::string& schema : schemas) {
     const fs::path directory = fs::path(schema) / "interop";

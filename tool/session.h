@@ -10,20 +10,20 @@
 
 namespace orv::tool {
 
-/// What a session asks, and with what.
+/// What a session is made of.
 struct SessionOptions {
-  /// Empty: the one beside the executable. Of several, each serves the registrations whose location
-  /// its name says: lib<location>.so.
+  /// Provider libraries; empty: those found by tool/locations.h. A library named lib<location>.so
+  /// serves the registrations of that location, the first one all others.
   std::vector<std::string> libraries;
   std::vector<std::string>
-      schemas;               ///< directories, in order; empty: the one beside the executable
+      schemas;               ///< directories, in order; empty: that found by tool/locations.h
   std::string simulate;      ///< host file; empty: this host
-  bool withInterop = false;  ///< with the interop namespace, for subscriptions of clients
+  bool withInterop = false;  ///< adds the interop namespace, for subscriptions of clients
 };
 
-/// An embedded broker with the library, the classes and the registration that the options name.
-/// The end of the session is the end of the broker's process for its providers: they are cleaned up
-/// with the terminating flag and their threads joined.
+/// An embedded broker with the libraries, the classes and the registration that the options name.
+/// For providers the end of the session is the end of the broker's process: they are cleaned up
+/// with the terminating flag, and join their threads.
 class Session {
  public:
   /// Fails: BadInput.
@@ -37,7 +37,7 @@ class Session {
   const std::vector<broker::RegistrationSection>& registration() const { return registration_; }
 
   using Namespaces = decltype(broker::Broker::Options::namespaces);
-  /// The broker's.
+  /// The broker's namespaces with their classes.
   const Namespaces& namespaces() const { return namespaces_; }
 
  private:

@@ -8,9 +8,9 @@ namespace orv::tool {
 namespace {
 
 constexpr std::string_view kStartLine = "--- _Create_";
-constexpr std::size_t kLongestLine = 64 * 1024;  ///< a longer one passes in pieces
+constexpr std::size_t kLongestLine = 64 * 1024;  ///< bytes; a longer line passes in pieces
 
-/// Standard error behind a filter that sees whole lines. Called with the stream's lock held.
+/// Passes whole lines on to standard error. Called with the stream's lock held.
 struct LineFilter {
   std::FILE* out;
   std::string line;
@@ -30,18 +30,18 @@ struct LineFilter {
   }
 };
 
-/// Callback of fopencookie: no exception may leave it.
+/// Callback of fopencookie, which no exception may leave.
 ssize_t writeFiltered(void* cookie, const char* text, std::size_t size) try {
   static_cast<LineFilter*>(cookie)->add({text, size});
   return static_cast<ssize_t>(size);
 } catch (...) {
-  return 0;  // the stream's error state; what was written is lost, nothing else
+  return 0;  // an error of the stream: only this text is lost
 }
 
 }  // namespace
 
-// A library writes through the C library's `stderr`, which is a variable there; std::cerr keeps the
-// stream that it was made with.
+// Libraries write to `stderr`, a variable of the C library that can be replaced. std::cerr keeps
+// the original stream.
 void hideStartLines() {
   static auto& filter = *new LineFilter{stderr, {}};
   cookie_io_functions_t functions{};

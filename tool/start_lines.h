@@ -2,10 +2,10 @@
 
 namespace orv::tool {
 
-/// Keeps the start lines of provider libraries ("--- _Create_...", one for each class that a
-/// library serves) off this process's standard error, for the rest of its life. What else a library
-/// writes there passes, line by line; the tool's own errors go through std::cerr and are not
-/// touched.
+/// Keeps the start lines of provider libraries ("--- _Create_...", one per class that a library
+/// serves) off standard error for the rest of the process. Everything else that is written to the C
+/// library's `stderr` passes, line by line; std::cerr is not affected. Called once, before other
+/// threads start.
 void hideStartLines();
 
 }  // namespace orv::tool

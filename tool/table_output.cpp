@@ -59,7 +59,7 @@ std::vector<std::vector<const Object*>> byClass(const std::vector<Object>& objec
   return groups;
 }
 
-// Every property that one of the instances shows, in the order of the first that shows it.
+// The properties of all instances, each once, in the order in which they first appear.
 std::vector<std::string> columnNames(const std::vector<const Instance*>& instances,
                                      const ClassDefinition* definition, bool withNulls) {
   std::vector<std::string> names;

@@ -9,16 +9,16 @@
 
 namespace orv::tool {
 
-/// Writes instances as tables, one for each class, in the order of each class's first instance: a
-/// row for each instance when that fits into `width` columns, else a block of "property  value"
-/// lines for each.
+/// Writes instances as tables, one per class, in the order in which classes first appear. A table
+/// has one row per instance if it fits into `width` columns, else one block of "property  value"
+/// lines per instance.
 void writeTable(std::ostream& out, const std::vector<broker::Instance>& instances,
                 const broker::ClassSource& classes, bool withNulls, std::size_t width);
 
-/// The same for object paths: a row for each, a column for each key.
+/// The same for object paths: one row per path, one column per key.
 void writeTable(std::ostream& out, const std::vector<broker::ObjectPath>& paths);
 
-/// Text of a value for a cell: texts without quotes, numbers with their words.
+/// A value as the text of a cell: strings without quotes, numbers with their words.
 std::string cellText(const broker::PropertyDefinition* property, const broker::Value& value);
 
 }  // namespace orv::tool

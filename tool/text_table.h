@@ -12,7 +12,7 @@ class TextTable {
  public:
   explicit TextTable(std::vector<std::string> header) : header_(std::move(header)) {}
 
-  /// Control characters are made harmless; missing cells are empty.
+  /// Adds a row. Control characters are written as in oneLine; missing cells are empty.
   void add(std::vector<std::string> row);
 
   bool empty() const { return rows_.empty(); }

@@ -47,7 +47,7 @@ std::string wordOf(const PropertyDefinition& property, std::uint64_t value) {
   if (values == nullptr) return "";
   const auto* map = qualifierValues(property, "ValueMap");
   if (map == nullptr) return value < values->size() ? (*values)[value] : "";
-  std::string others;  // what an entry ".." says: all numbers that no other entry covers
+  std::string others;  // of the entry "..": all numbers that no other entry covers
   for (std::size_t i = 0; i < map->size() && i < values->size(); ++i) {
     if ((*map)[i] == kRange) {
       others = (*values)[i];

@@ -7,9 +7,9 @@
 
 namespace orv::tool {
 
-/// What the property's Values qualifier calls a number, or the numbers of an array: "Enabled",
-/// "OK, Degraded". Date-times are told readably. Empty when there is nothing to add; `property` may
-/// be null.
+/// The words that the property's Values qualifier has for a number, or for the numbers of an array:
+/// "Enabled", "OK, Degraded". For a date-time, its readable form. Empty when there is nothing to
+/// add; `property` may be null.
 std::string valueWords(const broker::PropertyDefinition* property, const broker::Value& value);
 
 }  // namespace orv::tool

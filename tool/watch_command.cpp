@@ -10,7 +10,7 @@
 namespace orv::tool {
 namespace {
 
-// Subscriptions that end with the object, the latest first.
+// Subscriptions, which the destructor ends, the latest first.
 class Subscriptions {
  public:
   Subscriptions(client::CimClient& client, Printer& printer) : client_(client), printer_(printer) {}
@@ -58,7 +58,7 @@ int runWatch(const Options& options, client::CimClient& client, Printer& printer
   const auto print = [&](const broker::Instance& indication) {
     const std::lock_guard<std::mutex> lock(printing);
     printer.indication(indication);
-    if (!printer.out()) raiseEndSignal();  // nobody reads any more
+    if (!printer.out()) raiseEndSignal();  // the reader is gone
   };
   Subscriptions subscriptions(client, printer);
   for (const std::string& name : options.classNames) subscriptions.add(options, name, print);

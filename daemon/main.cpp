@@ -8,7 +8,8 @@
 
 namespace {
 
-/// Before any thread starts, so that each inherits it and the main thread alone takes them.
+/// Called before any thread starts: all threads inherit the mask, and only the main thread takes
+/// the signals.
 void blockSignals() {
   sigset_t blocked;
   sigemptyset(&blocked);

@@ -8,14 +8,14 @@
 
 namespace orv::daemon {
 
-/// GET /metrics: what `orvcim metrics` prints, and the time of the last heartbeat. Always 200; a
-/// class that its provider does not answer for is reported in the metrics.
+/// GET /metrics: what `orvcim metrics` prints, and the time of the last heartbeat. The status is
+/// always 200; orvane_class_success says which classes could not be read.
 ///
-/// Broker and watch must outlive the route.
+/// `broker` and `heartbeats` must outlive the route.
 serve::GetRoute metricsRoute(broker::Broker& broker, const std::string& nameSpace,
                              metrics::HeartbeatWatch& heartbeats);
 
-/// Subscriptions inside the broker, which no client sees. The broker must outlive them.
+/// Subscribes directly with the broker, unseen by clients. `broker` must outlive the result.
 metrics::Subscribing subscribingTo(broker::Broker& broker);
 
 }  // namespace orv::daemon

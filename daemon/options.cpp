@@ -17,13 +17,13 @@ constexpr const char* kFooter = R"(Examples:
   orvcimd --config /etc/orvcim/serve.toml
   orvcimd --listen '[::]:5989' --certificate cert.pem --key key.pem --pam
 
-Every option but --config may stand in the configuration file, without the dashes: listen = "127.0.0.1:5988".
-Other hosts are served only with a certificate, and with --pam, --client-ca or both.
-SIGHUP reads certificates and keys again.
+Every option except --config can be set in the configuration file, without its dashes: listen = "127.0.0.1:5988".
+Other hosts are served only with a certificate and with --pam, --client-ca or both.
+On SIGHUP certificates and keys are read again.
 
 Exit status: 0, 2 for wrong usage or unusable files, 1 for other failures.)";
 
-/// CLI11's reader, with the words about what is wrong that a person needs.
+/// CLI11's reader with stricter checks and clearer error messages.
 class StrictConfig : public CLI::ConfigTOML {
  public:
   explicit StrictConfig(const CLI::App& app) : app_(app) {}
@@ -52,7 +52,7 @@ std::string trimmed(const std::string& text) {
   throw CLI::ConfigError(file + ":" + std::to_string(line) + ": " + what);
 }
 
-/// Key of a line; empty for comments and blank lines.
+/// The key of a line; empty for comments and empty lines.
 std::string keyOf(const std::string& line) {
   const std::string text = trimmed(line);
   if (text.empty() || text[0] == '#') return "";
@@ -82,26 +82,25 @@ void addNetworkOptions(CLI::App& app, Options& options) {
       ->capture_default_str()
       ->type_name("ADDRESS:PORT");
   app.add_option("--certificate", options.certificate,
-                 "The server's certificate and what leads to its authority, PEM")
+                 "The server's certificate, followed by the rest of its chain, PEM")
       ->type_name("FILE");
   app.add_option("--key", options.key, "The certificate's private key, PEM")->type_name("FILE");
   app.add_option("--client-ca", options.clientAuthority,
-                 "Clients may show certificates of this authority, PEM")
+                 "Accept client certificates issued by this authority, PEM")
       ->type_name("FILE");
-  app.add_flag(
-      "--pam", options.pam,
-      "Clients may give the name and password of a member of group orvcim, checked by PAM");
+  app.add_flag("--pam", options.pam,
+               "Accept the name and password of a member of group orvcim, checked by PAM");
   app.add_option(
          "--host-name", options.hostNames,
-         "Name under which clients ask, besides addresses and this host's name; may be given again")
+         "Name that clients use for this host, besides addresses and its own; may be given again")
       ->allow_extra_args(false)
       ->type_name("NAME");
-  app.add_option("--connections", options.connections, "Connections at a time")
+  app.add_option("--connections", options.connections, "Connections at a time, at most")
       ->capture_default_str()
       ->check(CLI::Range(1, 10000))
       ->type_name("NUMBER");
   app.add_option("--connections-per-address", options.connectionsPerAddress,
-                 "Connections of one client address at a time")
+                 "Connections from one client address at a time, at most")
       ->capture_default_str()
       ->check(CLI::Range(1, 10000))
       ->type_name("NUMBER");

@@ -32,7 +32,7 @@ using serve::LogLevel;
 using tool::BadInput;
 
 constexpr const char* kGroup = "orvcim";
-/// A request that nobody begins for so long means that every worker hangs.
+/// A request that waits longer for a worker means that every worker hangs.
 constexpr std::chrono::seconds kLongestWait{60};
 
 std::string hostName() {
@@ -41,7 +41,7 @@ std::string hostName() {
   return name;
 }
 
-/// As many descriptors as the system lets us have.
+/// Raises the descriptor limit as far as needed and allowed.
 void raiseDescriptorLimit() {
   rlimit limit{};
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
@@ -50,8 +50,9 @@ void raiseDescriptorLimit() {
   setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// Bodies and answers are given back to the system as soon as they are done with, whatever their
-/// size has been; and threads that come with each request share a few arenas.
+/// Has large blocks, such as bodies and answers, returned to the system when they are freed,
+/// whatever sizes were freed before; and has the short-lived threads of requests share a few
+/// arenas.
 void keepMemoryFlat() {
   constexpr int kLargeBytes = 256 * 1024;
   constexpr int kArenas = 4;
@@ -61,7 +62,7 @@ void keepMemoryFlat() {
 
 serve::ListenSocket listenSocket(const Options& options) {
   const int handedOver = sd_listen_fds(1);
-  if (handedOver > 1) throw BadInput("more than one socket was handed over");
+  if (handedOver > 1) throw BadInput("systemd passed more than one socket");
   if (handedOver == 1) return serve::ListenSocket(SD_LISTEN_FDS_START);
   try {
     return serve::ListenSocket(serve::readListenAddress(options.listen));
@@ -72,7 +73,7 @@ serve::ListenSocket listenSocket(const Options& options) {
   }
 }
 
-/// Other hosts get in only under TLS and with proof of who they are.
+/// Other hosts are served only with TLS and authentication.
 void requireSafety(const serve::ListenSocket& socket, const Options& options) {
   if (socket.isLoopback()) return;
   const std::string where = socket.authority() + " is not a loopback address: ";
@@ -131,7 +132,7 @@ serve::Endpoint::Settings settingsOf(const Options& options) {
   return settings;
 }
 
-/// None in a namespace in which nothing is served.
+/// The classes of a namespace; none if nothing is served in it.
 std::shared_ptr<const broker::ClassRepository> classesOf(const tool::Session& session,
                                                          const std::string& nameSpace) {
   const auto found = session.namespaces().find(nameSpace);
@@ -151,7 +152,7 @@ void append(std::vector<serve::GetRoute>& routes, std::vector<serve::GetRoute> m
   std::move(more.begin(), more.end(), std::back_inserter(routes));
 }
 
-/// Tells the system's manager that we are alive, as often as it wants to hear it.
+/// Tells systemd that the service is alive, as often as its WatchdogSec demands.
 class Watchdog {
  public:
   Watchdog() {
@@ -173,7 +174,7 @@ class Watchdog {
   std::chrono::microseconds interval_{0};
 };
 
-/// The next signal; 0 when the time for the watchdog has come.
+/// Waits for the next signal; 0 when it is time to tell the watchdog.
 int nextSignal(const Watchdog& watchdog) {
   sigset_t awaited;
   sigemptyset(&awaited);

@@ -4,10 +4,10 @@
 
 namespace orv::daemon {
 
-/// Serves until SIGTERM or SIGINT, which the caller has blocked with SIGHUP before any thread
-/// began.
+/// Serves until SIGTERM or SIGINT; SIGHUP reads certificates again and forgets passwords. The
+/// caller has blocked all three before any thread started.
 ///
-/// Fails: tool::BadInput for what the options name and cannot be used; std::runtime_error.
+/// Fails: tool::BadInput when something that the options name cannot be used; std::runtime_error.
 void serve(const Options& options);
 
 }  // namespace orv::daemon

@@ -106,7 +106,7 @@ ListenSocket::ListenSocket(int descriptor) : descriptor_(descriptor) {
   socklen_t size = sizeof listening;
   if (::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) != 0 ||
       listening == 0) {
-    throw std::runtime_error("the descriptor that was handed over is not a listening socket");
+    throw std::runtime_error("the descriptor that systemd passed is not a listening socket");
   }
   readAddress();
 }

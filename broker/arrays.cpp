@@ -21,7 +21,7 @@ CMPIData elementAt(const ArrayObject& self, CMPICount index, CMPIStatus* /*out*/
   return data;
 }
 
-/// An element of another type is refused; null and chars in a string array are welcome.
+/// Refuses an element of another type, except null, and chars for a string.
 ReadValue readElement(const ArrayObject& array, const CMPIValue* value, CMPIType type) {
   if (type == CMPI_null) return {Value::ofNull(array.elementType), CMPI_RC_OK, ""};
   if (storedType(type) != array.elementType) return {Value(), CMPI_RC_ERR_FAILED, ""};

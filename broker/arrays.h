@@ -18,12 +18,14 @@ struct ArrayObject : CMPIArray, HeapEntry {
 
   CMPIType elementType;  ///< without the array bit; never chars
   Value::Array elements;
-  bool grows;  ///< made with size 0: setting the element after the last appends
+  bool grows;  ///< made with size 0: setting the element after the last one appends
 };
 
+/// In the calling thread's memory.
 CMPIArray* makeArray(CMPIType elementType, Value::Array elements);
 
-/// `size` null elements; size 0 makes a growing array. Null and status 1 beyond any sensible size.
+/// An array of `size` null elements; with size 0 a growing array. Null and status 1 for more than
+/// 2^20 elements.
 CMPIArray* makeArrayOfSize(CMPICount size, CMPIType elementType, CMPIStatus* out);
 
 }  // namespace orv::broker

@@ -21,7 +21,7 @@ ResultUse useOf(const Question& question) {
   return get ? ResultUse::kUpCallGet : ResultUse::kUpCallEnumeration;
 }
 
-/// Calls a loaded provider. What it makes for a client is freed when it has answered; what it makes
+/// Calls a loaded provider. What it makes for a client is freed once it has returned; what it makes
 /// for an up-call stays with the caller's own objects.
 void callLoaded(BrokerState& broker, Section& section, const Question& question, Answer& answer) {
   const ProviderFrame frame(answer.provider, answer.className);

@@ -10,38 +10,39 @@
 #include "broker/results.h"
 #include "broker/router.h"
 
-/// Asking providers, for clients and for up-calls alike.
+/// Calls providers, on behalf of clients and of up-calls.
 namespace orv::broker {
 
-/// A request as every provider gets it, but for the class name in its path. Borrows what the
-/// arguments point to.
+/// A request as every provider gets it, except for the class name in its path. Does not own what
+/// the arguments point to.
 struct Question {
   Operation operation = Operation::kEnumerateInstances;
   PathData path;
   CallArguments arguments;
-  const CMPIContext* context = nullptr;  ///< of an up-call; null: a client asks
-  CMPIFlags flags = 0;                   ///< of a client; goes into a context for each provider
+  const CMPIContext* context = nullptr;  ///< of an up-call; null for a client's request
+  CMPIFlags flags = 0;                   ///< of a client; written to the context of each provider
 };
 
-/// What one provider answered to its part of a request.
+/// One provider's answer to its part of a request.
 struct Answer {
   std::string provider;
-  std::string className;  ///< under which it was asked
+  std::string className;  ///< for which it was called
   CMPIrc rc = CMPI_RC_OK;
   std::optional<std::string> message;
   ResultSink returned;
 };
 
-/// What all providers answered that were asked, in their order. The status is the first failure.
+/// The answers of all providers that were called, in order. The status is the first failure.
 struct Answers {
   CMPIrc rc = CMPI_RC_OK;
   std::optional<std::string> message;
   std::vector<Answer> answers;  ///< empty: no provider serves the class, or the route failed
 };
 
-/// Routes a question and asks. In a thread that works for the broker.
+/// Routes a question and calls the providers, in the calling thread, which must work for the
+/// broker.
 Answers ask(BrokerState& broker, const Question& question);
-/// Asks those on the route.
+/// Calls the providers of a route.
 Answers ask(BrokerState& broker, const Route& route, const Question& question);
 
 }  // namespace orv::broker

@@ -14,8 +14,8 @@
 #include "broker/values.h"
 #include "cmpi/abi/cmpi_tables.h"
 
-/// The embedded broker: loads CMPI provider libraries into this process and asks them, with the
-/// manners of the object manager that they are written for. docs/broker.md says what it imitates.
+/// The embedded broker: loads CMPI provider libraries into this process and calls them as the
+/// object manager does that they are written for. docs/broker.md says what it imitates.
 ///
 ///   Broker::Options options;
 ///   options.namespaces["root/cimv2"] = std::make_shared<ClassRepository>(loadSchema("schema"));
@@ -27,12 +27,12 @@ namespace orv::broker {
 
 struct BrokerState;  // broker_state.h; internal
 
-/// A place where the object manager would have crashed, or silently lost what a provider gave it.
+/// A provider did something that would make the object manager crash, or silently lose data.
 struct Report {
   std::string provider;   ///< provider name of the registration; empty when unknown
-  std::string className;  ///< class that it was asked for or that the object has; may be empty
+  std::string className;  ///< class of the request or of the object; may be empty
   std::string property;   ///< property or key; may be empty
-  std::string what;       ///< what was done, and what it would have done
+  std::string what;       ///< what the provider did, and what would have happened
 
   /// "provider P, class C, property X: ..." on one line.
   std::string toText() const;
@@ -40,7 +40,8 @@ struct Report {
 
 using PropertyList = std::optional<std::vector<std::string>>;  ///< absent: all properties
 
-/// Filters of an association request. What is absent reaches the provider as null, text as it is.
+/// Filters of an association request. An absent one reaches the provider as null, even an empty
+/// text as text.
 struct AssociationFilter {
   std::optional<std::string> assocClass;   ///< associators, associatorNames
   std::optional<std::string> resultClass;  ///< for references the association class
@@ -64,7 +65,7 @@ enum class Operation {
 
 struct Request {
   Operation operation = Operation::kEnumerateInstances;
-  ObjectPath path;  ///< namespace and class; with keys where one object is meant
+  ObjectPath path;  ///< namespace and class; keys when it is about one object
   PropertyList properties;
   AssociationFilter filter;
   std::string query;                  ///< kExecQuery
@@ -76,7 +77,7 @@ struct Request {
 struct Response {
   CMPIrc rc = CMPI_RC_OK;
   std::optional<std::string> message;  ///< absent: the status has no text
-  std::vector<Instance> instances;     ///< empty after a failure, whatever came before it
+  std::vector<Instance> instances;     ///< empty after a failure, whatever was returned before it
   std::vector<ObjectPath> paths;       ///< the same
 
   bool ok() const { return rc == CMPI_RC_OK; }
@@ -101,38 +102,38 @@ struct SubscribeResult {
   bool ok() const { return rc == CMPI_RC_OK; }
 };
 
-/// A broker. Every member may be called from any thread, also while requests run.
+/// A broker. Every member may be called from any thread, even while requests run.
 class Broker {
  public:
   struct Options {
-    /// Classes by namespace; a namespace that is not here is invalid.
+    /// Classes by namespace; other namespaces are invalid.
     std::map<std::string, std::shared_ptr<const ClassRepository>, NameLess> namespaces;
     std::vector<RegistrationSection> registration;
 
-    /// Where the library of a section is: this file for every location; else the file for its
-    /// location; else "lib<location>.so" where the loader looks.
+    /// The library of a section: this file for every location; if empty, the file for its location;
+    /// if there is none, "lib<location>.so" as the loader finds it.
     std::string libraryFile;
     std::map<std::string, std::string> libraries;
-    /// Factories that are linked into this program, by symbol; looked up before any library is
-    /// loaded.
+    /// Factories that are linked into this program, by symbol; they take precedence over libraries.
     std::map<std::string, void*> linkedFactories;
 
     /// Absent: no authentication, and the owner of filters is null.
     std::optional<std::string> principal;
-    /// Called for each report, in the thread that causes it; must not call the broker.
+    /// Called with each report, in the thread that causes it; must not call the broker.
     std::function<void(const Report&)> onReport;
   };
 
   explicit Broker(Options options);
-  /// Ends all subscriptions; no handler runs afterwards. Calls no provider and closes no library:
-  /// call shutdown() first for that.
+  /// Ends all subscriptions; no handler runs afterwards. Calls no provider, for which shutdown() is
+  /// called first, and closes no library.
   ~Broker();
   Broker(const Broker&) = delete;
   Broker& operator=(const Broker&) = delete;
 
-  // Requests. Each runs on a thread of its own while the caller waits. Statuses before a provider
-  // is asked: 3 unknown namespace, 5 unknown class, 6 getInstance without a provider, 1 a provider
-  // that cannot be loaded.
+  // Requests. Each runs on a thread of its own while the caller waits. Statuses of the broker
+  // itself: 1 a provider that cannot be loaded, or no memory or thread; 3 unknown namespace; 4 a
+  // key given twice; 5 unknown class; 6 getInstance without a provider; 7 a change without a
+  // provider; 15 a text that is not a query.
 
   Response request(const Request& request);
 
@@ -147,26 +148,26 @@ class Broker {
                       const PropertyList& properties = std::nullopt);
   Response referenceNames(const ObjectPath& source, const AssociationFilter& filter = {});
 
-  // Indications. The handler runs in the thread that delivers, one call at a time for a
-  // subscription, and never after unsubscribe has returned.
+  // Indications. The handler runs in the thread that delivers the indication, one call at a time
+  // per subscription, and never after unsubscribe has returned.
 
   SubscribeResult subscribe(const IndicationFilter& filter, IndicationHandler handler);
-  /// Calls deActivateFilter for the last subscription of a filter; the subscription is gone in any
-  /// case.
+  /// Ends a subscription, whatever the status. For the last one of a filter, calls
+  /// deActivateFilter, whose status is returned. 6 for an unknown id.
   Response unsubscribe(SubscriptionId id);
 
-  /// The walk at the end of the process: disableIndications and terminating cleanup, once per kind
-  /// of provider and library, most recently loaded section first. Requests that need a provider
-  /// fail with 1 afterwards.
+  /// Does what happens at the end of the object manager's process: disableIndications and
+  /// terminating cleanup, once per kind of provider and library, the most recently loaded section
+  /// first. Afterwards requests that need a provider fail with 1.
   void shutdown();
 
-  /// How often providers have freed what an attached thread of theirs made, through the eighth slot
-  /// of the context's table.
+  /// How often providers have called the eighth slot of a context's table, which frees what the
+  /// calling thread has made.
   std::size_t contextReleaseCalls() const;
 
-  /// The record that providers get. One for the process: it finds the broker by the calling thread
-  /// and, on a thread that never attached, takes the one created last that is still alive. Never
-  /// null, valid for ever.
+  /// The record that providers get, one for the whole process. It finds the broker through the
+  /// calling thread; on a thread that never attached, it takes the most recently created broker
+  /// that still exists. Never null, always valid.
   static const CMPIBroker* cmpi();
 
  protected:

@@ -15,8 +15,7 @@ std::shared_ptr<const ClassRepository> BrokerState::classes(const std::string& n
 std::shared_ptr<const ClassLayout> BrokerState::layout(const std::string& nameSpace,
                                                        const std::string& className) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  // Only spellings of known classes are kept, so that strange requests cannot fill the memory for
-  // long.
+  // Only known classes are kept, so that requests for unknown ones cannot fill the memory.
   const auto known = layouts_.find({nameSpace, className});
   if (known != layouts_.end()) return known->second;
   const auto repository = classes(nameSpace);

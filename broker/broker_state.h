@@ -14,7 +14,7 @@
 
 namespace orv::broker {
 
-/// Everything behind a Broker. Threads that work for it share it, so that it outlives a call in
+/// The state of a Broker. Threads that work for the broker share it, so that it outlives calls in
 /// progress.
 struct BrokerState {
   explicit BrokerState(Broker::Options brokerOptions);
@@ -32,7 +32,7 @@ struct BrokerState {
   std::atomic<CMPIUint32> lastSession{0};
 
  private:
-  std::mutex mutex_;  // guards layouts_; innermost
+  std::mutex mutex_;  // guards layouts_; no other is locked while it is held
   std::map<std::pair<std::string, std::string>, std::shared_ptr<const ClassLayout>> layouts_;
 };
 

@@ -4,7 +4,7 @@
 
 namespace orv::broker {
 
-/// Tables of the broker record; the slots that the object manager leaves null are null.
+/// Tables of the broker record. Slots that the object manager leaves null are null here.
 CMPIBrokerFT* brokerTable();
 CMPIBrokerEncFT* factoryTable();
 CMPIBrokerExtFT* serviceTable();

@@ -10,8 +10,7 @@ namespace {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// Qualifiers of a class that speak of this class only; every other one holds for its subclasses
-// too.
+// Qualifiers that apply to one class only; every other one is inherited by subclasses.
 constexpr std::string_view kRestrictedQualifiers[] = {"Abstract", "Deprecated", "Override",
                                                       "Terminal", "Version"};
 
@@ -51,8 +50,8 @@ void inheritQualifiers(const std::vector<QualifierValue>& from, std::vector<Qual
   }
 }
 
-// `own` takes the place of `inherited`: the name as first declared, what own leaves open from
-// there.
+// `own` overrides `inherited`. It takes the inherited spelling of the name, and whatever it does
+// not declare itself.
 PropertyDefinition overridden(const PropertyDefinition& inherited, PropertyDefinition own) {
   own.name = inherited.name;
   own.originClass = inherited.originClass;

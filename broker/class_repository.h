@@ -11,7 +11,7 @@
 
 namespace orv::broker {
 
-/// Compares CIM names: without regard to the case of ASCII letters.
+/// Compares CIM names, ignoring the case of ASCII letters.
 bool sameName(std::string_view a, std::string_view b);
 
 struct NameLess {
@@ -19,8 +19,7 @@ struct NameLess {
   bool operator()(std::string_view a, std::string_view b) const;
 };
 
-/// One qualifier as written in MOF; its values are the literal texts (a boolean is "true" or
-/// "false").
+/// A qualifier in use, as in MOF: its values are literals (a boolean is "true" or "false").
 struct QualifierValue {
   std::string name;
   CMPIType type = CMPI_boolean;  ///< declared type, with CMPI_ARRAY for arrays
@@ -40,17 +39,17 @@ struct PropertyDefinition {
   std::string name;
   CMPIType type = CMPI_string;  ///< with CMPI_ARRAY for arrays; CMPI_ref for references
   std::string referenceClass;   ///< of a reference
-  std::string originClass;      ///< class that declares it first
-  std::string declaringClass;  ///< class whose declaration holds: that one, or the last to override
-  bool key = false;            ///< inherited through Override
+  std::string originClass;      ///< class that first declares it
+  std::string declaringClass;  ///< class whose declaration applies: the origin or the last override
+  bool key = false;            ///< also when only the overridden declaration says so
   bool embeddedObject = false;                           ///< string with EmbeddedObject
   std::string embeddedClass;                             ///< string with EmbeddedInstance("class")
   std::optional<std::vector<std::string>> defaultValue;  ///< literal texts; absent: null
   std::vector<QualifierValue> qualifiers;
 };
 
-/// One class, complete: inherited properties first, in the order of declaration, overrides in the
-/// place of what they override.
+/// One class, complete: inherited properties come first, in order of declaration; an override takes
+/// the place of what it overrides.
 struct ClassDefinition {
   std::string name;
   std::string superclass;  ///< empty at the root
@@ -60,10 +59,11 @@ struct ClassDefinition {
   std::vector<PropertyDefinition> properties;
   std::vector<QualifierValue> qualifiers;
 
+  /// Null when there is no property of that name.
   const PropertyDefinition* property(std::string_view propertyName) const;
 };
 
-/// The classes of one namespace, read from MOF. Immutable once loaded, so any thread may read.
+/// The classes of one namespace, read from MOF. Not changed once loaded, so any thread may read it.
 class ClassRepository {
  public:
   ClassRepository() = default;
@@ -72,18 +72,18 @@ class ClassRepository {
   ClassRepository(const ClassRepository&) = delete;
   ClassRepository& operator=(const ClassRepository&) = delete;
 
-  /// Adds a class whose own (not inherited) features are given; completes it from its superclass,
-  /// which must be there already.
+  /// Adds a class that is given with its own (not inherited) features, and completes it from its
+  /// superclass, which must have been added before.
   ///
-  /// A class that is there already may be declared again when both declarations have a Version
-  /// qualifier and nothing derives from it yet: the higher version counts, of equal ones the first.
-  /// Versions are compared number by number, and 1.0 is lower than 1.0.0.
+  /// An existing class may be declared again when both declarations have a Version qualifier and no
+  /// class derives from it yet: the higher version is kept, or the first of equal ones. Versions
+  /// are compared number by number; 1.0 is lower than 1.0.0.
   ///
-  /// Returns whether the class was taken; false when the declaration that is there counts. Fails:
-  /// std::invalid_argument, when the name is taken otherwise or the superclass unknown.
+  /// Returns whether the class was added; false when the existing declaration is kept. Fails:
+  /// std::invalid_argument when the class may not be declared again or the superclass is unknown.
   bool add(ClassDefinition own);
 
-  /// Keeps a qualifier's declaration; a later one of the same name takes its place.
+  /// Adds a qualifier's declaration; it replaces an earlier one of the same name.
   void declare(QualifierDefinition qualifier);
 
   /// Every declared qualifier, by name.
@@ -94,10 +94,11 @@ class ClassRepository {
   /// Null when there is no class of that name.
   const ClassDefinition* find(std::string_view name) const;
 
-  /// True when `name` is `ancestor` or derives from it; equal names are true without a look-up.
+  /// True when `name` is `ancestor` or derives from it. Equal names need not be known classes.
   bool isA(std::string_view name, std::string_view ancestor) const;
 
-  /// The class itself is not among them; parents precede their children.
+  /// The direct subclasses, or with `deep` all of them, parents before their children. Without the
+  /// class itself.
   std::vector<const ClassDefinition*> subclasses(std::string_view name, bool deep) const;
 
   /// Every class, parents before their children, in the order in which they were added.

@@ -8,8 +8,8 @@
 
 namespace orv::broker {
 
-/// Where definitions of classes are found: in a repository, or with somebody who asks for them when
-/// they are needed. A cheap value; what it finds in must outlive it.
+/// Finds class definitions, in a repository or through a function that gets them when they are
+/// needed. Cheap to copy; what it searches must outlive it.
 class ClassSource {
  public:
   using Find = std::function<const ClassDefinition*(std::string_view name)>;

@@ -42,7 +42,7 @@ CMPIContext* cloneContext(const CMPIContext* /*self*/, CMPIStatus* out) {
   return nullptr;
 }
 
-/// Deliberate (contract.md#missing-entry): null, with a rubbish value.
+/// Deliberate (contract.md#missing-entry): state null, with a meaningless value.
 CMPIData missingEntry(CMPIStatus* out) {
   answer(out, CMPI_RC_ERR_NO_SUCH_PROPERTY);
   CMPIData data{};
@@ -98,16 +98,16 @@ EightSlotTable contextTable = {
     {1, releaseContext, cloneContext, getEntry, getEntryAt, slot<getEntryCount>, slot<addEntry>},
     slot<freeThreadObjects>};
 
-/// Contexts that died last. Never destroyed: threads may outlive main.
+/// The contexts that ended last. Never destroyed, because threads may outlive main.
 struct DeadContexts {
   std::mutex mutex;  // guards list; nothing is locked while it is held
   std::deque<std::unique_ptr<ContextObject>> list;
 };
 
-/// Without memory for the list the context goes at once.
+/// Keeps a context that has ended; frees it at once when there is no memory for the list.
 void keepDead(std::unique_ptr<ContextObject> context) try {
   static auto* dead = new DeadContexts;
-  std::unique_ptr<ContextObject> oldest;  // destroyed with the mutex free
+  std::unique_ptr<ContextObject> oldest;  // destroyed after the mutex is unlocked
   const std::lock_guard<std::mutex> lock(dead->mutex);
   dead->list.push_back(std::move(context));
   if (dead->list.size() <= kDeadContextsKept) return;
@@ -174,7 +174,7 @@ ContextObject* liveContext(const CMPIContext* record, const char* use) {
     report("", "", std::string(use) + " without a context: a crash");
     return nullptr;
   }
-  // Known by a slot: a copy of the table serves as well as the table itself.
+  // Recognised by one slot, so that a copy of the table is accepted too.
   if (record->ft == nullptr || record->ft->addEntry != contextTable.standard.addEntry) {
     report("", "", std::string(use) + " with a context that the broker did not make: a crash");
     return nullptr;

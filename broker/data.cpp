@@ -14,7 +14,7 @@
 namespace orv::broker {
 namespace {
 
-// In characters: the object manager's buffer less its end.
+// In characters: the object manager's buffer without its terminating null.
 constexpr std::size_t kLongestReference = 4095;
 
 ReadValue fine(Value value) { return {std::move(value), CMPI_RC_OK, ""}; }
@@ -40,7 +40,7 @@ bool visitNumberMember(CMPIType type, Visit visit) {
          isIn(CMPI_char16, &CMPIValue::uint16);
 }
 
-/// Types that a property, key, element or argument may have.
+/// Whether a property, key, element or argument may have the type.
 bool isValueType(CMPIType type) {
   constexpr CMPIType kOthers[] = {CMPI_boolean, CMPI_instance, CMPI_ref,
                                   CMPI_string,  CMPI_chars,    CMPI_dateTime};
@@ -107,7 +107,7 @@ ReadValue readArray(const CMPIArray* record, CMPIType type) {
   return fine(Value::ofArray(own->elementType, own->elements));
 }
 
-/// Whether a key value holds a character, at any depth.
+/// Whether a key value contains the character, at any depth.
 bool keysContain(const ObjectPath& path, char wanted) {
   return std::any_of(path.keys.begin(), path.keys.end(), [wanted](const Key& key) {
     const auto* text = std::get_if<std::string>(&key.value.content);

@@ -24,14 +24,15 @@ struct DateTimeObject : CMPIDateTime, HeapEntry {
 
 CMPIDateTime* makeDateTime(DateTime value);
 
-/// The 25-character form, read: yyyymmddhhmmss.mmmmmmsutc (s is + or -, utc minutes) or
-/// ddddddddhhmmss.mmmmmm:000. Absent when it is malformed.
+/// Reads the 25-character form: yyyymmddhhmmss.mmmmmmsutc (s is + or -, utc is in minutes) or
+/// ddddddddhhmmss.mmmmmm:000. Absent for a text of another form.
 std::optional<DateTime> parseDateTime(std::string_view text);
 
-/// Microseconds since the epoch in local time with the local offset; or an interval.
+/// The date-time of microseconds since the epoch, written in local time; or an interval of
+/// microseconds.
 DateTime dateTimeFromBinary(std::uint64_t microseconds, bool interval);
 
-/// Now, in local time.
+/// The present time, written in local time.
 DateTime currentDateTime();
 
 }  // namespace orv::broker

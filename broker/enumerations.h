@@ -10,7 +10,7 @@
 
 namespace orv::broker {
 
-/// Result of an up-call: instances or paths, taken one by one.
+/// The result of an up-call: instances or paths, which the caller gets one by one.
 struct EnumerationObject : CMPIEnumeration, HeapEntry {
   using Item = std::variant<InstanceData, PathData>;
   using Record = CMPIEnumeration;

@@ -9,7 +9,7 @@
 #include "broker/select_expressions.h"
 #include "broker/strings.h"
 
-/// Factories of encapsulated objects, and tests on them.
+/// Slots that make objects or examine them.
 namespace orv::broker {
 namespace {
 
@@ -61,7 +61,7 @@ CMPISelectExp* newSelectExp(Mb /*broker*/, const char* query, const char* langua
   return newSelectExpression(query, language, projection, out);
 }
 
-/// Deliberate (contract.md#class-path-is-a): the status is OK, whatever is wrong.
+/// Deliberate (contract.md#class-path-is-a): the status is always OK.
 CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char* ancestor,
                          CMPIStatus* out) {
   answer(out, CMPI_RC_OK);
@@ -73,11 +73,11 @@ CMPIBoolean classPathIsA(Mb /*broker*/, const CMPIObjectPath* record, const char
   return classes && classes->isA(*path->data.className, ancestor) ? 1 : 0;
 }
 
-/// Paths and instances only.
+/// Only for paths and instances.
 CMPIString* toString(Mb /*broker*/, const void* object, CMPIStatus* out) {
   answer(out, CMPI_RC_ERR_NOT_SUPPORTED);
   if (object == nullptr) return nullptr;
-  // Every record has its table behind the handle, so the table shows the kind.
+  // In every record the table comes after the handle, so the table shows the kind.
   const auto* path = static_cast<const CMPIObjectPath*>(object);
   if (isPathTable(path->ft)) return path->ft->toString(path, out);
   const auto* instance = static_cast<const CMPIInstance*>(object);

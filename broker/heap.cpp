@@ -6,8 +6,8 @@
 namespace orv::broker {
 namespace {
 
-// Objects alive in the process. Trivially destructible: those of threads that outlive main count
-// down here.
+// Number of objects alive in the process. Trivially destructible, because threads that outlive main
+// still count down.
 std::atomic<std::size_t> liveEntries{0};
 
 }  // namespace
@@ -50,7 +50,7 @@ void ThreadHeap::add(HeapEntry* entry) {
 CMPIGcStat* ThreadHeap::mark() {
   static std::atomic<std::uintptr_t> lastToken{0};
   levels_.emplace_back();
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a number in disguise, never followed
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a number, never dereferenced
   levels_.back().token = reinterpret_cast<CMPIGcStat*>(++lastToken);
   return levels_.back().token;
 }
@@ -72,7 +72,7 @@ void ThreadHeap::releaseInnermost() {
 }
 
 void ThreadHeap::freeInnermost() {
-  // A destructor may free objects that it owns in turn, so the list is taken out first.
+  // Destructors may free further objects, so the list is moved out first.
   const std::vector<HeapEntry*> entries = std::move(levels_.back().entries);
   levels_.back().entries.clear();
   size_ -= entries.size();

@@ -7,15 +7,15 @@
 
 #include "cmpi/abi/cmpi_types.h"
 
-/// Memory of broker objects. Each thread has a heap of its own: what a factory slot, a getter or an
-/// up-call makes is entered there and freed when an enclosing mark is released, when the request
+/// Memory of broker objects. Each thread has a heap of its own. What a factory slot, a getter or an
+/// up-call makes is added to it, and freed when an enclosing mark is released, when the request
 /// ends, or when the thread ends. Clones and prepared contexts are in no heap; their owner releases
 /// them.
 namespace orv::broker {
 
 class ThreadHeap;
 
-/// What every broker object has beside its C record. Counts itself while it lives.
+/// The part of every broker object besides its C record. Counts the objects that are alive.
 class HeapEntry {
  public:
   HeapEntry();
@@ -25,14 +25,14 @@ class HeapEntry {
 
   ThreadHeap* heap() const { return heap_; }
 
-  /// Ends the object's life. Objects that are watched for late use stay in memory after it.
+  /// Frees the object. Overridden where memory is kept so that late use can be reported.
   virtual void free() { delete this; }
 
-  /// Objects alive in the process, of all brokers and threads.
+  /// Number of objects alive in the process, of all brokers and threads.
   static std::size_t countAlive();
 
  protected:
-  /// Leaves the heap and the count while the object stays in memory.
+  /// Removes the object from its heap and the count while its memory is kept.
   void retire();
 
  private:
@@ -43,7 +43,7 @@ class HeapEntry {
   bool retired_ = false;
 };
 
-/// Objects of one thread, in nested marks. Only its own thread uses it.
+/// The objects of one thread, in nested marks. Used only by that thread.
 class ThreadHeap {
  public:
   ThreadHeap();
@@ -53,13 +53,14 @@ class ThreadHeap {
 
   static ThreadHeap& ofThisThread();
 
+  /// Adds an object to the innermost mark. Fails: std::bad_alloc.
   void add(HeapEntry* entry);
 
   /// Number of open marks.
   std::size_t depth() const { return levels_.size() - 1; }
   std::size_t size() const { return size_; }
 
-  /// Opens a mark; the token names it.
+  /// Opens a mark and returns its token.
   CMPIGcStat* mark();
   /// True when `token` is the innermost open mark.
   bool isInnermost(const CMPIGcStat* token) const;
@@ -70,12 +71,12 @@ class ThreadHeap {
   void freeInnermost();
 
   enum class ReleaseOutcome { kFreed, kOtherThread, kOtherMark };
-  /// Frees one object before its time; one that is in no heap always. The others stay.
+  /// Frees one object. Refuses one that is in another thread's heap or under an outer mark.
   static ReleaseOutcome release(HeapEntry* entry);
 
  private:
   struct Level {
-    CMPIGcStat* token = nullptr;  // a number never given out before, not an address
+    CMPIGcStat* token = nullptr;  // a unique number, not an address
     std::vector<HeapEntry*> entries;
   };
   void remove(HeapEntry* entry);
@@ -90,11 +91,11 @@ class HeapScope {
   HeapScope() : heap_(ThreadHeap::ofThisThread()), depth_(heap_.depth()) { heap_.mark(); }
   HeapScope(const HeapScope&) = delete;
   HeapScope& operator=(const HeapScope&) = delete;
-  /// Closes marks that were left open inside, too.
+  /// Also closes marks that were left open inside.
   ~HeapScope() {
     while (heap_.depth() > depth_) heap_.releaseInnermost();
   }
-  /// Marks that were opened inside and are open still.
+  /// Number of marks that were opened inside and are still open.
   std::size_t openMarks() const { return heap_.depth() - depth_ - 1; }
 
  private:

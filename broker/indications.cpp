@@ -35,7 +35,7 @@ struct IndicationHub::Filter {
 
 namespace {
 
-/// The arguments that the calls about a filter share, in the calling thread's memory.
+/// The common arguments of all calls about a filter, in the calling thread's memory.
 struct FilterCall {
   CMPIIndicationMI* mi;
   const CMPIContext* context;
@@ -53,7 +53,7 @@ FilterCall makeFilterCall(BrokerState& broker, const Section& section, const Ind
           makeSelectExpression(query), query->className.c_str(), makePath(std::move(path))};
 }
 
-/// Calls one slot of an indication provider; a null slot is reported, an exception stays here.
+/// Calls one slot of an indication provider. A null slot and an exception are reported.
 CMPIStatus callSlot(bool present, const char* name, const std::function<CMPIStatus()>& call) {
   if (!present) {
     report("", "", std::string(name) + " is null in the provider's table: a crash");
@@ -78,7 +78,7 @@ SubscribeResult notSubscribed(CMPIrc rc, std::string message) {
   return result;
 }
 
-/// What the broker writes into indications whose class has a place for it.
+/// Sets the properties that the broker itself writes, if the indication's class has them.
 void stamp(Instance& indication, const std::string& filterName, std::int64_t sequence) {
   for (Property& property : indication.properties) {
     if (sameName(property.name, "SequenceNumber")) {

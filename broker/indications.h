@@ -15,27 +15,27 @@ namespace orv::broker {
 
 struct Section;
 
-/// Filters, subscriptions and delivery. Any thread.
+/// Filters, subscriptions and delivery. Thread-safe.
 class IndicationHub {
  public:
   IndicationHub();
   ~IndicationHub();
 
-  /// In a request's thread of the broker: asks every indication provider of the filter's class and
-  /// its subclasses in the order authorizeFilter, mustPoll, activateFilter, enableIndications.
+  /// Called in a request's thread. Calls every indication provider of the filter's class and its
+  /// subclasses in the order authorizeFilter, mustPoll, activateFilter, enableIndications.
   SubscribeResult subscribe(BrokerState& broker, const IndicationFilter& filter,
                             IndicationHandler handler);
 
-  /// No handler call of that subscription runs once this has returned, except the caller's own.
-  /// False: no such subscription.
+  /// Once this has returned, that subscription's handler does not run, unless it is the caller.
+  /// False when there is no such subscription.
   bool silence(SubscriptionId id);
-  /// In a request's thread: forgets the subscription; the last one of a filter deactivates the
-  /// filter.
+  /// Called in a request's thread. Removes the subscription; with the last one of a filter,
+  /// deactivates the filter.
   CMPIStatus remove(BrokerState& broker, SubscriptionId id);
   void silenceAll();
 
-  /// Hands an indication to every subscription whose filter selects it. A projection narrows
-  /// `instance` for good. Its class must be known.
+  /// Passes an indication to every subscription whose filter selects it. The class must be known. A
+  /// filter's projection changes `instance` permanently.
   void deliver(InstanceData& instance);
 
  private:
@@ -53,12 +53,12 @@ class IndicationHub {
 
   // One change at a time. Held while providers are called; locked before mutex_.
   std::recursive_mutex changes_;
-  mutable std::mutex mutex_;  // guards the members below; never held while others are called
+  mutable std::mutex mutex_;  // guards the members below; not held during calls of others
   std::vector<FilterPointer> filters_;
   SubscriptionId lastId_ = 0;
 };
 
-/// disableIndications of a section's provider, whether it was enabled or not.
+/// Calls disableIndications of a section's provider, even if indications are not enabled.
 CMPIStatus disableIndications(Section& section, const CMPIContext* context);
 
 /// The deliverIndication slot.

@@ -9,7 +9,7 @@ bool isArrayType(CMPIType type) { return (type & CMPI_ARRAY) != 0; }
 
 bool isNumber(CMPIType type) { return type != CMPI_null && type < CMPI_ENC; }
 
-/// A key that was never set: numbers read as zero, everything else as null.
+/// The value of a key in a path. A key that was never set is zero if it is a number, else null.
 Value keyValue(const Value& value) {
   if (!value.null || !isNumber(value.type)) return value;
   if (value.type == CMPI_boolean) return Value::ofBoolean(false);

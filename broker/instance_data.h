@@ -14,7 +14,7 @@
 
 namespace orv::broker {
 
-/// What setting a value of one type over a value of another does.
+/// What happens when a value of one type is set over a value of another.
 enum class TypeCheck {
   kFits,      ///< replaces the value, and its type
   kMismatch,  ///< status 13, nothing changes
@@ -22,36 +22,37 @@ enum class TypeCheck {
 };
 TypeCheck checkType(CMPIType current, CMPIType wanted);
 
-/// Content of an instance, with the object manager's rules and without its tables.
+/// Content of an instance, following the object manager's rules.
 class InstanceData {
  public:
   /// `layout` is null for a class that the repository does not know.
   InstanceData(std::string nameSpace, std::string className,
                std::shared_ptr<const ClassLayout> layout);
-  /// A copy of a plain instance; declared properties that it lacks stay out, as if filtered away.
+  /// A copy of a plain instance. Declared properties that it lacks are absent, as if filtered out.
   InstanceData(const Instance& plain, std::shared_ptr<const ClassLayout> layout);
 
   enum class SetOutcome { kStored, kDropped, kMismatch, kCrash };
-  /// kDropped: a property filter keeps it out, whatever its type.
+  /// Sets a property. kDropped: a property filter keeps it out, whatever its type.
   SetOutcome set(std::string_view name, Value value);
-  /// The same for a call of the provider, which is noted in the order of settings.
+  /// The same for a call of the provider, which setOrder records.
   SetOutcome setByProvider(std::string_view name, Value value);
 
+  /// Null when there is no such property.
   const Value* get(std::string_view name) const;
   std::size_t count() const;
-  /// Null name beyond the end.
+  /// Name and value of a property; both null beyond the end.
   std::pair<const std::string*, const Value*> at(std::size_t index) const;
 
-  /// Keeps and accepts only the listed properties and the keys; keys that are not listed are
-  /// readable but not sent.
+  /// From now on keeps and accepts only the listed properties and the keys. Keys that are not
+  /// listed can be read but are not sent.
   void applyFilter(const std::vector<std::string>& listed);
 
-  /// Namespace, class and one key for each declared key, set or not; absent for an unknown class.
+  /// Namespace, class and every declared key, set or not; absent for an unknown class.
   std::optional<ObjectPath> objectPath() const;
-  /// Namespace and class of a path, and its keys as properties.
+  /// Takes namespace and class from a path, and sets its keys as properties.
   void setObjectPath(const ObjectPath& path, std::shared_ptr<const ClassLayout> layout);
 
-  /// What a client would see.
+  /// The instance that a client would get.
   Instance toPlain() const;
 
   const std::string& nameSpace() const { return nameSpace_; }

@@ -19,20 +19,20 @@ struct InstanceObject : CMPIInstance, HeapEntry {
 };
 
 CMPIInstance* makeInstance(InstanceData data);
-/// A copy of a plain instance, with the class of the calling thread's broker.
+/// A copy of a plain instance, with the class definition of the calling thread's broker.
 CMPIInstance* makeInstance(const Instance& plain);
-/// As the newInstance slot: declared properties with their defaults, and the path's keys as
+/// The newInstance slot: declared properties with their defaults, and the path's keys as
 /// properties.
 CMPIInstance* newInstance(const CMPIObjectPath* path, CMPIStatus* out);
 
-/// Whether a record with that table is one of our instances.
+/// Whether a record with that table is an instance of this broker.
 bool isInstanceTable(const CMPIInstanceFT* table);
 
 /// Sets a property as the setProperty slot does, reports included.
 CMPIStatus setProperty(InstanceData& instance, const char* name, const CMPIValue* value,
                        CMPIType type);
 
-/// Texts of a null-terminated list; absent for a null pointer.
+/// The texts of a null-terminated list; absent for a null pointer.
 std::optional<std::vector<std::string>> textList(const char** list);
 
 }  // namespace orv::broker

@@ -8,7 +8,7 @@
 #include "broker/provider_host.h"
 #include "broker/thread_state.h"
 
-/// The end of providers.
+/// Ends providers.
 namespace orv::broker {
 namespace {
 

@@ -11,7 +11,7 @@ namespace {
 using Kind = MofToken::Kind;
 
 bool isHexDigit(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-// Names are ASCII letters, digits and "_", and any character beyond ASCII.
+// Names consist of ASCII letters, digits, "_" and any characters outside ASCII.
 bool isWordStart(char c) {
   return isLetter(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }

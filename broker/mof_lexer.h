@@ -7,7 +7,7 @@
 
 namespace orv::broker {
 
-/// A text that is not valid MOF; the text is "file:line: message", or "file: message" for line 0.
+/// A text is not valid MOF. what() is "file:line: message", or "file: message" for line 0.
 class MofError : public std::runtime_error {
  public:
   MofError(const std::string& file, int line, const std::string& message)
@@ -18,10 +18,10 @@ class MofError : public std::runtime_error {
 struct MofToken {
   enum class Kind {
     end,
-    identifier,  ///< names and key words alike; compared without regard to case
-    string,      ///< `text` is the value: quotes removed, escapes resolved, neighbours joined
-    character,   ///< a char16 literal; `text` is its decimal code
-    integer,     ///< `text` is decimal, with "-" in front of a negative one
+    identifier,  ///< a name or key word; their case does not matter
+    string,      ///< `text` is the value: without quotes and escapes, adjacent strings joined
+    character,   ///< a char16 literal; `text` is its code in decimal
+    integer,     ///< `text` is decimal, with "-" if negative
     real,
     pragma,  ///< "#pragma"
     symbol,  ///< one of { } ( ) [ ] : ; , = $
@@ -31,15 +31,15 @@ struct MofToken {
   int line = 1;  ///< where it begins
 };
 
-/// Splits MOF into tokens; comments and white space are skipped.
+/// Splits MOF into tokens and skips comments and white space.
 ///
 /// Fails: MofError for an unterminated string or comment, a bad escape, a number out of range, a
-/// text literal above kMaxLiteralBytes, or a character that no token begins with.
+/// string of more than kMaxLiteralBytes, or a character that cannot begin a token.
 class MofLexer {
  public:
   static constexpr std::size_t kMaxLiteralBytes = std::size_t{64} * 1024;
 
-  /// `source` must live as long as the lexer.
+  /// The text of `source` must outlive the lexer.
   MofLexer(std::string_view source, std::string file) : source_(source), file_(std::move(file)) {}
 
   MofToken next();

@@ -1,7 +1,6 @@
 // clang-format off
-// The subset of MOF that class schemas are written in. Words in quotes are compared without regard
-// to case; { x } is any number of x, [ x ] at most one; comments are // to the end of the line and
-// /* to */.
+// The subset of MOF that class schemas use. The case of words in quotes does not matter; { x } is any
+// number of x, [ x ] at most one. Comments go from // to the end of the line or from /* to */.
 //
 //   mof           = { pragma | qualifierDecl | class }
 //   pragma        = "#pragma" name "(" string ")"                  include, locale, namespace, others
@@ -166,7 +165,7 @@ void MofParser::pragma() {
   expectSymbol('(');
   const std::string value = expectString("the pragma's text");
   expectSymbol(')');
-  // Locale and namespace say nothing that we need, and unknown pragmas are to be ignored.
+  // Locale and namespace are not needed here, and unknown pragmas must be ignored.
   if (sameName(name, "include")) include(value, line);
 }
 
@@ -360,7 +359,7 @@ std::vector<std::string> MofParser::qualifierValues(CMPIType type) {
     expectSymbol(')');
     return values.value_or(std::vector<std::string>());
   }
-  // A boolean qualifier without a value is true; another one has no value.
+  // Without a value a boolean qualifier is true; others have none.
   return type == CMPI_boolean ? std::vector<std::string>{"true"} : std::vector<std::string>();
 }
 

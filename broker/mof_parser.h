@@ -10,12 +10,12 @@
 
 namespace orv::broker {
 
-/// Reads the productions of one MOF text for a MofReader, which keeps what outlives the text.
+/// Parses one MOF text for a MofReader, which owns everything that is kept.
 class MofParser {
  public:
   MofParser(MofReader& reader, std::string_view text, const std::string& file);
 
-  /// The whole text. Fails: MofError.
+  /// Parses the whole text. Fails: MofError.
   void parse();
 
  private:

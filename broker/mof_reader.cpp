@@ -21,7 +21,7 @@ struct BuiltInQualifier {
   CMPIType type;
 };
 
-// The qualifiers that the broker itself acts on; a schema may declare them again.
+// The qualifiers that the broker itself interprets; a schema may declare them too.
 constexpr BuiltInQualifier kBuiltInQualifiers[] = {
     {"Abstract", CMPI_boolean},        {"Association", CMPI_boolean},
     {"EmbeddedInstance", CMPI_string}, {"EmbeddedObject", CMPI_boolean},
@@ -41,7 +41,7 @@ std::size_t sizeOf(const std::vector<QualifierValue>& qualifiers) {
   return bytes;
 }
 
-// About what a class takes in memory.
+// An estimate of the memory that a class takes.
 std::size_t sizeOf(const ClassDefinition& definition) {
   std::size_t bytes = sizeof(definition) + definition.name.size() + sizeOf(definition.qualifiers);
   for (const PropertyDefinition& p : definition.properties) {
@@ -73,7 +73,8 @@ std::vector<std::string> mofFiles(const fs::path& directory) {
   return files;
 }
 
-/// The bytes of a regular file, at most one more than `limit`. Absent: it cannot be read.
+/// The content of a regular file, at most one byte more than `limit`. Absent when it cannot be
+/// read.
 std::optional<std::string> contentOf(const fs::path& path, std::size_t limit) {
   std::error_code error;
   if (!fs::is_regular_file(path, error)) return std::nullopt;

@@ -12,42 +12,41 @@
 
 namespace orv::broker {
 
-/// Limits that keep any input, however hostile, from taking the process down.
+/// Limits so that no input, however hostile, can exhaust the process.
 struct MofLimits {
-  std::size_t fileBytes = std::size_t{8} * 1024 * 1024;
+  std::size_t fileBytes = std::size_t{8} * 1024 * 1024;  ///< of one file
   std::size_t repositoryBytes =
-      std::size_t{256} * 1024 * 1024;  ///< all classes with what they inherit
+      std::size_t{256} * 1024 * 1024;  ///< of all classes with what they inherit, estimated
   int includeDepth = 16;
   int inheritanceDepth = 64;
 };
 
-/// Reads MOF into a class repository. A strict reader of the subset that class schemas are written
-/// in (grammar in mof_reader.cpp): qualifier declarations and classes; instances are not read,
-/// methods are checked and forgotten.
+/// Reads MOF into a class repository. A strict reader of the subset that class schemas use (grammar
+/// in mof_parser.cpp): qualifier declarations and classes. Instances are errors; methods are
+/// checked but not kept.
 ///
-/// Everything is known before it is used: a superclass stands before its subclasses, a qualifier's
-/// declaration before its use. Declarations hold for all files of one reader. The qualifiers that
-/// the broker itself acts on (Abstract, Association, EmbeddedInstance, EmbeddedObject, Indication,
-/// Key, Override) need none.
+/// Declarations precede uses: a superclass its subclasses, a qualifier's declaration its use. They
+/// apply to all files of one reader. The qualifiers that the broker itself interprets (Abstract,
+/// Association, EmbeddedInstance, EmbeddedObject, Indication, Key, Override) need no declaration.
 class MofReader {
  public:
   /// `classes` must outlive the reader.
   explicit MofReader(ClassRepository& classes, MofLimits limits = {});
 
-  /// Reads one file and what it includes; a file that this reader has read before is skipped, so
-  /// that every file can include what it needs.
+  /// Reads one file and its includes. A file that this reader has read before is skipped, so that
+  /// every file can include what it needs.
   ///
-  /// Fails: MofError for the first thing that is wrong; classes before it stay in the repository.
+  /// Fails: MofError for the first error; classes before it stay in the repository.
   void readFile(const std::string& path);
 
-  /// The same for a text; `name` stands for the file's name in messages and, up to its last "/",
-  /// for the directory of its includes.
+  /// The same for a text. `name` is the file's name in messages; up to its last "/" it is the
+  /// directory of relative includes.
   void readText(std::string_view text, const std::string& name);
 
-  /// Reads every *.mof file of a directory, in the order of their names; those of its subdirectory
-  /// "base", when it has one, come first.
+  /// Reads every *.mof file of a directory in the order of their names, those of its subdirectory
+  /// "base" first if it has one.
   ///
-  /// Fails: MofError, also for a directory that cannot be read or holds no MOF.
+  /// Fails: MofError, also for a directory that cannot be read or has no *.mof file.
   void readDirectory(const std::string& directory);
 
  private:
@@ -70,7 +69,7 @@ class MofReader {
   int includeDepth_ = 0;
 };
 
-/// The classes of a schema directory, as MofReader::readDirectory reads them.
+/// Reads the classes of a schema directory as MofReader::readDirectory does.
 ClassRepository loadSchema(const std::string& directory);
 
 }  // namespace orv::broker

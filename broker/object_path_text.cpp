@@ -78,7 +78,7 @@ class Parser {
     at_ = slash + 1;
   }
 
-  // The last ":" before the first key's value ends the namespace.
+  // The namespace ends at the last ":" before the first key's value.
   void nameSpace(ObjectPathText& path) {
     const std::size_t value = text_.find_first_of("=\"", at_);
     const std::string_view head =
@@ -189,7 +189,7 @@ std::string quote(const std::string& value) {
 
 std::string printValue(const KeyText& key) {
   if (key.kind == KeyText::Kind::text) return quote(key.value);
-  // The sign tells a signed number from an unsigned one.
+  // The sign distinguishes a signed number from an unsigned one.
   const bool needsSign =
       key.kind == KeyText::Kind::signedNumber && !key.value.empty() && key.value.front() != '-';
   return needsSign ? "+" + key.value : key.value;

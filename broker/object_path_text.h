@@ -8,19 +8,19 @@
 
 namespace orv::broker {
 
-/// A text that is not an object path; the text is "object path, column N: message", N from 1.
+/// A text is not an object path. what() is "object path, column N: message", N from 1.
 class ObjectPathError : public std::runtime_error {
  public:
   ObjectPathError(std::size_t column, const std::string& message)
       : std::runtime_error("object path, column " + std::to_string(column) + ": " + message) {}
 };
 
-/// One key of an object path as a client writes it.
+/// One key of an object path as text.
 struct KeyText {
   enum class Kind {
-    text,            ///< quoted; `value` without quotes and escapes
-    unsignedNumber,  ///< bare digits; within 64 bits
-    signedNumber,    ///< digits with a sign; within 64 bits
+    text,            ///< in quotes; `value` without quotes and escapes
+    unsignedNumber,  ///< digits without a sign; fits 64 bits
+    signedNumber,    ///< digits with a sign; fits 64 bits
     boolean,         ///< `value` is "true" or "false"
   };
   std::string name;
@@ -28,28 +28,28 @@ struct KeyText {
   std::string value;
 };
 
-/// An object path as a client writes it. A reference key is the text of the path that it refers to:
-/// only the class's definition tells the two apart.
+/// An object path as text. The value of a reference key is the text of another path; only the class
+/// definition shows that it is one.
 struct ObjectPathText {
   std::string host;       ///< empty: none
   std::string nameSpace;  ///< empty: that of the request; a leading "/" is kept
   std::string className;
-  std::vector<KeyText> keys;  ///< in the order written; names are unique without regard to case
+  std::vector<KeyText> keys;  ///< in the order written; names differ not only in case
 };
 
-/// Reads
+/// Reads an object path:
 ///
 ///   path      = [ "//" host "/" ] [ namespace ":" ] class [ "." key { "," key } ]
 ///   key       = name "=" value
 ///   value     = '"' { character | '\"' | '\\' } '"' | [ sign ] digits | "true" | "false"
 ///
-/// for example root/cimv2:Orvane_EthernetPort.DeviceID="eth0",SystemName="host". Spaces may stand
+/// For example root/cimv2:Orvane_EthernetPort.DeviceID="eth0",SystemName="host". Spaces are allowed
 /// around names and values. At most 64 KiB and 256 keys.
 ///
-/// Fails: ObjectPathError at the first character that does not fit.
+/// Fails: ObjectPathError for the first character that does not belong there.
 ObjectPathText parseObjectPath(std::string_view text);
 
-/// The text that parseObjectPath reads as `path`.
+/// The text from which parseObjectPath reads `path`.
 std::string printObjectPath(const ObjectPathText& path);
 
 }  // namespace orv::broker

@@ -16,7 +16,7 @@ CMPIString* getText(const PathObject& self, CMPIStatus* /*out*/) {
   return makeString(self.data.*member);
 }
 
-/// Sets one of the texts of a path. A null over a text that is set would be a crash.
+/// Sets one of the texts of a path. Null over an existing text is reported: it would be a crash.
 CMPIStatus setText(PathData& path, TextMember member, const char* text, const char* slotName) {
   if (text == nullptr && path.*member) {
     report(path.className.value_or(""), "",

@@ -18,9 +18,10 @@ struct PathObject : CMPIObjectPath, HeapEntry {
   PathData data;
 };
 
+/// In the calling thread's memory.
 CMPIObjectPath* makePath(PathData data);
 
-/// Whether a record with that table is one of our object paths.
+/// Whether a record with that table is an object path of this broker.
 bool isPathTable(const CMPIObjectPathFT* table);
 
 /// Adds or replaces a key as the addKey slot does.

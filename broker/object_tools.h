@@ -7,12 +7,12 @@
 #include "broker/heap.h"
 #include "broker/thread_state.h"
 
-/// What the slots of all tables do alike.
+/// What the slots of all tables have in common.
 namespace orv::broker {
 
 /// The object behind a record that a provider passes. Null for a null pointer and, with a report,
-/// for a record that is not of this broker's making: the object manager would read its private
-/// parts all the same.
+/// for a record that this broker did not make, of which the object manager would read private
+/// parts.
 template <class Object, class Record, class Table>
 Object* ownObject(const Record* record, const Table* table, const char* kind) {
   if (record == nullptr) return nullptr;
@@ -21,7 +21,7 @@ Object* ownObject(const Record* record, const Table* table, const char* kind) {
   return nullptr;
 }
 
-/// Data of a lookup that found nothing.
+/// The data of a lookup that found nothing.
 inline CMPIData notFoundData() {
   CMPIData data{};
   data.type = CMPI_null;
@@ -29,7 +29,7 @@ inline CMPIData notFoundData() {
   return data;
 }
 
-/// What a slot returns that could not do its work.
+/// What a slot returns on failure.
 template <class Result>
 Result failedResult(CMPIrc rc) {
   if constexpr (std::is_same_v<Result, CMPIStatus>) {
@@ -41,12 +41,12 @@ Result failedResult(CMPIrc rc) {
   }
 }
 
-/// A function of the broker's own as a slot: `slot<function>` stands in a table.
+/// Makes a slot of a table from a function of the broker: `slot<function>`.
 ///
 /// A function whose first parameter is an object becomes a slot that takes the object's record; a
-/// null or foreign record is answered with status 60 and an empty result. The status argument is OK
-/// when the function runs, which may set another. What it throws (there is no memory) does not
-/// reach the provider, which may be C: the status is 1, the result empty.
+/// null or foreign record gives status 60 and an empty result. The status argument is OK when the
+/// function is called, which may set another. An exception (out of memory) does not reach the
+/// provider, which may be C: the status is 1 and the result empty.
 template <auto Function>
 struct Slot;
 
@@ -55,7 +55,7 @@ struct Slot<Function> {
   template <class Self>
   using Pointer = Result (*)(Self, Rest...);
 
-  /// The slot, with the constness that the table wants.
+  /// The slot, with a const or non-const record as the table requires.
   template <class Self>
   constexpr operator Pointer<Self>() const {  // NOLINT(google-explicit-constructor)
     return call<Self>;
@@ -91,8 +91,8 @@ struct Slot<Function> {
 template <auto Function>
 constexpr Slot<Function> slot{};
 
-/// Frees an object as its release slot does: one of another thread or of an outer mark stays, with
-/// a report.
+/// Frees an object as its release slot does. An object of another thread or an outer mark is not
+/// freed but reported.
 CMPIStatus releaseEntry(HeapEntry& entry, const char* kind);
 
 /// The release slot of a kind of object.
@@ -101,7 +101,7 @@ CMPIStatus releaseObject(Object& object) {
   return releaseEntry(object, Object::kKind);
 }
 
-/// The clone slot of a kind of object: a copy in no heap, which the caller releases.
+/// The clone slot of a kind of object. Returns a copy in no heap, which the caller releases.
 template <class Object>
 typename Object::Record* cloneObject(const Object& object, CMPIStatus* /*out*/) {
   return object.clone();

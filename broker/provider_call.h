@@ -10,8 +10,8 @@
 
 namespace orv::broker {
 
-/// Arguments of an operation as a provider gets them, the path aside. What an operation does not
-/// have is not looked at.
+/// Arguments of an operation as a provider gets them, except for the path. Those that an operation
+/// does not have are ignored.
 struct CallArguments {
   const char** properties = nullptr;
   const char* assocClass = nullptr;
@@ -25,13 +25,13 @@ struct CallArguments {
 
 bool isAssociationOperation(Operation operation);
 
-/// Calls the provider of a loaded section. A slot that its table lacks is reported and answers 7;
-/// an exception that leaves the provider is reported and answers 1.
+/// Calls the provider of a loaded section. A null slot is reported and gives status 7; an exception
+/// of the provider is reported and gives status 1.
 CMPIStatus callProvider(Section& section, Operation operation, const CMPIContext* context,
                         const CMPIResult* result, const CMPIObjectPath* path,
                         const CallArguments& arguments);
 
-/// A null-terminated list for C.
+/// A null-terminated list of texts for C, which must outlive it.
 class TextArray {
  public:
   explicit TextArray(const std::vector<std::string>& texts);

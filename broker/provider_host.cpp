@@ -12,7 +12,7 @@
 namespace orv::broker {
 namespace {
 
-/// A context like a request's, with what the factories additionally get.
+/// A context like a request's, with the additional entries that factories get.
 CMPIContext* makeFactoryContext(const RegistrationSection& registration) {
   const auto broker = currentBroker();
   auto* context =
@@ -38,7 +38,8 @@ Mi* callFactory(void* generic, void* own, const std::string& provider, const CMP
   return reinterpret_cast<Own>(own)(Broker::cmpi(), context, rc);
 }
 
-/// Makes one provider of a section; null, with a report where that is the provider's fault.
+/// Creates one provider of a section. Null on failure, with a report where it is the provider's
+/// fault.
 template <class Mi>
 Mi* createProvider(Section& section, ProviderKind kind, const CMPIContext* context) {
   const std::string& provider = section.registration.provider;

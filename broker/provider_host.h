@@ -14,12 +14,12 @@
 
 namespace orv::broker {
 
-/// In the order in which factories and cleanups are called.
+/// Kinds of providers, in the order in which factories and cleanups are called.
 enum class ProviderKind { kInstance, kAssociation, kMethod, kIndication };
 constexpr ProviderKind kProviderKinds[] = {ProviderKind::kInstance, ProviderKind::kAssociation,
                                            ProviderKind::kMethod, ProviderKind::kIndication};
 
-/// A registration section and, once it was asked for, its providers.
+/// A registration section and, once it has been needed, its providers.
 struct Section {
   RegistrationSection registration;
   std::size_t index = 0;
@@ -30,8 +30,8 @@ struct Section {
   CMPIAssociationMI* association = nullptr;
   CMPIIndicationMI* indication = nullptr;
   CMPIMethodMI* method = nullptr;
-  bool loading = false;       // in a factory, for the thread that holds that mutex
-  std::size_t loadOrder = 0;  // 1 for the first section that was loaded
+  bool loading = false;       // the thread that holds that mutex is in a factory
+  std::size_t loadOrder = 0;  // 1 for the section that was loaded first
   std::atomic<bool> loaded{false};
   std::atomic<bool> enabled{false};  // enableIndications has been called
 };
@@ -41,21 +41,21 @@ struct LoadOutcome {
   std::string message;
 };
 
-/// Sections, libraries and the life of providers. Any thread.
+/// Sections, libraries, and loading of providers. Thread-safe.
 class ProviderHost {
  public:
   explicit ProviderHost(const Broker::Options& options);
 
   std::deque<Section>& sections() { return sections_; }
 
-  /// Loads the library and calls the factory of every type of the section, once, in the order
-  /// instance, association, method, indication; one factory of a provider name at a time. What
-  /// failed is tried again next time. The calling thread must be a request's.
+  /// Loads the library and calls the factories of the section's types once, in the order instance,
+  /// association, method, indication; one factory of a provider name at a time. Whatever fails is
+  /// tried again at the next call. Called in a request's thread.
   LoadOutcome load(Section& section);
 
-  /// Sections whose providers are there, most recently loaded first.
+  /// The loaded sections, the most recently loaded first.
   std::vector<Section*> loadedSections();
-  /// Refuses to load anything from now on.
+  /// From now on load() fails.
   void shutDown() { shutDown_ = true; }
 
  private:
@@ -66,7 +66,7 @@ class ProviderHost {
   std::deque<Section> sections_;  // never grows after construction
   std::atomic<bool> shutDown_{false};
 
-  std::mutex mutex_;  // guards the members below; never held while a provider runs
+  std::mutex mutex_;  // guards the members below; not held during calls of providers
   std::map<std::string, std::shared_ptr<ProviderLibrary>> libraries_;
   std::size_t lastLoadOrder_ = 0;
 };
@@ -74,19 +74,21 @@ class ProviderHost {
 /// "Instance", "Association", "Method", "Indication": as in the names of factories.
 const char* kindName(ProviderKind kind);
 
-/// Calls cleanup of the section's provider of that kind; 7 when there is none.
+/// Calls cleanup of the section's provider of that kind and returns its status; 7 when there is
+/// none.
 CMPIrc callCleanup(Section& section, ProviderKind kind, const CMPIContext* context,
                    bool terminating);
 
-/// A context for cleanup, in the calling thread's memory. It holds nothing, not even the principal.
+/// A context for cleanup, in the calling thread's memory. It is empty, without even the principal.
 CMPIContext* makeCleanupContext(const std::shared_ptr<BrokerState>& broker, const Section& section);
 
-/// Visits one provider of each kind of each library, in the order of the sections: the object
-/// manager takes the first object of a kind that it meets for all of that library.
+/// Visits one provider per kind and library, in the order of the sections: the object manager takes
+/// the first object of a kind that it finds for all of that library.
 void visitOncePerKind(const std::vector<Section*>& sections,
                       const std::function<void(Section&, ProviderKind)>& visit);
 
-/// disableIndications and the terminating cleanup of one provider. Answers the cleanup's status.
+/// Calls the terminating cleanup of one provider, and disableIndications before it for an
+/// indication provider. Returns the cleanup's status.
 CMPIrc endProvider(const std::shared_ptr<BrokerState>& broker, Section& section, ProviderKind kind);
 
 }  // namespace orv::broker

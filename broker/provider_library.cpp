@@ -11,8 +11,8 @@ bool exists(const std::string& file) {
   return stat(file.c_str(), &info) == 0;
 }
 
-/// The loader searches its own directories for a name without a slash; a file that is there is
-/// meant.
+/// For a name without a slash dlopen searches its own directories; an existing file of that name is
+/// meant instead.
 std::string asPath(const std::string& file) {
   return file.find('/') == std::string::npos && exists(file) ? "./" + file : file;
 }

@@ -30,7 +30,7 @@ std::vector<std::string> words(std::string_view text) {
 
 struct TypeWord {
   std::string_view word;
-  bool RegistrationSection::*flag;  // null: accepted without a meaning to us
+  bool RegistrationSection::*flag;  // null: accepted and ignored
 };
 
 constexpr TypeWord kTypeWords[] = {{"instance", &RegistrationSection::instance},

@@ -9,11 +9,11 @@ namespace orv::broker {
 
 struct BrokerState;
 
-/// The context of a request: CMPIInvocationFlags, CMPIPrincipal (null without authentication) and
-/// CMPISessionId, in the calling thread's memory.
+/// The context of a request, in the calling thread's memory: CMPIInvocationFlags, CMPIPrincipal
+/// (null without authentication) and CMPISessionId.
 CMPIContext* makeRequestContext(BrokerState& broker, const std::string& provider, CMPIFlags flags);
 
-/// Whether a section is selected in a namespace.
+/// Whether a section serves a namespace.
 bool servesNamespace(const RegistrationSection& section, const std::string& nameSpace);
 
 }  // namespace orv::broker

@@ -19,7 +19,7 @@ const char* pointerTo(const std::optional<std::string>& text) {
   return text ? text->c_str() : nullptr;
 }
 
-/// Name of a key that comes twice; null when every key comes once.
+/// The name of a key that is given twice; null when there is none.
 const std::string* doubledKey(const std::vector<Key>& keys) {
   std::set<std::string_view, NameLess> names;
   for (const Key& key : keys) {

@@ -10,12 +10,13 @@
 
 namespace orv::broker {
 
-/// Runs work on a thread of its own, with the memory of a request; waits for it. An exception that
-/// leaves the work, and a thread that cannot be made, are the returned text.
+/// Runs work on a thread of its own, with the memory of a request, and waits for it. Returns the
+/// text of an exception from the work, or the reason why the thread could not be started; absent
+/// otherwise.
 std::optional<std::string> onRequestThread(const std::shared_ptr<BrokerState>& broker,
                                            const std::function<void()>& work);
 
-/// A client's request in the form for C; borrows from the request. In a request's thread.
+/// A client's request in the form for providers. Refers to `request`. Made in a request's thread.
 struct ClientQuestion : Question {
   explicit ClientQuestion(const Request& request);
 
@@ -23,17 +24,17 @@ struct ClientQuestion : Question {
   std::optional<TextArray> properties_;
 };
 
-/// Asks for a client. `question` is made from `request`.
+/// Calls the providers for a client. `question` is made from `request`.
 Answers askForClient(BrokerState& broker, const Request& request, const ClientQuestion& question);
 
-/// All that was answered; nothing but the status after a failure.
+/// Everything that was returned; after a failure only the status.
 Response toResponse(const Answers& answers);
 
-/// The same with what a client gets from a class without a provider, and of getInstance: the first
-/// instance, or "not found".
+/// The same with the broker's own statuses for a class without a provider. Of getInstance, the
+/// first instance or "not found".
 Response clientResponse(Operation operation, const Answers& answers);
 
-/// A client's request from routing to answer.
+/// Runs a client's request on a thread of its own.
 Response runRequest(const std::shared_ptr<BrokerState>& broker, const Request& request);
 
 }  // namespace orv::broker

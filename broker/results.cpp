@@ -17,7 +17,7 @@ CMPIResult* cloneResult(const CMPIResult* /*self*/, CMPIStatus* out) {
   return nullptr;
 }
 
-/// Name of the first reference key that is null or cannot be read; null when all are well.
+/// The name of the first reference key that is null or cannot be read; null when there is none.
 const std::string* badReferenceKey(const std::vector<Key>& keys) {
   for (const Key& key : keys) {
     if (key.value.type == CMPI_ref && key.value.content.index() == 0) return &key.name;
@@ -25,7 +25,7 @@ const std::string* badReferenceKey(const std::vector<Key>& keys) {
   return nullptr;
 }
 
-/// A path or instance that cannot be sent.
+/// Reports a path or instance that cannot be sent because of its keys.
 bool refuseKeys(const std::string& className, const std::vector<Key>& keys) {
   const std::string* bad = badReferenceKey(keys);
   if (bad == nullptr) return false;
@@ -34,7 +34,8 @@ bool refuseKeys(const std::string& className, const std::vector<Key>& keys) {
   return true;
 }
 
-/// Results of getInstance and up-calls stay in this thread's memory until the operation has ended.
+/// Reports a result that a mark of the provider will free too early: except in a client's
+/// enumeration, results stay in the thread's memory until the operation has ended.
 bool refuseInsideMark(const ResultObject& result, const std::string& className) {
   const bool copied = result.use == ResultUse::kClientEnumeration;
   if (copied || ThreadHeap::ofThisThread().depth() <= result.markDepth) return false;
@@ -107,7 +108,7 @@ CMPIStatus returnDone(ResultObject& self) {
   return status(CMPI_RC_OK);
 }
 
-/// A client's request runs inside a mark of the broker's own.
+/// Whether the provider is called inside a mark of the broker, as in a client's request.
 bool isForClient(ResultUse use) {
   return use == ResultUse::kClientEnumeration || use == ResultUse::kClientGet;
 }

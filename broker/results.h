@@ -9,7 +9,7 @@
 
 namespace orv::broker {
 
-/// What a provider returned in one operation.
+/// What one provider has returned in one operation.
 struct ResultSink {
   std::vector<InstanceData> instances;
   std::vector<PathData> paths;
@@ -17,7 +17,7 @@ struct ResultSink {
   int doneCount = 0;
 };
 
-/// For whom a result is: the rules differ a little.
+/// The purpose of a result, on which some rules depend.
 enum class ResultUse {
   kClientEnumeration,
   kClientGet,
@@ -32,10 +32,10 @@ struct ResultObject : CMPIResult, HeapEntry {
 
   ResultSink sink;
   ResultUse use;
-  std::size_t markDepth;  ///< open marks when the operation began
+  std::size_t markDepth;  ///< number of open marks when the provider is called
 };
 
-/// In the calling thread's memory; open the provider's mark after this.
+/// In the calling thread's memory. Called before the provider's own mark is opened.
 ResultObject* makeResult(ResultUse use);
 
 }  // namespace orv::broker

@@ -26,7 +26,8 @@ Section* sectionOf(const std::string& className, const Serves& serves,
   return nullptr;
 }
 
-/// The class's own section or the nearest superclass's.
+/// The section of the class, or else of the nearest superclass that has one. Null when there is
+/// none.
 Section* nearestSection(const std::string& className, const Serves& serves,
                         const ClassRepository& classes, std::deque<Section>& sections) {
   std::string name = className;
@@ -45,7 +46,7 @@ void addOnce(std::vector<Target>& targets, Section* section, const std::string& 
   if (section != nullptr && !known) targets.push_back({section, className});
 }
 
-/// The class's section and those of its subclasses. Sections of subclasses get their own name.
+/// The section of the class and those of its subclasses, which get their own class names.
 std::vector<Target> wholeBranch(const std::string& className, const Serves& serves,
                                 const ClassRepository& classes, std::deque<Section>& sections) {
   std::vector<Target> targets;
@@ -57,7 +58,7 @@ std::vector<Target> wholeBranch(const std::string& className, const Serves& serv
   return targets;
 }
 
-/// Adds a section under the name of the source's class, unless its provider is asked already.
+/// Adds a section with the class name of the source, unless its provider is among the targets.
 void addProviderOnce(std::vector<Target>& targets, Section& section, const RouteQuery& query) {
   const bool asked = std::any_of(targets.begin(), targets.end(), [&section](const Target& target) {
     return target.section->registration.provider == section.registration.provider;

@@ -9,19 +9,19 @@
 
 namespace orv::broker {
 
-/// A section that gets a request, and the class name under which it gets it.
+/// A section that gets a request, and the class name that the request has for it.
 struct Target {
   Section* section;
   std::string className;
 };
 
 struct Route {
-  CMPIrc rc = CMPI_RC_OK;  ///< 3 or 5 when nobody is asked
+  CMPIrc rc = CMPI_RC_OK;  ///< 3 or 5 for an unknown namespace or class
   std::string message;
   std::vector<Target> targets;
 };
 
-/// What a request is routed by.
+/// What determines the route of a request.
 struct RouteQuery {
   Operation operation;
   std::string nameSpace;
@@ -29,13 +29,13 @@ struct RouteQuery {
   std::string assocClass;  ///< of association operations; empty: all
 };
 
-/// Who is asked, in order:
+/// The sections that get a request, in order:
 ///
-/// - enumerations: the section of the class, else that of the nearest registered superclass; then
-///   the sections of its subclasses, each under its own registered name;
-/// - single instances: the section of the class, else that of the nearest registered superclass;
-/// - associations: with an association class as for enumerations, but under the name of the
-///   source; else every association provider of the namespace. A provider name is asked once.
+/// - enumerations: the section of the class, or else of the nearest registered superclass; then the
+///   sections of its subclasses, each with its own registered class name;
+/// - single instances: the section of the class, or else of the nearest registered superclass;
+/// - associations: with an association class as for enumerations, but with the class name of the
+///   source; without one every association provider of the namespace. Each provider name once.
 Route route(const RouteQuery& query, const ClassRepository* classes, std::deque<Section>& sections);
 
 }  // namespace orv::broker

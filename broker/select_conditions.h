@@ -7,8 +7,8 @@
 
 namespace orv::broker {
 
-/// A normalised condition with its parts, in the calling thread's memory. Disjunctive: type 0
-/// (DOC), a disjunction of conjunctions; else type 1 (COD).
+/// A condition in normal form, in the calling thread's memory. Disjunctive: type 0 (DOC), a
+/// disjunction of conjunctions; else type 1 (COD), a conjunction of disjunctions.
 CMPISelectCond* makeSelectCondition(std::vector<std::vector<WqlComparison>> content,
                                     bool disjunctive);
 

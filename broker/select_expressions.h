@@ -24,15 +24,15 @@ struct SelectExpressionObject : CMPISelectExp, HeapEntry {
 
 CMPISelectExp* makeSelectExpression(std::shared_ptr<const WqlQuery> query);
 
-/// As the newSelectExp slot: 14 for another language than WQL and CQL, 15 for a text that is not a
-/// query. The projection is an array of names, or null for *.
+/// The newSelectExp slot: status 14 for a language other than WQL and CQL, 15 for a text that is
+/// not a query. The projection is an array of names, or null for *.
 CMPISelectExp* newSelectExpression(const char* query, const char* language, CMPIArray** projection,
                                    CMPIStatus* out);
 
-/// WQL, CQL and DMTF:CQL, without regard to case.
+/// Whether the language is WQL, CQL or DMTF:CQL, in any case.
 bool isKnownQueryLanguage(const std::string& language);
 
-/// Whether the instance's class is the query's class or derives from it and the condition holds.
+/// Whether the instance's class is the query's class or derives from it, and the condition holds.
 bool selects(const WqlQuery& query, const InstanceData& instance);
 
 }  // namespace orv::broker

@@ -10,7 +10,7 @@
 #include "broker/object_tools.h"
 #include "broker/thread_state.h"
 
-/// Threads, mutexes and conditions, and the memory marks.
+/// Threads, mutexes and conditions; memory marks.
 namespace orv::broker {
 namespace {
 
@@ -39,7 +39,7 @@ int destroyThreadKey(pthread_key_t key) { return pthread_key_delete(key); }
 void* getThreadSpecific(pthread_key_t key) { return pthread_getspecific(key); }
 int setThreadSpecific(pthread_key_t key, void* value) { return pthread_setspecific(key, value); }
 
-// The C interface owns what these make: the provider calls the matching destroy slot.
+// The provider owns what these make and calls the matching destroy slot.
 void* newMutex(int /*opt*/) {
   auto* mutex = new (std::nothrow) pthread_mutex_t;
   if (mutex == nullptr) return nullptr;

@@ -8,7 +8,7 @@
 
 namespace orv::broker {
 
-/// A CMPIString: its text may be null, as that of a host name that was never set. As in the object
+/// A CMPIString. Its text may be null, as for a host name that was never set. As in the object
 /// manager, `hdl` is the text.
 struct StringObject : CMPIString, HeapEntry {
   using Record = CMPIString;
@@ -25,10 +25,10 @@ struct StringObject : CMPIString, HeapEntry {
 /// In the calling thread's memory.
 CMPIString* makeString(std::optional<std::string> text);
 
-/// Text of a string that may be null or foreign: then absent.
+/// The text of a string; absent for a null or foreign record and for a null text.
 std::optional<std::string> textOf(const CMPIString* record);
 
-/// A pointer from a provider: absent when null.
+/// The text that a provider passes; absent for null.
 inline std::optional<std::string> textOf(const char* text) {
   return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }

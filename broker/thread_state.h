@@ -5,27 +5,26 @@
 
 #include "broker/broker.h"
 
-/// What the broker knows about the calling thread: for which broker it works, and which provider it
-/// is in.
+/// What is known about the calling thread: the broker it works for, and the provider it is in.
 namespace orv::broker {
 
-/// A provider call that is being made; nested by up-calls.
+/// A provider call in progress; up-calls nest them.
 struct CallFrame {
   std::string provider;
   std::string className;
 };
 
-/// Broker of the calling thread: of its request or attachment, else the one created last that is
-/// alive. Null when there is none.
+/// The broker of the calling thread: that of its request or attachment, else the most recently
+/// created one that still exists. Null when there is none.
 std::shared_ptr<BrokerState> currentBroker();
 
-/// Enters a new broker among those that threads without one may find.
+/// Adds a new broker to those that threads without one find.
 void announceBroker(const std::shared_ptr<BrokerState>& broker);
 
-/// Lets the calling thread work for a broker and a provider, until it ends or attaches again.
+/// Binds the calling thread to a broker and a provider until it ends or attaches again.
 void attachThisThread(const std::weak_ptr<BrokerState>& broker, const std::string& provider);
 
-/// The calling thread works for a broker as long as this lives.
+/// Binds the calling thread to a broker for as long as the object exists.
 class BrokerBinding {
  public:
   explicit BrokerBinding(const std::shared_ptr<BrokerState>& broker);
@@ -37,7 +36,7 @@ class BrokerBinding {
   std::weak_ptr<BrokerState> outer_;
 };
 
-/// The calling thread is inside a provider as long as this lives.
+/// Marks the calling thread as inside a provider for as long as the object exists.
 class ProviderFrame {
  public:
   ProviderFrame(std::string provider, std::string className);
@@ -50,14 +49,14 @@ class ProviderFrame {
   const CallFrame* outer_;
 };
 
-/// Provider of the innermost frame, or the one for which the thread attached; else empty.
+/// The provider of the innermost frame, or the one that the thread attached for; else empty.
 std::string currentProvider();
 
-/// Reports a place where the object manager would have crashed, to the calling thread's broker. The
-/// provider is the calling thread's; an empty class means that of the provider's request.
+/// Reports to the calling thread's broker where the object manager would crash. The provider is the
+/// calling thread's; an empty class stands for that of the provider's request.
 void report(const std::string& className, const std::string& property, const std::string& what);
 
-/// Writes a status where the caller wants one.
+/// Sets a status without a text, unless `out` is null.
 inline void answer(CMPIStatus* out, CMPIrc rc) {
   if (out != nullptr) *out = CMPIStatus{rc, nullptr};
 }

@@ -19,7 +19,7 @@ Answers failed(CMPIrc rc, std::optional<std::string> message = std::nullopt) {
   return {rc, std::move(message), {}};
 }
 
-/// A context that up-calls can be made on.
+/// The context of an up-call; null, with a report, for one that up-calls cannot use.
 const ContextObject* usableContext(const CMPIContext* record) {
   const ContextObject* context = liveContext(record, "an up-call");
   if (context == nullptr) return nullptr;
@@ -49,7 +49,7 @@ Answers askOthers(Operation operation, const CMPIContext* contextRecord,
   return answers;
 }
 
-/// All objects that came back, whatever the status.
+/// All objects that were returned, whatever the status.
 std::vector<EnumerationObject::Item> takeItems(Answers& answers) {
   std::vector<EnumerationObject::Item> items;
   for (Answer& answer : answers.answers) {
@@ -84,7 +84,7 @@ CMPIEnumeration* upCallEnumeration(Operation operation, const CMPIContext* conte
                                    const CMPIObjectPath* path, const CallArguments& arguments,
                                    CMPIStatus* out) {
   Answers answers = askOthers(operation, context, path, arguments);
-  // The broker's own texts stay, a provider's text is lost on the way.
+  // Texts of the broker itself are kept; the text of a provider is lost.
   answerWith(out, answers, answers.answers.empty());
   std::vector<EnumerationObject::Item> items = takeItems(answers);
   if (answers.rc != CMPI_RC_OK && items.empty()) return nullptr;

@@ -4,9 +4,9 @@
 #include "broker/provider_call.h"
 #include "cmpi/abi/cmpi_tables.h"
 
-/// Requests of providers to the broker. Answered in the calling thread, with the caller's context;
-/// what the asked provider makes stays in the calling thread's memory as the caller's own objects
-/// do.
+/// Requests of providers to the broker. They run in the calling thread, with the caller's context.
+/// What the called provider makes stays in the calling thread's memory, like the caller's own
+/// objects.
 namespace orv::broker {
 
 CMPIEnumeration* upCallEnumeration(Operation operation, const CMPIContext* context,
@@ -16,7 +16,7 @@ CMPIEnumeration* upCallEnumeration(Operation operation, const CMPIContext* conte
 CMPIInstance* upCallGetInstance(const CMPIContext* context, const CMPIObjectPath* path,
                                 const char** properties, CMPIStatus* out);
 
-/// createInstance answers the new path, or null.
+/// createInstance: returns the new path, or null.
 CMPIObjectPath* upCallCreate(const CMPIContext* context, const CMPIObjectPath* path,
                              const CMPIInstance* instance, CMPIStatus* out);
 

@@ -127,7 +127,7 @@ bool sameContent(const Value::Content& a, const Value::Content& b) {
   return a == b;
 }
 
-/// Key or property lists of equal length and distinct names: each of `a` is in `b`.
+/// Whether key or property lists with distinct names are equal, in any order.
 template <class Named>
 bool sameValues(const std::vector<Named>& a, const std::vector<Named>& b) {
   if (a.size() != b.size()) return false;

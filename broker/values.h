@@ -31,7 +31,7 @@ struct DateTime {
   bool operator!=(const DateTime& other) const { return !(*this == other); }
 };
 
-/// One value with its type. Numbers are kept in the widest type of their kind; `type` tells the
+/// One value with its type. Numbers are stored in the widest type of their kind; `type` has the
 /// width.
 struct Value {
   using Array = std::vector<Value>;
@@ -41,7 +41,7 @@ struct Value {
 
   CMPIType type = CMPI_null;
   bool null = true;  ///< null, of that type
-  /// Empty when null; empty and not null for a reference that cannot be read.
+  /// Empty when null. Empty but not null: a reference that cannot be read.
   Content content;
 
   static Value ofNull(CMPIType type);
@@ -57,8 +57,8 @@ struct Value {
 
   bool isArray() const { return (type & CMPI_ARRAY) != 0; }
 
-  /// Accessors for tests: each throws std::bad_variant_access when the value is null or of another
-  /// kind.
+  // Accessors; each throws std::bad_variant_access when the value is null or of another kind.
+
   bool boolean() const { return std::get<bool>(content); }
   std::uint64_t number() const { return std::get<std::uint64_t>(content); }
   std::int64_t signedNumber() const { return std::get<std::int64_t>(content); }
@@ -90,10 +90,10 @@ struct ObjectPath {
   std::string className;
   std::vector<Key> keys;  ///< in the order of the path
 
-  /// Null when there is no key of that name; the case of letters does not matter.
+  /// The value of a key; null when there is none of that name, in any case.
   const Value* key(std::string_view name) const;
 
-  /// Host exactly, names without regard to case, keys in any order.
+  /// Compares hosts exactly, names ignoring case, and keys in any order.
   bool operator==(const ObjectPath& other) const;
   bool operator!=(const ObjectPath& other) const { return !(*this == other); }
 
@@ -107,13 +107,13 @@ struct Property {
 };
 
 struct Instance {
-  ObjectPath path;  ///< as its getObjectPath answers; without keys for an unknown class
+  ObjectPath path;  ///< as getObjectPath returns it; without keys for an unknown class
   std::vector<Property> properties;  ///< in the order in which the instance reports them
-  /// Names in the order of the provider's setProperty calls, one entry per call; without the calls
-  /// that failed or that a property filter dropped. Takes no part in comparisons.
+  /// Names in the order of the provider's setProperty calls, one entry per call, without calls that
+  /// failed or that a property filter dropped. Comparisons ignore it.
   std::vector<std::string> setOrder;
 
-  /// Null when there is no property of that name; the case of letters does not matter.
+  /// The value of a property; null when there is none of that name, in any case.
   const Value* property(std::string_view name) const;
 
   /// Equal paths, and equal properties in any order.
@@ -124,17 +124,17 @@ struct Instance {
   std::string toText() const;
 };
 
-/// "uint16", "string[]", "datetime", "reference", "instance", ...; a number for what has no name.
+/// "uint16", "string[]", "datetime", "reference", "instance", ...; "type N" for an unknown one.
 std::string typeName(CMPIType type);
 
-/// The data type that MOF and CIM-XML know by that name, without regard to case: boolean, string,
-/// datetime, char16 and the numbers. Absent for another name.
+/// The data type that has that name in MOF and CIM-XML, in any case: boolean, string, datetime,
+/// char16 or a number. Absent for any other name.
 std::optional<CMPIType> dataTypeNamed(std::string_view name);
 
 /// "CMPI_RC_ERR_NOT_FOUND (6)"; the number alone for codes without a name.
 std::string statusName(CMPIrc rc);
 
-/// What a status means, for one that comes without a text of its own. Never null.
+/// The meaning of a status, for one without a text of its own. Never null.
 const char* statusText(CMPIrc rc);
 
 std::ostream& operator<<(std::ostream& out, const Value& value);

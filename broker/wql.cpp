@@ -64,7 +64,7 @@ class Lexer {
     return token;
   }
 
-  /// A quote is written twice or after a backslash.
+  /// Inside the text a quote is written twice or after a backslash.
   Token quoted(char quote) {
     Token token{Token::Kind::kText, ""};
     for (++at_; at_ < text_.size(); ++at_) {

@@ -18,13 +18,14 @@
 ///   negation   = [ NOT ] ( "(" condition ")" | comparison )
 ///   comparison = property ( "=" | "<>" | "!=" | "<" | "<=" | ">" | ">=" ) literal
 ///              | property [ NOT ] LIKE text | property ISA class | property IS [ NOT ] NULL
-///   property   = name { "." name }           one level deeper for each embedded instance
+///   property   = name { "." name }           each "." leads into an embedded instance
 ///   literal    = text in ' or " | number | TRUE | FALSE | NULL
 ///
-/// Key words and names are compared without regard to case. LIKE knows % and _.
+/// The case of key words and names does not matter. In LIKE, % is any run of characters and _ any
+/// one.
 namespace orv::broker {
 
-/// The text is not a query; what() says where.
+/// A text is not a query. what() says where.
 class WqlError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -33,7 +34,7 @@ class WqlError : public std::runtime_error {
 struct WqlComparison {
   std::string property;
   CMPIPredOp op = CMPI_PredOp_Equals;
-  Value literal;  ///< string for LIKE and ISA; null for the null tests
+  Value literal;  ///< a string for LIKE and ISA; null for null tests
 };
 
 struct WqlCondition {
@@ -53,12 +54,12 @@ struct WqlQuery {
 /// Fails: WqlError.
 WqlQuery parseWql(const std::string& text);
 
-/// What a condition is tested on.
+/// What a condition is evaluated on.
 struct WqlSubject {
   /// Value of a property; absent when there is none of that name.
   std::function<std::optional<Value>(const std::string& name)> property;
-  /// Whether the class of an embedded instance, or of the subject itself for an empty property
-  /// name, is the ancestor or derives from it.
+  /// Whether a class is `ancestor` or derives from it; called with the classes of embedded
+  /// instances.
   std::function<bool(const std::string& className, const std::string& ancestor)> isA;
 };
 
@@ -66,8 +67,8 @@ struct WqlSubject {
 bool holds(const WqlComparison& comparison, const WqlSubject& subject);
 bool holds(const WqlCondition& condition, const WqlSubject& subject);
 
-/// Disjunction of conjunctions, or the other way round: the outer list's members are lists of
-/// comparisons. NOT is resolved into the comparisons. Empty for more than 4096 comparisons.
+/// The condition as a disjunction of conjunctions, or the other way round. The members of the outer
+/// list are lists of comparisons, into which NOT is resolved. Empty if it would become too large.
 std::vector<std::vector<WqlComparison>> normalForm(const WqlCondition& condition, bool disjunctive);
 
 }  // namespace orv::broker

@@ -7,7 +7,7 @@
 namespace orv::broker {
 namespace {
 
-constexpr std::size_t kMostComparisons = 4096;  // of a normal form
+constexpr std::size_t kMostComparisons = 4096;  // members of a normal form's outer list
 
 using NormalForm = std::vector<std::vector<WqlComparison>>;
 
@@ -101,7 +101,7 @@ bool compares(CMPIPredOp op, const Order& result) {
   }
 }
 
-/// "a.b" looks for b in the embedded instance a.
+/// The value of a property; "a.b" is property b of the embedded instance a.
 std::optional<Value> findProperty(const std::string& name, const WqlSubject& subject) {
   const std::size_t dot = name.find('.');
   std::optional<Value> value = subject.property(name.substr(0, dot));
@@ -151,13 +151,13 @@ CMPIPredOp negated(CMPIPredOp op) {
   }
 }
 
-/// Members of both lists side by side: the outer operation of the normal form.
+/// The members of both lists: the outer operation of the normal form.
 NormalForm joined(NormalForm a, NormalForm b) {
   for (auto& member : b) a.push_back(std::move(member));
   return a;
 }
 
-/// Each member of one with each of the other: the inner operation.
+/// Each member of one list combined with each of the other: the inner operation.
 NormalForm multiplied(const NormalForm& a, const NormalForm& b) {
   NormalForm out;
   if (a.size() * b.size() > kMostComparisons) return out;

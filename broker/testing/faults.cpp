@@ -32,11 +32,11 @@ struct ArmedFault {
   Fault fault;
 };
 
-/// Never destroyed: threads of providers may outlive main.
+/// Never destroyed, because threads of providers may outlive main.
 struct Faults {
   std::mutex mutex;  // guards armed; innermost
   std::vector<ArmedFault> armed;
-  std::atomic<bool> any{false};  // one load, so that every slot can ask each time
+  std::atomic<bool> any{false};  // cheap to read in every call of every slot
 };
 
 Faults& faults() {
@@ -44,7 +44,7 @@ Faults& faults() {
   return *all;
 }
 
-/// Counts a call; true when the fault hits it.
+/// Counts a call; true when the fault affects it.
 bool hits(Fault& fault) {
   if (fault.skip > 0) {
     --fault.skip;
@@ -55,7 +55,7 @@ bool hits(Fault& fault) {
   return true;
 }
 
-/// The first fault that is due in this call of a slot; counts the call for every fault of the slot.
+/// The first fault that affects this call of a slot. Counts the call for every fault of the slot.
 std::optional<Fault> dueFault(const char* slot) {
   if (!faults().any) return std::nullopt;
   const auto broker = currentBroker();
@@ -97,7 +97,7 @@ std::vector<std::string>& slotNames() {
   return *names;
 }
 
-/// One slot of a table: what it was before, and the function that stands there now.
+/// One slot of a table: the original function, and the one that replaces it.
 template <auto Member>
 struct Slot;
 
@@ -292,7 +292,7 @@ void decoratePredicateTable(CMPIPredicateFT* table) {
   decorate<&CMPIPredicateFT::evaluateUsingAccessor>(table, "predicate.evaluateUsingAccessor");
 }
 
-/// Object tables are found by making an object of each kind.
+/// Finds the tables of objects by making an object of each kind.
 void decorateAll() {
   const CMPIBroker* record = Broker::cmpi();
   decorateBrokerTable(record->bft);

@@ -3,7 +3,7 @@
 namespace orv::broker {
 namespace {
 
-// A provider that errs in every cycle must not fill the memory: the first reports tell the story.
+// A provider that errs in every cycle must not fill the memory; the first reports are enough.
 constexpr std::size_t kReportsKept = 10000;
 
 thread_local ThreadReports* innermost = nullptr;

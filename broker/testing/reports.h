@@ -8,12 +8,12 @@
 
 namespace orv::broker {
 
-/// What one broker reports. Any thread.
+/// The reports of one broker. Thread-safe.
 class ReportLog {
  public:
   explicit ReportLog(std::function<void(const Report&)> next) : next_(std::move(next)) {}
 
-  /// Keeps a report, for the innermost ThreadReports of the calling thread too, and passes it on.
+  /// Keeps a report, also in the innermost ThreadReports of the calling thread, and passes it on.
   void add(const Report& report);
   std::vector<Report> all() const;
   void clear();
@@ -24,7 +24,7 @@ class ReportLog {
   std::vector<Report> reports_;
 };
 
-/// Collects what the calling thread reports as long as this lives. May be nested.
+/// Collects the reports of the calling thread for as long as the object exists. May be nested.
 class ThreadReports {
  public:
   ThreadReports();

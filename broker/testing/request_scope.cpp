@@ -16,7 +16,7 @@
 namespace orv::broker {
 namespace {
 
-/// A context table without the eighth slot: what stands there belongs to a neighbour.
+/// A context table without the eighth slot, followed by other data.
 struct SevenSlotTable {
   CMPIContextFT standard;
   const void* next;

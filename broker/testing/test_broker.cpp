@@ -24,7 +24,7 @@ struct TestBroker::Internals {
 
   ReportLog log;
   const ContextTable contextTable;
-  std::shared_mutex life;  // shared by requests; an idle check has it for itself
+  std::shared_mutex life;  // shared by requests, exclusive for an idle check
   std::atomic<bool> idleCheckEnded{false};
   std::mutex mutex;  // guards subscriptions
   std::set<SubscriptionId> subscriptions;
@@ -62,7 +62,7 @@ Route directRoute(BrokerState& broker, const Request& request, const std::string
   return {CMPI_RC_ERR_FAILED, "No section of provider " + providerName + " has that type.", {}};
 }
 
-/// What was returned and is not among what the client gets.
+/// Adds what was returned but does not reach the client.
 void addDiscarded(const Answers& answers, TestResponse& response) {
   std::size_t instances = response.instances.size();
   std::size_t paths = response.paths.size();
@@ -95,8 +95,8 @@ void addAnswers(const Answers& answers, TestResponse& response) {
   }
 }
 
-/// A provider is forgotten when everything that it has was cleaned, in whatever section.
-/// Deliberate (contract.md#cleanup-kinds).
+/// Whether all kinds of a section's provider have been cleaned up, in whatever section: it is then
+/// forgotten. Deliberate (contract.md#cleanup-kinds).
 bool allCleaned(const std::set<std::pair<const ProviderLibrary*, ProviderKind>>& cleaned,
                 const Section& section) {
   const auto gone = [&](const void* mi, ProviderKind kind) {
@@ -240,7 +240,7 @@ IdleOutcome TestBroker::idleCheck() {
     if (!internals_->subscriptions.empty()) return outcome;
   }
   if (!alone || loaded.empty() || internals_->idleCheckEnded) return outcome;
-  if (loaded.back()->registration.unloadNever) return outcome;  // the first one that was served
+  if (loaded.back()->registration.unloadNever) return outcome;  // the first one that was loaded
   outcome.asked = true;
   bool stays = false;
   std::set<std::pair<const ProviderLibrary*, ProviderKind>> cleaned;

@@ -10,14 +10,14 @@
 #include "broker/testing/faults.h"
 #include "broker/testing/request_scope.h"
 
-/// The embedded broker as tests use it: with the reports that it made, what was thrown away on the
-/// way to the client, faults on command, and the parts of a provider's life that no client causes.
+/// The embedded broker as tests use it: with its reports, what it did not pass on to the client,
+/// fault injection, and the parts of a provider's life that clients cannot cause.
 namespace orv::broker {
 
-/// What one provider answered to its part of a request.
+/// One provider's answer to its part of a request.
 struct ProviderAnswer {
   std::string provider;
-  std::string className;  ///< under which it was asked
+  std::string className;  ///< for which it was called
   CMPIrc rc = CMPI_RC_OK;
   std::optional<std::string> message;
   std::size_t instanceCount = 0;
@@ -25,19 +25,19 @@ struct ProviderAnswer {
   int doneCount = 0;  ///< calls of returnDone
 };
 
-/// A response with what no client sees of it.
+/// A response with what clients do not see of it.
 struct TestResponse : Response {
-  std::vector<Value> data;  ///< what came through returnData and is neither instance nor path
-  int doneCount = 0;        ///< returnDone calls of all providers asked
+  std::vector<Value> data;  ///< returned with returnData, neither instances nor paths
+  int doneCount = 0;        ///< returnDone calls of all providers that were called
 
-  /// What was returned before a status other than OK, and after the first instance of getInstance.
+  /// Returned before a status other than OK, or after the first instance of getInstance.
   struct {
     std::vector<Instance> instances;
     std::vector<ObjectPath> paths;
   } discarded;
 
-  std::vector<ProviderAnswer> answers;  ///< one for each provider asked, in order
-  std::vector<Report> reports;          ///< made in the request's thread
+  std::vector<ProviderAnswer> answers;  ///< one per provider that was called, in order
+  std::vector<Report> reports;          ///< of the request's thread
 };
 
 /// One cleanup call.
@@ -48,16 +48,17 @@ struct CleanupCall {
 };
 
 struct IdleOutcome {
-  /// False: nothing is loaded, a subscription or a request is there, or `unload: never` came first.
+  /// False when nothing is loaded, there is a subscription or a running request, or the section
+  /// that was loaded first has `unload: never`.
   bool asked = false;
   bool exits = false;      ///< the process would end now; the broker has dropped all MI records
-  bool asksAgain = false;  ///< someone answered 50, nobody anything that ends the idle check
+  bool asksAgain = false;  ///< a provider answered 50, and none ended the idle check
   std::vector<CleanupCall> calls;
 };
 
 struct ShutdownOutcome {
-  std::vector<CleanupCall> calls;        ///< of the first walk, in their order
-  std::vector<CleanupCall> secondCalls;  ///< of the concurrent second one
+  std::vector<CleanupCall> calls;        ///< of the first pass, in order
+  std::vector<CleanupCall> secondCalls;  ///< of the concurrent second pass
 };
 
 class TestBroker : public Broker {
@@ -79,42 +80,42 @@ class TestBroker : public Broker {
                           const PropertyList& properties = std::nullopt);
   TestResponse referenceNames(const ObjectPath& source, const AssociationFilter& filter = {});
 
-  /// Asks the first section of that provider name that has the kind which the operation needs: no
-  /// routing, no substitution of class names, the answer as the provider gives it.
+  /// Calls the first section of that provider name with the kind that the operation needs: without
+  /// routing or substitution of class names, and with the answer as the provider gives it.
   TestResponse requestTo(const std::string& providerName, const Request& request);
 
   SubscribeResult subscribe(const IndicationFilter& filter, IndicationHandler handler);
   Response unsubscribe(SubscriptionId id);
 
-  // Life of providers.
+  // The life of providers.
 
   /// Sets a subscription's state to disabled: no more deliveries, and disableIndications.
   void disable(SubscriptionId id);
-  /// One round of the idle check: cleanup, not terminating, once per kind for a library. Not asked
-  /// while a request runs; requests wait for its end.
+  /// One round of the idle check: non-terminating cleanup, once per kind and library. Does nothing
+  /// while a request runs; later requests wait for its end.
   IdleOutcome idleCheck();
-  /// As Broker::shutdown; with a second terminating walk at the same time when wanted.
+  /// As Broker::shutdown; on request with a second terminating pass at the same time.
   ShutdownOutcome shutdown(bool concurrentSecondWalk = false);
   /// Forgets all MI records: the next request calls the factories again.
   void forgetProviders();
 
   // Observation and faults.
 
-  /// Makes a slot of the broker's tables answer otherwise, in threads that work for this broker.
+  /// Injects a fault into a slot of the broker's tables, for threads that work for this broker.
   void inject(Fault fault);
   void clearFaults();
-  /// Faults with a limited number of `times` that have a hit left.
+  /// Number of faults with limited `times` that have not all happened yet.
   std::size_t faultsToCome() const;
   std::vector<Report> reports() const;  ///< the first 10,000 since the start, oldest first
   void clearReports();
-  /// That of a RequestScope's context.
+  /// The table of a RequestScope's context.
   ContextTable contextTable() const;
 
-  /// Objects alive in the process, of all brokers and threads.
+  /// Number of objects alive in the process, of all brokers and threads.
   static std::size_t liveObjects();
-  /// Those of them that are contexts.
+  /// Number of those that are contexts.
   static std::size_t liveContexts();
-  /// Objects in the calling thread's memory.
+  /// Number of objects in the calling thread's memory.
   static std::size_t liveObjectsOfThisThread();
 
  private:

@@ -82,25 +82,25 @@ void addNetworkOptions(CLI::App& app, Options& options) {
       ->capture_default_str()
       ->type_name("ADDRESS:PORT");
   app.add_option("--certificate", options.certificate,
-                 "The server's certificate, followed by the rest of its chain, PEM")
+                 "The server's certificate, followed by those of its authorities, PEM")
       ->type_name("FILE");
   app.add_option("--key", options.key, "The certificate's private key, PEM")->type_name("FILE");
   app.add_option("--client-ca", options.clientAuthority,
-                 "Accept client certificates issued by this authority, PEM")
+                 "Accept client certificates of this authority, PEM")
       ->type_name("FILE");
   app.add_flag("--pam", options.pam,
-               "Accept the name and password of a member of group orvcim, checked by PAM");
-  app.add_option(
-         "--host-name", options.hostNames,
-         "Name that clients use for this host, besides addresses and its own; may be given again")
+               "Accept name and password of members of group orvcim, checked by PAM");
+  app.add_option("--host-name", options.hostNames,
+                 "Name under which clients may ask, besides addresses and this host's name; may be "
+                 "repeated")
       ->allow_extra_args(false)
       ->type_name("NAME");
-  app.add_option("--connections", options.connections, "Connections at a time, at most")
+  app.add_option("--connections", options.connections, "Connections at the same time")
       ->capture_default_str()
       ->check(CLI::Range(1, 10000))
       ->type_name("NUMBER");
   app.add_option("--connections-per-address", options.connectionsPerAddress,
-                 "Connections from one client address at a time, at most")
+                 "Connections from one client address at the same time")
       ->capture_default_str()
       ->check(CLI::Range(1, 10000))
       ->type_name("NUMBER");
@@ -114,7 +114,7 @@ void addIndicationOptions(CLI::App& app, Options& options) {
   };
   app.add_option("--destination", options.destinations,
                  "Where indications may go: own (the subscriber's address), loopback, any, an "
-                 "address or a network such as 192.0.2.0/24; may be given again (default: own and "
+                 "address or a network such as 192.0.2.0/24; may be repeated (default: own and "
                  "loopback)")
       ->allow_extra_args(false)
       ->check(CLI::Validator(isRule, ""))
@@ -132,11 +132,11 @@ void addBrokerOptions(CLI::App& app, Options& options) {
       ->capture_default_str()
       ->type_name("NAME");
   app.add_option("--library", options.session.libraries,
-                 "Provider library to load (default: liborvprovider.so); may be given again")
+                 "Provider library to load (default: liborvprovider.so); may be repeated")
       ->allow_extra_args(false)
       ->type_name("FILE");
   app.add_option("--schema", options.session.schemas,
-                 "Directory with class definitions and registration; may be given again")
+                 "Directory with class definitions and registration; may be repeated")
       ->allow_extra_args(false)
       ->type_name("DIR");
   app.add_option("--simulate", options.session.simulate,

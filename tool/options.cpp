@@ -153,15 +153,15 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("-n,--namespace", options.nameSpace, "Namespace of classes and paths")
       ->capture_default_str()
       ->type_name("NAME");
-  app.add_option(
-         "--library", options.session.libraries,
-         "Provider library to load (default: liborvprovider.so); may be given again for the "
-         "libraries of other registrations")
+  app.add_option("--library", options.session.libraries,
+                 "Provider library to load (default: liborvprovider.so); may be repeated for the "
+                 "libraries of other registrations")
       ->allow_extra_args(false)
       ->type_name("FILE");
-  app.add_option("--schema", options.session.schemas,
-                 "Directory with class definitions (*.mof) and registration (*.reg); may be given "
-                 "again for more on top")
+  app.add_option(
+         "--schema", options.session.schemas,
+         "Directory with class definitions (*.mof) and registration (*.reg); may be repeated "
+         "to add more")
       ->allow_extra_args(false)
       ->type_name("DIR");
   app.add_option("--simulate", options.session.simulate,
@@ -174,7 +174,7 @@ void addGlobalOptions(CLI::App& app, Options& options) {
 
 void addRemoteOptions(CLI::App& app, RemoteOptions& remote) {
   app.add_option("--url", remote.urls,
-                 "Ask this CIM-XML server instead of this host; may be given again")
+                 "Ask this CIM-XML server instead of this host; may be repeated")
       ->allow_extra_args(false)
       ->type_name("https://USER@HOST:PORT");
   app.add_option("--hosts", remote.hostsFile, "Ask the servers in this file, one URL per line")
@@ -244,7 +244,7 @@ void addCheck(CLI::App& app, Options& options) {
   CLI::App* check = addCommand(app, options, Command::kCheck);
   check
       ->add_option("--port", options.ports,
-                   "A port that must be there and up; may be given again (default: those that are "
+                   "A port that must exist and be up; may be repeated (default: those that are "
                    "enabled)")
       ->allow_extra_args(false)
       ->type_name("NAME");

@@ -12,17 +12,24 @@ std::shared_ptr<const ClassRepository> BrokerState::classes(const std::string& n
   return place != options.namespaces.end() ? place->second : nullptr;
 }
 
+bool BrokerState::ClassNameLess::operator()(const ClassName& a, const ClassName& b) const {
+  const NameLess less{};
+  if (less(a.first, b.first)) return true;
+  return !less(b.first, a.first) && less(a.second, b.second);
+}
+
 std::shared_ptr<const ClassLayout> BrokerState::layout(const std::string& nameSpace,
                                                        const std::string& className) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  // Only known classes are kept, so that requests for unknown ones cannot fill the memory.
+  // Known classes are kept, each once however it is spelled, so that requests cannot fill the
+  // memory.
   const auto known = layouts_.find({nameSpace, className});
   if (known != layouts_.end()) return known->second;
   const auto repository = classes(nameSpace);
   const ClassDefinition* definition = repository ? repository->find(className) : nullptr;
   if (definition == nullptr) return nullptr;
   auto made = std::make_shared<const ClassLayout>(repository, *definition);
-  if (nameSpace.size() < 256) layouts_.emplace(std::make_pair(nameSpace, className), made);
+  layouts_.emplace(ClassName(nameSpace, className), made);
   return made;
 }
 

@@ -32,8 +32,13 @@ struct BrokerState {
   std::atomic<CMPIUint32> lastSession{0};
 
  private:
+  using ClassName = std::pair<std::string, std::string>;  // namespace and class
+  struct ClassNameLess {
+    bool operator()(const ClassName& a, const ClassName& b) const;
+  };
+
   std::mutex mutex_;  // guards layouts_; no other is locked while it is held
-  std::map<std::pair<std::string, std::string>, std::shared_ptr<const ClassLayout>> layouts_;
+  std::map<ClassName, std::shared_ptr<const ClassLayout>, ClassNameLess> layouts_;
 };
 
 }  // namespace orv::broker

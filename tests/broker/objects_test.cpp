@@ -2,6 +2,7 @@
 #include <ctime>
 #include <thread>
 
+#include "broker/broker_state.h"
 #include "broker/testing/test_broker.h"
 #include "tests/broker/support/broker_fixture.h"
 
@@ -612,6 +613,15 @@ TEST(Memory, AThreadThatEndsFreesWhatItMade) {
     EXPECT_EQ(TestBroker::liveObjectsOfThisThread(), 100U);
   }).join();
   EXPECT_EQ(TestBroker::liveObjects(), before);
+}
+
+TEST(Memory, AClassIsKeptOnceHoweverItIsSpelled) {
+  BrokerState state(makeOptions());
+  const auto layout = state.layout("root/test", "Test_Disk");
+  ASSERT_NE(layout, nullptr);
+  EXPECT_EQ(state.layout("ROOT/Test", "test_DISK"), layout);
+  EXPECT_NE(state.layout("root/test", "Test_FastDisk"), layout);
+  EXPECT_EQ(state.layout("root/test", "Test_Nothing"), nullptr);
 }
 
 TEST(Memory, AScopeLeavesNothingBehind) {

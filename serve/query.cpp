@@ -1,7 +1,6 @@
 #include "serve/query.h"
 
 #include <algorithm>
-#include <memory>
 #include <optional>
 
 #include "broker/select_expressions.h"
@@ -24,20 +23,6 @@ broker::WqlQuery parse(const std::string& text, const std::string& language) try
   throw CimError(CMPI_RC_ERR_INVALID_QUERY, error.what());
 }
 
-const Instance* embeddedIn(const Value& value) {
-  const auto* instance = std::get_if<std::shared_ptr<const Instance>>(&value.content);
-  return instance == nullptr ? nullptr : instance->get();
-}
-
-/// "name", or "name.name" for a property of an embedded instance. Null when there is none.
-const Value* valueOf(const Instance& instance, const std::string& name) {
-  const std::size_t dot = name.find('.');
-  const Value* value = instance.property(name.substr(0, dot));
-  if (dot == std::string::npos || value == nullptr) return value;
-  const Instance* inner = embeddedIn(*value);
-  return inner == nullptr ? nullptr : valueOf(*inner, name.substr(dot + 1));
-}
-
 }  // namespace
 
 Query::Query(const std::string& text, const std::string& language,
@@ -50,14 +35,11 @@ bool Query::selects(const Instance& instance) const {
   if (!query_.condition) return true;
   broker::WqlSubject subject;
   subject.property = [&](const std::string& name) -> std::optional<Value> {
-    const Value* value = valueOf(instance, name);
+    const Value* value = instance.property(name);
     return value == nullptr ? std::nullopt : std::optional<Value>(*value);
   };
-  subject.isA = [&](const std::string& name, const std::string& ancestor) {
-    if (name.empty()) return classes_.isA(instance.path.className, ancestor);
-    const Value* value = valueOf(instance, name);
-    const Instance* inner = value == nullptr ? nullptr : embeddedIn(*value);
-    return inner != nullptr && classes_.isA(inner->path.className, ancestor);
+  subject.isA = [this](const std::string& name, const std::string& ancestor) {
+    return classes_.isA(name, ancestor);
   };
   return broker::holds(*query_.condition, subject);
 }

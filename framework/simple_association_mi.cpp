@@ -49,8 +49,8 @@ std::vector<Reference> referencesOf(const CmpiInstance& instance) {
 }
 
 /// The object that a request starts from. Its keys are read only after the hook has returned an
-/// association of it, and so has accepted its class: an object manager may crash when keys of a
-/// path of another class are read, for example a path that gives a key twice.
+/// association of it: an object manager asks every association provider about objects of any class,
+/// and may crash when keys are read, for example when the path gives a key twice.
 class Source {
  public:
   explicit Source(const CmpiObjectPath& path)

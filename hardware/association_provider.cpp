@@ -253,7 +253,8 @@ CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiRes
     if (!isA(nameSpace, association.className, assocClass)) continue;
     places = withResults(association, places, isResult);
     if (!places.left && !places.right) continue;
-    // Keys are read only now: reading those of a path of another class may crash an object manager.
+    // Keys are read only now: an object manager asks about objects of any class, and may crash when
+    // the keys of some paths are read.
     const std::string source = ORV::objectIdentity(path, nameSpace);
     forEachLink(context, nameSpace, association, wanted, [&](const auto& left, const auto& right) {
       const bool fromLeft = places.left && ORV::objectIdentity(left, nameSpace) == source;

@@ -21,10 +21,15 @@ class CmpiBroker {
   /// The new thread's first call to the broker, with its prepared context.
   void attachThread(const CmpiContext& context) const;
 
+  /// Delivers an indication to its subscribers in `nameSpace`. It may take as long as they do, and
+  /// on some brokers for ever.
   void deliverIndication(const CmpiContext& context, const char* nameSpace,
                          const CmpiInstance& indication) const;
 
+  /// The paths of the instances of the class that `path` names, those of derived classes included.
   CmpiEnumeration enumInstanceNames(const CmpiContext& context, const CmpiObjectPath& path) const;
+  /// The instances themselves. `properties` ends with null and lists those that are wanted; null
+  /// asks for all.
   CmpiEnumeration enumInstances(const CmpiContext& context, const CmpiObjectPath& path,
                                 const char** properties) const;
   /// Fails also: CmpiStatus 6 when the broker answers OK without an instance. Do not ask for an

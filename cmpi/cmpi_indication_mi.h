@@ -14,14 +14,18 @@ class CmpiIndicationMI : public virtual CmpiBaseMI {
   virtual CmpiStatus authorizeFilter(const CmpiContext& context, const CmpiSelectExp& filter,
                                      const char* className, const CmpiObjectPath& path,
                                      const char* owner);
+  /// Asked whether the object manager has to poll for the indications; sfcb ignores the answer.
   virtual CmpiStatus mustPoll(const CmpiContext& context, const CmpiSelectExp& filter,
                               const char* className, const CmpiObjectPath& path);
+  /// `firstActivation`: no filter for the class was active before, which sfcb says always.
   virtual CmpiStatus activateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
                                     const char* className, const CmpiObjectPath& path,
                                     CmpiBoolean firstActivation);
+  /// `lastActivation`: no filter for the class remains active, which sfcb says always.
   virtual CmpiStatus deActivateFilter(const CmpiContext& context, const CmpiSelectExp& filter,
                                       const char* className, const CmpiObjectPath& path,
                                       CmpiBoolean lastActivation);
+  /// The provider may deliver indications from now on, until disableIndications is called.
   virtual CmpiStatus enableIndications();
   virtual CmpiStatus disableIndications();
 

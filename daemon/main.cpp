@@ -1,9 +1,9 @@
 #include <csignal>
 #include <exception>
-#include <iostream>
 
 #include "daemon/options.h"
 #include "daemon/service.h"
+#include "serve/log.h"
 #include "tool/errors.h"
 
 namespace {
@@ -18,7 +18,7 @@ void blockSignals() {
 }
 
 int complain(const std::exception& e, int status) {
-  std::cerr << "orvcim: " << e.what() << "\n";
+  orv::serve::log(orv::serve::LogLevel::kError, e.what());
   return status;
 }
 

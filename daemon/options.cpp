@@ -142,6 +142,8 @@ void addBrokerOptions(CLI::App& app, Options& options) {
   app.add_option("--simulate", options.session.simulate,
                  "Serve the host that this JSON file describes instead of this one")
       ->type_name("FILE");
+  app.add_flag("-v,--verbose", options.verbose,
+               "Show what provider libraries write when they start");
 }
 
 void check(const Options& options) {

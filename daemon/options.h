@@ -24,6 +24,7 @@ struct Options {
   std::size_t connections = 512;
   std::size_t connectionsPerAddress = 128;
   std::string nameSpace = "root/cimv2";
+  bool verbose = false;  ///< let the start lines of provider libraries through
   tool::SessionOptions session;
 };
 

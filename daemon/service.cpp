@@ -41,6 +41,13 @@ std::string hostName() {
   return name;
 }
 
+/// What the broker reports goes where the daemon's own lines go.
+tool::SessionOptions sessionOptions(const Options& options) {
+  tool::SessionOptions session = options.session;
+  session.warn = [](const std::string& text) { log(LogLevel::kWarning, text); };
+  return session;
+}
+
 /// Raises the descriptor limit as far as needed and allowed.
 void raiseDescriptorLimit() {
   rlimit limit{};
@@ -208,8 +215,8 @@ void waitForTheEnd(const serve::Endpoint& endpoint, serve::TlsCredentials* crede
 void serve(const Options& options) {
   keepMemoryFlat();
   raiseDescriptorLimit();
-  if (!serve::logsToJournal()) tool::hideStartLines();  // a terminal
-  tool::Session session(options.session);
+  if (!options.verbose) tool::hideStartLines();
+  tool::Session session(sessionOptions(options));
   serve::ListenSocket socket = listenSocket(options);
   requireSafety(socket, options);
   const auto credentials = credentialsOf(options);
@@ -227,8 +234,7 @@ void serve(const Options& options) {
   const std::string url = (credentials != nullptr ? "https://" : "http://") + socket.authority();
   serve::Endpoint endpoint(session.broker(), session.namespaces(), settings);
   endpoint.start(std::move(socket));
-  std::cout << "orvcim: serving " << options.nameSpace << " at " << url << "; Ctrl-C ends"
-            << std::endl;
+  std::cout << "orvcimd: serving " << options.nameSpace << " at " << url << std::endl;
   sd_notify(0, "READY=1");
   waitForTheEnd(endpoint, credentials.get(), authenticator.get());
   sd_notify(0, "STOPPING=1");

@@ -25,6 +25,7 @@ std::vector<std::string> daemonArguments(const Options& options) {
   add(arguments, "--simulate", options.session.simulate);
   add(arguments, "--namespace", options.nameSpace);
   add(arguments, "--listen", options.listen);
+  if (options.verbose) arguments.emplace_back("--verbose");
   arguments.insert(arguments.end(), options.daemonOptions.begin(), options.daemonOptions.end());
   return arguments;
 }

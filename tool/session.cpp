@@ -137,9 +137,7 @@ std::vector<std::string> librariesFor(const SessionOptions& options,
   return libraries;
 }
 
-void warn(const broker::Report& report) {
-  std::cerr << "orvcim: warning: " + oneLine(report.toText()) + "\n";
-}
+void warn(const std::string& text) { std::cerr << "orvcim: warning: " + text + "\n"; }
 
 void useHostFile(const std::string& path) {
   checkHostFile(path);
@@ -170,7 +168,9 @@ Session::Session(const SessionOptions& options) {
   broker::Broker::Options setup;
   setup.libraries = librariesOf(registration_, libraries);
   setup.registration = registration_;
-  setup.onReport = warn;
+  setup.onReport = [tell = options.warn ? options.warn : warn](const broker::Report& report) {
+    tell(oneLine(report.toText()));
+  };
   for (const RegistrationSection& section : registration_) {
     for (const std::string& nameSpace : section.namespaces) {
       if (nameSpace != "*") namespaces_[nameSpace] = classes_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,9 @@ struct SessionOptions {
       schemas;               ///< directories, in order; empty: that found by tool/locations.h
   std::string simulate;      ///< host file; empty: this host
   bool withInterop = false;  ///< adds the interop namespace, for subscriptions of clients
+  /// Takes each report of the broker as one line, in any thread. Empty: reports are warnings of
+  /// orvcim on standard error.
+  std::function<void(const std::string&)> warn;
 };
 
 /// An embedded broker with the libraries, the classes and the registration that the options name.

@@ -51,7 +51,7 @@ class Daemon {
                   "/bin/orvcimd --listen 127.0.0.1:0 --connections 400 --connections-per-address "
                   "400 --schema " ORV_SOURCE_DIR "/schema --simulate " ORV_SOURCE_DIR
                   "/tests/hosts/example.json"}) {
-    EXPECT_TRUE(program_.waitForOutput("; Ctrl-C ends\n"));
+    EXPECT_TRUE(program_.waitForOutput("orvcimd: serving "));
     port_ = numberAfter("http://127.0.0.1:");
   }
   int port() const { return port_; }

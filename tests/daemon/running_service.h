@@ -19,7 +19,7 @@ class RunningService {
   explicit RunningService(const std::string& hostFile, const std::vector<std::string>& more = {},
                           const std::vector<std::string>& environment = {})
       : program_(commandLine(hostFile, more, environment)) {
-    EXPECT_TRUE(program_.waitForOutput("; Ctrl-C ends\n")) << program_.wait().err;
+    EXPECT_TRUE(program_.waitForOutput("orvcimd: serving ")) << program_.wait().err;
     const std::string before = "http://127.0.0.1:";
     const std::size_t at = program_.output().find(before);
     if (at != std::string::npos) {

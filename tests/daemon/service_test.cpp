@@ -28,6 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using serve::RawClient;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 
 const std::string kDaemon = ORV_BINARY_DIR "/bin/orvcimd";
 const std::string kSchema = ORV_SOURCE_DIR "/schema";
@@ -50,7 +51,7 @@ class DaemonTest : public testing::Test {
                        kHost + " --listen 127.0.0.1:0";
     for (const std::string& argument : more) line += " '" + argument + "'";
     daemon_ = std::make_unique<Program>(std::vector<std::string>{"/bin/sh", "-c", line});
-    ASSERT_TRUE(daemon_->waitForOutput("; Ctrl-C ends\n")) << daemon_->wait().err;
+    ASSERT_TRUE(daemon_->waitForOutput("orvcimd: serving ")) << daemon_->wait().err;
     const std::string& said = daemon_->output();
     const std::string before = "http://127.0.0.1:";
     port_ = std::atoi(said.c_str() + said.find(before) + before.size());
@@ -86,6 +87,38 @@ class DaemonTest : public testing::Test {
   std::unique_ptr<Program> daemon_;
   int port_ = 0;
 };
+
+/// What systemd sets where it connects standard error to the journal.
+constexpr const char* kJournal = "export JOURNAL_STREAM=$(stat -L -c %d:%i /proc/self/fd/2)";
+
+TEST_F(DaemonTest, TheJournalHasItsOwnLinesUnderItsOwnName) {
+  start({}, kJournal);
+  EXPECT_EQ(ask().httpStatus, 200);
+  daemon_->signal(SIGHUP);
+  daemon_->signal(SIGTERM);
+  const Outcome outcome = daemon_->wait();
+  EXPECT_THAT(outcome.out,
+              MatchesRegex("orvcimd: serving root/cimv2 at http://127.0.0.1:[0-9]+\n"));
+  EXPECT_EQ(outcome.err, "<5>certificates and passwords are looked up again\n");
+}
+
+TEST_F(DaemonTest, StartLinesOfTheLibraryAreShownOnRequest) {
+  start({"--verbose"}, kJournal);
+  EXPECT_EQ(ask().httpStatus, 200);
+  daemon_->signal(SIGTERM);
+  EXPECT_THAT(daemon_->wait().err, HasSubstr("--- _Create_InstanceMI() "));
+}
+
+TEST_F(DaemonTest, PrioritiesAreForTheJournalAlone) {
+  const std::string fails = "exec " + kDaemon + " --key key.pem";
+  const std::string text = "--certificate and --key belong together\n";
+  const auto errorOf = [&](const std::string& before) {
+    return run({"/bin/sh", "-c", before + "; " + fails}).err;
+  };
+  EXPECT_EQ(errorOf("unset JOURNAL_STREAM"), "orvcimd: " + text);
+  EXPECT_EQ(errorOf(kJournal), "<3>" + text);
+  EXPECT_EQ(errorOf("export JOURNAL_STREAM=1:1"), "orvcimd: " + text);  // it goes elsewhere
+}
 
 TEST_F(DaemonTest, SubscriptionsSurviveARestart) {
   startWithState();

@@ -277,7 +277,7 @@ void HardwareGuest::startService() {
                      "/schema/host --library " ORV_BINARY_DIR
                      "/lib/guest/liborvprovider.so --library " ORV_BINARY_DIR
                      "/lib/liborvhost.so >/tmp/service 2>&1 & echo $! >/tmp/service.pid; "
-                     "for i in $(seq 100); do grep -q 'Ctrl-C ends' /tmp/service && exit 0; "
+                     "for i in $(seq 100); do grep -q 'orvcimd: serving' /tmp/service && exit 0; "
                      "sleep 0.1; done; cat /tmp/service; exit 1");
 }
 

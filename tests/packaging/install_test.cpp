@@ -52,7 +52,7 @@ TEST_F(InstallTest, TheToolFindsLibraryAndSchemaBesideItself) {
 TEST_F(InstallTest, TheEndpointFindsItsInteropClasses) {
   Program program({prefix_ + "/bin/orvcim", "--simulate",
                    ORV_SOURCE_DIR "/tests/hosts/example.json", "serve", "--listen", "127.0.0.1:0"});
-  EXPECT_TRUE(program.waitForOutput("; Ctrl-C ends\n"));
+  EXPECT_TRUE(program.waitForOutput("orvcimd: serving "));
   program.signal(SIGTERM);
   const Outcome outcome = program.wait();
   EXPECT_EQ(outcome.status, 0) << outcome.err;

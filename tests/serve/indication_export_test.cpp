@@ -146,7 +146,7 @@ TEST_F(IndicationExportTest, AFullQueueLosesItsOldest) {
   }
   for (std::uint64_t i = 1; i <= 100; ++i) send(exporter, "http://dead/", beat(i));
   const std::string said = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(said, "orvcim: http://dead/ does not keep up; its oldest indications are dropped\n");
+  EXPECT_EQ(said, "orvcimd: http://dead/ does not keep up; its oldest indications are dropped\n");
 }
 
 TEST_F(IndicationExportTest, ForgettingADestinationDoesNotWaitForIt) {

@@ -37,11 +37,11 @@ class WbemcliTest : public testing::Test {
     std::vector<std::string> command = global_;
     command.insert(command.end(), {"serve", "--listen", "127.0.0.1:0"});
     server_ = std::make_unique<Program>(command);
-    ASSERT_TRUE(server_->waitForOutput("; Ctrl-C ends\n"));
+    ASSERT_TRUE(server_->waitForOutput("orvcimd: serving "));
     const std::string& said = server_->output();
     const std::string before = "http://127.0.0.1:";
     const std::size_t at = said.find(before) + before.size();
-    url_ = "http://localhost:" + said.substr(at, said.find(';') - at) + "/root/cimv2:";
+    url_ = "http://localhost:" + said.substr(at, said.find('\n') - at) + "/root/cimv2:";
   }
 
   Outcome wbemcli(const std::string& operation, const std::string& object,
@@ -212,8 +212,8 @@ class ServeEnds : public testing::TestWithParam<int> {};
 TEST_P(ServeEnds, WellOnASignal) {
   Program server({kOrvcim, "--schema", kSchema, "--simulate", kExampleHost, "serve", "--listen",
                   "127.0.0.1:0"});
-  ASSERT_TRUE(server.waitForOutput("; Ctrl-C ends\n"));
-  EXPECT_THAT(server.output(), testing::StartsWith("orvcim: serving root/cimv2 at http://127."));
+  ASSERT_TRUE(server.waitForOutput("orvcimd: serving "));
+  EXPECT_THAT(server.output(), testing::StartsWith("orvcimd: serving root/cimv2 at http://127."));
   EXPECT_EQ(linesOf(server.output()).size(), 1U);
   server.signal(GetParam());
   const Outcome outcome = server.wait();

@@ -44,10 +44,10 @@ class Service {
  public:
   explicit Service(const std::string& host = kExampleHost, const Words& more = {})
       : daemon_(Words{kDaemon, "--simulate", host, "--listen", "127.0.0.1:0"} + more) {
-    if (!daemon_.waitForOutput("; Ctrl-C ends\n")) ADD_FAILURE() << daemon_.wait().err;
+    if (!daemon_.waitForOutput("orvcimd: serving ")) ADD_FAILURE() << daemon_.wait().err;
     const std::string& said = daemon_.output();
     const std::size_t begin = said.find("http");
-    url_ = said.substr(begin, said.find(';') - begin);
+    url_ = said.substr(begin, said.find('\n') - begin);
   }
 
   const std::string& url() const { return url_; }

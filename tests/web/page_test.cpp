@@ -49,10 +49,10 @@ class Page : public testing::Test {
     service_ = std::make_unique<Program>(
         std::vector<std::string>{ORV_BINARY_DIR "/bin/orvcimd", "--schema", kSchema, "--simulate",
                                  file(), "--listen", "127.0.0.1:" + port});
-    ASSERT_TRUE(service_->waitForOutput("; Ctrl-C ends\n")) << service_->wait().err;
+    ASSERT_TRUE(service_->waitForOutput("orvcimd: serving ")) << service_->wait().err;
     const std::string& said = service_->output();
     const std::size_t begin = said.find("http://");
-    url_ = said.substr(begin, said.find(';', begin) - begin);
+    url_ = said.substr(begin, said.find('\n', begin) - begin);
   }
   std::string port() const { return url_.substr(url_.rfind(':') + 1); }
 

@@ -14,7 +14,7 @@ namespace orv::serve {
 
 /// The open connections of a server: how many there are, in all and per address, and the deadline
 /// of each. A thread of the table ends those whose deadline has passed. The HTTP library's own
-/// time-out only measures silence: a client that sends a byte now and then would stay for ever.
+/// time-out only measures silence: a client that sends a byte now and then would stay forever.
 class ConnectionTable {
  public:
   using Clock = std::chrono::steady_clock;

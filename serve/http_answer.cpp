@@ -13,15 +13,15 @@ struct StatusText {
 
 /// For the person who typed the URL.
 constexpr StatusText kStatusTexts[] = {
-    {400, "the request makes no sense"},
+    {400, "the request is not valid"},
     {401, "a name and a password are needed"},
     {403, "the request comes from a page of another site, or from a client without a certificate"},
     {404, "there is nothing here"},
     {405, "this method is not supported"},
-    {421, "this host does not know itself under that name; the option --host-name adds a name"},
-    {429, "too many wrong passwords came from this address; please wait"},
+    {421, "this host does not answer to that name; the option --host-name adds a name"},
+    {429, "too many wrong passwords from this address, or too many logins at once; please wait"},
     {500, "the request failed"},
-    {503, "the service has too much to do or too little memory; please try again"},
+    {503, "the service is too busy or has too little memory; please try again"},
 };
 
 const char* textOf(int status) {

@@ -52,7 +52,7 @@ const Json& member(const Json& object, const char* name) {
 }
 
 std::string textOf(const Json& value, const std::string& where) {
-  if (!value.is_string()) throw StoreError(where + " is not a text");
+  if (!value.is_string()) throw StoreError(where + " is not a string");
   return value.get<std::string>();
 }
 
@@ -86,12 +86,12 @@ Value valueOf(const Json& value, CMPIType type, const std::string& where) {
       return Value::ofArray(CMPI_string, std::move(elements));
     }
     default:
-      throw StoreError(where + " has a type that is not kept");
+      throw StoreError(where + " has a type that cannot be stored");
   }
 }
 
 StoredObject objectOf(const Json& value, const broker::ClassRepository& classes) {
-  if (!value.is_object()) throw StoreError("an object is not one");
+  if (!value.is_object()) throw StoreError("a member of \"objects\" is not an object");
   StoredObject object;
   object.creator = textOf(member(value, "creator"), "creator");
   const std::string className = textOf(member(value, "class"), "class");

@@ -121,7 +121,7 @@ void Subscriptions::restore() {
       entry->instance = complete(stored.instance);
     } catch (const CimError& error) {
       log(LogLevel::kError,
-          "a stored " + stored.instance.path.className + " is left out: " + error.what());
+          "a stored " + stored.instance.path.className + " is ignored: " + error.what());
       continue;
     }
     entry->creator = stored.creator;
@@ -261,7 +261,7 @@ void Subscriptions::activateOrTell(Entry& entry) try {
   activate(entry);
 } catch (const CimError& error) {
   log(LogLevel::kError,
-      "subscription " + entry.instance.path.toText() + " cannot be made again: " + error.what());
+      "subscription " + entry.instance.path.toText() + " cannot be restored: " + error.what());
 }
 
 ObjectPath Subscriptions::create(const Instance& given, const std::string& creator) {

@@ -132,7 +132,7 @@ Texts readTexts(const TlsCredentials::Files& files) {
   return texts;
 }
 
-std::mutex currentMutex;         // guards `current` and the texts behind it
+std::mutex currentMutex;         // guards `current` and what it points to
 const Texts* current = nullptr;  // of the credentials made last
 
 /// Gives the library copies for one handshake, which it frees.
@@ -237,7 +237,7 @@ void TlsCredentials::reload() try {
   const std::lock_guard<std::mutex> lock(currentMutex);
   impl_->texts = std::move(fresh);
 } catch (const std::exception& error) {
-  log(LogLevel::kError, std::string(error.what()) + "; the certificates in use stay");
+  log(LogLevel::kError, std::string(error.what()) + "; the certificates in use are kept");
 }
 
 std::string TlsCredentials::verifiedName(gnutls_session_int* session) const {

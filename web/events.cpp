@@ -85,7 +85,7 @@ void Events::subscribeOnce() {
     if (result.ok()) {
       subscriptions_.push_back(result.id);
     } else {
-      log(serve::LogLevel::kWarning, "/api/events has no " + className + ": " +
+      log(serve::LogLevel::kWarning, "/api/events leaves out " + className + ": " +
                                          result.message.value_or(broker::statusText(result.rc)));
     }
   }

@@ -22,6 +22,7 @@ struct DateTimeObject : CMPIDateTime, HeapEntry {
   DateTime value;
 };
 
+/// In the calling thread's memory.
 CMPIDateTime* makeDateTime(DateTime value);
 
 /// Reads the 25-character form: yyyymmddhhmmss.mmmmmmsutc (s is + or -, utc is in minutes) or

@@ -25,6 +25,7 @@ struct EnumerationObject : CMPIEnumeration, HeapEntry {
   std::size_t next = 0;
 };
 
+/// In the calling thread's memory.
 CMPIEnumeration* makeEnumeration(std::vector<EnumerationObject::Item> items);
 
 }  // namespace orv::broker

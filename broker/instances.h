@@ -18,6 +18,7 @@ struct InstanceObject : CMPIInstance, HeapEntry {
   InstanceData data;
 };
 
+/// In the calling thread's memory, as the two below.
 CMPIInstance* makeInstance(InstanceData data);
 /// A copy of a plain instance, with the class definition of the calling thread's broker.
 CMPIInstance* makeInstance(const Instance& plain);

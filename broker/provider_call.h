@@ -23,6 +23,7 @@ struct CallArguments {
   const CMPIInstance* instance = nullptr;
 };
 
+/// Whether an association provider serves the operation.
 bool isAssociationOperation(Operation operation);
 
 /// Calls the provider of a loaded section. A null slot is reported and gives status 7; an exception

@@ -22,6 +22,7 @@ struct SelectExpressionObject : CMPISelectExp, HeapEntry {
   std::shared_ptr<const WqlQuery> query;
 };
 
+/// In the calling thread's memory.
 CMPISelectExp* makeSelectExpression(std::shared_ptr<const WqlQuery> query);
 
 /// The newSelectExp slot: status 14 for a language other than WQL and CQL, 15 for a text that is

@@ -11,6 +11,7 @@ namespace orv::serve {
 std::string addressText(const sockaddr_storage& address);
 std::string addressText(const sockaddr* address);
 
+/// Whether only this host can use the address: 127.0.0.0/8 or ::1.
 bool isLoopback(const sockaddr_storage& address);
 /// The same for an address as text; false when it is not an address.
 bool isLoopback(const std::string& address);

@@ -40,20 +40,24 @@ class RequestContext {
   const broker::ClassRepository& classes;
   const std::string& client;  ///< address
 
+  /// Whether the request is for the interop namespace.
   bool isInterop() const;
 
+  // Optional parameters: a string or class name, a boolean, an unsigned number.
   std::optional<std::string> text(const char* name) const;
   bool flag(const char* name, bool byDefault) const;
-  /// An unsigned number.
   std::optional<std::uint64_t> number(const char* name) const;
 
+  /// The required ClassName.
   std::string className() const;
   /// The class that ClassName names. Fails: CimError, also 5 when there is no such class.
   const broker::ClassDefinition& classDefinition() const;
 
-  // Required parameters, moved to the request's namespace.
+  // A required object path or instance, moved to the request's namespace.
   broker::ObjectPath object(const char* name) const;
   broker::Instance instance(const char* name) const;
+
+  /// The optional filters of an association request.
   broker::AssociationFilter filter() const;
 
   /// PropertyList, each name once and only those that a class of the namespace has, so that a

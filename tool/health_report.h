@@ -40,6 +40,7 @@ struct HealthReport {
 /// Fails: CimError, and as the client does when there is no answer.
 HealthReport readHealth(client::CimClient& client, const std::string& nameSpace);
 
+/// {"rollup": {...}, "records": [...]}: instances with their words, records with their elements.
 notation::Json toJson(const HealthReport& report, const broker::ClassSource& classes);
 
 /// What is wrong with an element, on one line; "-" when it does not say.

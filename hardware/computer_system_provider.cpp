@@ -1,7 +1,6 @@
 // The host's computer system, whose health is that of the worst of its hardware.
 
 #include <algorithm>
-#include <optional>
 #include <vector>
 
 #include "cmpi/cmpi_array.h"
@@ -125,10 +124,12 @@ CmpiStatus ComputerSystemProvider::enumInstances(const CmpiContext& context, Cmp
   return CMPI_RC_OK;
 }
 
-/// Whether the path names this system; host names are compared without regard to case.
+/// Whether the path names this system; host names are compared without regard to case. A null name
+/// is that of a host without one.
 bool namesThisSystem(const CmpiObjectPath& path, const ORV::ScopingKeys& system) {
-  const std::optional<std::string> name = ORV::textKey(path, "Name");
-  return name && ORV::sameName(name->c_str(), system.systemName.c_str());
+  const CmpiData name = path.getKey("Name");
+  if (!name.isText()) return false;
+  return ORV::sameName(ORV::textOf(name).value_or("").c_str(), system.systemName.c_str());
 }
 
 CmpiStatus ComputerSystemProvider::getInstance(const CmpiContext& context, CmpiResult& result,

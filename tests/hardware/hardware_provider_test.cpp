@@ -250,6 +250,18 @@ TEST_F(Hardware, OnlyThisSystemIsFound) {
   EXPECT_EQ(broker_.getInstance(other).rc, CMPI_RC_ERR_NOT_FOUND);
 }
 
+TEST_F(Hardware, ANullNameIsThatOfASystemWithoutOne) {
+  ObjectPath path = systemPath();
+  path.keys[1].value = broker::Value::ofNull(CMPI_string);
+  EXPECT_EQ(broker_.getInstance(path).rc, CMPI_RC_ERR_NOT_FOUND);
+  host_.write(R"({"systemName": ""})");
+  EXPECT_EQ(broker_.getInstance(path).rc, CMPI_RC_OK);
+  path.keys[1].value = broker::Value::ofString("");
+  EXPECT_EQ(broker_.getInstance(path).rc, CMPI_RC_OK);
+  path.keys[1].value = broker::Value::ofUnsigned(CMPI_uint32, 7);
+  EXPECT_EQ(broker_.getInstance(path).rc, CMPI_RC_ERR_NOT_FOUND);
+}
+
 // ---- Associations ----
 
 class HardwareAssociations : public Hardware {

@@ -2,6 +2,8 @@
 
 #include <map>
 #include <optional>
+#include <string>
+#include <utility>
 
 #include "framework/text.h"
 #include "platform/hardware.h"
@@ -124,36 +126,50 @@ void complete(const Pool& pool, Element& element) {
 // ---- Elements ----
 
 template <typename Facts>
-Element elementOf(const Facts& facts, bool withHealth) {
+Element elementOf(const Facts& facts, std::string id, bool withHealth) {
   Element element;
-  element.id = facts.id;
+  element.id = std::move(id);
   element.name = facts.name;
-  if (withHealth) element.judgement = judge(facts, Growth(baselines(), facts.id));
+  if (withHealth) element.judgement = judge(facts, Growth(baselines(), element.id));
   element.properties = propertiesOf(facts);
   complete(facts, element);
   return element;
 }
 
-/// Where hardware gives several elements the same identity, adds a number to all but the first.
-void makeUnique(std::vector<Element>& elements) {
-  std::map<std::string, unsigned> seen;
-  for (Element& element : elements) {
-    const unsigned times = ++seen[element.id];
-    if (times > 1) element.id += '#' + std::to_string(times);
+/// Gives each element of a list an id of its own. Where hardware gives several the same identity,
+/// all but the first get a number: "serial-0", "serial-0#2".
+class UniqueIds {
+ public:
+  std::string idFor(const std::string& identity) {
+    unsigned& last = last_[identity];
+    if (last == 0) {
+      last = 1;
+      return identity;
+    }
+    std::string id;
+    do {
+      id = identity + '#' + std::to_string(++last);
+    } while (!last_.emplace(id, 1).second);
+    return id;
   }
-}
 
-std::string withoutPosition(const std::string& id) { return id.substr(0, id.rfind('#')); }
+ private:
+  std::map<std::string, unsigned> last_;  ///< the last number given after each id; 1: itself
+};
+
+/// The identity by which the host is asked for an element. On a host that looks elements up by it,
+/// no identity contains "#".
+std::string identityOf(const std::string& id) { return id.substr(0, id.find('#')); }
 
 template <auto read>
 std::vector<Element> elementsBy(const Query& query) {
   std::vector<Element> elements;
-  const Query asked{query.health, withoutPosition(query.onlyId)};
-  for (const auto& facts : read(asked)) {
-    const bool wanted = asked.onlyId.empty() || asked.onlyId == facts.id;
-    elements.push_back(elementOf(facts, query.health && wanted));
+  UniqueIds ids;
+  for (const auto& facts : read(Query{query.health, identityOf(query.onlyId)})) {
+    std::string id = ids.idFor(facts.id);
+    const bool wanted = query.onlyId.empty() || query.onlyId == id;
+    elements.push_back(elementOf(facts, std::move(id), query.health && wanted));
   }
-  makeUnique(elements);
   return elements;
 }
 

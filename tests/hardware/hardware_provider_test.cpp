@@ -136,6 +136,42 @@ TEST_F(Hardware, ElementsOfOneIdentityAreToldApart) {
   EXPECT_EQ(second.instances.at(0).property("ElementName")->text(), "sdb");
 }
 
+// Whatever its id is, an element that is asked for alone is the one that was enumerated.
+TEST_F(Hardware, EveryIdIsItsOwnAndLeadsToItsElement) {
+  setHardware(R"("disks": [{"id": "disk#1", "DeviceState": "offline"}, {"id": "d"},
+      {"id": "d#2", "SmartPassed": 0}, {"id": "d", "DeviceState": "dead"}, {"id": "#"},
+      {"id": "#", "CriticalWarning": 4}, {"id": "d#2", "DeviceState": "blocked"}, {"id": "d#"},
+      {"id": "#3", "FailurePrediction": "f"}, {"id": "\u00e9 \"/#x", "PendingSectors": 1}])");
+  const std::vector<Instance> all = instances("Orvane_DiskDrive").instances;
+  ASSERT_EQ(all.size(), 10u);
+  std::set<std::string> ids;
+  for (const Instance& disk : all) {
+    const std::string id = disk.path.key("DeviceID")->text();
+    EXPECT_TRUE(ids.insert(id).second) << id;
+    const Response one = broker_.getInstance(devicePath("Orvane_DiskDrive", id));
+    ASSERT_EQ(one.rc, CMPI_RC_OK) << id;
+    EXPECT_EQ(one.instances.at(0), disk) << id;
+  }
+  EXPECT_EQ(healthOf(all[0]), 25u);
+  EXPECT_EQ(all[3].path.key("DeviceID")->text(), "d#3");
+  EXPECT_EQ(all[6].path.key("DeviceID")->text(), "d#2#2");
+}
+
+TEST_F(Hardware, ElementsOfOneIdentityAreCountedApart) {
+  const auto setErrors = [&](int first, int second) {
+    setHardware(R"("disks": [{"id": "counted-apart", "MediaErrors": )" + std::to_string(first) +
+                R"(}, {"id": "counted-apart", "MediaErrors": )" + std::to_string(second) + "}]");
+  };
+  setErrors(0, 7);
+  for (const Instance& disk : instances("Orvane_DiskDrive").instances) {
+    EXPECT_EQ(healthOf(disk), 5u) << disk.path.toText();
+  }
+  setErrors(0, 8);
+  EXPECT_EQ(healthOf(instances("Orvane_DiskDrive").instances.at(0)), 5u);
+  EXPECT_THAT(textsOf(instances("Orvane_DiskDrive").instances.at(1), "StatusDescriptions"),
+              ElementsAre("1 new media errors since start (8 in all)"));
+}
+
 TEST_F(Hardware, WhatTheHostRefusesIsUnknownWithTheReason) {
   setHardware(R"("disks": [{"id": "d", "name": "sda", "refused": "in standby, not asked"}])");
   const Instance disk = only("Orvane_DiskDrive");

@@ -8,17 +8,26 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <string>
 
 namespace orv::bench {
 namespace {
 
 alignas(nlmsghdr) unsigned char piece[32 * 1024];
 
+/// Receives a piece of the answer. Fails: std::runtime_error when there is none.
+unsigned receivePiece(int socketNumber) {
+  const ssize_t size = recv(socketNumber, piece, sizeof piece, 0);
+  if (size > 0) return static_cast<unsigned>(size);
+  throw std::runtime_error(std::string("no answer from rtnetlink: ") +
+                           (size < 0 ? std::strerror(errno) : "nothing received"));
+}
+
 /// Whether the piece that was received ends the answer.
-bool isEnd(ssize_t size) {
-  auto left = static_cast<unsigned>(size);
+bool isEnd(unsigned left) {
   const auto* message = reinterpret_cast<const nlmsghdr*>(piece);
   for (; NLMSG_OK(message, left); message = NLMSG_NEXT(message, left)) {
     if (message->nlmsg_type == NLMSG_DONE || message->nlmsg_type == NLMSG_ERROR) return true;
@@ -37,9 +46,9 @@ struct LinkRequest {
 void ask(const LinkRequest& request) {
   const int socketNumber = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
   if (send(socketNumber, &request, request.header.nlmsg_len, 0) < 0) {
-    throw std::runtime_error("no answer from rtnetlink");
+    throw std::runtime_error(std::string("rtnetlink takes no request: ") + std::strerror(errno));
   }
-  while (!isEnd(recv(socketNumber, piece, sizeof piece, 0))) {
+  while (!isEnd(receivePiece(socketNumber))) {
   }
   close(socketNumber);
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "broker/broker.h"
@@ -31,6 +32,22 @@ inline broker::Broker::Options hostLibrary() {
   options.libraryFile = ORV_HOST_LIBRARY;
   return options;
 }
+
+/// A directory in the place of another for as long as the object lives, within this process's mount
+/// namespace.
+class Mounted {
+ public:
+  Mounted(const std::string& directory, std::string place) : place_(std::move(place)) {
+    EXPECT_EQ(mount(directory.c_str(), place_.c_str(), nullptr, MS_BIND, nullptr), 0)
+        << place_ << ": " << std::strerror(errno);
+  }
+  Mounted(const Mounted&) = delete;
+  Mounted& operator=(const Mounted&) = delete;
+  ~Mounted() { umount(place_.c_str()); }
+
+ private:
+  std::string place_;
+};
 
 /// The library itself, which sees a tree of our own making, mounted over /sys, in a mount
 /// namespace.

@@ -83,6 +83,36 @@ TEST_F(RecordedHost, AChipThatComesLaterIsSeen) {
   EXPECT_EQ(instances("Orvane_NumericSensor").size(), 1u);
 }
 
+// A disk of which only udev knows an identity is the same one for its temperature sensor.
+TEST_F(RecordedHost, ADisksSensorMonitorsTheDiskThatUdevKnows) {
+  const std::string target = "pci0000:00/0000:00:1f.2/ata9/host8/target8:0:0/8:0:0:0";
+  const std::string disk = target + "/block/sdz";
+  const std::string monitor = target + "/hwmon/hwmon0";
+  tree_.blockDevice("sdz", disk, "65:144", 8);
+  tree_.relativeLink("devices/" + disk + "/device", "devices/" + target);
+  tree_.relativeLink("devices/" + disk + "/subsystem", "class/block");
+  tree_.file("devices/" + disk + "/uevent", "MAJOR=65\nMINOR=144\nDEVNAME=sdz\nDEVTYPE=disk\n");
+  tree_.relativeLink("devices/" + target + "/subsystem", "bus/scsi");
+  tree_.device("hwmon", "hwmon0", monitor);
+  tree_.relativeLink("devices/" + monitor + "/device", "devices/" + target);
+  tree_.file("devices/" + monitor + "/name", "drivetemp\n");
+  tree_.file("devices/" + monitor + "/temp1_input", "30000\n");
+  tree_.relativeLink("numbers/block/65:144", "devices/" + disk);
+  tree_.file("run/udev/data/b65:144", "I:1\nE:ID_SERIAL=Example_0001\n");
+  mountTree();
+  const Mounted numbers(tree_.root() + "/numbers", "/sys/dev");
+  const Mounted run(tree_.root() + "/run", "/run");
+
+  const auto disks = instances("Orvane_DiskDrive");
+  ASSERT_EQ(disks.size(), 1u);
+  EXPECT_EQ(disks[0].property("DeviceID")->text(), "serial-Example_0001");
+  const auto relations = instances("Orvane_AssociatedSensor");
+  ASSERT_EQ(relations.size(), 1u);
+  const broker::ObjectPath& monitored = relations[0].property("Dependent")->reference();
+  EXPECT_EQ(monitored.className, "Orvane_DiskDrive") << monitored.toText();
+  EXPECT_EQ(monitored, disks[0].path);
+}
+
 TEST_F(RecordedHost, FaultsReachTheSystem) {
   tree_.scsiDisk("sda", "8:0", "SEAGATE", "offline");
   tree_.file("class/power_supply/AC/type", "Mains\n").file("class/power_supply/AC/online", "0\n");

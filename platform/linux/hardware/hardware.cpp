@@ -25,7 +25,8 @@ using LinuxHost::HostPaths;
 System system() { return LinuxHost::readSystem(HostPaths()); }
 
 std::vector<Sensor> sensors(const Query& query) {
-  return LinuxHost::readSensors(HostPaths(), query, LinuxHost::deviceWorkers());
+  return LinuxHost::readSensors(HostPaths(), LinuxHost::udevProperties, query,
+                                LinuxHost::deviceWorkers());
 }
 
 std::vector<MemoryModule> memoryModules(const Query&) {

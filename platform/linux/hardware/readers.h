@@ -53,9 +53,10 @@ class KnownMembers {
 std::vector<Hardware::Extent> readExtents(const BlockDevices& devices, KnownMembers& known);
 std::vector<Hardware::Volume> readVolumes(const HostPaths& paths, const BlockDevices& devices);
 
-/// libsensors reads /sys itself, whatever `paths` says. Chips are asked by `workers`.
-std::vector<Hardware::Sensor> readSensors(const HostPaths& paths, const Hardware::Query& query,
-                                          DeviceWorkers& workers);
+/// libsensors reads /sys itself, whatever `paths` says. Chips are asked by `workers`. `lookup` is
+/// the one with which the disks are read, so that a disk has the same id here.
+std::vector<Hardware::Sensor> readSensors(const HostPaths& paths, const UdevLookup& lookup,
+                                          const Hardware::Query& query, DeviceWorkers& workers);
 
 /// Why a disk must not be asked now: its device is suspended, or the disk is in standby. Empty when
 /// it may be asked. Opens the device, but does not wake it.

@@ -350,13 +350,13 @@ bool isWanted(const Chip& chip, const Hardware::Query& query) {
 
 }  // namespace
 
-std::vector<Sensor> readSensors(const HostPaths& paths, const Hardware::Query& query,
-                                DeviceWorkers& workers) {
+std::vector<Sensor> readSensors(const HostPaths& paths, const UdevLookup& lookup,
+                                const Hardware::Query& query, DeviceWorkers& workers) {
   const ChipsHeld held(chipsOfNow(paths));
   std::vector<Chip> chips = chipsWithSensors();
   if (chips.empty()) return {};
 
-  const BlockDevices disks(paths, [](const std::string&) { return UdevProperties(); });
+  const BlockDevices disks(paths, lookup);
   std::vector<DeviceWorkers::Question<std::vector<Sensor>>> questions;
   std::vector<std::size_t> positions;
   for (std::size_t i = 0; i < chips.size(); ++i) {

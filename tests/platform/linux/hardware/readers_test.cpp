@@ -449,7 +449,7 @@ TEST_F(Readers, WithoutDescriptorsNothingIsSaidOfTheHardware) {
   EXPECT_THROW(readMemoryModules(tree_.paths()), std::system_error);
   EXPECT_THROW(readPciFunctions(tree_.paths(), 1), std::system_error);
   EXPECT_THROW(storagePorts(), std::system_error);
-  EXPECT_THROW(readSensors(tree_.paths(), {}, workers_), std::system_error);
+  EXPECT_THROW(readSensors(tree_.paths(), kNoUdev, {}, workers_), std::system_error);
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
   EXPECT_EQ(readPowerSupplies(tree_.paths()).size(), 1u);
 }

@@ -320,13 +320,18 @@ const Rule<StoragePort> kStoragePortRules[] = {
 // ---- Arrays ----
 
 /// The most members that an array can lose and still hold its data. For raid10 that depends on
-/// which ones, but more than half are too many.
+/// which ones; but as many as hold all blocks once must be left. Without a layout it is taken to
+/// have two copies, as by default.
 std::uint32_t tolerated(const Pool& pool) {
   const std::uint32_t disks = pool.disks.value_or(0);
   if (pool.level == "raid1" && disks > 0) return disks - 1;
   if (pool.level == "raid4" || pool.level == "raid5") return 1;
   if (pool.level == "raid6") return 2;
-  if (pool.level == "raid10") return disks / 2;
+  if (pool.level == "raid10" && disks > 0) {
+    const std::uint32_t copies = std::max<std::uint32_t>(pool.copies.value_or(2), 1);
+    const std::uint32_t needed = (disks - 1) / copies + 1;
+    return disks - needed;
+  }
   return 0;
 }
 

@@ -302,6 +302,7 @@ struct Pool {
   std::string syncAction;              ///< idle, resync, recover, check, ...
   std::optional<std::uint32_t> disks;  ///< members that the array should have
   std::optional<std::uint32_t> missing;  ///< members that it lacks
+  std::optional<std::uint32_t> copies;   ///< raid10: copies of each block
   std::optional<std::uint64_t> size;     ///< bytes
 
   static constexpr auto facts() {
@@ -314,6 +315,7 @@ struct Pool {
         Fact{"SyncAction", &Pool::syncAction, "idle, resync, recover, check, ..."},
         Fact{"MemberCount", &Pool::disks},
         Fact{"MissingMembers", &Pool::missing},
+        Fact{"copies", &Pool::copies, "raid10: copies of each block; absent: 2"},
         Fact{"TotalManagedSpace", &Pool::size, "bytes"},
     };
   }

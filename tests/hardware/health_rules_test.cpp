@@ -322,6 +322,26 @@ TEST(PoolHealth, FollowsWhatTheLevelTolerates) {
   expectHealth(judged(array("raid0", 2, 1)), kCritical, "array failed: 1 of 2 members missing");
 }
 
+TEST(PoolHealth, FollowsTheCopiesOfARaid10) {
+  struct Row {
+    std::uint32_t disks, copies, missing;
+    Health health;
+  };
+  const Row rows[] = {
+      {3, 3, 2, kDegraded},           {3, 3, 3, kCritical}, {4, 2, 2, kDegraded},
+      {4, 2, 3, kCritical},           {5, 2, 2, kDegraded}, {5, 2, 3, kCritical},
+      {6, 3, 4, kDegraded},           {6, 3, 5, kCritical}, {4, 4, 3, kDegraded},
+      {4, 4, 4, kCritical},           {2, 1, 1, kCritical}, {2, 0, 1, kCritical},
+      {3, 4000000000u, 3, kCritical},
+  };
+  for (const Row& row : rows) {
+    Pool pool = array("raid10", row.disks, row.missing);
+    pool.copies = row.copies;
+    EXPECT_EQ(judged(pool).health, row.health)
+        << row.missing << " of " << row.disks << " with " << row.copies << " copies";
+  }
+}
+
 TEST(PoolHealth, TellsThatItRebuilds) {
   Pool pool = array("raid1", 2, 1);
   pool.syncAction = "recover";

@@ -85,6 +85,14 @@ bool becameReadOnly(const Mount& mount, const BlockDevice& device) {
   return mount.writable && !mount.fileSystemWritable && textIn(device.path + "/ro") != "1";
 }
 
+/// The copies of each block in a raid10 array: the near ones, in the lowest byte of the layout,
+/// times the far ones, in the next. Absent for another level, and while a reshape changes them.
+std::optional<std::uint32_t> copiesIn(const std::string& md, const std::string& level) {
+  const auto layout = numberIn<std::uint32_t>(md + "/layout");
+  if (level != "raid10" || !layout) return std::nullopt;
+  return (*layout & 0xff) * (*layout >> 8 & 0xff);
+}
+
 }  // namespace
 
 std::vector<Pool> readPools(const BlockDevices& devices) {
@@ -98,6 +106,7 @@ std::vector<Pool> readPools(const BlockDevices& devices) {
     pool.syncAction = textIn(md + "/sync_action");
     pool.disks = numberIn<std::uint32_t>(md + "/raid_disks");
     pool.missing = numberIn<std::uint32_t>(md + "/degraded");
+    pool.copies = copiesIn(md, pool.level);
     const auto sectors = numberIn<std::uint64_t>(device.path + "/size");
     if (sectors) pool.size = *sectors * kSector;
     pools.push_back(std::move(pool));

@@ -357,6 +357,21 @@ TEST_F(ArrayReaders, AnArrayTellsStateAndMissingMembers) {
   EXPECT_EQ(pools[0].size, 8192u * 512);
 }
 
+TEST_F(ArrayReaders, ARaid10TellsItsCopies) {
+  const std::string md = "devices/virtual/block/md0/md/";
+  const auto copies = [&] { return readPools(devices(notes)).at(0).copies; };
+  tree_.file(md + "layout", "259\n");
+  EXPECT_EQ(copies(), std::nullopt);  // of raid1
+  tree_.file(md + "level", "raid10\n");
+  EXPECT_EQ(copies(), 3u);  // n3
+  tree_.file(md + "layout", "514\n");
+  EXPECT_EQ(copies(), 4u);  // n2 f2
+  for (const char* text : {"", "near\n", "259 (258)\n", "-1\n"}) {
+    tree_.file(md + "layout", text);
+    EXPECT_EQ(copies(), std::nullopt) << text;
+  }
+}
+
 TEST_F(ArrayReaders, MembersTellStateArrayAndDisk) {
   const auto members = extents(devices(notes));
   ASSERT_EQ(members.size(), 2u);

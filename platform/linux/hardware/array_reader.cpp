@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "platform/linux/hardware/kernel_texts.h"
@@ -79,6 +80,16 @@ Volume readVolume(const BlockDevice& device, const BlockDevices& devices) {
   return volume;
 }
 
+/// All mounts. The kernel allows 100,000 unless told otherwise; a line that the bound cuts is left
+/// out.
+std::vector<Mount> readMounts(const HostPaths& paths) {
+  constexpr std::size_t kMost = 16 * 1024 * 1024;
+  int error = 0;
+  std::string text = bytesIn(paths.mountInfo, error, kMost).value_or("");
+  text.erase(text.rfind('\n') + 1);
+  return parseMountInfo(text);
+}
+
 /// Whether a file system was mounted for writing and can no longer be written, on a device that
 /// can.
 bool becameReadOnly(const Mount& mount, const BlockDevice& device) {
@@ -145,10 +156,8 @@ std::vector<Extent> readExtents(const BlockDevices& devices, KnownMembers& known
 }
 
 std::vector<Volume> readVolumes(const HostPaths& paths, const BlockDevices& devices) {
-  int error = 0;
-  const auto text = bytesIn(paths.mountInfo, error);
   std::vector<Volume> volumes;
-  const std::vector<Mount> mounts = parseMountInfo(text ? *text : "");
+  const std::vector<Mount> mounts = readMounts(paths);
   for (const BlockDevice& device : devices.all()) {
     const auto mount = std::find_if(mounts.begin(), mounts.end(),
                                     [&](const Mount& m) { return m.device == device.number; });

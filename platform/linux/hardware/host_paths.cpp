@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -68,8 +69,7 @@ template std::optional<std::uint16_t> numberIn(const std::string&);
 template std::optional<std::uint32_t> numberIn(const std::string&);
 template std::optional<std::uint64_t> numberIn(const std::string&);
 
-std::optional<std::string> bytesIn(const std::string& path, int& error) {
-  constexpr std::size_t kMost = 1024 * 1024;
+std::optional<std::string> bytesIn(const std::string& path, int& error, std::size_t most) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   error = errno;
   if (!file.isOpen()) {
@@ -78,8 +78,9 @@ std::optional<std::string> bytesIn(const std::string& path, int& error) {
   }
   std::string bytes;
   char piece[4096];
-  while (bytes.size() < kMost) {
-    const ssize_t size = read(file.number(), piece, sizeof piece);
+  while (bytes.size() < most) {
+    const std::size_t wanted = std::min(sizeof piece, most - bytes.size());
+    const ssize_t size = read(file.number(), piece, wanted);
     error = errno;
     if (size < 0 && error == EINTR) continue;
     if (size < 0) return std::nullopt;

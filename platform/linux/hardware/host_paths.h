@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,8 +33,9 @@ std::vector<std::string> entriesOf(const std::string& directory);
 /// Throws the exceptions above when the error number says that memory or descriptors have run out.
 void throwIfExhausted(int error);
 
-/// The bytes of a file, or its first mebibyte. When it cannot be read, absent, with the error
-/// number in `error`.
-std::optional<std::string> bytesIn(const std::string& path, int& error);
+/// The first bytes of a file, at most `most`. When it cannot be read, absent, with the error number
+/// in `error`.
+std::optional<std::string> bytesIn(const std::string& path, int& error,
+                                   std::size_t most = 1024 * 1024);
 
 }  // namespace LinuxHost

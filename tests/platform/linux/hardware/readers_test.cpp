@@ -431,6 +431,20 @@ TEST_F(ArrayReaders, AFileSystemThatWasMountedReadOnlyIsNoFault) {
   EXPECT_FALSE(readVolumes(tree_.paths(), devices(notes)).at(0).readOnlyRemount);
 }
 
+TEST_F(ArrayReaders, EveryMountCountsHoweverManyThereAre) {
+  constexpr std::size_t kBound = 16 * 1024 * 1024;
+  const std::string other =
+      "1 0 0:5 / /var/lib/containers/" + std::string(30, 'x') + " rw - tmpfs t rw\n";
+  const std::string last = "2 0 8:1 / /srv rw - ext4 /dev/sda1 rw";
+  std::string mounts;
+  while (mounts.size() < kBound - 2 * other.size()) mounts += other;
+  tree_.file("mountinfo", mounts + last + "\n");
+  ASSERT_EQ(readVolumes(tree_.paths(), devices(notes)).size(), 1u);
+  EXPECT_EQ(readVolumes(tree_.paths(), devices(notes))[0].mountPoint, "/srv");
+  tree_.file("mountinfo", last);  // the kernel ends each line: this one is cut
+  EXPECT_THAT(readVolumes(tree_.paths(), devices(notes)), IsEmpty());
+}
+
 TEST_F(ArrayReaders, ALogicalVolumeIsAVolumeMountedOrNot) {
   tree_.blockDevice("dm-0", "virtual/block/dm-0", "253:0", 16);
   tree_.file("devices/virtual/block/dm-0/dm/uuid", "LVM-abc\n");

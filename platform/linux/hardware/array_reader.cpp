@@ -1,9 +1,12 @@
 #include <algorithm>
+#include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/linux/hardware/kernel_texts.h"
 #include "platform/linux/hardware/readers.h"
+#include "platform/linux/sysfs.h"
 
 namespace LinuxHost {
 namespace {
@@ -80,14 +83,48 @@ Volume readVolume(const BlockDevice& device, const BlockDevices& devices) {
   return volume;
 }
 
+/// The device that a path below /dev names, which may be a link; null when there is none. The nodes
+/// in /dev/mapper are named as the device mapper names its devices.
+const BlockDevice* deviceAt(const std::string& path, const HostPaths& paths,
+                            const BlockDevices& devices) {
+  constexpr std::string_view kDev = "/dev/";
+  if (!beginsWith(path, kDev)) return nullptr;
+  const std::string target = resolved(paths.dev + "/" + path.substr(kDev.size()));
+  const std::string_view node = target.empty() ? path : target;
+  const std::string_view name = baseName(node);
+  if (baseName(node.substr(0, node.rfind('/'))) != "mapper") {
+    return devices.byName(std::string(name));
+  }
+  for (const BlockDevice& device : devices.all()) {
+    if (!name.empty() && textIn(device.path + "/dm/name") == name) return &device;
+  }
+  return nullptr;
+}
+
+/// btrfs gives each file system a number of its own (major 0) in place of its device's; only the
+/// source of the mount tells the device.
+void setNumbersOfDevices(std::vector<Mount>& mounts, const HostPaths& paths,
+                         const BlockDevices& devices) {
+  std::map<std::string, std::string> numbers;  // by source; empty without a device
+  for (Mount& mount : mounts) {
+    if (mount.type != "btrfs" || !beginsWith(mount.device, "0:")) continue;
+    const auto [number, isNew] = numbers.try_emplace(mount.source);
+    const BlockDevice* device = isNew ? deviceAt(mount.source, paths, devices) : nullptr;
+    if (device != nullptr) number->second = device->number;
+    if (!number->second.empty()) mount.device = number->second;
+  }
+}
+
 /// All mounts. The kernel allows 100,000 unless told otherwise; a line that the bound cuts is left
 /// out.
-std::vector<Mount> readMounts(const HostPaths& paths) {
+std::vector<Mount> readMounts(const HostPaths& paths, const BlockDevices& devices) {
   constexpr std::size_t kMost = 16 * 1024 * 1024;
   int error = 0;
   std::string text = bytesIn(paths.mountInfo, error, kMost).value_or("");
   text.erase(text.rfind('\n') + 1);
-  return parseMountInfo(text);
+  std::vector<Mount> mounts = parseMountInfo(text);
+  setNumbersOfDevices(mounts, paths, devices);
+  return mounts;
 }
 
 /// Whether a file system was mounted for writing and can no longer be written, on a device that
@@ -157,7 +194,7 @@ std::vector<Extent> readExtents(const BlockDevices& devices, KnownMembers& known
 
 std::vector<Volume> readVolumes(const HostPaths& paths, const BlockDevices& devices) {
   std::vector<Volume> volumes;
-  const std::vector<Mount> mounts = readMounts(paths);
+  const std::vector<Mount> mounts = readMounts(paths, devices);
   for (const BlockDevice& device : devices.all()) {
     const auto mount = std::find_if(mounts.begin(), mounts.end(),
                                     [&](const Mount& m) { return m.device == device.number; });

@@ -73,7 +73,7 @@ std::optional<Mount> parseMount(std::string_view line) {
   }
   Mount mount;
   mount.type = cleanText(takeUpTo(line, ' '));
-  takeUpTo(line, ' ');  // source
+  mount.source = unescaped(takeUpTo(line, ' '));
   if (fields[2].empty() || mount.type.empty() || line.empty()) return std::nullopt;
   mount.device = std::string(fields[2]);
   mount.place = cleanText(unescaped(fields[4]));

@@ -46,6 +46,7 @@ struct Mount {
   bool writable = false;            ///< according to the options of the mount
   bool fileSystemWritable = false;  ///< according to the options of the file system
   std::string type;
+  std::string source;  ///< mostly the path of a device, octal escapes resolved
 };
 
 /// The lines that have that form; others are ignored.

@@ -60,11 +60,13 @@ TEST(LinkSpeed, OfALinkThatIsDownIsAbsent) {
 TEST(MountInfo, ReadsPlaceDeviceAndOptions) {
   const auto mounts = parseMountInfo(
       "36 35 98:0 /mnt1 /mnt\\0402 rw,noatime master:1 - ext3 /dev/root ro,errors=continue\n"
-      "37 35 8:1 / / ro - xfs /dev/sda1 rw\n");
+      "37 35 8:1 / / ro - xfs /dev/my\\040disk rw\n");
   ASSERT_EQ(mounts.size(), 2u);
   EXPECT_EQ(mounts[0].device, "98:0");
   EXPECT_EQ(mounts[0].place, "/mnt 2");
   EXPECT_EQ(mounts[0].type, "ext3");
+  EXPECT_EQ(mounts[0].source, "/dev/root");
+  EXPECT_EQ(mounts[1].source, "/dev/my disk");
   EXPECT_TRUE(mounts[0].writable);
   EXPECT_FALSE(mounts[0].fileSystemWritable);
   EXPECT_FALSE(mounts[1].writable);

@@ -431,6 +431,38 @@ TEST_F(ArrayReaders, AFileSystemThatWasMountedReadOnlyIsNoFault) {
   EXPECT_FALSE(readVolumes(tree_.paths(), devices(notes)).at(0).readOnlyRemount);
 }
 
+// btrfs shows a number of its own; its source names the device in one of several ways.
+TEST_F(ArrayReaders, AMountedBtrfsIsAVolumeOfItsDevice) {
+  tree_.blockDevice("dm-0", "virtual/block/dm-0", "253:0", 16);
+  tree_.file("devices/virtual/block/dm-0/dm/uuid", "CRYPT-abc\n");
+  tree_.file("devices/virtual/block/dm-0/dm/name", "vg-my root\n");
+  tree_.relativeLink("dev/mapper/linked", "dev/dm-0");
+  const std::pair<const char*, const char*> rows[] = {
+      {"/dev/sda1", "fs-f1"},
+      {"/dev/dm-0", "CRYPT-abc"},
+      {"/dev/mapper/linked", "CRYPT-abc"},
+      {"/dev/mapper/vg-my\\040root", "CRYPT-abc"},
+  };
+  for (const auto& [source, id] : rows) {
+    tree_.file("mountinfo", "1 0 0:42 /@ /srv rw - btrfs " + std::string(source) +
+                                " ro,subvol=/@\n2 0 0:42 /@home /home rw - btrfs " + source +
+                                " ro,subvol=/@home\n");
+    const auto volumes = readVolumes(tree_.paths(), devices(notes));
+    ASSERT_EQ(volumes.size(), 1u) << source;
+    EXPECT_EQ(volumes[0].id, id);
+    EXPECT_EQ(volumes[0].fileSystem, "btrfs");
+    EXPECT_EQ(volumes[0].mountPoint, "/srv");
+    EXPECT_TRUE(volumes[0].readOnlyRemount);
+  }
+}
+
+TEST_F(ArrayReaders, OnlyOfBtrfsTheSourceCounts) {
+  tree_.file("mountinfo",
+             "1 0 0:5 / /a rw - tmpfs /dev/sda1 rw\n2 0 9:9 / /b rw - btrfs /dev/sda1 rw\n"
+             "3 0 0:6 / /c rw - btrfs sda1 rw\n4 0 0:7 / /d rw - btrfs /dev/sdx rw\n");
+  EXPECT_THAT(readVolumes(tree_.paths(), devices(notes)), IsEmpty());
+}
+
 TEST_F(ArrayReaders, EveryMountCountsHoweverManyThereAre) {
   constexpr std::size_t kBound = 16 * 1024 * 1024;
   const std::string other =

@@ -38,6 +38,7 @@ ConnectionTable::Connection* ConnectionTable::add(int socket, const std::string&
       connections_.size() >= limits_.connections || ofAddress >= limits_.connectionsPerAddress;
   connections_.push_back(std::move(connection));
   ++ofAddress;
+  if (ending_) ::shutdown(socket, SHUT_RDWR);
   return &connections_.back();
 }
 
@@ -46,6 +47,7 @@ void ConnectionTable::remove(Connection* connection) {
   const auto count = countOfAddress_.find(connection->address);
   if (count != countOfAddress_.end() && --count->second == 0) countOfAddress_.erase(count);
   connections_.remove_if([&](const Connection& other) { return &other == connection; });
+  removed_.notify_all();
 }
 
 void ConnectionTable::endAt(Connection* connection, Clock::time_point deadline) {
@@ -63,6 +65,13 @@ void ConnectionTable::letGoOn(Connection* connection) {
 
 void ConnectionTable::abortAt(Connection* connection, Clock::time_point deadline) {
   set(connection, deadline, true, nullptr);
+}
+
+void ConnectionTable::endAll(std::chrono::milliseconds patience) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  ending_ = true;
+  for (const Connection& connection : connections_) ::shutdown(connection.socket, SHUT_RDWR);
+  removed_.wait_for(lock, patience, [this] { return connections_.empty(); });
 }
 
 bool ConnectionTable::goesOn(Connection& connection) try {

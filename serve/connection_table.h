@@ -59,6 +59,10 @@ class ConnectionTable {
   /// Removes the deadline.
   void letGoOn(Connection* connection);
 
+  /// Ends every connection, those that are still added too, and waits until all have been removed,
+  /// at most for `patience`.
+  void endAll(std::chrono::milliseconds patience);
+
   std::size_t size() const;
 
  private:
@@ -71,9 +75,11 @@ class ConnectionTable {
   const Limits limits_;
   mutable std::mutex mutex_;  // guards what follows and the connections' members
   std::condition_variable changed_;
+  std::condition_variable removed_;
   std::list<Connection> connections_;
   std::map<std::string, std::size_t> countOfAddress_;
   Clock::time_point wakeAt_ = Clock::time_point::max();
+  bool ending_ = false;  // endAll was called
   bool stop_ = false;
   std::thread thread_;
 };

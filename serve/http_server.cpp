@@ -45,6 +45,9 @@ constexpr std::pair<const char*, const char*> kShieldHeaders[] = {
     {"Referrer-Policy", "no-referrer"},
 };
 
+/// What a stop adds to `stopTime` for the last answers, and again for the end of connections.
+constexpr milliseconds kLastMoment{500};
+
 /// How long a connection above the limits may last: enough to tell the client so.
 constexpr milliseconds kOverLimitTime{2000};
 
@@ -536,15 +539,22 @@ struct HttpServer::Impl {
     if (daemon == nullptr) return;
     MHD_quiesce_daemon(daemon);  // accepts no more; the socket is closed with `socket`
     endStreams();
-    {
-      std::unique_lock<std::mutex> lock(mutex);
-      changed.wait_for(lock, settings.limits.stopTime, [this] { return underWay == 0; });
-    }
+    waitForAnswers(settings.limits.stopTime);
     workers.reset();
     handBackAll();
+    waitForAnswers(kLastMoment);
+    // libmicrohttpd 0.9.75 crashes on a request that it refuses itself while it stops: it composes
+    // the refusal, which it could not queue. Clients whose connections have ended send none.
+    table.endAll(kLastMoment);
     MHD_stop_daemon(daemon);
     daemon = nullptr;
     socket.reset();
+  }
+
+  /// Waits until clients have taken the answers that are under way.
+  void waitForAnswers(milliseconds patience) {
+    std::unique_lock<std::mutex> lock(mutex);
+    changed.wait_for(lock, patience, [this] { return underWay == 0; });
   }
 
   /// Ends the streams; from here on none begins.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <exception>
-#include <functional>
+#include <new>
 
 #include "broker/broker_state.h"
 #include "broker/contexts.h"
@@ -54,7 +54,8 @@ FilterCall makeFilterCall(BrokerState& broker, const Section& section, const Ind
 }
 
 /// Calls one slot of an indication provider. A null slot and an exception are reported.
-CMPIStatus callSlot(bool present, const char* name, const std::function<CMPIStatus()>& call) {
+template <class Call>
+CMPIStatus callSlot(bool present, const char* name, const Call& call) {
   if (!present) {
     report("", "", std::string(name) + " is null in the provider's table: a crash");
     return status(CMPI_RC_ERR_NOT_SUPPORTED);
@@ -161,7 +162,14 @@ SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFi
   result.id = subscription->id;
   if (!isNew) return result;  // Deliberate (contract.md#first-subscription).
   registerFilter(filter);
-  const CMPIStatus activated = activate(broker, filter);
+  CMPIStatus activated = status(CMPI_RC_ERR_FAILED);
+  try {
+    activated = activate(broker, filter);
+  } catch (...) {  // later subscriptions would take a filter that stays for an active one
+    deactivate(broker, *filter);
+    forget(filter);
+    throw;
+  }
   if (activated.rc == CMPI_RC_OK) return result;
   forget(filter);
   result.rc = activated.rc;
@@ -207,6 +215,7 @@ CMPIStatus IndicationHub::activateOn(BrokerState& broker, const FilterPointer& f
                                  owner);
   });
   if (authorized.rc != CMPI_RC_OK) return authorized;
+  filter->sections.reserve(filter->sections.size() + 1);  // once it is active nothing may fail
   // Deliberate (contract.md#filter-calls).
   callSlot(table.mustPoll != nullptr, "mustPoll", [&] {
     return table.mustPoll(call.mi, call.context, call.expression, call.className, call.path);
@@ -225,18 +234,26 @@ CMPIStatus IndicationHub::activateOn(BrokerState& broker, const FilterPointer& f
 
 CMPIStatus IndicationHub::deactivate(BrokerState& broker, const Filter& filter) {
   CMPIStatus outcome = status(CMPI_RC_OK);
-  for (Section* section : filter.sections) {
+  for (const Section* section : filter.sections) {
     if (section->indication == nullptr) continue;  // unloaded meanwhile
-    const ProviderFrame frame(section->registration.provider, filter.query->className);
-    const FilterCall call = makeFilterCall(broker, *section, filter.text, filter.query);
-    const auto slot = call.mi->ft->deActivateFilter;
-    const CMPIStatus answered = callSlot(slot != nullptr, "deActivateFilter", [&] {
-      return slot(call.mi, call.context, call.expression, call.className, call.path,
-                  1);  // Deliberate (contract.md#filter-calls).
-    });
+    const CMPIStatus answered = deactivateOn(broker, filter, *section);
     if (outcome.rc == CMPI_RC_OK) outcome = answered;
   }
   return outcome;
+}
+
+/// Without memory this provider is left out, and the caller goes on with the others.
+CMPIStatus IndicationHub::deactivateOn(BrokerState& broker, const Filter& filter,
+                                       const Section& section) try {
+  const ProviderFrame frame(section.registration.provider, filter.query->className);
+  const FilterCall call = makeFilterCall(broker, section, filter.text, filter.query);
+  const auto slot = call.mi->ft->deActivateFilter;
+  return callSlot(slot != nullptr, "deActivateFilter", [&] {
+    return slot(call.mi, call.context, call.expression, call.className, call.path,
+                1);  // Deliberate (contract.md#filter-calls).
+  });
+} catch (const std::bad_alloc&) {
+  return status(CMPI_RC_ERR_FAILED);
 }
 
 bool IndicationHub::silence(SubscriptionId id) {

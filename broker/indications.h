@@ -46,6 +46,7 @@ class IndicationHub {
   CMPIStatus activate(BrokerState& broker, const FilterPointer& filter);
   CMPIStatus activateOn(BrokerState& broker, const FilterPointer& filter, Section& section);
   CMPIStatus deactivate(BrokerState& broker, const Filter& filter);
+  CMPIStatus deactivateOn(BrokerState& broker, const Filter& filter, const Section& section);
   FilterPointer findNamed(const std::string& name) const;
   FilterPointer filterOf(SubscriptionId id) const;
   void registerFilter(const FilterPointer& filter);

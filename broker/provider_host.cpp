@@ -81,6 +81,18 @@ bool isWanted(const RegistrationSection& registration, ProviderKind kind) {
   }
 }
 
+/// Marks a section whose factories are being called, also when an exception ends that.
+class Loading {
+ public:
+  explicit Loading(Section& section) : section_(section) { section_.loading = true; }
+  ~Loading() { section_.loading = false; }
+  Loading(const Loading&) = delete;
+  Loading& operator=(const Loading&) = delete;
+
+ private:
+  Section& section_;
+};
+
 template <class Mi>
 CMPIrc cleanupOf(Mi* mi, const CMPIContext* context, bool terminating) {
   if (mi == nullptr || mi->ft->cleanup == nullptr) return CMPI_RC_ERR_NOT_SUPPORTED;
@@ -152,9 +164,8 @@ LoadOutcome ProviderHost::load(Section& section) {
     return {CMPI_RC_ERR_FAILED, "The provider is being initialized."};
   }
   section.library = library;
-  section.loading = true;
+  const Loading loading(section);
   createProviders(section, outcome);
-  section.loading = false;
   if (outcome.rc != CMPI_RC_OK) return outcome;
   const std::lock_guard<std::mutex> orderLock(mutex_);
   section.loadOrder = ++lastLoadOrder_;

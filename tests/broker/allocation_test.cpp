@@ -1,9 +1,10 @@
-// Every allocation that a slot makes fails in turn. No exception may reach a provider, which may be
-// C, and nothing may be lost: the same calls work afterwards.
+// Every allocation that a slot or a request makes fails in turn. No exception may reach a provider,
+// which may be C, and nothing may be lost: the same calls work afterwards.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 #include <string>
@@ -13,15 +14,18 @@
 
 namespace {
 
-// Allocations of this thread until one fails; negative: none fails.
-thread_local long untilFailure = -1;
-thread_local bool failed = false;
+// Allocations of the process until one fails; negative: none fails. Only one thread of it works at
+// a time: the test's, or that of the request for which it waits.
+std::atomic<long> untilFailure{-1};
+std::atomic<bool> failed{false};
+std::atomic<bool> once{false};  // the allocations after it succeed
 
 }  // namespace
 
 void* operator new(std::size_t size) {
   if (untilFailure == 0) {
     failed = true;
+    if (once) untilFailure = -1;
     throw std::bad_alloc();
   }
   if (untilFailure > 0) --untilFailure;
@@ -39,7 +43,8 @@ Broker::Options options() {
   MofReader(*classes).readText(R"(
     class T_Disk { [Key] string Id; string Name = "a name that needs memory of its own";
                    uint16 Modes[]; datetime Since; };
-    [Association] class T_Link { [Key] T_Disk REF From; [Key] T_Disk REF To; };)",
+    [Association] class T_Link { [Key] T_Disk REF From; [Key] T_Disk REF To; };
+    [Indication] class T_Alert { string Text; };)",
                                "test.mof");
   Broker::Options made;
   made.namespaces["root/test"] = std::move(classes);
@@ -140,6 +145,123 @@ TEST_F(Allocations, ThatFailAreStatuses) {
   everything();
   EXPECT_EQ(bad_, 0);
   EXPECT_THAT(broker_.reports(), testing::IsEmpty());
+}
+
+// ---- Requests to a linked provider ----
+
+int activeFilters = 0;
+
+CMPIStatus ok() { return {CMPI_RC_OK, nullptr}; }
+
+CMPIInstanceMI* createInstanceMI(const CMPIBroker*, const CMPIContext*, CMPIStatus*) {
+  static CMPIInstanceMIFT table{};
+  table.enumerateInstanceNames = [](CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
+                                    const CMPIObjectPath*) { return ok(); };
+  static CMPIInstanceMI mi{nullptr, &table};
+  return &mi;
+}
+
+CMPIIndicationMI* createIndicationMI(const CMPIBroker*, const CMPIContext*, CMPIStatus*) {
+  static CMPIIndicationMIFT table{};
+  table.authorizeFilter = [](CMPIIndicationMI*, const CMPIContext*, const CMPISelectExp*,
+                             const char*, const CMPIObjectPath*, const char*) { return ok(); };
+  table.mustPoll = [](CMPIIndicationMI*, const CMPIContext*, const CMPISelectExp*, const char*,
+                      const CMPIObjectPath*) { return ok(); };
+  table.activateFilter = [](CMPIIndicationMI*, const CMPIContext*, const CMPISelectExp*,
+                            const char*, const CMPIObjectPath*, CMPIBoolean) {
+    ++activeFilters;
+    return ok();
+  };
+  table.deActivateFilter = [](CMPIIndicationMI*, const CMPIContext*, const CMPISelectExp*,
+                              const char*, const CMPIObjectPath*, CMPIBoolean) {
+    --activeFilters;
+    return ok();
+  };
+  table.enableIndications = [](CMPIIndicationMI*, const CMPIContext*) { return ok(); };
+  static CMPIIndicationMI mi{nullptr, &table};
+  return &mi;
+}
+
+Broker::Options linkedOptions() {
+  Broker::Options made = options();
+  for (const char* className : {"T_Disk", "T_Alert"}) {
+    RegistrationSection section;
+    section.className = className;
+    section.provider = "Linked";
+    section.location = "linked";
+    section.namespaces = {"root/test"};
+    section.instance = section.className == "T_Disk";
+    section.indication = !section.instance;
+    made.registration.push_back(section);
+  }
+  made.linkedFactories["Linked_Create_InstanceMI"] = reinterpret_cast<void*>(createInstanceMI);
+  made.linkedFactories["Linked_Create_IndicationMI"] = reinterpret_cast<void*>(createIndicationMI);
+  return made;
+}
+
+SubscribeResult subscribe(Broker& broker) try {
+  IndicationFilter filter;
+  filter.query = "SELECT * FROM T_Alert";
+  filter.sourceNamespace = "root/test";
+  filter.name = "a filter with a name of more than a few bytes";
+  return broker.subscribe(filter, [](const Instance&) {});
+} catch (const std::bad_alloc&) {
+  return {CMPI_RC_ERR_FAILED, std::nullopt, 0};
+}
+
+CMPIrc enumerate(Broker& broker) try {
+  return broker.enumerateInstanceNames("root/test", "T_Disk").rc;
+} catch (const std::bad_alloc&) {
+  return CMPI_RC_ERR_FAILED;
+}
+
+/// Fails each single allocation of `request` in turn, and calls `check` after each. Returns their
+/// number.
+template <class Request, class Check>
+long failEach(const Request& request, const Check& check) {
+  for (long point = 0;; ++point) {
+    failed = false;
+    once = true;
+    untilFailure = point;
+    request();
+    untilFailure = -1;
+    once = false;
+    if (!failed) return point;
+    SCOPED_TRACE("allocation " + std::to_string(point));
+    check();
+    if (testing::Test::HasFailure()) return point;
+  }
+}
+
+TEST(RequestAllocations, AProviderThatCouldNotBeLoadedIsLoadedByTheNextRequest) {
+  auto broker = std::make_unique<Broker>(linkedOptions());
+  const long points = failEach([&] { enumerate(*broker); },
+                               [&] {
+                                 EXPECT_EQ(enumerate(*broker), CMPI_RC_OK);
+                                 broker = std::make_unique<Broker>(linkedOptions());
+                               });
+  EXPECT_GT(points, 10);
+}
+
+TEST(RequestAllocations, AFilterThatCouldNotBeActivatedIsNotKept) {
+  Broker broker(linkedOptions());
+  broker.unsubscribe(subscribe(broker).id);  // the provider is loaded
+  ASSERT_EQ(activeFilters, 0);
+  SubscribeResult result;
+  const auto end = [&] {
+    if (result.ok()) broker.unsubscribe(result.id);
+    EXPECT_EQ(activeFilters, 0);
+  };
+  const long points = failEach([&] { result = subscribe(broker); },
+                               [&] {
+                                 end();
+                                 result = subscribe(broker);
+                                 EXPECT_TRUE(result.ok());
+                                 EXPECT_EQ(activeFilters, 1);
+                                 end();
+                               });
+  end();
+  EXPECT_GT(points, 10);
 }
 
 }  // namespace

@@ -38,10 +38,13 @@ CMPIString* getString(const SelectExpressionObject& self, CMPIStatus* /*out*/) {
 }
 
 template <bool disjunctive>
-CMPISelectCond* getCondition(const SelectExpressionObject& self, CMPIStatus* /*out*/) {
+CMPISelectCond* getCondition(const SelectExpressionObject& self, CMPIStatus* out) {
   const auto& condition = self.query->condition;
   if (!condition) return nullptr;
-  return makeSelectCondition(normalForm(*condition, disjunctive), disjunctive);
+  std::optional<NormalForm> form = normalForm(*condition, disjunctive);
+  if (form) return makeSelectCondition(std::move(*form), disjunctive);
+  answer(out, CMPI_RC_ERR_FAILED);  // too large; a part of it would be another condition
+  return nullptr;
 }
 
 CMPIBoolean evaluateUsingAccessor(const CMPISelectExp* /*self*/, CMPIAccessor /*accessor*/,

@@ -67,8 +67,11 @@ struct WqlSubject {
 bool holds(const WqlComparison& comparison, const WqlSubject& subject);
 bool holds(const WqlCondition& condition, const WqlSubject& subject);
 
-/// The condition as a disjunction of conjunctions, or the other way round. The members of the outer
-/// list are lists of comparisons, into which NOT is resolved. Empty if it would become too large.
-std::vector<std::vector<WqlComparison>> normalForm(const WqlCondition& condition, bool disjunctive);
+/// A list of lists of comparisons, into which NOT is resolved.
+using NormalForm = std::vector<std::vector<WqlComparison>>;
+
+/// The condition as a disjunction of conjunctions, or the other way round. Absent if any part of it
+/// would become too large.
+std::optional<NormalForm> normalForm(const WqlCondition& condition, bool disjunctive);
 
 }  // namespace orv::broker

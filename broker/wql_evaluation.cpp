@@ -7,9 +7,7 @@
 namespace orv::broker {
 namespace {
 
-constexpr std::size_t kMostComparisons = 4096;  // members of a normal form's outer list
-
-using NormalForm = std::vector<std::vector<WqlComparison>>;
+constexpr std::size_t kMostProducts = 4096;  // members of a product's outer list
 
 /// -1, 0, 1, or absent when the two cannot be compared.
 using Order = std::optional<int>;
@@ -157,10 +155,11 @@ NormalForm joined(NormalForm a, NormalForm b) {
   return a;
 }
 
-/// Each member of one list combined with each of the other: the inner operation.
-NormalForm multiplied(const NormalForm& a, const NormalForm& b) {
+/// Each member of one list combined with each of the other: the inner operation. Absent when there
+/// are too many.
+std::optional<NormalForm> multiplied(const NormalForm& a, const NormalForm& b) {
+  if (a.size() * b.size() > kMostProducts) return std::nullopt;
   NormalForm out;
-  if (a.size() * b.size() > kMostComparisons) return out;
   for (const auto& left : a) {
     for (const auto& right : b) {
       out.push_back(left);
@@ -170,20 +169,21 @@ NormalForm multiplied(const NormalForm& a, const NormalForm& b) {
   return out;
 }
 
-NormalForm normalise(const WqlCondition& condition, bool disjunctive, bool negate) {
+std::optional<NormalForm> normalise(const WqlCondition& condition, bool disjunctive, bool negate) {
   if (condition.kind == WqlCondition::Kind::kComparison) {
     WqlComparison comparison = condition.comparison;
     if (negate) comparison.op = negated(comparison.op);
-    return {{comparison}};
+    return NormalForm{{comparison}};
   }
   if (condition.kind == WqlCondition::Kind::kNot) {
     return normalise(condition.operands[0], disjunctive, !negate);
   }
   const bool isOr = (condition.kind == WqlCondition::Kind::kOr) != negate;
-  NormalForm out = normalise(condition.operands[0], disjunctive, negate);
-  for (std::size_t i = 1; i < condition.operands.size(); ++i) {
-    NormalForm next = normalise(condition.operands[i], disjunctive, negate);
-    out = isOr == disjunctive ? joined(std::move(out), std::move(next)) : multiplied(out, next);
+  std::optional<NormalForm> out = normalise(condition.operands[0], disjunctive, negate);
+  for (std::size_t i = 1; out && i < condition.operands.size(); ++i) {
+    std::optional<NormalForm> next = normalise(condition.operands[i], disjunctive, negate);
+    if (!next) return std::nullopt;
+    out = isOr == disjunctive ? joined(std::move(*out), std::move(*next)) : multiplied(*out, *next);
   }
   return out;
 }
@@ -231,8 +231,7 @@ bool holds(const WqlCondition& condition, const WqlSubject& subject) {
   return false;
 }
 
-std::vector<std::vector<WqlComparison>> normalForm(const WqlCondition& condition,
-                                                   bool disjunctive) {
+std::optional<NormalForm> normalForm(const WqlCondition& condition, bool disjunctive) {
   return normalise(condition, disjunctive, false);
 }
 

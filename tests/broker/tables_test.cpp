@@ -180,6 +180,18 @@ TEST_F(Tables, SelectExpressionsHaveNormalForms) {
   clone->ft->release(clone);
 }
 
+TEST_F(Tables, AConditionWhoseNormalFormIsTooLargeHasNone) {
+  std::string query = "SELECT * FROM Test_Event WHERE Level = 0 OR (Level = 1";
+  for (int i = 0; i < 13; ++i) query += " AND (Level = 1 OR Text = 'x')";
+  query += ")";
+  CMPISelectExp* expression = mb_->eft->newSelectExp(mb_, query.c_str(), "WQL", nullptr, &rc_);
+  ASSERT_NE(expression, nullptr);
+  EXPECT_EQ(expression->ft->getDOC(expression, &rc_), nullptr);
+  EXPECT_EQ(rc_.rc, CMPI_RC_ERR_FAILED);
+  EXPECT_NE(expression->ft->getCOD(expression, &rc_), nullptr);
+  EXPECT_EQ(rc_.rc, CMPI_RC_OK);
+}
+
 TEST_F(Tables, SelectExpressionsTellWhatIsWrong) {
   EXPECT_EQ(mb_->eft->newSelectExp(mb_, "SELECT", "WQL", nullptr, &rc_), nullptr);
   EXPECT_EQ(rc_.rc, CMPI_RC_ERR_INVALID_QUERY);

@@ -141,10 +141,34 @@ TEST(Wql, DeepNestingIsRefusedNotFollowed) {
 TEST(Wql, NegationMovesIntoTheComparisonsOfANormalForm) {
   const WqlQuery query = parseWql("SELECT * FROM C WHERE NOT (A = 1 OR (B < 2 AND C LIKE 'x'))");
   const auto form = normalForm(*query.condition, true);
-  ASSERT_EQ(form.size(), 2U);
-  EXPECT_EQ(form[0][0].op, CMPI_PredOp_NotEquals);
-  EXPECT_EQ(form[0][1].op, CMPI_PredOp_GreaterThanOrEquals);
-  EXPECT_EQ(form[1][1].op, CMPI_PredOp_NotLike);
+  ASSERT_TRUE(form);
+  ASSERT_EQ(form->size(), 2U);
+  EXPECT_EQ((*form)[0][0].op, CMPI_PredOp_NotEquals);
+  EXPECT_EQ((*form)[0][1].op, CMPI_PredOp_GreaterThanOrEquals);
+  EXPECT_EQ((*form)[1][1].op, CMPI_PredOp_NotLike);
+}
+
+/// (A = 0 OR B = 0) AND (A = 1 OR B = 1) AND ...: its disjunction has 2^13 members.
+std::string largeProduct() {
+  std::string condition = "(A = 0 OR B = 0)";
+  for (int i = 1; i < 13; ++i) {
+    const std::string number = std::to_string(i);
+    condition += " AND (A = " + number + " OR B = " + number + ")";
+  }
+  return condition;
+}
+
+TEST(Wql, ANormalFormIsWholeOrAbsent) {
+  const std::string product = largeProduct();
+  for (const std::string& text : {product, "(" + product + ") OR C = 1", "C = 1 OR " + product,
+                                  "C = 1 AND (D = 1 OR " + product + ")"}) {
+    const WqlQuery query = parseWql("SELECT * FROM T WHERE " + text);
+    EXPECT_FALSE(normalForm(*query.condition, true)) << text;
+  }
+  const auto conjunction =
+      normalForm(*parseWql("SELECT * FROM T WHERE " + product).condition, false);
+  ASSERT_TRUE(conjunction);
+  EXPECT_EQ(conjunction->size(), 13U);
 }
 
 TEST(Wql, NumbersAreReadAndPrintedAlikeInEveryLocale) {

@@ -55,9 +55,10 @@ Value literalValue(CMPIType type, const std::string& literal) {
       const auto parsed = parseDateTime(literal);
       return parsed ? Value::ofDateTime(*parsed) : Value::ofNull(type);
     }
-    case CMPI_char16:
-      return literal.empty() ? Value::ofNull(type)
-                             : Value::ofUnsigned(type, static_cast<unsigned char>(literal[0]));
+    case CMPI_char16: {
+      const auto code = parseNumber<std::uint16_t>(literal);
+      return code ? Value::ofUnsigned(type, *code) : Value::ofNull(type);
+    }
     default:
       return (type & CMPI_UINT) != 0 && type < CMPI_ENC ? numberValue(type, literal)
                                                         : Value::ofNull(type);

@@ -38,7 +38,8 @@ struct ClassLayout {
 /// declared type.
 CMPIType reportedType(const PropertyDefinition& property);
 
-/// A literal from MOF as a value of that type; null when it does not fit.
+/// A literal from MOF as a value of that type; null when it does not fit. That of a char16 is its
+/// code in decimal.
 Value literalValue(CMPIType type, const std::string& literal);
 /// The same for a property or qualifier: an array of all literals, or the first one.
 Value literalValues(CMPIType type, const std::vector<std::string>& literals);

@@ -6,6 +6,8 @@
 #include <tuple>
 #include <utility>
 
+#include "broker/class_layout.h"
+
 namespace orv::cimxml {
 namespace {
 
@@ -177,9 +179,14 @@ bool hasName(const std::vector<std::string>& names, std::string_view wanted) {
 void appendLiterals(xml_node node, CMPIType type,
                     const std::optional<std::vector<std::string>>& literals) {
   if (!literals) return;
+  const auto elementType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
   const auto text = [&](const std::string& value) {
-    const bool isBoolean = (type & ~CMPI_ARRAY) == CMPI_boolean;
-    return isBoolean ? std::string(broker::sameName(value, "true") ? "TRUE" : "FALSE") : value;
+    if (elementType == CMPI_boolean) {
+      return std::string(broker::sameName(value, "true") ? "TRUE" : "FALSE");
+    }
+    if (elementType != CMPI_char16) return value;
+    const Value character = broker::literalValue(elementType, value);
+    return character.null ? std::string() : valueText(character);
   };
   if ((type & CMPI_ARRAY) != 0) {
     xml_node values = node.append_child("VALUE.ARRAY");

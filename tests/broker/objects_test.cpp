@@ -615,6 +615,20 @@ TEST(Memory, AThreadThatEndsFreesWhatItMade) {
   EXPECT_EQ(TestBroker::liveObjects(), before);
 }
 
+TEST(Layouts, ACharactersDefaultIsItsCode) {
+  ClassRepository classes;
+  MofReader(classes).readText(R"(class T { char16 Letter = 'A'; char16 Euro = '\x20AC';
+                                           char16 Both[] = {'1', 66}; char16 Large = 65536; };)",
+                              "test.mof");
+  const ClassLayout layout(nullptr, *classes.find("T"));
+  const auto initial = [&](const char* name) { return layout.slots[*layout.find(name)].initial; };
+  EXPECT_EQ(initial("Letter"), Value::ofUnsigned(CMPI_char16, 'A'));
+  EXPECT_EQ(initial("Euro"), Value::ofUnsigned(CMPI_char16, 0x20AC));
+  EXPECT_EQ(initial("Both"), Value::ofArray(CMPI_char16, {Value::ofUnsigned(CMPI_char16, '1'),
+                                                          Value::ofUnsigned(CMPI_char16, 66)}));
+  EXPECT_EQ(initial("Large"), Value::ofNull(CMPI_char16));
+}
+
 TEST(Memory, AClassIsKeptOnceHoweverItIsSpelled) {
   BrokerState state(makeOptions());
   const auto layout = state.layout("root/test", "Test_Disk");

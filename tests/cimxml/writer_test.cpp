@@ -150,5 +150,23 @@ TEST(CleanText, ReplacesWhatXmlCannotCarry) {
   EXPECT_EQ(cleanText("\xF0\x9F\x98\x80"), "\xF0\x9F\x98\x80");
 }
 
+TEST(CimXmlWriter, TheDefaultOfACharacterIsTheCharacter) {
+  broker::ClassDefinition definition;
+  definition.name = "T";
+  broker::PropertyDefinition letter;
+  letter.name = "Letter";
+  letter.type = CMPI_char16;
+  letter.defaultValue = {"8364"};
+  definition.properties.push_back(letter);
+  letter.type = CMPI_char16A;
+  letter.defaultValue = {"65", "66"};
+  definition.properties.push_back(letter);
+  ResponseWriter writer(aCall("GetClass"), {});
+  writer.classDefinition(definition, {});
+  const std::string text = writer.finish();
+  EXPECT_THAT(text, HasSubstr("<VALUE>\xE2\x82\xAC</VALUE>"));
+  EXPECT_THAT(text, HasSubstr("<VALUE.ARRAY><VALUE>A</VALUE><VALUE>B</VALUE></VALUE.ARRAY>"));
+}
+
 }  // namespace
 }  // namespace orv::cimxml

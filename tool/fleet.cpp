@@ -6,7 +6,6 @@
 #include <mutex>
 #include <optional>
 #include <sstream>
-#include <thread>
 #include <utility>
 
 #include "notation/json.h"
@@ -15,6 +14,7 @@
 #include "tool/health_report.h"
 #include "tool/progress.h"
 #include "tool/text_table.h"
+#include "tool/threads.h"
 
 namespace orv::tool {
 namespace {
@@ -143,11 +143,7 @@ void askAll(const Options& options, const std::vector<FleetHost>& hosts,
       take(std::move(answer));
     }
   };
-  std::vector<std::thread> threads;
-  for (std::size_t i = 0; i < std::min(hosts.size(), kHostsAtATime); ++i) {
-    threads.emplace_back(work);
-  }
-  for (std::thread& thread : threads) thread.join();
+  runInThreads(std::min(hosts.size(), kHostsAtATime), work);
 }
 
 }  // namespace

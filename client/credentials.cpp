@@ -22,13 +22,17 @@ class Words {
  public:
   explicit Words(std::string_view text) : rest_(text) {}
 
-  /// Absent at the end.
-  std::optional<std::string> next() {
-    skipToWord();
-    if (rest_.empty()) return std::nullopt;
-    return rest_.front() == '"' ? quoted() : plain();
+  /// Skips comments: "#" starts one where a keyword may stand. Absent at the end.
+  std::optional<std::string> keyword() {
+    skipSpaces();
+    while (!rest_.empty() && rest_.front() == '#') {
+      advance(std::min(rest_.find('\n'), rest_.size()));
+      skipSpaces();
+    }
+    return next();
   }
-  std::string require(const char* what) {
+  /// The word after a keyword, which may start with "#". Fails: CredentialError naming `what`.
+  std::string value(const char* what) {
     std::optional<std::string> word = next();
     if (!word) fail("line " + std::to_string(line_) + ": " + what + " is missing");
     return *word;
@@ -48,10 +52,13 @@ class Words {
         std::count(rest_.begin(), rest_.begin() + static_cast<std::ptrdiff_t>(count), '\n'));
     rest_.remove_prefix(count);
   }
-  void skipToWord() {
-    while (!rest_.empty() && (isSpace(rest_.front()) || rest_.front() == '#')) {
-      advance(rest_.front() == '#' ? std::min(rest_.find('\n'), rest_.size()) : 1);
-    }
+  void skipSpaces() {
+    while (!rest_.empty() && isSpace(rest_.front())) advance(1);
+  }
+  std::optional<std::string> next() {
+    skipSpaces();
+    if (rest_.empty()) return std::nullopt;
+    return rest_.front() == '"' ? quoted() : plain();
   }
   std::string plain() {
     std::size_t end = 0;
@@ -123,15 +130,15 @@ class SilentTerminal {
 
 Netrc::Netrc(std::string_view text) {
   Words words(text);
-  while (const std::optional<std::string> word = words.next()) {
+  while (const std::optional<std::string> word = words.keyword()) {
     if (*word == "machine") {
-      entries_.push_back({words.require("the machine's name"), "", ""});
+      entries_.push_back({words.value("the machine's name"), "", ""});
     } else if (*word == "default") {
       entries_.emplace_back();
     } else if (*word == "macdef") {
       words.skipMacro();
     } else if (*word == "login" || *word == "password" || *word == "account") {
-      const std::string value = words.require("a value");
+      const std::string value = words.value("a value");
       if (entries_.empty()) fail("line " + std::to_string(words.line()) + ": no machine is named");
       if (*word == "login") entries_.back().user = value;
       if (*word == "password") entries_.back().password = value;

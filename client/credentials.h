@@ -24,8 +24,8 @@ class CredentialError : public std::runtime_error {
 };
 
 /// The logins of a .netrc file: "machine NAME login USER password WORD", and "default" for every
-/// other machine. Words may be enclosed in double quotes. Comments, from a # at the start of a word
-/// to the end of its line, and macros are skipped.
+/// other machine. Words may be enclosed in double quotes. Skipped are macros and comments: from a #
+/// to the end of its line, where a keyword may stand. A password may start with #.
 class Netrc {
  public:
   Netrc() = default;

@@ -41,6 +41,19 @@ TEST(Netrc, FindsTheEntryOfMachineAndUser) {
   EXPECT_EQ(login(netrc.find("host7", "nobody")), "none");
 }
 
+TEST(Netrc, ACommentStandsWhereAKeywordMayAndAPasswordMayStartLikeOne) {
+  const Netrc netrc(
+      "machine a login admin password #x # the lab\n"
+      "# machine b login no password no\n"
+      "  #machine c\n"
+      "machine b # also the lab\n"
+      "  login #root # an odd name\n"
+      "  password \"#y\"\n");
+  EXPECT_EQ(login(netrc.find("a", "admin")), "admin/#x");
+  EXPECT_EQ(login(netrc.find("b", "")), "#root/#y");
+  EXPECT_EQ(login(netrc.find("c", "")), "none");
+}
+
 TEST(Netrc, WithoutADefaultOtherMachinesHaveNone) {
   EXPECT_EQ(login(Netrc("machine a login b password c").find("x", "")), "none");
   EXPECT_EQ(login(Netrc("machine a login b").find("a", "b")), "none");

@@ -313,7 +313,7 @@ Response RemoteClient::remove(Subscription& subscription) {
     try {
       const Response response = this->request(request);
       if (first.ok() && !response.ok()) first = response;
-    } catch (const ConnectionError&) {
+    } catch (...) {
       if (broken == nullptr) broken = std::current_exception();
     }
   }
@@ -322,9 +322,29 @@ Response RemoteClient::remove(Subscription& subscription) {
   return first;
 }
 
+/// Creates filter, handler and subscription. The answer is the first failure, or else the last one.
+Response RemoteClient::createAll(const broker::IndicationFilter& filter,
+                                 Subscription& subscription) {
+  const std::string& nameSpace = settings_.interopNamespace;
+  const std::string& url = subscription.url;
+  const std::string name = "orvcim:" + url.substr(url.rfind('/') + 1);
+  Instance filterObject = indicationObject(nameSpace, "CIM_IndicationFilter", name);
+  setText(filterObject, "Query", filter.query);
+  setText(filterObject, "QueryLanguage", filter.language);
+  setText(filterObject, "SourceNamespace", filter.sourceNamespace);
+  Instance handlerObject = indicationObject(nameSpace, "CIM_IndicationHandlerCIMXML", name);
+  setText(handlerObject, "Destination", url);
+  Response response;
+  for (const Instance& object :
+       {filterObject, handlerObject, subscriptionObject(filterObject.path, handlerObject.path)}) {
+    response = create(object, subscription);
+    if (!response.ok()) break;
+  }
+  return response;
+}
+
 broker::SubscribeResult RemoteClient::subscribe(const broker::IndicationFilter& filter,
                                                 broker::IndicationHandler handler) {
-  const std::string& nameSpace = settings_.interopNamespace;
   Subscription made;
   const std::string source = filter.sourceNamespace;
   made.url = listener().add([source, handler = std::move(handler)](const Instance& indication) {
@@ -332,31 +352,23 @@ broker::SubscribeResult RemoteClient::subscribe(const broker::IndicationFilter& 
     named.path.nameSpace = source;
     handler(named);
   });
-  const std::string name = "orvcim:" + made.url.substr(made.url.rfind('/') + 1);
-  Instance filterObject = indicationObject(nameSpace, "CIM_IndicationFilter", name);
-  setText(filterObject, "Query", filter.query);
-  setText(filterObject, "QueryLanguage", filter.language);
-  setText(filterObject, "SourceNamespace", filter.sourceNamespace);
-  Instance handlerObject = indicationObject(nameSpace, "CIM_IndicationHandlerCIMXML", name);
-  setText(handlerObject, "Destination", made.url);
   try {
-    for (const Instance& object :
-         {filterObject, handlerObject, subscriptionObject(filterObject.path, handlerObject.path)}) {
-      const Response response = create(object, made);
-      if (response.ok()) continue;
+    const Response response = createAll(filter, made);
+    if (!response.ok()) {
       remove(made);
-      return {response.rc, "in " + nameSpace + ": " + response.message.value_or("refused"), 0};
+      return {response.rc,
+              "in " + settings_.interopNamespace + ": " + response.message.value_or("refused"), 0};
     }
-  } catch (const ConnectionError&) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    subscriptions_[lastSubscription_ + 1] = std::move(made);
+    return {CMPI_RC_OK, std::nullopt, ++lastSubscription_};
+  } catch (...) {
     try {
       remove(made);
-    } catch (const ConnectionError&) {  // the first failure is the one to report
+    } catch (const std::exception&) {  // the first failure is the one to report
     }
     throw;
   }
-  const std::lock_guard<std::mutex> lock(mutex_);
-  subscriptions_[++lastSubscription_] = std::move(made);
-  return {CMPI_RC_OK, std::nullopt, lastSubscription_};
 }
 
 Response RemoteClient::unsubscribe(broker::SubscriptionId id) {

@@ -37,8 +37,8 @@ class RemoteClient : public CimClient {
   /// The concrete classes outside the CIM schema (CIM_), or all concrete classes where a namespace
   /// has only that: a server does not say which classes have providers.
   ServedClasses servedClasses(const std::string& nameSpace) override;
-  /// Creates a filter, a handler and a subscription on the server. If one fails, deletes the
-  /// others.
+  /// Creates a filter, a handler and a subscription on the server. Whatever fails, deletes what was
+  /// created.
   broker::SubscribeResult subscribe(const broker::IndicationFilter& filter,
                                     broker::IndicationHandler handler) override;
   broker::Response unsubscribe(broker::SubscriptionId id) override;
@@ -56,6 +56,7 @@ class RemoteClient : public CimClient {
   void completePath(const broker::Request& request, broker::Instance& instance);
   IndicationListener& listener();
   broker::Response create(broker::Instance instance, Subscription& subscription);
+  broker::Response createAll(const broker::IndicationFilter& filter, Subscription& subscription);
   broker::Response remove(Subscription& subscription);
 
   const RemoteSettings settings_;

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -139,6 +140,16 @@ void writeAll(const File& file, const std::string& text, const std::string& name
   if (::fsync(file.get()) != 0) cannot("synced", name);
 }
 
+/// Only a crash of the host can bring back the file before.
+void warnOfSync(const std::string& file) noexcept try {
+  const std::string reason = std::strerror(errno);
+  log(LogLevel::kWarning, file +
+                              " is written, but the change may be lost if the host crashes: its "
+                              "directory cannot be synced: " +
+                              reason);
+} catch (const std::exception&) {  // no memory; the change has been made
+}
+
 std::string directoryOf(const std::string& file) {
   const std::size_t slash = file.rfind('/');
   if (slash == std::string::npos) return ".";
@@ -204,9 +215,11 @@ void SubscriptionStore::save(const std::vector<StoredObject>& objects) const {
     if (file.get() < 0) cannot("written", fresh);
     writeAll(file, text, fresh);
   }
-  if (std::rename(fresh.c_str(), file_.c_str()) != 0) cannot("replaced", file_);
   const File directory(::open(directoryOf(file_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (directory.get() < 0 || ::fsync(directory.get()) != 0) cannot("synced", file_);
+  if (directory.get() < 0) cannot("synced", file_);
+  if (std::rename(fresh.c_str(), file_.c_str()) != 0) cannot("replaced", file_);
+  // The new file is the one that counts now: callers must not take the change back.
+  if (::fsync(directory.get()) != 0) warnOfSync(file_);
 }
 
 }  // namespace orv::serve

@@ -49,8 +49,8 @@ class SubscriptionStore {
   /// Replaces the file atomically: if the process or the host stops, the file is either the old one
   /// or the new one.
   ///
-  /// Fails: std::runtime_error. The file is then the old one, unless only the last step failed,
-  /// which makes the new one durable.
+  /// Fails: std::runtime_error. The file is then the old one. When only the last step fails, which
+  /// makes the new file durable, that is logged: the change has been made.
   void save(const std::vector<StoredObject>& objects) const;
 
  private:

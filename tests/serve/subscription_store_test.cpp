@@ -2,14 +2,34 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "broker/mof_reader.h"
+
+namespace {
+
+std::atomic<bool> directoriesSync{true};
+
+}  // namespace
+
+/// In place of the C library's.
+extern "C" int fsync(int descriptor) {
+  struct stat status {};
+  if (!directoriesSync && fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+    errno = EIO;
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
 
 namespace orv::serve {
 namespace {
@@ -117,6 +137,18 @@ TEST_F(SubscriptionStoreTest, AFailureLeavesTheFileAsItWas) {
   fs::create_directory(file_ + ".new");  // in the way of the temporary file
   EXPECT_THROW(store.save({}), std::runtime_error);
   EXPECT_EQ(text(file_), before);
+}
+
+TEST_F(SubscriptionStoreTest, AFileInPlaceIsSavedEvenIfItsDirectoryCannotBeSynced) {
+  const SubscriptionStore store(file_);
+  store.save({aFilter("f")});
+  directoriesSync = false;
+  testing::internal::CaptureStderr();
+  EXPECT_NO_THROW(store.save({aFilter("f"), aSubscription()}));
+  directoriesSync = true;
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("cannot be synced: Input/output error"));
+  EXPECT_EQ(store.load(classes()).size(), 2U);
 }
 
 TEST_F(SubscriptionStoreTest, WithoutAFileNothingIsKept) {

@@ -122,6 +122,7 @@ void Subscriptions::restore() {
     } catch (const CimError& error) {
       log(LogLevel::kError,
           "a stored " + stored.instance.path.className + " is ignored: " + error.what());
+      ignored_.push_back(stored);
       continue;
     }
     entry->creator = stored.creator;
@@ -137,6 +138,7 @@ void Subscriptions::restore() {
 void Subscriptions::save() const try {
   std::vector<StoredObject> objects;
   for (const auto& entry : entries_) objects.push_back({entry->instance, entry->creator});
+  objects.insert(objects.end(), ignored_.begin(), ignored_.end());
   store_.save(objects);
 } catch (const std::runtime_error& error) {
   log(LogLevel::kError, error.what());

@@ -40,7 +40,9 @@ class Subscriptions {
   Subscriptions& operator=(const Subscriptions&) = delete;
 
   /// Reads the file and subscribes for its subscriptions. One that the broker refuses, perhaps
-  /// because its provider is gone, is kept and logged. Called once, before the first operation.
+  /// because its provider is gone, is kept and logged. An object that its class does not allow, for
+  /// example without a key, is logged and ignored, and stays in the file. Called once, before the
+  /// first operation.
   ///
   /// Fails: std::runtime_error when the file cannot be read.
   void restore();
@@ -88,6 +90,7 @@ class Subscriptions {
   // Guards what follows. Held while the broker subscribes; indication handlers do not lock it.
   mutable std::mutex mutex_;
   Entries entries_;
+  std::vector<StoredObject> ignored_;  // cannot be used now; stay in the file as they are
   std::size_t bytes_ = 0;
 };
 

@@ -110,6 +110,23 @@ TEST_F(LastingSubscriptions, ADamagedFileIsSetAsideAndTheServiceStarts) {
   EXPECT_TRUE(fs::exists(file_ + ".damaged"));
 }
 
+TEST_F(LastingSubscriptions, AnObjectThatIsIgnoredStaysInTheFile) {
+  served_.reset();
+  std::ofstream(file_) << R"({"version": 1, "objects": [{"class": "CIM_IndicationFilter",
+      "creator": "192.0.2.7", "properties": {"Name": "half", "SourceNamespaces": ["root/cimv2"]}}]})";
+  for (int run = 0; run < 2; ++run) {
+    testing::internal::CaptureStderr();
+    start();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("a stored CIM_IndicationFilter is ignored: key"));
+    EXPECT_EQ(client().createFilter("f" + std::to_string(run)).code(), 0);  // saves the file
+    EXPECT_EQ(countOf(kFilter), run + 1U);
+    for (const char* part : {"\"half\"", "\"192.0.2.7\"", "\"root/cimv2\""}) {
+      EXPECT_THAT(fileText(), HasSubstr(part));
+    }
+  }
+}
+
 TEST_F(LastingSubscriptions, OneThatItsProviderRefusesIsKept) {
   ASSERT_EQ(client().subscribe("x", listener_.url()), "");
   served_.reset();

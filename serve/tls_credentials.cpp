@@ -7,8 +7,10 @@
 #include <ctime>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 #include "serve/log.h"
@@ -61,11 +63,16 @@ class Certificates {
   unsigned count_ = 0;
 };
 
+/// Fails: std::runtime_error for an error of GnuTLS.
+void require(int result) {
+  if (result < 0) throw std::runtime_error(std::string("TLS: ") + gnutls_strerror(result));
+}
+
 /// An imported key, freed with the object unless it is released.
 class PrivateKey {
  public:
   PrivateKey(const std::string& text, const std::string& path) {
-    gnutls_privkey_init(&key_);
+    require(gnutls_privkey_init(&key_));
     const gnutls_datum_t datum = datumOf(text);
     const int error = gnutls_privkey_import_x509_raw(key_, &datum, GNUTLS_X509_FMT_PEM, nullptr, 0);
     if (error < 0) {
@@ -86,22 +93,50 @@ class PrivateKey {
   gnutls_privkey_t key_ = nullptr;
 };
 
+/// An empty public key, freed with the object.
+class PublicKey {
+ public:
+  PublicKey() { require(gnutls_pubkey_init(&key_)); }
+  ~PublicKey() { gnutls_pubkey_deinit(key_); }
+  PublicKey(const PublicKey&) = delete;
+  PublicKey& operator=(const PublicKey&) = delete;
+
+  gnutls_pubkey_t get() const { return key_; }
+
+ private:
+  gnutls_pubkey_t key_ = nullptr;
+};
+
+using TrustList = std::unique_ptr<std::remove_pointer_t<gnutls_x509_trust_list_t>,
+                                  void (*)(gnutls_x509_trust_list_t)>;
+
+/// The certificates of a PEM text; none for an empty one.
+TrustList trustListOf(const std::string& authority) {
+  gnutls_x509_trust_list_t made = nullptr;
+  require(gnutls_x509_trust_list_init(&made, 0));
+  TrustList list(made, [](gnutls_x509_trust_list_t old) { gnutls_x509_trust_list_deinit(old, 1); });
+  if (authority.empty()) return list;
+  const gnutls_datum_t datum = datumOf(authority);
+  const int added =
+      gnutls_x509_trust_list_add_trust_mem(list.get(), &datum, nullptr, GNUTLS_X509_FMT_PEM, 0, 0);
+  require(added);
+  if (added == 0) throw std::runtime_error("TLS: no certificate of the authority can be used");
+  return list;
+}
+
 void checkPair(const TlsCredentials::Files& files, const Certificates& chain,
                const PrivateKey& key) {
-  gnutls_pubkey_t fromCertificate = nullptr;
-  gnutls_pubkey_t fromKey = nullptr;
-  gnutls_pubkey_init(&fromCertificate);
-  gnutls_pubkey_init(&fromKey);
+  const PublicKey fromCertificate;
+  const PublicKey fromKey;
   unsigned char ids[2][64] = {};
   std::size_t sizes[2] = {sizeof ids[0], sizeof ids[1]};
   const bool match =
-      gnutls_pubkey_import_x509(fromCertificate, chain.first(), 0) == 0 &&
-      gnutls_pubkey_import_privkey(fromKey, key.get(), 0, 0) == 0 &&
-      gnutls_pubkey_get_key_id(fromCertificate, GNUTLS_KEYID_USE_SHA256, ids[0], &sizes[0]) == 0 &&
-      gnutls_pubkey_get_key_id(fromKey, GNUTLS_KEYID_USE_SHA256, ids[1], &sizes[1]) == 0 &&
+      gnutls_pubkey_import_x509(fromCertificate.get(), chain.first(), 0) == 0 &&
+      gnutls_pubkey_import_privkey(fromKey.get(), key.get(), 0, 0) == 0 &&
+      gnutls_pubkey_get_key_id(fromCertificate.get(), GNUTLS_KEYID_USE_SHA256, ids[0], &sizes[0]) ==
+          0 &&
+      gnutls_pubkey_get_key_id(fromKey.get(), GNUTLS_KEYID_USE_SHA256, ids[1], &sizes[1]) == 0 &&
       std::string(ids[0], ids[0] + sizes[0]) == std::string(ids[1], ids[1] + sizes[1]);
-  gnutls_pubkey_deinit(fromCertificate);
-  gnutls_pubkey_deinit(fromKey);
   if (!match) throw std::runtime_error(files.key + " is not the key of " + files.certificate);
 }
 
@@ -164,12 +199,11 @@ int choose(gnutls_session_t, const gnutls_cert_retr_st*, gnutls_pcert_st** chain
 /// valid.
 std::string nameOf(gnutls_x509_trust_list_t trusted, const gnutls_datum_t* shown, unsigned count) {
   gnutls_x509_crt_t chain[kMaximumChain] = {};
-  unsigned imported = 0;
-  while (imported < count && imported < kMaximumChain) {
-    gnutls_x509_crt_init(&chain[imported]);
-    ++imported;
-    if (gnutls_x509_crt_import(chain[imported - 1], &shown[imported - 1], GNUTLS_X509_FMT_DER) != 0)
-      break;
+  unsigned made = 0;
+  bool whole = count > 0 && count <= kMaximumChain;
+  while (whole && made < count && gnutls_x509_crt_init(&chain[made]) == 0) {
+    whole = gnutls_x509_crt_import(chain[made], &shown[made], GNUTLS_X509_FMT_DER) == 0;
+    ++made;
   }
   unsigned problems = ~0U;
   char purpose[] = GNUTLS_KP_TLS_WWW_CLIENT;
@@ -177,7 +211,7 @@ std::string nameOf(gnutls_x509_trust_list_t trusted, const gnutls_datum_t* shown
   wanted.type = GNUTLS_DT_KEY_PURPOSE_OID;
   wanted.data = reinterpret_cast<unsigned char*>(purpose);
   std::string name;
-  if (imported == count && count > 0 &&
+  if (whole && made == count &&
       gnutls_x509_trust_list_verify_crt2(trusted, chain, count, &wanted, 1, 0, &problems,
                                          nullptr) == 0 &&
       problems == 0) {
@@ -187,38 +221,29 @@ std::string nameOf(gnutls_x509_trust_list_t trusted, const gnutls_datum_t* shown
         gnutls_x509_crt_get_dn_by_oid(chain[0], GNUTLS_OID_X520_COMMON_NAME, 0, 0, text, &size);
     name = error == 0 && size > 0 ? std::string(text, size) : "(certificate without a name)";
   }
-  for (unsigned i = 0; i < imported; ++i) gnutls_x509_crt_deinit(chain[i]);
+  for (unsigned i = 0; i < made; ++i) gnutls_x509_crt_deinit(chain[i]);
   return name;
 }
 
 }  // namespace
 
 struct TlsCredentials::Impl {
-  explicit Impl(Files names) : files(std::move(names)), texts(readTexts(files)) {
+  explicit Impl(Files names)
+      : files(std::move(names)), texts(readTexts(files)), trusted(trustListOf(texts.authority)) {
     firstAuthority = texts.authority;
-    trust(texts.authority);
-  }
-  ~Impl() {
-    if (trusted != nullptr) gnutls_x509_trust_list_deinit(trusted, 1);
   }
 
   void trust(const std::string& authority) {
-    gnutls_x509_trust_list_t fresh = nullptr;
-    gnutls_x509_trust_list_init(&fresh, 0);
-    if (!authority.empty()) {
-      const gnutls_datum_t datum = datumOf(authority);
-      gnutls_x509_trust_list_add_trust_mem(fresh, &datum, nullptr, GNUTLS_X509_FMT_PEM, 0, 0);
-    }
+    TrustList fresh = trustListOf(authority);
     const std::lock_guard<std::mutex> lock(mutex);
-    if (trusted != nullptr) gnutls_x509_trust_list_deinit(trusted, 1);
-    trusted = fresh;
+    trusted = std::move(fresh);
   }
 
   const Files files;
   Texts texts;  // guarded by currentMutex
   std::string firstAuthority;
   mutable std::mutex mutex;  // guards `trusted`
-  gnutls_x509_trust_list_t trusted = nullptr;
+  TrustList trusted;
 };
 
 TlsCredentials::TlsCredentials(Files files) : impl_(std::make_unique<Impl>(std::move(files))) {
@@ -245,7 +270,7 @@ std::string TlsCredentials::verifiedName(gnutls_session_int* session) const {
   const gnutls_datum_t* shown = gnutls_certificate_get_peers(session, &count);
   if (shown == nullptr || count == 0) return "";
   const std::lock_guard<std::mutex> lock(impl_->mutex);
-  return nameOf(impl_->trusted, shown, count);
+  return nameOf(impl_->trusted.get(), shown, count);
 }
 
 const std::string& TlsCredentials::authorityText() const { return impl_->firstAuthority; }

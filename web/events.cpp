@@ -35,10 +35,14 @@ std::string idOfProcess() {
 }  // namespace
 
 Events::Events(const Host& host, const std::vector<std::string>& classNames, Limits limits)
-    : host_(host), limits_(limits), firstOfId_(idOfProcess()), classNames_(classNames) {}
+    : host_(host), limits_(limits), firstOfId_(idOfProcess()) {
+  for (const std::string& name : classNames) classes_.push_back({name});
+}
 
 Events::~Events() {
-  for (const broker::SubscriptionId id : subscriptions_) host_.broker.unsubscribe(id);
+  for (const EventClass& one : classes_) {
+    if (one.subscription != 0) host_.broker.unsubscribe(one.subscription);
+  }
   const std::lock_guard<std::mutex> lock(mutex_);
   for (const auto& listener : listeners_) {
     if (const auto stream = listener.lock()) stream->end();
@@ -67,27 +71,25 @@ HttpAnswer Events::listen() {
   for (const std::string& event : kept_) stream->append(event);
   listeners_.push_back(stream);
   lock.unlock();
-  subscribeOnce();  // after adding the listener: the first indications come at once
+  subscribe();  // after adding the listener: the first indications come at once
   return {200, "", "text/event-stream", {{"Cache-Control", "no-store"}}, stream};
 }
 
-void Events::subscribeOnce() {
+/// For the classes without a subscription: all of them at first, later those that were refused.
+void Events::subscribe() {
   const std::lock_guard<std::mutex> lock(subscribing_);
-  if (subscribed_) return;
-  subscribed_ = true;
-  for (const std::string& className : classNames_) {
+  for (EventClass& one : classes_) {
+    if (one.subscription != 0) continue;
     broker::IndicationFilter filter;
-    filter.query = "SELECT * FROM " + className;
+    filter.query = "SELECT * FROM " + one.name;
     filter.sourceNamespace = host_.nameSpace;
-    filter.name = "orvcimd:events:" + className;
+    filter.name = "orvcimd:events:" + one.name;
     const broker::SubscribeResult result = host_.broker.subscribe(
         filter, [this](const broker::Instance& indication) { send(indication); });
-    if (result.ok()) {
-      subscriptions_.push_back(result.id);
-    } else {
-      log(serve::LogLevel::kWarning, "/api/events leaves out " + className + ": " +
-                                         result.message.value_or(broker::statusText(result.rc)));
-    }
+    one.subscription = result.id;
+    if (result.ok() || std::exchange(one.refused, true)) continue;
+    log(serve::LogLevel::kWarning, "/api/events leaves out " + one.name + ": " +
+                                       result.message.value_or(broker::statusText(result.rc)));
   }
 }
 

@@ -18,7 +18,8 @@ namespace orv::web {
 ///
 /// Subscribes when the first client listens: the first subscriber to heartbeats is sent one at
 /// once, which is left for other clients as long as nobody opens the page. From then on it keeps
-/// the last indications and sends them to each new listener first.
+/// the last indications and sends them to each new listener first. A class that is refused is
+/// logged and left out, and tried again for each new listener.
 class Events {
  public:
   struct Limits {
@@ -28,7 +29,7 @@ class Events {
     std::size_t keptBytes = 64U << 10;       ///< of all of them; at most `listenerBytes`
   };
 
-  /// For indications of these classes. A class that cannot be subscribed to is logged and left out.
+  /// For indications of these classes.
   Events(const Host& host, const std::vector<std::string>& classNames)
       : Events(host, classNames, Limits()) {}
   Events(const Host& host, const std::vector<std::string>& classNames, Limits limits);
@@ -43,8 +44,14 @@ class Events {
   serve::GetRoute route();
 
  private:
+  struct EventClass {
+    std::string name;
+    broker::SubscriptionId subscription = 0;  // 0: none
+    bool refused = false;                     // and logged
+  };
+
   serve::HttpAnswer listen();
-  void subscribeOnce();
+  void subscribe();
   void send(const broker::Instance& indication);
   void keep(std::string event);
   void forgetTheGone();
@@ -52,10 +59,8 @@ class Events {
   const Host host_;
   const Limits limits_;
   const std::string firstOfId_;
-  const std::vector<std::string> classNames_;
-  std::mutex subscribing_;  // guards the next two; not taken by deliveries
-  bool subscribed_ = false;
-  std::vector<broker::SubscriptionId> subscriptions_;
+  std::mutex subscribing_;  // guards classes_; not taken by deliveries
+  std::vector<EventClass> classes_;
   std::mutex mutex_;  // guards what follows; a stream's lock is taken under it
   std::list<std::weak_ptr<serve::BodyStream>> listeners_;
   std::deque<std::string> kept_;

@@ -94,6 +94,21 @@ TEST(Events, NobodySubscribesBeforeSomebodyListens) {
   EXPECT_EQ(test::alertCalls().activated, before + 1);
 }
 
+TEST(Events, ARefusedClassIsTriedAgainForTheNextListener) {
+  test::refuseAlertFilters("not yet");
+  ServedWeb served;
+  testing::internal::CaptureStderr();
+  const auto first = listener(served);
+  const auto second = listener(served);
+  test::refuseAlertFilters("");
+  const auto third = listener(served);
+  test::deliverAlert(served.broker(), 7);
+  EXPECT_TRUE(third->receiveUntil("\"number\":7"));
+  const std::string logged = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(logged, HasSubstr("/api/events leaves out T_Alert: not yet"));
+  EXPECT_EQ(logged.find("leaves out"), logged.rfind("leaves out")) << "once: " << logged;
+}
+
 TEST(Events, AHeartbeatOfTheSimulatedHostArrives) {
   if (!test::isFirstToWaitForABeat()) GTEST_SKIP() << "the process's first beat was waited for";
   ServedWeb served({"Orvane_CIMHeartbeat"});

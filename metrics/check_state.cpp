@@ -39,6 +39,17 @@ std::string textOf(const CheckState& state) {
   throw std::runtime_error("state file " + file + " cannot be written: " + std::strerror(errno));
 }
 
+/// False with errno set. A full disk may take a part first, and says so only at the next attempt.
+bool writeAll(int descriptor, const std::string& text) {
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t written = write(descriptor, text.data() + done, text.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    done += static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
 }  // namespace
 
 StoredState readState(const std::string& file) {
@@ -63,11 +74,11 @@ void writeState(const std::string& file, const CheckState& state) {
   const int descriptor = mkstemp(temporary.data());
   if (descriptor < 0) fail(file);
   const std::string text = textOf(state);
-  const bool written =
-      write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  const bool written = writeAll(descriptor, text);
+  const int writeError = errno;
   const bool closed = close(descriptor) == 0;
   if (written && closed && std::rename(temporary.c_str(), file.c_str()) == 0) return;
-  const int reason = errno;
+  const int reason = written ? errno : writeError;
   unlink(temporary.c_str());
   errno = reason;
   fail(file);

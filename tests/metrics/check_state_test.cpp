@@ -2,8 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -88,6 +91,47 @@ TEST_F(CheckStateTest, AFileThatCannotBeWrittenIsNamed) {
   } catch (const std::runtime_error& e) {
     EXPECT_THAT(e.what(), HasSubstr("/none/state.json cannot be written: No such file"));
   }
+}
+
+/// Files of this process cannot become larger, as on a full disk.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : before_(limit()) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, SIG_DFL);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  static rlimit limit() {
+    rlimit now{};
+    getrlimit(RLIMIT_FSIZE, &now);
+    return now;
+  }
+  const rlimit before_;
+};
+
+TEST_F(CheckStateTest, AFileThatIsWrittenInPartIsToldWithTheReasonAndTheOldOneKept) {
+  writeState(file(), {1.0, "before", {}});
+  std::string complaint;
+  {
+    const FileSizeLimit limit(10);  // a part is taken
+    errno = 0;
+    try {
+      writeState(file(), {2.0, "after", {}});
+    } catch (const std::runtime_error& e) {
+      complaint = e.what();
+    }
+  }
+  EXPECT_THAT(complaint, HasSubstr("state.json cannot be written: File too large"));
+  EXPECT_EQ(readState(file()).state->host, "before");
+  EXPECT_EQ(std::distance(fs::directory_iterator(directory_), fs::directory_iterator()), 1);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "tool/commands.h"
 #include "tool/errors.h"
 #include "tool/locations.h"
+#include "tool/remote_command.h"
 
 namespace orv::tool {
 namespace {
@@ -33,6 +34,9 @@ std::vector<std::string> daemonArguments(const Options& options) {
 }  // namespace
 
 int runServe(const Options& options) {
+  if (isRemote(options)) {
+    throw BadInput("serve is for this host; it cannot be used with --url or --hosts");
+  }
   const std::string daemon = defaultDaemon();
   std::vector<std::string> arguments = daemonArguments(options);
   std::vector<char*> pointers;

@@ -331,6 +331,9 @@ TEST(RemoteUsage, WhatCannotBeUsedIsToldBeforeAnyRequest) {
               HasSubstr("watch takes one --url"));
   EXPECT_THAT(errorOf({"--url", "http://h", "--url", "http://i", "metrics"}),
               HasSubstr("metrics takes one --url"));
+  const char* const local = "serve is for this host; it cannot be used with --url or --hosts";
+  EXPECT_THAT(errorOf({"--url", "http://h", "serve", "--listen", "x"}), HasSubstr(local));
+  EXPECT_THAT(errorOf({"serve", "--hosts", "/nonexistent", "--listen", "x"}), HasSubstr(local));
   EXPECT_THAT(errorOf({"--url", "http://u@h", "--password-file", "/nonexistent", "list"}),
               HasSubstr("/nonexistent"));
 }

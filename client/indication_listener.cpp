@@ -4,11 +4,16 @@
 #include <microhttpd.h>
 #include <netinet/in.h>
 #include <sys/random.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <set>
 #include <utility>
 
 #include "cimxml/export_message.h"
@@ -82,6 +87,38 @@ struct IndicationListener::Impl {
     *context = nullptr;
   }
 
+  static void onConnection(void* self, MHD_Connection* connection, void**,
+                           MHD_ConnectionNotificationCode code) try {
+    const int socket =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+    Impl& listener = of(self);
+    const std::lock_guard<std::mutex> lock(listener.socketsMutex);
+    if (code == MHD_CONNECTION_NOTIFY_STARTED) {
+      listener.sockets.insert(socket);
+      if (listener.ending) ::shutdown(socket, SHUT_RDWR);
+    } else {
+      listener.sockets.erase(socket);
+      listener.closed.notify_all();
+    }
+  } catch (const std::exception&) {
+    // Without memory for it the connection is not known, and ends with the listener.
+  }
+
+  /// Ends the connections before the library is told to stop: libmicrohttpd 0.9.75 crashes on a
+  /// request that it refuses itself while it stops.
+  void stop() {
+    if (daemon == nullptr) return;
+    const MHD_socket listening = MHD_quiesce_daemon(daemon);
+    {
+      std::unique_lock<std::mutex> lock(socketsMutex);
+      ending = true;
+      for (const int socket : sockets) ::shutdown(socket, SHUT_RDWR);
+      closed.wait_for(lock, std::chrono::milliseconds(500), [this] { return sockets.empty(); });
+    }
+    MHD_stop_daemon(daemon);
+    if (listening != MHD_INVALID_SOCKET) ::close(listening);
+  }
+
   /// The library's messages are about broken connections.
   static void passOver(void*, const char*, va_list) {}
 
@@ -131,6 +168,10 @@ struct IndicationListener::Impl {
   std::string urlBegin;  // "http://192.0.2.1:4711"
   std::mutex mutex;      // guards handlers; held while one runs
   std::map<std::string, broker::IndicationHandler> handlers;  // by path
+  std::mutex socketsMutex;                                    // guards the next two
+  std::set<int> sockets;                                      // of the open connections
+  bool ending = false;
+  std::condition_variable closed;
   MHD_Daemon* daemon = nullptr;
 };
 
@@ -142,13 +183,14 @@ IndicationListener::IndicationListener(const std::string& address, int port, Lim
     throw ConnectionError("cannot listen at \"" + address + "\": it is not an address");
   }
   const bool v6 = where.ss_family == AF_INET6;
-  unsigned flags = MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG;
+  unsigned flags = MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG | MHD_USE_ITC;
   if (v6) flags |= MHD_USE_IPv6;
   impl_->daemon = MHD_start_daemon(
       flags, 0, nullptr, nullptr, &Impl::onRequest, impl_.get(), MHD_OPTION_EXTERNAL_LOGGER,
       &Impl::passOver, nullptr, MHD_OPTION_SOCK_ADDR, reinterpret_cast<sockaddr*>(&where),
       MHD_OPTION_CONNECTION_LIMIT, limits.connections, MHD_OPTION_CONNECTION_TIMEOUT,
-      limits.idleSeconds, MHD_OPTION_NOTIFY_COMPLETED, &Impl::onCompleted, nullptr, MHD_OPTION_END);
+      limits.idleSeconds, MHD_OPTION_NOTIFY_COMPLETED, &Impl::onCompleted, nullptr,
+      MHD_OPTION_NOTIFY_CONNECTION, &Impl::onConnection, impl_.get(), MHD_OPTION_END);
   if (impl_->daemon == nullptr) {
     throw ConnectionError("cannot listen at " + address + " port " + std::to_string(port) + ": " +
                           std::strerror(errno));
@@ -158,9 +200,7 @@ IndicationListener::IndicationListener(const std::string& address, int port, Lim
                     std::to_string(info != nullptr ? info->port : 0);
 }
 
-IndicationListener::~IndicationListener() {
-  if (impl_->daemon != nullptr) MHD_stop_daemon(impl_->daemon);
-}
+IndicationListener::~IndicationListener() { impl_->stop(); }
 
 std::string IndicationListener::add(broker::IndicationHandler handler) {
   const std::string path = "/" + secret();

@@ -4,10 +4,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "cimxml/export_message.h"
 #include "client/http_transport.h"
+#include "tests/serve/raw_client.h"
 
 namespace orv::client {
 namespace {
@@ -88,6 +93,24 @@ TEST(IndicationListener, UrlsCannotBeGuessed) {
   const std::string second = listener.add([](const broker::Instance&) {});
   EXPECT_NE(first, second);
   EXPECT_GE(first.size() - first.rfind('/'), 33U);
+}
+
+// libmicrohttpd 0.9.75 crashes on a request that it refuses itself while it stops.
+TEST(IndicationListener, AnEndAmongBadRequestsHarmsNothing) {
+  const std::string tooLong = "POST / HTTP/1.1\r\nX: " + std::string(40000, 'x');
+  for (int round = 0; round < 30; ++round) {
+    auto listener = std::make_unique<IndicationListener>("127.0.0.1", 0);
+    const std::string url = listener->add([](const broker::Instance&) {});
+    const int port = std::stoi(url.substr(url.find(':', 6) + 1));
+    std::vector<std::unique_ptr<serve::RawClient>> clients;
+    for (int i = 0; i < 60; ++i) clients.push_back(std::make_unique<serve::RawClient>(port));
+    std::thread sender([&] {
+      for (const auto& client : clients) client->send(tooLong);
+    });
+    clients.front()->receiveUntil("HTTP/1.1 ");  // the others' turn comes now
+    listener.reset();
+    sender.join();
+  }
 }
 
 TEST(IndicationListener, AnAddressThatIsNotOursIsTold) {

@@ -521,8 +521,12 @@ TEST_F(HttpServerTest, StoppingAmongBadRequestsHarmsNothing) {
     start(limits);
     std::vector<std::unique_ptr<RawClient>> clients;
     for (int i = 0; i < 200; ++i) clients.push_back(std::make_unique<RawClient>(port_));
-    for (const auto& client : clients) client->send(tooLong);
+    std::thread sender([&] {
+      for (const auto& client : clients) client->send(tooLong);
+    });
+    clients.front()->receiveUntil("HTTP/1.1 ");  // the others' turn comes now
     server_->stop();
+    sender.join();
   }
 }
 

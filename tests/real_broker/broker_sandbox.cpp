@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -132,6 +133,15 @@ bool listens() {
   return connected;
 }
 
+/// The number after a label of /proc/PID/status; 0 when there is no such process.
+long statusOf(pid_t process, const std::string& label) {
+  std::istringstream status(fileText("/proc/" + std::to_string(process) + "/status"));
+  for (std::string word; status >> word;) {
+    if (word == label && status >> word) return std::stol(word);
+  }
+  return 0;
+}
+
 std::string linkTarget(const std::string& path) {
   std::error_code error;
   return fs::read_symlink(path, error).string();
@@ -238,7 +248,12 @@ std::vector<pid_t> BrokerSandbox::processes() const {
     if (fileText(entry.path().string() + "/comm") != "sfcbd\n") continue;
     if (linkTarget(entry.path().string() + "/ns/ipc") == own) found.push_back(std::stoi(name));
   }
-  std::sort(found.begin(), found.end());
+  // The daemon is the one that none of the others started. Its number need not be the lowest:
+  // after the highest the kernel begins anew.
+  const std::set<pid_t> all(found.begin(), found.end());
+  std::stable_partition(found.begin(), found.end(), [&](pid_t process) {
+    return all.count(static_cast<pid_t>(statusOf(process, "PPid:"))) == 0;
+  });
   return found;
 }
 
@@ -278,12 +293,6 @@ bool holdsWithin(std::chrono::seconds limit, const std::function<bool()>& condit
   return true;
 }
 
-long residentKilobytes(pid_t process) {
-  std::istringstream status(fileText("/proc/" + std::to_string(process) + "/status"));
-  for (std::string word; status >> word;) {
-    if (word == "VmRSS:" && status >> word) return std::stol(word);
-  }
-  return 0;
-}
+long residentKilobytes(pid_t process) { return statusOf(process, "VmRSS:"); }
 
 }  // namespace orv::test

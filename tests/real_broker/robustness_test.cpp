@@ -155,6 +155,9 @@ TEST_F(RealRobustnessTest, AKilledProviderProcessIsReplacedAtTheNextRequest) {
   const pid_t process = serveInOneProcess();
   ASSERT_GT(process, 0);
   kill(process, SIGKILL);
+  // A request that comes before the daemon has noticed waits for the dead process, and with it the
+  // whole broker.
+  ASSERT_TRUE(holdsWithin(seconds(10), [&] { return kill(process, 0) != 0; }));
   EXPECT_TRUE(holdsWithin(seconds(10), portsAreServed));
   EXPECT_EQ(sandbox_->providerProcesses().size(), 1U);
   EXPECT_LT(sandbox_->stop(), seconds(5));

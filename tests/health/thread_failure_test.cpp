@@ -1,29 +1,10 @@
-// A monitor thread that cannot be started. The program replaces pthread_create.
+// A monitor thread that cannot be started.
 
-#include <dlfcn.h>
-#include <pthread.h>
-
-#include <atomic>
-#include <cerrno>
 #include <csignal>
 
 #include "health/latched_health_state.h"
 #include "tests/health/health_fixture.h"
-
-namespace {
-
-std::atomic<int> passing{1 << 30};  // calls that succeed before all others fail
-
-}  // namespace
-
-extern "C" __attribute__((visibility("default"))) int pthread_create(
-    pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-    void* argument) noexcept {
-  if (passing-- <= 0) return EAGAIN;
-  using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
-  return next(thread, attributes, body, argument);
-}
+#include "tests/support/failing_threads.h"
 
 namespace orv::test {
 
@@ -35,7 +16,7 @@ class ThreadFailureDeathTest : public HealthTest {
 
   void initializeWithThreads(int count) {
     OrvLatchedHealth::OrvLatchedHealthState provider(binding(), context());
-    passing = count;
+    threadsLeft = count;
     provider.initialize(context());
   }
 };

@@ -1,36 +1,20 @@
-// Threads when the system allows no more. The program replaces pthread_create.
+// Threads when the system allows no more.
 
 #include "tool/threads.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <atomic>
-#include <cerrno>
 #include <stdexcept>
 
-namespace {
-
-std::atomic<int> passing{1 << 30};  // calls that succeed before all others fail
-
-}  // namespace
-
-extern "C" __attribute__((visibility("default"))) int pthread_create(
-    pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-    void* argument) noexcept {
-  if (passing-- <= 0) return EAGAIN;
-  using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
-  return next(thread, attributes, body, argument);
-}
+#include "tests/support/failing_threads.h"
 
 namespace orv::tool {
 namespace {
 
 TEST(Threads, WorkGoesOnWithThoseThatThereAre) {
   for (const int others : {0, 2, 1 << 30}) {
-    passing = others;
+    test::threadsLeft = others;
     std::atomic<int> next{0};
     std::atomic<int> done{0};
     runInThreads(32, [&] {

@@ -4,6 +4,10 @@
 #include <cstdio>
 #include <iterator>
 #include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "framework/rows.h"
 
 namespace Hardware {
 namespace {
@@ -403,11 +407,39 @@ const Rule<Extent> kExtentRules[] = {
      }},
 };
 
-/// The tables have the worst rule first, so the words are in that order too.
-template <typename Facts, std::size_t size>
-Judgement judgeBy(const Rule<Facts> (&rules)[size], const Facts& facts, const Growth& growth) {
+/// The rules of a kind of element.
+template <typename Facts>
+struct Rules {
+  const char* element;
+  ORV::Rows<Rule<Facts>> rows;  ///< the worst first, so the words are in that order too
+};
+
+constexpr std::tuple kRules{
+    Rules<Sensor>{"sensor", kSensorRules},
+    Rules<MemoryModule>{"memory module", kMemoryRules},
+    Rules<PowerSupply>{"power supply", kPowerSupplyRules},
+    Rules<Battery>{"battery", kBatteryRules},
+    Rules<Disk>{"disk", kDiskRules},
+    Rules<PciFunction>{"controller", kControllerRules},
+    Rules<StoragePort>{"port to disks", kStoragePortRules},
+    Rules<Pool>{"array", kPoolRules},
+    Rules<Volume>{"volume", kVolumeRules},
+    Rules<Extent>{"array member", kExtentRules},
+};
+
+template <typename Facts>
+void document(const Rules<Facts>& rules, std::vector<DocumentedRule>& documented) {
+  for (const Rule<Facts>& rule : rules.rows) {
+    documented.push_back({rules.element, rule.condition, rule.health});
+  }
+}
+
+}  // namespace
+
+template <typename Facts>
+Judgement judge(const Facts& facts, const Growth& growth) {
   Judgement judgement;
-  for (const Rule<Facts>& rule : rules) {
+  for (const Rule<Facts>& rule : std::get<Rules<Facts>>(kRules).rows) {
     std::string words = rule.words(facts, growth);
     if (words.empty()) continue;
     judgement.health = std::max(judgement.health, rule.health);
@@ -419,46 +451,16 @@ Judgement judgeBy(const Rule<Facts> (&rules)[size], const Facts& facts, const Gr
   return judgement;
 }
 
-template <typename Facts, std::size_t size>
-void document(const char* element, const Rule<Facts> (&rules)[size],
-              std::vector<DocumentedRule>& documented) {
-  for (const Rule<Facts>& rule : rules) {
-    documented.push_back({element, rule.condition, rule.health});
-  }
-}
-
-}  // namespace
-
-Judgement judge(const Sensor& sensor, const Growth& growth) {
-  return judgeBy(kSensorRules, sensor, growth);
-}
-Judgement judge(const MemoryModule& module, const Growth& growth) {
-  return judgeBy(kMemoryRules, module, growth);
-}
-Judgement judge(const PowerSupply& supply, const Growth& growth) {
-  return judgeBy(kPowerSupplyRules, supply, growth);
-}
-Judgement judge(const Battery& battery, const Growth& growth) {
-  return judgeBy(kBatteryRules, battery, growth);
-}
-Judgement judge(const Disk& disk, const Growth& growth) {
-  return judgeBy(kDiskRules, disk, growth);
-}
-Judgement judge(const PciFunction& function, const Growth& growth) {
-  return judgeBy(kControllerRules, function, growth);
-}
-Judgement judge(const StoragePort& port, const Growth& growth) {
-  return judgeBy(kStoragePortRules, port, growth);
-}
-Judgement judge(const Pool& pool, const Growth& growth) {
-  return judgeBy(kPoolRules, pool, growth);
-}
-Judgement judge(const Volume& volume, const Growth& growth) {
-  return judgeBy(kVolumeRules, volume, growth);
-}
-Judgement judge(const Extent& extent, const Growth& growth) {
-  return judgeBy(kExtentRules, extent, growth);
-}
+template Judgement judge(const Sensor&, const Growth&);
+template Judgement judge(const MemoryModule&, const Growth&);
+template Judgement judge(const PowerSupply&, const Growth&);
+template Judgement judge(const Battery&, const Growth&);
+template Judgement judge(const Disk&, const Growth&);
+template Judgement judge(const PciFunction&, const Growth&);
+template Judgement judge(const StoragePort&, const Growth&);
+template Judgement judge(const Pool&, const Growth&);
+template Judgement judge(const Volume&, const Growth&);
+template Judgement judge(const Extent&, const Growth&);
 
 std::uint16_t operationalStatusOf(Health health) {
   if (health == kUnknown) return 0;
@@ -470,16 +472,7 @@ std::uint16_t operationalStatusOf(Health health) {
 
 std::vector<DocumentedRule> documentedRules() {
   std::vector<DocumentedRule> rules;
-  document("sensor", kSensorRules, rules);
-  document("memory module", kMemoryRules, rules);
-  document("power supply", kPowerSupplyRules, rules);
-  document("battery", kBatteryRules, rules);
-  document("disk", kDiskRules, rules);
-  document("controller", kControllerRules, rules);
-  document("port to disks", kStoragePortRules, rules);
-  document("array", kPoolRules, rules);
-  document("volume", kVolumeRules, rules);
-  document("array member", kExtentRules, rules);
+  std::apply([&](const auto&... each) { (document(each, rules), ...); }, kRules);
   return rules;
 }
 

@@ -29,17 +29,9 @@ struct Judgement {
 
 /// The worst health of the rules that hold, and their words. When none holds, the element is OK, or
 /// Unknown if the host could not be asked; the reason for that is always added to the words, as the
-/// last.
-Judgement judge(const Sensor& sensor, const Growth& growth);
-Judgement judge(const MemoryModule& module, const Growth& growth);
-Judgement judge(const PowerSupply& supply, const Growth& growth);
-Judgement judge(const Battery& battery, const Growth& growth);
-Judgement judge(const Disk& disk, const Growth& growth);
-Judgement judge(const PciFunction& function, const Growth& growth);
-Judgement judge(const StoragePort& port, const Growth& growth);
-Judgement judge(const Pool& pool, const Growth& growth);
-Judgement judge(const Volume& volume, const Growth& growth);
-Judgement judge(const Extent& extent, const Growth& growth);
+/// last. `Facts` is the record of an element.
+template <typename Facts>
+Judgement judge(const Facts& facts, const Growth& growth);
 
 /// OperationalStatus that goes with a health: OK, Degraded, Error, Non-Recoverable Error, Unknown.
 std::uint16_t operationalStatusOf(Health health);

@@ -16,92 +16,16 @@ namespace {
 
 using Hardware::Sensor;
 
-constexpr int kNone = -1;
-
-/// Where a kind of sensor keeps its values.
 struct SensorKind {
   sensors_feature_type feature;
   std::uint16_t sensorType;
-  int reading;
-  int otherReading;  ///< for chips without the first
-  int low, high, otherHigh, lowCritical,
-      highCritical;  ///< of high and otherHigh, the first that a chip has
-  int limitAlarms[2];
-  int alarms[4];
-  int fault;
   double scale;  ///< a unit has so many of the published parts
 };
 
 constexpr SensorKind kSensorKinds[] = {
-    {SENSORS_FEATURE_TEMP,
-     2,
-     SENSORS_SUBFEATURE_TEMP_INPUT,
-     kNone,
-     SENSORS_SUBFEATURE_TEMP_MIN,
-     SENSORS_SUBFEATURE_TEMP_MAX,
-     kNone,
-     SENSORS_SUBFEATURE_TEMP_LCRIT,
-     SENSORS_SUBFEATURE_TEMP_CRIT,
-     {SENSORS_SUBFEATURE_TEMP_MIN_ALARM, SENSORS_SUBFEATURE_TEMP_MAX_ALARM},
-     {SENSORS_SUBFEATURE_TEMP_ALARM, SENSORS_SUBFEATURE_TEMP_CRIT_ALARM,
-      SENSORS_SUBFEATURE_TEMP_LCRIT_ALARM, SENSORS_SUBFEATURE_TEMP_EMERGENCY_ALARM},
-     SENSORS_SUBFEATURE_TEMP_FAULT,
-     1000},
-    {SENSORS_FEATURE_IN,
-     3,
-     SENSORS_SUBFEATURE_IN_INPUT,
-     SENSORS_SUBFEATURE_IN_AVERAGE,
-     SENSORS_SUBFEATURE_IN_MIN,
-     SENSORS_SUBFEATURE_IN_MAX,
-     kNone,
-     SENSORS_SUBFEATURE_IN_LCRIT,
-     SENSORS_SUBFEATURE_IN_CRIT,
-     {SENSORS_SUBFEATURE_IN_MIN_ALARM, SENSORS_SUBFEATURE_IN_MAX_ALARM},
-     {SENSORS_SUBFEATURE_IN_ALARM, SENSORS_SUBFEATURE_IN_CRIT_ALARM,
-      SENSORS_SUBFEATURE_IN_LCRIT_ALARM, kNone},
-     kNone,
-     1000},
-    {SENSORS_FEATURE_CURR,
-     4,
-     SENSORS_SUBFEATURE_CURR_INPUT,
-     SENSORS_SUBFEATURE_CURR_AVERAGE,
-     SENSORS_SUBFEATURE_CURR_MIN,
-     SENSORS_SUBFEATURE_CURR_MAX,
-     kNone,
-     SENSORS_SUBFEATURE_CURR_LCRIT,
-     SENSORS_SUBFEATURE_CURR_CRIT,
-     {SENSORS_SUBFEATURE_CURR_MIN_ALARM, SENSORS_SUBFEATURE_CURR_MAX_ALARM},
-     {SENSORS_SUBFEATURE_CURR_ALARM, SENSORS_SUBFEATURE_CURR_CRIT_ALARM,
-      SENSORS_SUBFEATURE_CURR_LCRIT_ALARM, kNone},
-     kNone,
-     1000},
-    {SENSORS_FEATURE_FAN,
-     5,
-     SENSORS_SUBFEATURE_FAN_INPUT,
-     kNone,
-     SENSORS_SUBFEATURE_FAN_MIN,
-     SENSORS_SUBFEATURE_FAN_MAX,
-     kNone,
-     kNone,
-     kNone,
-     {SENSORS_SUBFEATURE_FAN_MIN_ALARM, SENSORS_SUBFEATURE_FAN_MAX_ALARM},
-     {SENSORS_SUBFEATURE_FAN_ALARM, kNone, kNone, kNone},
-     SENSORS_SUBFEATURE_FAN_FAULT,
-     1},
-    {SENSORS_FEATURE_POWER,
-     13,
-     SENSORS_SUBFEATURE_POWER_INPUT,
-     SENSORS_SUBFEATURE_POWER_AVERAGE,
-     SENSORS_SUBFEATURE_POWER_MIN,
-     SENSORS_SUBFEATURE_POWER_MAX,
-     SENSORS_SUBFEATURE_POWER_CAP,
-     SENSORS_SUBFEATURE_POWER_LCRIT,
-     SENSORS_SUBFEATURE_POWER_CRIT,
-     {SENSORS_SUBFEATURE_POWER_MIN_ALARM, SENSORS_SUBFEATURE_POWER_MAX_ALARM},
-     {SENSORS_SUBFEATURE_POWER_ALARM, SENSORS_SUBFEATURE_POWER_CRIT_ALARM,
-      SENSORS_SUBFEATURE_POWER_LCRIT_ALARM, kNone},
-     kNone,
-     1000},
+    {SENSORS_FEATURE_TEMP, 2, 1000},   {SENSORS_FEATURE_IN, 3, 1000},
+    {SENSORS_FEATURE_CURR, 4, 1000},   {SENSORS_FEATURE_FAN, 5, 1},
+    {SENSORS_FEATURE_POWER, 13, 1000},
 };
 
 // ---- libsensors, whose state is one for the process ----
@@ -218,30 +142,42 @@ class ChipReader {
  public:
   explicit ChipReader(const sensors_chip_name& chip) : chip_(chip) {}
 
-  /// Reads the values of a feature; sets `refused` when its reading cannot be read.
+  /// Reads the values of a feature, which have the same names for every kind; sets `refused` when
+  /// its reading cannot be read.
   void read(const sensors_feature& feature, const SensorKind& kind, Sensor& sensor) const {
     int error = 0;
     double value = 0;
-    const bool has = valueOf(feature, kind.reading, value, error) ||
-                     (error == 0 && valueOf(feature, kind.otherReading, value, error));
+    const bool has = valueOf(feature, "input", value, error) ||
+                     (error == 0 && valueOf(feature, "average", value, error));
     if (has) sensor.reading = scaled(value, kind.scale);
-    sensor.low = limit(feature, kind.low, kind.scale);
-    sensor.high = limit(feature, kind.high, kind.scale);
-    if (!sensor.high) sensor.high = limit(feature, kind.otherHigh, kind.scale);
-    sensor.lowCritical = limit(feature, kind.lowCritical, kind.scale);
-    sensor.highCritical = limit(feature, kind.highCritical, kind.scale);
-    for (const int alarm : kind.limitAlarms) sensor.limitAlarm |= flag(feature, alarm);
-    for (const int alarm : kind.alarms) sensor.alarm |= flag(feature, alarm);
-    sensor.fault = flag(feature, kind.fault);
+    sensor.low = limit(feature, "min", kind.scale);
+    sensor.high = limit(feature, "max", kind.scale);
+    if (!sensor.high) sensor.high = limit(feature, "cap", kind.scale);
+    sensor.lowCritical = limit(feature, "lcrit", kind.scale);
+    sensor.highCritical = limit(feature, "crit", kind.scale);
+    for (const char* alarm : {"min_alarm", "max_alarm"}) sensor.limitAlarm |= flag(feature, alarm);
+    for (const char* alarm : {"alarm", "crit_alarm", "lcrit_alarm", "emergency_alarm"}) {
+      sensor.alarm |= flag(feature, alarm);
+    }
+    sensor.fault = flag(feature, "fault");
     if (error != 0) sensor.refused = std::string("not read: ") + sensors_strerror(error);
   }
 
  private:
+  /// The value of that name, for example temp1_max for "max"; null when the chip has none.
+  const sensors_subfeature* find(const sensors_feature& feature, const char* name) const {
+    const std::string whole = std::string(feature.name) + "_" + name;
+    int number = 0;
+    const sensors_subfeature* found = nullptr;
+    do {
+      found = sensors_get_all_subfeatures(&chip_, &feature, &number);
+    } while (found != nullptr && found->name != whole);
+    return found;
+  }
+
   /// False when the chip has no such value, and when it cannot be read; then `error` is set.
-  bool valueOf(const sensors_feature& feature, int type, double& value, int& error) const {
-    if (type == kNone) return false;
-    const sensors_subfeature* subfeature =
-        sensors_get_subfeature(&chip_, &feature, static_cast<sensors_subfeature_type>(type));
+  bool valueOf(const sensors_feature& feature, const char* name, double& value, int& error) const {
+    const sensors_subfeature* subfeature = find(feature, name);
     if (subfeature == nullptr || (subfeature->flags & SENSORS_MODE_R) == 0) return false;
     error = sensors_get_value(&chip_, subfeature->number, &value);
     return error == 0;
@@ -254,16 +190,17 @@ class ChipReader {
     return static_cast<std::int32_t>(parts);
   }
 
-  std::optional<std::int32_t> limit(const sensors_feature& feature, int type, double scale) const {
+  std::optional<std::int32_t> limit(const sensors_feature& feature, const char* name,
+                                    double scale) const {
     double value = 0;
     int error = 0;
-    return valueOf(feature, type, value, error) ? scaled(value, scale) : std::nullopt;
+    return valueOf(feature, name, value, error) ? scaled(value, scale) : std::nullopt;
   }
 
-  bool flag(const sensors_feature& feature, int type) const {
+  bool flag(const sensors_feature& feature, const char* name) const {
     double value = 0;
     int error = 0;
-    return valueOf(feature, type, value, error) && value != 0;
+    return valueOf(feature, name, value, error) && value != 0;
   }
 
   const sensors_chip_name& chip_;

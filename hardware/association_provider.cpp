@@ -19,36 +19,6 @@ using ORV::isGiven;
 using ORV::passesFilter;
 using ORV::sameName;
 
-class AssociationProvider : public virtual CmpiInstanceMI, public virtual OMC::SimpleAssociationMI {
- public:
-  AssociationProvider(const CmpiBroker& mbp, const CmpiContext& context)
-      : CmpiBaseMI(mbp, context),
-        CmpiInstanceMI(mbp, context),
-        OMC::SimpleAssociationMI(mbp, context) {}
-
-  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                               const CmpiObjectPath& path) override;
-  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
-                           const CmpiObjectPath& path, const char** properties) override;
-  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-                         const char** properties) override;
-
- protected:
-  CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
-                          const CmpiObjectPath& path, const char* assocClass,
-                          const char* resultClass, const char* role,
-                          const char* resultRole) override;
-
- private:
-  template <typename Visit>
-  void forEachLink(const CmpiContext& context, const std::string& nameSpace,
-                   const Association& association, const Wanted& wanted, Visit visit) const;
-  template <typename Visit>
-  void forEachForeignLink(const CmpiContext& context, const std::string& nameSpace,
-                          const Association& association, const Wanted& wanted,
-                          const CmpiObjectPath& system, Visit visit) const;
-};
-
 CmpiObjectPath pathOf(const End& end, const std::string& nameSpace,
                       const ORV::ScopingKeys& system) {
   return end.isSystem() ? systemPath(nameSpace, system)
@@ -56,47 +26,6 @@ CmpiObjectPath pathOf(const End& end, const std::string& nameSpace,
 }
 
 bool wantsAll(const char*) { return true; }
-
-/// Calls `visit` with both paths of each pair that the association relates, without the elements of
-/// the system that are not wanted.
-template <typename Visit>
-void AssociationProvider::forEachLink(const CmpiContext& context, const std::string& nameSpace,
-                                      const Association& association, const Wanted& wanted,
-                                      Visit visit) const {
-  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
-  for (const Pair& pair : association.pairs(wanted)) {
-    leavingOutUncarriable([&] {
-      visit(pathOf(pair.left, nameSpace, system), pathOf(pair.right, nameSpace, system));
-    });
-  }
-  forEachForeignLink(context, nameSpace, association, wanted, systemPath(nameSpace, system), visit);
-}
-
-/// The names come from the other library's provider, by an up-call, which fails where there is no
-/// such provider.
-template <typename Visit>
-void AssociationProvider::forEachForeignLink(const CmpiContext& context,
-                                             const std::string& nameSpace,
-                                             const Association& association, const Wanted& wanted,
-                                             const CmpiObjectPath& system, Visit visit) const {
-  for (auto foreign = association.foreignClasses; *foreign != nullptr; ++foreign) {
-    if (!wanted(*foreign)) continue;
-    std::vector<CmpiObjectPath> devices;
-    try {
-      const CmpiObjectPath all(nameSpace.c_str(), *foreign);
-      const CmpiEnumeration names = broker->enumInstanceNames(context, all);
-      while (names.hasNext()) {
-        const auto device = static_cast<CmpiObjectPath>(names.getNext());
-        if (!device.isNull()) devices.push_back(device);
-      }
-    } catch (const CmpiStatus&) {
-      // Nobody serves the class here.
-    }
-    for (const CmpiObjectPath& device : devices) {
-      leavingOutUncarriable([&] { visit(system, device); });
-    }
-  }
-}
 
 CmpiObjectPath linkPath(const Association& association, const std::string& nameSpace,
                         const CmpiObjectPath& left, const CmpiObjectPath& right) {
@@ -117,58 +46,10 @@ CmpiInstance linkInstance(const Association& association, const std::string& nam
   return instance;
 }
 
-CmpiStatus AssociationProvider::enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                                                  const CmpiObjectPath& path) {
-  const Association* association = findAssociation(ORV::classNameOf(path));
-  if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  forEachLink(context, nameSpace, *association, wantsAll, [&](const auto& left, const auto& right) {
-    result.returnData(linkPath(*association, nameSpace, left, right));
-  });
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus AssociationProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
-                                              const CmpiObjectPath& path, const char** properties) {
-  const Association* association = findAssociation(ORV::classNameOf(path));
-  if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  forEachLink(context, nameSpace, *association, wantsAll, [&](const auto& left, const auto& right) {
-    result.returnData(linkInstance(*association, nameSpace, left, right, properties));
-  });
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
 Wanted isOneOfClasses(const std::string& first, const std::string& second) {
   return [=](const char* className) {
     return sameName(className, first.c_str()) || sameName(className, second.c_str());
   };
-}
-
-CmpiStatus AssociationProvider::getInstance(const CmpiContext& context, CmpiResult& result,
-                                            const CmpiObjectPath& path, const char** properties) {
-  const Association* association = findAssociation(ORV::classNameOf(path));
-  if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const CmpiObjectPath left = ORV::referenceKey(path, association->leftRole);
-  const CmpiObjectPath right = ORV::referenceKey(path, association->rightRole);
-  if (left.isNull() || right.isNull()) return CMPI_RC_ERR_INVALID_PARAMETER;
-
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  const std::string wantedLeft = ORV::objectIdentity(left, nameSpace);
-  const std::string wantedRight = ORV::objectIdentity(right, nameSpace);
-  const Wanted named = isOneOfClasses(ORV::classNameOf(left), ORV::classNameOf(right));
-  std::optional<CmpiInstance> found;
-  forEachLink(context, nameSpace, *association, named, [&](const auto& l, const auto& r) {
-    if (found || ORV::objectIdentity(l, nameSpace) != wantedLeft) return;
-    if (ORV::objectIdentity(r, nameSpace) != wantedRight) return;
-    found = linkInstance(*association, nameSpace, l, r, properties);
-  });
-  if (!found) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(*found);
-  result.returnDone();
-  return CMPI_RC_OK;
 }
 
 // ---- References of an object ----
@@ -235,38 +116,139 @@ Places withResults(const Association& association, Places places, const Wanted& 
           places.right && canBeResult(association.canBeLeft, kNoForeignClasses, isResult)};
 }
 
-CmpiStatus AssociationProvider::doReferences(const CmpiContext& context, CmpiResult& result,
-                                             const CmpiObjectPath& path, const char* assocClass,
-                                             const char* resultClass, const char* role,
-                                             const char* resultRole) {
-  const Filters filters{assocClass, resultClass, role, resultRole};
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  const std::string className = ORV::classNameOf(path);
-  const Wanted isResult = [&](const char* name) { return isA(nameSpace, name, resultClass); };
-  // From the system only parts that can be results are looked for; from a part, only parts of its
-  // own class.
-  const Wanted isOfClass = isOneOfClasses(className, className);
-  const Wanted& wanted = sameName(className.c_str(), kSystemClass) ? isResult : isOfClass;
-  for (const Association& association : associations()) {
-    Places places = withRoles(association, placesOf(association, className), filters);
-    if (!places.left && !places.right) continue;
-    if (!isA(nameSpace, association.className, assocClass)) continue;
-    places = withResults(association, places, isResult);
-    if (!places.left && !places.right) continue;
-    // Keys are read only now: an object manager asks about objects of any class, and may crash when
-    // the keys of some paths are read.
-    const std::string source = ORV::objectIdentity(path, nameSpace);
-    forEachLink(context, nameSpace, association, wanted, [&](const auto& left, const auto& right) {
-      const bool fromLeft = places.left && ORV::objectIdentity(left, nameSpace) == source;
-      const bool fromRight = places.right && ORV::objectIdentity(right, nameSpace) == source;
-      if (!fromLeft && !fromRight) return;
-      if (isGiven(resultClass) && !(fromLeft ? right : left).classPathIsA(resultClass)) return;
-      result.returnData(linkInstance(association, nameSpace, left, right, nullptr));
-    });
+class AssociationProvider : public virtual CmpiInstanceMI, public virtual OMC::SimpleAssociationMI {
+ public:
+  AssociationProvider(const CmpiBroker& mbp, const CmpiContext& context)
+      : CmpiBaseMI(mbp, context),
+        CmpiInstanceMI(mbp, context),
+        OMC::SimpleAssociationMI(mbp, context) {}
+
+  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                               const CmpiObjectPath& path) override {
+    return returnLinks(context, result, path, linkPath);
   }
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+
+  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override {
+    return returnLinks(context, result, path,
+                       [&](const auto&... link) { return linkInstance(link..., properties); });
+  }
+
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override {
+    const Association* association = findAssociation(ORV::classNameOf(path));
+    if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+    const CmpiObjectPath left = ORV::referenceKey(path, association->leftRole);
+    const CmpiObjectPath right = ORV::referenceKey(path, association->rightRole);
+    if (left.isNull() || right.isNull()) return CMPI_RC_ERR_INVALID_PARAMETER;
+
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    const std::string wantedLeft = ORV::objectIdentity(left, nameSpace);
+    const std::string wantedRight = ORV::objectIdentity(right, nameSpace);
+    const Wanted named = isOneOfClasses(ORV::classNameOf(left), ORV::classNameOf(right));
+    std::optional<CmpiInstance> found;
+    forEachLink(context, nameSpace, *association, named, [&](const auto& l, const auto& r) {
+      if (found || ORV::objectIdentity(l, nameSpace) != wantedLeft) return;
+      if (ORV::objectIdentity(r, nameSpace) != wantedRight) return;
+      found = linkInstance(*association, nameSpace, l, r, properties);
+    });
+    if (!found) return CMPI_RC_ERR_NOT_FOUND;
+    result.returnData(*found);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+ protected:
+  CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
+                          const CmpiObjectPath& path, const char* assocClass,
+                          const char* resultClass, const char* role,
+                          const char* resultRole) override {
+    const Filters filters{assocClass, resultClass, role, resultRole};
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    const std::string className = ORV::classNameOf(path);
+    const Wanted isResult = [&](const char* name) { return isA(nameSpace, name, resultClass); };
+    // From the system only parts that can be results are looked for; from a part, only parts of its
+    // own class.
+    const Wanted isOfClass = isOneOfClasses(className, className);
+    const Wanted& wanted = sameName(className.c_str(), kSystemClass) ? isResult : isOfClass;
+    for (const Association& association : associations()) {
+      Places places = withRoles(association, placesOf(association, className), filters);
+      if (!places.left && !places.right) continue;
+      if (!isA(nameSpace, association.className, assocClass)) continue;
+      places = withResults(association, places, isResult);
+      if (!places.left && !places.right) continue;
+      // Keys are read only now: an object manager asks about objects of any class, and may crash
+      // when the keys of some paths are read.
+      const std::string source = ORV::objectIdentity(path, nameSpace);
+      const auto returnReference = [&](const CmpiObjectPath& left, const CmpiObjectPath& right) {
+        const bool fromLeft = places.left && ORV::objectIdentity(left, nameSpace) == source;
+        const bool fromRight = places.right && ORV::objectIdentity(right, nameSpace) == source;
+        if (!fromLeft && !fromRight) return;
+        const CmpiObjectPath& other = fromLeft ? right : left;
+        if (isGiven(resultClass) && !other.classPathIsA(resultClass)) return;
+        result.returnData(linkInstance(association, nameSpace, left, right, nullptr));
+      };
+      forEachLink(context, nameSpace, association, wanted, returnReference);
+    }
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+ private:
+  /// Returns what `make` makes of each link of the requested class.
+  template <typename Make>
+  CmpiStatus returnLinks(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         Make make) const {
+    const Association* association = findAssociation(ORV::classNameOf(path));
+    if (association == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    forEachLink(context, nameSpace, *association, wantsAll, [&](const auto&... ends) {
+      result.returnData(make(*association, nameSpace, ends...));
+    });
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  /// Calls `visit` with both paths of each pair that the association relates, without the elements
+  /// of the system that are not wanted.
+  template <typename Visit>
+  void forEachLink(const CmpiContext& context, const std::string& nameSpace,
+                   const Association& association, const Wanted& wanted, Visit visit) const {
+    const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
+    for (const Pair& pair : association.pairs(wanted)) {
+      leavingOutUncarriable([&] {
+        visit(pathOf(pair.left, nameSpace, system), pathOf(pair.right, nameSpace, system));
+      });
+    }
+    forEachForeignLink(context, nameSpace, association, wanted, systemPath(nameSpace, system),
+                       visit);
+  }
+
+  /// The names come from the other library's provider, by an up-call, which fails where there is no
+  /// such provider.
+  template <typename Visit>
+  void forEachForeignLink(const CmpiContext& context, const std::string& nameSpace,
+                          const Association& association, const Wanted& wanted,
+                          const CmpiObjectPath& system, Visit visit) const {
+    for (auto foreign = association.foreignClasses; *foreign != nullptr; ++foreign) {
+      if (!wanted(*foreign)) continue;
+      std::vector<CmpiObjectPath> devices;
+      try {
+        const CmpiObjectPath all(nameSpace.c_str(), *foreign);
+        const CmpiEnumeration names = broker->enumInstanceNames(context, all);
+        while (names.hasNext()) {
+          const auto device = static_cast<CmpiObjectPath>(names.getNext());
+          if (!device.isNull()) devices.push_back(device);
+        }
+      } catch (const CmpiStatus&) {
+        // Nobody serves the class here.
+      }
+      for (const CmpiObjectPath& device : devices) {
+        leavingOutUncarriable([&] { visit(system, device); });
+      }
+    }
+  }
+};
 
 }  // namespace
 }  // namespace Hardware

@@ -12,19 +12,6 @@
 namespace Hardware {
 namespace {
 
-class ComputerSystemProvider : public CmpiInstanceMI {
- public:
-  ComputerSystemProvider(const CmpiBroker& mbp, const CmpiContext& context)
-      : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context) {}
-
-  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                               const CmpiObjectPath& path) override;
-  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
-                           const CmpiObjectPath& path, const char** properties) override;
-  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-                         const char** properties) override;
-};
-
 bool isServed(const CmpiObjectPath& path) {
   return ORV::sameName(ORV::classNameOf(path).c_str(), kSystemClass);
 }
@@ -106,24 +93,6 @@ CmpiInstance systemInstance(const std::string& nameSpace, const ORV::ScopingKeys
   return instance;
 }
 
-CmpiStatus ComputerSystemProvider::enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                                                     const CmpiObjectPath& path) {
-  if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
-  result.returnData(systemPath(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker)));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus ComputerSystemProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
-                                                 const CmpiObjectPath& path,
-                                                 const char** properties) {
-  if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
-  result.returnData(
-      systemInstance(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker), properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
 /// Whether the path names this system; host names are compared without regard to case. A null name
 /// is that of a host without one.
 bool namesThisSystem(const CmpiObjectPath& path, const ORV::ScopingKeys& system) {
@@ -132,16 +101,38 @@ bool namesThisSystem(const CmpiObjectPath& path, const ORV::ScopingKeys& system)
   return ORV::sameName(ORV::textOf(name).value_or("").c_str(), system.systemName.c_str());
 }
 
-CmpiStatus ComputerSystemProvider::getInstance(const CmpiContext& context, CmpiResult& result,
-                                               const CmpiObjectPath& path,
-                                               const char** properties) {
-  if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
-  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
-  if (!namesThisSystem(path, system)) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(systemInstance(ORV::nameSpaceOf(path), system, properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+class ComputerSystemProvider : public CmpiInstanceMI {
+ public:
+  ComputerSystemProvider(const CmpiBroker& mbp, const CmpiContext& context)
+      : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context) {}
+
+  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                               const CmpiObjectPath& path) override {
+    if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
+    result.returnData(systemPath(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker)));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override {
+    if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
+    result.returnData(
+        systemInstance(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker), properties));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override {
+    if (!isServed(path)) return CMPI_RC_ERR_INVALID_CLASS;
+    const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
+    if (!namesThisSystem(path, system)) return CMPI_RC_ERR_NOT_FOUND;
+    result.returnData(systemInstance(ORV::nameSpaceOf(path), system, properties));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
 
 }  // namespace
 }  // namespace Hardware

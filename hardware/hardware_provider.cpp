@@ -10,64 +10,57 @@
 namespace Hardware {
 namespace {
 
+const HardwareClass* requestedClass(const CmpiObjectPath& path) {
+  return findHardwareClass(ORV::classNameOf(path));
+}
+
 class HardwareProvider : public CmpiInstanceMI {
  public:
   HardwareProvider(const CmpiBroker& mbp, const CmpiContext& context)
       : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context) {}
 
   CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                               const CmpiObjectPath& path) override;
+                               const CmpiObjectPath& path) override {
+    const HardwareClass* row = requestedClass(path);
+    if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
+    for (const Element& element : row->elements(Query{false, ""})) {
+      result.returnData(elementPath(nameSpace, system, *row, element.id));
+    }
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
   CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
-                           const CmpiObjectPath& path, const char** properties) override;
+                           const CmpiObjectPath& path, const char** properties) override {
+    const HardwareClass* row = requestedClass(path);
+    if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
+    for (const Element& element : row->elements(Query{})) {
+      result.returnData(elementInstance(nameSpace, system, *row, element, properties));
+    }
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-                         const char** properties) override;
+                         const char** properties) override {
+    const HardwareClass* row = requestedClass(path);
+    if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
+    const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
+    const std::string id = idOf(path, *row, system);
+    if (id.empty()) return CMPI_RC_ERR_NOT_FOUND;
+    const std::vector<Element> elements = row->elements(Query{true, id});
+    const auto found = std::find_if(elements.begin(), elements.end(),
+                                    [&](const Element& element) { return element.id == id; });
+    if (found == elements.end()) return CMPI_RC_ERR_NOT_FOUND;
+    result.returnData(elementInstance(ORV::nameSpaceOf(path), system, *row, *found, properties));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 };
-
-const HardwareClass* requestedClass(const CmpiObjectPath& path) {
-  return findHardwareClass(ORV::classNameOf(path));
-}
-
-CmpiStatus HardwareProvider::enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                                               const CmpiObjectPath& path) {
-  const HardwareClass* row = requestedClass(path);
-  if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
-  for (const Element& element : row->elements(Query{false, ""})) {
-    result.returnData(elementPath(nameSpace, system, *row, element.id));
-  }
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus HardwareProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
-                                           const CmpiObjectPath& path, const char** properties) {
-  const HardwareClass* row = requestedClass(path);
-  if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
-  for (const Element& element : row->elements(Query{})) {
-    result.returnData(elementInstance(nameSpace, system, *row, element, properties));
-  }
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus HardwareProvider::getInstance(const CmpiContext& context, CmpiResult& result,
-                                         const CmpiObjectPath& path, const char** properties) {
-  const HardwareClass* row = requestedClass(path);
-  if (row == nullptr) return CMPI_RC_ERR_INVALID_CLASS;
-  const ORV::ScopingKeys system = ORV::scopingKeys(context, broker);
-  const std::string id = idOf(path, *row, system);
-  if (id.empty()) return CMPI_RC_ERR_NOT_FOUND;
-  const std::vector<Element> elements = row->elements(Query{true, id});
-  const auto found = std::find_if(elements.begin(), elements.end(),
-                                  [&](const Element& element) { return element.id == id; });
-  if (found == elements.end()) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(elementInstance(ORV::nameSpaceOf(path), system, *row, *found, properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
 
 }  // namespace
 }  // namespace Hardware

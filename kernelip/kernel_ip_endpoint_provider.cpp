@@ -99,69 +99,53 @@ class KernelIPProtocolEndpointProvider : public CmpiInstanceMI {
 
   /// The paths of what enumInstances returns.
   CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                               const CmpiObjectPath& path) override;
+                               const CmpiObjectPath& path) override {
+    CmpiResultInstanceToPathFilter pathsOnly(result);
+    return enumInstances(context, pathsOnly, path, nullptr);
+  }
+
   CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
-                           const CmpiObjectPath& path, const char** properties) override;
+                           const CmpiObjectPath& path, const char** properties) override {
+    const std::string className = ORV::classNameOf(path);
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    Records records;
+    // Deliberate (contract.md#endpoints-not-done).
+    if (getendpointDetails(records) != 0 || records.empty()) return CMPI_RC_OK;
+    const std::optional<std::uint16_t> mode = enumerationMode(className);
+    if (!mode) return CMPI_RC_OK;
+
+    const ORV::ScopingKeys scope = ORV::scopingKeys(context, broker);
+    for (const endpointDetails& record : records) {
+      if (*mode != ORV::kProtocolBoth && *mode != record.protocolType) continue;
+      result.returnData(endpointInstance(record, scope, nameSpace, classOf(record), properties));
+    }
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-                         const char** properties) override;
+                         const char** properties) override {
+    const std::string className = ORV::classNameOf(path);
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    const std::optional<std::string> name = ORV::textOf(path.getKey("Name"));
+    Records records;
+    if (getendpointDetails(records) != 0 || records.empty()) return CMPI_RC_OK;
+    if (!isEndpointClass(className)) return CMPI_RC_OK;
+
+    // Deliberate (contract.md#first-record): whatever its family.
+    const auto found = std::find_if(
+        records.begin(), records.end(),
+        [&](const endpointDetails& record) { return name && ORV::hasName(record, name->c_str()); });
+    if (found == records.end()) return CMPI_RC_ERR_NOT_FOUND;
+    result.returnData(endpointInstance(*found, ORV::scopingKeys(context, broker), nameSpace,
+                                       className.c_str(), properties));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
   /// Appends one record for each address. Returns 0, or 1 on failure.
-  int getendpointDetails(Records& out);
+  int getendpointDetails(Records& out) { return ORV::collectEndpointDetails(out); }
 };
-
-int KernelIPProtocolEndpointProvider::getendpointDetails(Records& out) {
-  return ORV::collectEndpointDetails(out);
-}
-
-CmpiStatus KernelIPProtocolEndpointProvider::enumInstanceNames(const CmpiContext& context,
-                                                               CmpiResult& result,
-                                                               const CmpiObjectPath& path) {
-  CmpiResultInstanceToPathFilter pathsOnly(result);
-  return enumInstances(context, pathsOnly, path, nullptr);
-}
-
-CmpiStatus KernelIPProtocolEndpointProvider::enumInstances(const CmpiContext& context,
-                                                           CmpiResult& result,
-                                                           const CmpiObjectPath& path,
-                                                           const char** properties) {
-  const std::string className = ORV::classNameOf(path);
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  Records records;
-  // Deliberate (contract.md#endpoints-not-done).
-  if (getendpointDetails(records) != 0 || records.empty()) return CMPI_RC_OK;
-  const std::optional<std::uint16_t> mode = enumerationMode(className);
-  if (!mode) return CMPI_RC_OK;
-
-  const ORV::ScopingKeys scope = ORV::scopingKeys(context, broker);
-  for (const endpointDetails& record : records) {
-    if (*mode != ORV::kProtocolBoth && *mode != record.protocolType) continue;
-    result.returnData(endpointInstance(record, scope, nameSpace, classOf(record), properties));
-  }
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus KernelIPProtocolEndpointProvider::getInstance(const CmpiContext& context,
-                                                         CmpiResult& result,
-                                                         const CmpiObjectPath& path,
-                                                         const char** properties) {
-  const std::string className = ORV::classNameOf(path);
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  const std::optional<std::string> name = ORV::textOf(path.getKey("Name"));
-  Records records;
-  if (getendpointDetails(records) != 0 || records.empty()) return CMPI_RC_OK;
-  if (!isEndpointClass(className)) return CMPI_RC_OK;
-
-  // Deliberate (contract.md#first-record): whatever its family.
-  const auto found = std::find_if(
-      records.begin(), records.end(),
-      [&](const endpointDetails& record) { return name && ORV::hasName(record, name->c_str()); });
-  if (found == records.end()) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(endpointInstance(*found, ORV::scopingKeys(context, broker), nameSpace,
-                                     className.c_str(), properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
 
 }  // namespace
 

@@ -10,19 +10,6 @@ namespace OrvProcessor {
 
 namespace {
 
-class OrvaneProcessorProvider : public CmpiInstanceMI {
- public:
-  OrvaneProcessorProvider(const CmpiBroker& mbp, const CmpiContext& context)
-      : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context) {}
-
-  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                               const CmpiObjectPath& path) override;
-  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
-                           const CmpiObjectPath& path, const char** properties) override;
-  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-                         const char** properties) override;
-};
-
 bool isServedClass(const CmpiObjectPath& path) {
   return ORV::sameName(ORV::classNameOf(path).c_str(), kProcessorClass);
 }
@@ -41,40 +28,43 @@ const ProcessorRecord* find(const std::vector<ProcessorRecord>& records,
   return position && *position < records.size() ? &records[*position] : nullptr;
 }
 
-CmpiStatus OrvaneProcessorProvider::enumInstanceNames(const CmpiContext& context,
-                                                      CmpiResult& result,
-                                                      const CmpiObjectPath& path) {
-  CmpiResultInstanceToPathFilter names(result);
-  return enumInstances(context, names, path, nullptr);
-}
+class OrvaneProcessorProvider : public CmpiInstanceMI {
+ public:
+  OrvaneProcessorProvider(const CmpiBroker& mbp, const CmpiContext& context)
+      : CmpiBaseMI(mbp, context), CmpiInstanceMI(mbp, context) {}
 
-CmpiStatus OrvaneProcessorProvider::enumInstances(const CmpiContext& context, CmpiResult& result,
-                                                  const CmpiObjectPath& path,
-                                                  const char** properties) {
-  if (!isServedClass(path)) return CMPI_RC_OK;
-  const std::vector<ProcessorRecord> records = processors();
-  if (records.empty()) return CMPI_RC_OK;
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  const ORV::ScopingKeys scope = ORV::scopingKeys(context, broker);
-  for (const ProcessorRecord& record : records) {
-    result.returnData(processorInstance(nameSpace, scope, record, properties));
+  CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
+                               const CmpiObjectPath& path) override {
+    CmpiResultInstanceToPathFilter names(result);
+    return enumInstances(context, names, path, nullptr);
   }
-  result.returnDone();
-  return CMPI_RC_OK;
-}
 
-CmpiStatus OrvaneProcessorProvider::getInstance(const CmpiContext& context, CmpiResult& result,
-                                                const CmpiObjectPath& path,
-                                                const char** properties) {
-  if (!isServedClass(path)) return CMPI_RC_OK;
-  const std::vector<ProcessorRecord> records = processors();
-  const ProcessorRecord* record = find(records, path);
-  if (record == nullptr) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(processorInstance(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker),
-                                      *record, properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override {
+    if (!isServedClass(path)) return CMPI_RC_OK;
+    const std::vector<ProcessorRecord> records = processors();
+    if (records.empty()) return CMPI_RC_OK;
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    const ORV::ScopingKeys scope = ORV::scopingKeys(context, broker);
+    for (const ProcessorRecord& record : records) {
+      result.returnData(processorInstance(nameSpace, scope, record, properties));
+    }
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override {
+    if (!isServedClass(path)) return CMPI_RC_OK;
+    const std::vector<ProcessorRecord> records = processors();
+    const ProcessorRecord* record = find(records, path);
+    if (record == nullptr) return CMPI_RC_ERR_NOT_FOUND;
+    result.returnData(processorInstance(ORV::nameSpaceOf(path), ORV::scopingKeys(context, broker),
+                                        *record, properties));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
 
 }  // namespace
 

@@ -76,142 +76,114 @@ class OrvaneInstalledSoftwareIdentity : public virtual CmpiInstanceMI,
         OMC::SimpleAssociationMI(mbp, context) {}
 
   CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
-                               const CmpiObjectPath& path) override;
+                               const CmpiObjectPath& path) override {
+    if (!path.classPathIsA(kAssociationClass)) return CMPI_RC_OK;
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    const std::string className = ORV::classNameOf(path);
+    const CmpiObjectPath system = systemPath(kSystemNameSpace);
+    forEachInstalled(context, result, nameSpace, [&](const CmpiObjectPath& software) {
+      CmpiObjectPath name(nameSpace.c_str(), className.c_str());
+      name.setKey(kSystemRole, system);
+      name.setKey(kSoftwareRole, software);
+      result.returnData(name);
+    });
+    return CMPI_RC_OK;
+  }
+
   CmpiStatus enumInstances(const CmpiContext& context, CmpiResult& result,
-                           const CmpiObjectPath& path, const char** properties) override;
+                           const CmpiObjectPath& path, const char** properties) override {
+    // The broker calls getInstance for each name, in this thread.
+    CmpiResultPathToInstanceFilter instances(result, context, *broker, properties);
+    return enumInstanceNames(context, instances, path);
+  }
+
   CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-                         const char** properties) override;
-  CmpiStatus initialize(const CmpiContext& context) override;
+                         const char** properties) override {
+    if (!path.classPathIsA(kAssociationClass)) return CMPI_RC_OK;
+    const CmpiObjectPath software = softwareKey(path);
+    if (software.isNull() || !software.classPathIsA(kHypervisorIdentityClass)) return CMPI_RC_OK;
+    try {
+      broker->getInstance(context, software, nullptr);
+    } catch (const CmpiStatus& status) {
+      return status;
+    }
+    const char* keys[] = {kSystemRole, kSoftwareRole, nullptr};
+    CmpiInstance instance(path);
+    instance.setPropertyFilter(properties, keys);
+    instance.setProperty(kSystemRole, systemPath(kSystemNameSpace));
+    instance.setProperty(kSoftwareRole, software);
+    result.returnData(instance);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus initialize(const CmpiContext& context) override {
+    assign(systemClassName_, OMC::getComputerSystemClassName());
+    assign(systemName_, OMC::getComputerSystemName(context, broker));
+    return CMPI_RC_OK;
+  }
 
  protected:
   /// Ignores `assocClass`: this provider serves only one association class.
   CmpiStatus doReferences(const CmpiContext& context, CmpiResult& result,
-                          const CmpiObjectPath& path, const char* assocClass,
+                          const CmpiObjectPath& path, const char* /*assocClass*/,
                           const char* resultClass, const char* role,
-                          const char* resultRole) override;
+                          const char* resultRole) override {
+    const std::string nameSpace = ORV::nameSpaceOf(path);
+    if (path.classPathIsA(kSystemClass)) {
+      if (!isWanted(kSystemEnd, nameSpace, resultClass, role, resultRole)) return CMPI_RC_OK;
+      requireCarriable(path);
+      forEachInstalled(context, result, nameSpace, [&](const CmpiObjectPath& software) {
+        returnReference(result, nameSpace, path, software);
+      });
+    } else if (path.classPathIsA(kHypervisorIdentityClass)) {
+      if (!isWanted(kSoftwareEnd, nameSpace, resultClass, role, resultRole)) return CMPI_RC_OK;
+      if (isAlternateImage(path)) return CMPI_RC_OK;
+      requireCarriable(path);
+      leavingOutUncarriable(
+          [&] { returnReference(result, nameSpace, systemPath(nameSpace.c_str()), path); });
+      result.returnDone();
+    }
+    return CMPI_RC_OK;
+  }
 
  private:
-  CmpiObjectPath systemPath(const char* nameSpace) const;
+  CmpiObjectPath systemPath(const char* nameSpace) const {
+    CmpiObjectPath path(nameSpace, kSystemClass);
+    path.setKey("Name", systemName_.data());
+    path.setKey("CreationClassName", systemClassName_.data());
+    return path;
+  }
+
   /// Calls `visit` for the path of each image that may be associated, then `returnDone`; does
   /// neither when the broker knows no image. The paths come from the provider of the images, by an
   /// up-call.
   template <typename Visit>
   void forEachInstalled(const CmpiContext& context, const CmpiResult& result,
-                        const std::string& nameSpace, Visit visit) const;
+                        const std::string& nameSpace, Visit visit) const {
+    const CmpiObjectPath images(nameSpace.c_str(), kHypervisorIdentityClass);
+    const CmpiEnumeration names = broker->enumInstanceNames(context, images);
+    if (!names.hasNext()) return;
+    while (names.hasNext()) {
+      const auto software = static_cast<CmpiObjectPath>(names.getNext());
+      if (software.isNull() || isAlternateImage(software)) continue;
+      leavingOutUncarriable([&] { visit(software); });
+    }
+    result.returnDone();
+  }
+
   void returnReference(const CmpiResult& result, const std::string& nameSpace,
-                       const CmpiObjectPath& system, const CmpiObjectPath& software) const;
+                       const CmpiObjectPath& system, const CmpiObjectPath& software) const {
+    CmpiInstance instance(CmpiObjectPath(nameSpace.c_str(), kAssociationClass));
+    instance.setProperty(kSystemRole, system);
+    instance.setProperty(kSoftwareRole, software);
+    result.returnData(instance);
+  }
 
   // Written once, by initialize.
   ShortText systemClassName_{};
   ShortText systemName_{};
 };
-
-CmpiStatus OrvaneInstalledSoftwareIdentity::initialize(const CmpiContext& context) {
-  assign(systemClassName_, OMC::getComputerSystemClassName());
-  assign(systemName_, OMC::getComputerSystemName(context, broker));
-  return CMPI_RC_OK;
-}
-
-CmpiObjectPath OrvaneInstalledSoftwareIdentity::systemPath(const char* nameSpace) const {
-  CmpiObjectPath path(nameSpace, kSystemClass);
-  path.setKey("Name", systemName_.data());
-  path.setKey("CreationClassName", systemClassName_.data());
-  return path;
-}
-
-template <typename Visit>
-void OrvaneInstalledSoftwareIdentity::forEachInstalled(const CmpiContext& context,
-                                                       const CmpiResult& result,
-                                                       const std::string& nameSpace,
-                                                       Visit visit) const {
-  const CmpiObjectPath images(nameSpace.c_str(), kHypervisorIdentityClass);
-  const CmpiEnumeration names = broker->enumInstanceNames(context, images);
-  if (!names.hasNext()) return;
-  while (names.hasNext()) {
-    const auto software = static_cast<CmpiObjectPath>(names.getNext());
-    if (software.isNull() || isAlternateImage(software)) continue;
-    leavingOutUncarriable([&] { visit(software); });
-  }
-  result.returnDone();
-}
-
-CmpiStatus OrvaneInstalledSoftwareIdentity::enumInstanceNames(const CmpiContext& context,
-                                                              CmpiResult& result,
-                                                              const CmpiObjectPath& path) {
-  if (!path.classPathIsA(kAssociationClass)) return CMPI_RC_OK;
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  const std::string className = ORV::classNameOf(path);
-  const CmpiObjectPath system = systemPath(kSystemNameSpace);
-  forEachInstalled(context, result, nameSpace, [&](const CmpiObjectPath& software) {
-    CmpiObjectPath name(nameSpace.c_str(), className.c_str());
-    name.setKey(kSystemRole, system);
-    name.setKey(kSoftwareRole, software);
-    result.returnData(name);
-  });
-  return CMPI_RC_OK;
-}
-
-CmpiStatus OrvaneInstalledSoftwareIdentity::enumInstances(const CmpiContext& context,
-                                                          CmpiResult& result,
-                                                          const CmpiObjectPath& path,
-                                                          const char** properties) {
-  // The broker calls getInstance for each name, in this thread.
-  CmpiResultPathToInstanceFilter instances(result, context, *broker, properties);
-  return enumInstanceNames(context, instances, path);
-}
-
-CmpiStatus OrvaneInstalledSoftwareIdentity::getInstance(const CmpiContext& context,
-                                                        CmpiResult& result,
-                                                        const CmpiObjectPath& path,
-                                                        const char** properties) {
-  if (!path.classPathIsA(kAssociationClass)) return CMPI_RC_OK;
-  const CmpiObjectPath software = softwareKey(path);
-  if (software.isNull() || !software.classPathIsA(kHypervisorIdentityClass)) return CMPI_RC_OK;
-  try {
-    broker->getInstance(context, software, nullptr);
-  } catch (const CmpiStatus& status) {
-    return status;
-  }
-  const char* keys[] = {kSystemRole, kSoftwareRole, nullptr};
-  CmpiInstance instance(path);
-  instance.setPropertyFilter(properties, keys);
-  instance.setProperty(kSystemRole, systemPath(kSystemNameSpace));
-  instance.setProperty(kSoftwareRole, software);
-  result.returnData(instance);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-void OrvaneInstalledSoftwareIdentity::returnReference(const CmpiResult& result,
-                                                      const std::string& nameSpace,
-                                                      const CmpiObjectPath& system,
-                                                      const CmpiObjectPath& software) const {
-  CmpiInstance instance(CmpiObjectPath(nameSpace.c_str(), kAssociationClass));
-  instance.setProperty(kSystemRole, system);
-  instance.setProperty(kSoftwareRole, software);
-  result.returnData(instance);
-}
-
-CmpiStatus OrvaneInstalledSoftwareIdentity::doReferences(
-    const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
-    const char* /*assocClass*/, const char* resultClass, const char* role, const char* resultRole) {
-  const std::string nameSpace = ORV::nameSpaceOf(path);
-  if (path.classPathIsA(kSystemClass)) {
-    if (!isWanted(kSystemEnd, nameSpace, resultClass, role, resultRole)) return CMPI_RC_OK;
-    requireCarriable(path);
-    forEachInstalled(context, result, nameSpace, [&](const CmpiObjectPath& software) {
-      returnReference(result, nameSpace, path, software);
-    });
-  } else if (path.classPathIsA(kHypervisorIdentityClass)) {
-    if (!isWanted(kSoftwareEnd, nameSpace, resultClass, role, resultRole)) return CMPI_RC_OK;
-    if (isAlternateImage(path)) return CMPI_RC_OK;
-    requireCarriable(path);
-    leavingOutUncarriable(
-        [&] { returnReference(result, nameSpace, systemPath(nameSpace.c_str()), path); });
-    result.returnDone();
-  }
-  return CMPI_RC_OK;
-}
 
 }  // namespace
 

@@ -49,7 +49,7 @@ class AskedOnce {
 
 class LinuxPnic : public Pnic {
  public:
-  LinuxPnic(LinkRecord link, std::shared_ptr<EthtoolChannel> channel, std::string sysRoot)
+  LinuxPnic(LinkRecord&& link, std::shared_ptr<EthtoolChannel> channel, std::string sysRoot)
       : link_(std::move(link)), channel_(std::move(channel)), sysRoot_(std::move(sysRoot)) {}
 
   std::string GetName() override { return link_.name; }
@@ -91,12 +91,10 @@ class LinuxPnic : public Pnic {
     settings.wolOptions = decodeWakeModes(wakeOnLan().wolopts);
   }
   void give(PnicStatistics& statistics) const { statistics = statisticsOf(link_.statistics); }
-  void give(PnicCoalesceParams& params) {
-    params = coalesce_.get([this] { return decodeCoalesce(askCoalesce(*channel_, link_.name)); });
+  void give(PnicCoalesceParams& params) const {
+    params = decodeCoalesce(askCoalesce(*channel_, link_.name));
   }
-  void give(PnicDriverInfo& info) {
-    info = driver_.get([this] { return decodeDriver(askDriver(*channel_, link_.name)); });
-  }
+  void give(PnicDriverInfo& info) const { info = decodeDriver(askDriver(*channel_, link_.name)); }
 
   /// The receive queues that the driver could use, and those that it uses.
   struct QueueCounts {
@@ -140,8 +138,6 @@ class LinuxPnic : public Pnic {
   std::string sysRoot_;
   AskedOnce<PnicLinkSettings> linkSettings_;
   AskedOnce<ethtool_wolinfo> wakeOnLan_;
-  AskedOnce<PnicCoalesceParams> coalesce_;
-  AskedOnce<PnicDriverInfo> driver_;
   AskedOnce<QueueCounts> queues_;
   AskedOnce<MacAddress::Bytes> permanentAddress_;
   AskedOnce<std::unique_ptr<PciDevice>> pci_;
@@ -173,7 +169,7 @@ PnicStatistics statisticsOf(const rtnl_link_stats64& counters) {
   return statistics;
 }
 
-std::unique_ptr<Pnic> makePnic(LinkRecord link, std::shared_ptr<EthtoolChannel> channel,
+std::unique_ptr<Pnic> makePnic(LinkRecord&& link, std::shared_ptr<EthtoolChannel> channel,
                                std::string sysRoot) {
   return std::make_unique<LinuxPnic>(std::move(link), std::move(channel), std::move(sysRoot));
 }

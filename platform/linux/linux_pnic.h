@@ -13,9 +13,10 @@ namespace LinuxHost {
 Nodemgr::Network::PnicStatistics statisticsOf(const rtnl_link_stats64& counters);
 
 /// One port of this Linux host. Name, MTU, states, statistics and (since Linux 5.6) address are
-/// those of the link message; each ethtool group and the PCI location are asked for once, at the
-/// first call that needs them. Used by one thread.
-std::unique_ptr<Nodemgr::Network::Pnic> makePnic(LinkRecord link,
+/// those of the link message. What several operations tell (link settings, wake-on-LAN modes,
+/// channels, the permanent address, the PCI location) is asked for once, at the first call that
+/// needs it; driver and coalescing at each call. Used by one thread.
+std::unique_ptr<Nodemgr::Network::Pnic> makePnic(LinkRecord&& link,
                                                  std::shared_ptr<EthtoolChannel> channel,
                                                  std::string sysRoot);
 

@@ -69,13 +69,11 @@ const Header* headerOf(const nlmsghdr* message) {
 }
 
 /// Statistics of kernels older than our headers are shorter; what they lack stays zero.
-rtnl_link_stats64 statisticsOf(const Attributes& attributes) {
-  rtnl_link_stats64 statistics{};
+void copyStatistics(const Attributes& attributes, rtnl_link_stats64& statistics) {
   if (const nlattr* attribute = attributes.find(IFLA_STATS64)) {
     const auto size = std::min<std::size_t>(sizeof statistics, mnl_attr_get_payload_len(attribute));
     std::memcpy(&statistics, mnl_attr_get_payload(attribute), size);
   }
-  return statistics;
 }
 
 std::optional<ParentDevice> parentOf(const Attributes& attributes) {
@@ -98,7 +96,7 @@ void decode(const nlmsghdr* message, std::vector<LinkRecord>& links) {
   link.permanentAddress = attributes.value<std::array<unsigned char, 6>>(IFLA_PERM_ADDRESS);
   link.parent = parentOf(attributes);
   link.parentsAreNamed = link.parent || attributes.find(IFLA_GRO_MAX_SIZE) != nullptr;
-  link.statistics = statisticsOf(attributes);
+  copyStatistics(attributes, link.statistics);
 }
 
 /// The address of this host: on a point-to-point link IFA_ADDRESS is that of the other end.

@@ -38,7 +38,7 @@ std::optional<LinkRecord> linkFoundBy(const std::string& name) try {
 struct NetworkInfoImpl::State {
   std::shared_ptr<LinuxHost::EthtoolChannel> channel = LinuxHost::kernelEthtoolChannel();
 
-  std::unique_ptr<Nodemgr::Network::Pnic> port(LinkRecord link) {
+  std::unique_ptr<Nodemgr::Network::Pnic> port(LinkRecord&& link) {
     return LinuxHost::makePnic(std::move(link), channel, kSysRoot);
   }
 };
@@ -48,11 +48,11 @@ NetworkInfoImpl::NetworkInfoImpl() : state_(std::make_unique<State>()) {}
 NetworkInfoImpl::~NetworkInfoImpl() = default;
 
 HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnics() {
-  std::vector<LinkRecord> links = LinuxHost::physicalPorts(allLinks(), kSysRoot);
+  std::vector<LinkRecord> links = allLinks();
   HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> ports;
   ports.reserve(links.size());
-  for (LinkRecord& link : links) {
-    ports.push_back(state_->port(std::move(link)));
+  for (LinkRecord* link : LinuxHost::physicalPorts(links, kSysRoot)) {
+    ports.push_back(state_->port(std::move(*link)));
   }
   return ports;
 }

@@ -21,15 +21,15 @@ bool isLinkName(const std::string& name) {
          name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
 }
 
-std::vector<LinkRecord> physicalPorts(std::vector<LinkRecord> links, const std::string& sysRoot) {
-  const auto isNone = [&](LinkRecord& link) { return !isPhysicalPort(link, sysRoot); };
-  links.erase(std::remove_if(links.begin(), links.end(), isNone), links.end());
-  const auto isBefore = [](const LinkRecord& a, const LinkRecord& b) { return a.index < b.index; };
-  // Newer kernels list them in this order, and the records are large to move.
-  if (!std::is_sorted(links.begin(), links.end(), isBefore)) {
-    std::sort(links.begin(), links.end(), isBefore);
+std::vector<LinkRecord*> physicalPorts(std::vector<LinkRecord>& links, const std::string& sysRoot) {
+  std::vector<LinkRecord*> ports;
+  ports.reserve(links.size());
+  for (LinkRecord& link : links) {
+    if (isPhysicalPort(link, sysRoot)) ports.push_back(&link);
   }
-  return links;
+  std::sort(ports.begin(), ports.end(),
+            [](const LinkRecord* a, const LinkRecord* b) { return a->index < b->index; });
+  return ports;
 }
 
 std::optional<LinkRecord> physicalPortNamed(std::optional<LinkRecord> link, const std::string& name,

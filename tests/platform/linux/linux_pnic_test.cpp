@@ -35,7 +35,7 @@ LinkRecord exampleLink() {
 
 class LinuxPnicTest : public testing::Test {
  protected:
-  std::unique_ptr<Pnic> port() { return makePnic(link, ethtool, tree.root()); }
+  std::unique_ptr<Pnic> port() { return makePnic(LinkRecord(link), ethtool, tree.root()); }
 
   static MacAddress::Bytes macOf(const std::unique_ptr<Pnic>& port) {
     MacAddress::Bytes bytes{};
@@ -95,14 +95,12 @@ TEST_F(LinuxPnicTest, FallsBackToTheAddressInUse) {
   EXPECT_THAT(macOf(bare), Each(0));
 }
 
-TEST_F(LinuxPnicTest, AsksForEachGroupOnce) {
+TEST_F(LinuxPnicTest, AsksOnceForWhatSeveralOperationsTell) {
   ethtool_link_settings header{};
   header.speed = 10000;
   header.duplex = DUPLEX_FULL;
   ethtool->setLinkSettings(header, {0}, {0});
   ethtool->setAnswer(ETHTOOL_GWOL, ethtool_wolinfo{});
-  ethtool->setAnswer(ETHTOOL_GCOALESCE, ethtool_coalesce{});
-  ethtool->setAnswer(ETHTOOL_GDRVINFO, ethtool_drvinfo{});
   ethtool->setAnswer(ETHTOOL_GCHANNELS, ethtool_channels{});
   const auto nic = port();
   for (int round = 0; round < 3; ++round) {
@@ -110,17 +108,11 @@ TEST_F(LinuxPnicTest, AsksForEachGroupOnce) {
     nic->GetLinkSettings(settings);
     EXPECT_EQ(nic->GetLinkSpeed(), 10000U);
     EXPECT_EQ(nic->GetDuplex(), Duplex::kFull);
-    PnicCoalesceParams params;
-    nic->GetCoalesceParams(params);
-    PnicDriverInfo info;
-    nic->GetDriverInfo(info);
     nic->IsCapabilityEnabled();
     nic->IsCapabilitySupported();
   }
   EXPECT_EQ(ethtool->asked[ETHTOOL_GLINKSETTINGS], 2) << "one question takes two calls";
   EXPECT_EQ(ethtool->asked[ETHTOOL_GWOL], 1);
-  EXPECT_EQ(ethtool->asked[ETHTOOL_GCOALESCE], 1);
-  EXPECT_EQ(ethtool->asked[ETHTOOL_GDRVINFO], 1);
   EXPECT_EQ(ethtool->asked[ETHTOOL_GCHANNELS], 1);
   EXPECT_THAT(ethtool->ports, Each("nic0"));
 }
@@ -158,7 +150,7 @@ TEST_F(LinuxPnicTest, ThatIsGoneThrowsFromEveryGroupAndStaysGone) {
     EXPECT_THROW(nic->IsCapabilitySupported(), NodemgrException);
   }
   EXPECT_EQ(ethtool->asked[ETHTOOL_GLINKSETTINGS], 1);
-  EXPECT_EQ(ethtool->asked[ETHTOOL_GCOALESCE], 1);
+  EXPECT_EQ(ethtool->asked[ETHTOOL_GCHANNELS], 1);
 }
 
 // An instance is filled from the link settings on: it is whole, or has its keys only.

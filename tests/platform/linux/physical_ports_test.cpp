@@ -36,11 +36,18 @@ LinkRecord virtualLink(int index, const std::string& name, unsigned hardwareType
 
 constexpr char kNoSysfs[] = "/nowhere";
 
+/// Copies of the ports among `links`.
+std::vector<LinkRecord> portsAmong(std::vector<LinkRecord> links, const std::string& sysRoot) {
+  std::vector<LinkRecord> ports;
+  for (const LinkRecord* port : physicalPorts(links, sysRoot)) ports.push_back(*port);
+  return ports;
+}
+
 TEST(PhysicalPorts, AreEthernetLinksOfADeviceInIndexOrderWhateverSysfsSays) {
-  const auto ports = physicalPorts(
-      {deviceLink(9, "nic1"), virtualLink(3, "veth0"), deviceLink(2, "nic0"),
-       deviceLink(4, "ib0", ARPHRD_INFINIBAND), virtualLink(1, "lo", ARPHRD_LOOPBACK)},
-      kNoSysfs);
+  const auto ports =
+      portsAmong({deviceLink(9, "nic1"), virtualLink(3, "veth0"), deviceLink(2, "nic0"),
+                  deviceLink(4, "ib0", ARPHRD_INFINIBAND), virtualLink(1, "lo", ARPHRD_LOOPBACK)},
+                 kNoSysfs);
   EXPECT_THAT(ports,
               ElementsAre(Field(&LinkRecord::name, "nic0"), Field(&LinkRecord::name, "nic1")));
 }
@@ -75,7 +82,7 @@ class PortsOfAnOlderKernel : public testing::Test {
 };
 
 TEST_F(PortsOfAnOlderKernel, AreFoundInSysfsWithTheirParent) {
-  const auto ports = physicalPorts({link(9, "veth0"), link(2, "nic0")}, tree.root());
+  const auto ports = portsAmong({link(9, "veth0"), link(2, "nic0")}, tree.root());
   ASSERT_THAT(ports, ElementsAre(Field(&LinkRecord::name, "nic0")));
   ASSERT_TRUE(ports[0].parent.has_value());
   EXPECT_EQ(ports[0].parent->name, "0000:03:00.1");
@@ -84,19 +91,19 @@ TEST_F(PortsOfAnOlderKernel, AreFoundInSysfsWithTheirParent) {
 
 TEST_F(PortsOfAnOlderKernel, AreNotTakenForAnotherNamespacesLinkOfTheSameName) {
   tree.file("class/net/nic0/ifindex", "2\n");
-  EXPECT_EQ(physicalPorts({link(2, "nic0")}, tree.root()).size(), 1U);
-  EXPECT_TRUE(physicalPorts({link(3, "nic0")}, tree.root()).empty());
+  EXPECT_EQ(portsAmong({link(2, "nic0")}, tree.root()).size(), 1U);
+  EXPECT_TRUE(portsAmong({link(3, "nic0")}, tree.root()).empty());
 }
 
 TEST_F(PortsOfAnOlderKernel, MayBelongToADeviceWithoutABus) {
   tree.remove("devices/pci0000:00/0000:03:00.1/subsystem");
-  const auto ports = physicalPorts({link(2, "nic0")}, tree.root());
+  const auto ports = portsAmong({link(2, "nic0")}, tree.root());
   ASSERT_THAT(ports, ElementsAre(Field(&LinkRecord::name, "nic0")));
   EXPECT_EQ(ports[0].parent->bus, "");
 }
 
 TEST_F(PortsOfAnOlderKernel, AreNoneWhereSysfsOfAYoungerOneWouldHaveThem) {
-  EXPECT_TRUE(physicalPorts({virtualLink(2, "nic0")}, tree.root()).empty())
+  EXPECT_TRUE(portsAmong({virtualLink(2, "nic0")}, tree.root()).empty())
       << "the message of a younger kernel has the last word";
 }
 

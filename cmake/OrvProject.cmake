@@ -22,6 +22,10 @@ target_compile_options(orv_build_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
   -fPIC -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
+if(CMAKE_UNITY_BUILD)
+  # In joined files g++ takes each unnamed namespace for one of a header.
+  target_compile_options(orv_build_settings INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+endif()
 if(ORV_SANITIZE)
   target_compile_options(orv_build_settings INTERFACE
     -fsanitize=${ORV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
@@ -84,6 +88,7 @@ function(orv_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PROPERTIES" ${ARGN})
   orv_program(${name}_test SOURCES ${arg_SOURCES}
               LINKS ${arg_LINKS} GTest::gmock GTest::gtest GTest::gtest_main)
+  target_precompile_headers(${name}_test REUSE_FROM orv_test_headers)
   gtest_discover_tests(${name}_test DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
     PROPERTIES TIMEOUT 120 LABELS ${name} SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]"
     ${arg_PROPERTIES})

@@ -7,7 +7,7 @@ namespace {
 
 using Kind = KeyText::Kind;
 
-std::string errorOf(const std::string& text) {
+std::string pathError(const std::string& text) {
   try {
     parseObjectPath(text);
   } catch (const ObjectPathError& e) {
@@ -100,7 +100,7 @@ struct BadPath {
 class ObjectPathErrors : public testing::TestWithParam<BadPath> {};
 
 TEST_P(ObjectPathErrors, NameTheColumn) {
-  EXPECT_EQ(errorOf(GetParam().text), std::string("object path, column ") + GetParam().error);
+  EXPECT_EQ(pathError(GetParam().text), std::string("object path, column ") + GetParam().error);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -128,11 +128,11 @@ INSTANTIATE_TEST_SUITE_P(
         BadPath{"///ns:C", "1: expected a host name and \"/\""}));
 
 TEST(ObjectPathText, RefusesWhatIsTooLong) {
-  EXPECT_EQ(errorOf(std::string(70000, 'x')),
+  EXPECT_EQ(pathError(std::string(70000, 'x')),
             "object path, column 1: path is longer than 65536 characters");
   std::string many = "C.K0=1";
   for (int i = 1; i <= 256; ++i) many += ",K" + std::to_string(i) + "=1";
-  EXPECT_NE(errorOf(many).find("too many keys"), std::string::npos);
+  EXPECT_NE(pathError(many).find("too many keys"), std::string::npos);
 }
 
 TEST(ObjectPathText, PrintsWhatItReads) {

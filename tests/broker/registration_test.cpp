@@ -8,14 +8,14 @@
 namespace orv::broker {
 namespace {
 
-std::vector<RegistrationSection> read(const std::string& text) {
+std::vector<RegistrationSection> sectionsOf(const std::string& text) {
   std::istringstream in(text);
   return readRegistration(in, "t.reg");
 }
 
-std::string errorOf(const std::string& text) {
+std::string registrationError(const std::string& text) {
   try {
-    read(text);
+    sectionsOf(text);
   } catch (const RegistrationError& e) {
     return e.what();
   }
@@ -23,7 +23,7 @@ std::string errorOf(const std::string& text) {
 }
 
 TEST(Registration, ReadsEveryKeyOfASection) {
-  const auto sections = read(
+  const auto sections = sectionsOf(
       "# comment\n"
       "[T_Port]\n"
       "   provider: PortProvider\n"
@@ -50,7 +50,7 @@ TEST(Registration, ReadsEveryKeyOfASection) {
 }
 
 TEST(Registration, OptionalKeysMayBeAbsent) {
-  const auto sections = read(
+  const auto sections = sectionsOf(
       "[A]\nprovider: P\nlocation: l\ntype: method\n[B]\r\n"
       "provider:P\r\nlocation:l\r\ntype:indication\r\n");
   ASSERT_EQ(sections.size(), 2u);
@@ -62,21 +62,22 @@ TEST(Registration, OptionalKeysMayBeAbsent) {
 }
 
 TEST(Registration, AnEmptyTextHasNoSections) {
-  EXPECT_TRUE(read("").empty());
-  EXPECT_TRUE(read("\n  \n# only comments").empty());
+  EXPECT_TRUE(sectionsOf("").empty());
+  EXPECT_TRUE(sectionsOf("\n  \n# only comments").empty());
 }
 
 TEST(Registration, AcceptsTheTypeWordsThatMeanNothingToUs) {
-  EXPECT_EQ(read("[A]\nprovider: P\nlocation: l\ntype: property class qualifier\n").size(), 1u);
+  EXPECT_EQ(sectionsOf("[A]\nprovider: P\nlocation: l\ntype: property class qualifier\n").size(),
+            1u);
 }
 
 TEST(Registration, OneClassMayHaveSectionsOfTwoProviders) {
-  EXPECT_EQ(read("[A]\nprovider: P\nlocation: l\ntype: instance\n"
-                 "[A]\nprovider: Q\nlocation: l\ntype: indication\n")
+  EXPECT_EQ(sectionsOf("[A]\nprovider: P\nlocation: l\ntype: instance\n"
+                       "[A]\nprovider: Q\nlocation: l\ntype: indication\n")
                 .size(),
             2u);
-  EXPECT_EQ(read("[A]\nprovider: P\nlocation: l\ntype: instance\nnamespace: x\n"
-                 "[A]\nprovider: P\nlocation: l\ntype: instance\nnamespace: y\n")
+  EXPECT_EQ(sectionsOf("[A]\nprovider: P\nlocation: l\ntype: instance\nnamespace: x\n"
+                       "[A]\nprovider: P\nlocation: l\ntype: instance\nnamespace: y\n")
                 .size(),
             2u);
 }
@@ -89,7 +90,7 @@ struct BadText {
 class RegistrationErrors : public testing::TestWithParam<BadText> {};
 
 TEST_P(RegistrationErrors, NameFileAndLine) {
-  EXPECT_EQ(errorOf(GetParam().text), GetParam().error);
+  EXPECT_EQ(registrationError(GetParam().text), GetParam().error);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -112,8 +113,9 @@ INSTANTIATE_TEST_SUITE_P(
                 "t.reg:6: class a has another section of provider P with other types"}));
 
 TEST(Registration, RefusesANullCharacterAndAnEndlessLine) {
-  EXPECT_EQ(errorOf(std::string("[A\0]\n", 5)), "t.reg:1: line holds a null character");
-  EXPECT_EQ(errorOf("[A]\nparameters: " + std::string(70000, 'x')), "t.reg:2: line is too long");
+  EXPECT_EQ(registrationError(std::string("[A\0]\n", 5)), "t.reg:1: line holds a null character");
+  EXPECT_EQ(registrationError("[A]\nparameters: " + std::string(70000, 'x')),
+            "t.reg:2: line is too long");
 }
 
 TEST(Registration, AFileThatCannotBeReadIsAnError) {

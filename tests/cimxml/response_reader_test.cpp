@@ -31,7 +31,7 @@ Instance inner() {
   return instance;
 }
 
-ObjectPath path() {
+ObjectPath referencedPath() {
   ObjectPath path;
   path.nameSpace = "root/cimv2";
   path.className = "T_Port";
@@ -42,7 +42,7 @@ ObjectPath path() {
 /// Every type that a property may have.
 Instance everything() {
   Instance instance;
-  instance.path = path();
+  instance.path = referencedPath();
   instance.properties = {
       {"Text", Value::ofString(" two\nlines \t")},
       {"Empty", Value::ofString("")},
@@ -60,7 +60,7 @@ Instance everything() {
       {"List", Value::ofArray(CMPI_string, {Value::ofString("a"), Value::ofString("")})},
       {"Inner", Value::ofInstance(inner())},
       {"Inners", Value::ofArray(CMPI_instance, {Value::ofInstance(inner())})},
-      {"Link", Value::ofReference(path())},
+      {"Link", Value::ofReference(referencedPath())},
   };
   return instance;
 }
@@ -102,7 +102,8 @@ TEST(CimXmlResponseReader, PathsOfEveryFormAreWhatWasWritten) {
   for (const auto& [write, nameSpace] : {std::make_pair(&ResponseWriter::instanceName, ""),
                                          {&ResponseWriter::instancePath, "root/cimv2"},
                                          {&ResponseWriter::objectPath, "root/cimv2"}}) {
-    const Reply read = reply([write = write](ResponseWriter& to) { (to.*write)(path()); });
+    const Reply read =
+        reply([write = write](ResponseWriter& to) { (to.*write)(referencedPath()); });
     ASSERT_EQ(read.paths.size(), 1U);
     EXPECT_EQ(read.paths[0].nameSpace, nameSpace);
     EXPECT_EQ(*read.paths[0].key("Number"), Value::ofUnsigned(CMPI_uint64, 5));
@@ -190,7 +191,7 @@ TEST(CimXmlResponseReader, AnAnswerWithoutAValueIsASuccess) {
 
 // ---- What is not an answer ----
 
-std::string message(const std::string& value) {
+std::string responseMessage(const std::string& value) {
   return "<CIM><MESSAGE ID=\"1\"><SIMPLERSP><IMETHODRESPONSE NAME=\"X\"><IRETURNVALUE>" + value +
          "</IRETURNVALUE></IMETHODRESPONSE></SIMPLERSP></MESSAGE></CIM>";
 }
@@ -201,17 +202,18 @@ TEST(CimXmlResponseReader, RefusesWhatIsNoAnswer) {
         std::string("<CIM><MESSAGE/></CIM>"), std::string("<CIM><MESSAGE><SIMPLEREQ/>"),
         std::string("<CIM><MESSAGE><MULTIRSP/></MESSAGE></CIM>"),
         std::string("<CIM><MESSAGE><SIMPLERSP><METHODRESPONSE/></SIMPLERSP></MESSAGE></CIM>"),
-        message("<SURPRISE/>"), message("<VALUE.NAMEDINSTANCE/>"), message("<INSTANCE/>"),
-        message("<CLASS/>"), message("<OBJECTPATH/>"), message("<INSTANCENAME/>"),
-        message("<INSTANCE CLASSNAME=\"C\">")}) {
+        responseMessage("<SURPRISE/>"), responseMessage("<VALUE.NAMEDINSTANCE/>"),
+        responseMessage("<INSTANCE/>"), responseMessage("<CLASS/>"),
+        responseMessage("<OBJECTPATH/>"), responseMessage("<INSTANCENAME/>"),
+        responseMessage("<INSTANCE CLASSNAME=\"C\">")}) {
     EXPECT_THROW(readReply(text), BadMessage) << text;
   }
 }
 
 TEST(CimXmlResponseReader, RefusesValuesThatDoNotFit) {
   const auto property = [](const std::string& type, const std::string& text) {
-    return message("<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"" + type + "\"><VALUE>" +
-                   text + "</VALUE></PROPERTY></INSTANCE>");
+    return responseMessage("<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"" + type +
+                           "\"><VALUE>" + text + "</VALUE></PROPERTY></INSTANCE>");
   };
   for (const std::string& text :
        {property("uint8", "256"), property("uint8", "-1"), property("colour", "red"),
@@ -239,12 +241,12 @@ std::string embedded(int depth) {
 }
 
 TEST(CimXmlResponseReader, EmbeddedInstancesEndSomewhere) {
-  EXPECT_EQ(readReply(message(embedded(3))).instances.size(), 1U);
-  EXPECT_THROW(readReply(message(embedded(12))), CimError);
-  EXPECT_THROW(
-      readReply(message("<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"string\" "
-                        "EmbeddedObject=\"instance\"><VALUE>none</VALUE></PROPERTY></INSTANCE>")),
-      CimError);
+  EXPECT_EQ(readReply(responseMessage(embedded(3))).instances.size(), 1U);
+  EXPECT_THROW(readReply(responseMessage(embedded(12))), CimError);
+  EXPECT_THROW(readReply(responseMessage(
+                   "<INSTANCE CLASSNAME=\"C\"><PROPERTY NAME=\"P\" TYPE=\"string\" "
+                   "EmbeddedObject=\"instance\"><VALUE>none</VALUE></PROPERTY></INSTANCE>")),
+               CimError);
 }
 
 // ---- Indications ----
@@ -259,7 +261,7 @@ TEST(CimXmlExport, AnIndicationIsReadAsItWasSent) {
 
 TEST(CimXmlExport, OtherMessagesAreRefused) {
   EXPECT_THROW(readExport("<CIM/>"), BadMessage);
-  EXPECT_THROW(readExport(message("")), BadMessage);
+  EXPECT_THROW(readExport(responseMessage("")), BadMessage);
   EXPECT_THROW(
       readExport("<CIM><MESSAGE><SIMPLEEXPREQ><EXPMETHODCALL NAME=\"Other\"/></SIMPLEEXPREQ>"
                  "</MESSAGE></CIM>"),

@@ -15,10 +15,10 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const std::string kHost = ORV_SOURCE_DIR "/tests/hosts/example.json";
+const std::string kExampleHost = ORV_SOURCE_DIR "/tests/hosts/example.json";
 
 TEST(MetricsPage, AnswersWhatTheToolPrints) {
-  const RunningService service(kHost);
+  const RunningService service(kExampleHost);
   const std::string answer = service.get("/metrics");
   EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
   EXPECT_THAT(answer, HasSubstr("\r\nContent-Type: text/plain; version=0.0.4; charset=utf-8\r\n"));
@@ -29,7 +29,7 @@ TEST(MetricsPage, AnswersWhatTheToolPrints) {
 }
 
 TEST(MetricsPage, TellsTheTimeOfTheLastHeartbeat) {
-  const RunningService service(kHost);
+  const RunningService service(kExampleHost);
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   std::string answer = service.get("/metrics");
   while (answer.find("orvane_heartbeat_timestamp_seconds ") == std::string::npos &&
@@ -46,7 +46,7 @@ TEST(MetricsPage, TellsTheTimeOfTheLastHeartbeat) {
 }
 
 TEST(MetricsPage, IsUnderTheRulesOfAllRequests) {
-  const RunningService service(kHost);
+  const RunningService service(kExampleHost);
   EXPECT_THAT(service.get("/metrics", "Host: other.example\r\n"), StartsWith("HTTP/1.1 421"));
   EXPECT_THAT(service.get("/metrics", "Host: localhost\r\nOrigin: http://other.example\r\n"),
               StartsWith("HTTP/1.1 403"));

@@ -11,7 +11,7 @@
 namespace orv::test {
 namespace {
 
-const std::string kRoot = ORV_SOURCE_DIR;
+const std::string kSources = ORV_SOURCE_DIR;
 
 struct Shown {
   std::string command;  // without the "$ "
@@ -22,7 +22,7 @@ struct Shown {
 std::vector<Shown> shownInReadme() {
   std::vector<Shown> shown;
   bool inside = false;
-  std::ifstream in(kRoot + "/README.md");
+  std::ifstream in(kSources + "/README.md");
   for (std::string line; std::getline(in, line);) {
     if (line.rfind("```", 0) == 0) {
       inside = false;
@@ -40,7 +40,7 @@ std::vector<std::string> words(const std::string& command) {
   std::istringstream in(command);
   std::vector<std::string> all;
   for (std::string word; in >> word;) {
-    all.push_back(word.rfind("tests/", 0) == 0 ? kRoot + "/" + word : word);
+    all.push_back(word.rfind("tests/", 0) == 0 ? kSources + "/" + word : word);
   }
   return all;
 }

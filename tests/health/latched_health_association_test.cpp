@@ -29,7 +29,7 @@ class Association : public OrvLatchedHealthAssociation {
   using OrvLatchedHealthAssociation::doReferences;
 };
 
-struct Answer {
+struct AssociationAnswer {
   CMPIrc rc = CMPI_RC_OK;
   std::string message;
   std::vector<Instance> instances;
@@ -46,10 +46,10 @@ class LatchedHealthAssociation : public HealthTest {
         1'600'000'000);
   }
 
-  Answer references(const CmpiObjectPath& path, const char* text = nullptr) {
+  AssociationAnswer references(const CmpiObjectPath& path, const char* text = nullptr) {
     RecordingResult sink(*scope_);
     CmpiResult result(sink.record());
-    Answer answer;
+    AssociationAnswer answer;
     try {
       const CmpiStatus status =
           provider_.doReferences(context(), result, path, text, text, text, text);
@@ -76,7 +76,7 @@ TEST_F(LatchedHealthAssociation, IsASimpleAssociationProviderThatStays) {
 
 TEST_F(LatchedHealthAssociation, LeadsFromTheEventToItsElement) {
   for (int i = 0; i < 13; ++i) latch(std::to_string(i).c_str(), 10);
-  const Answer answer = references(event("12"));
+  const AssociationAnswer answer = references(event("12"));
   EXPECT_EQ(answer.rc, CMPI_RC_OK);
   EXPECT_EQ(answer.doneCount, 1);
   ASSERT_EQ(answer.instances.size(), 1u);
@@ -92,7 +92,7 @@ TEST_F(LatchedHealthAssociation, LeadsFromTheEventToItsElement) {
 
 TEST_F(LatchedHealthAssociation, AntecedentIsThePathAsReceived) {
   latch("a", 10);
-  const Answer answer = references(event("0abc", "orvane_LATCHEDhealthstate"));
+  const AssociationAnswer answer = references(event("0abc", "orvane_LATCHEDhealthstate"));
   ASSERT_EQ(answer.instances.size(), 1u);
   EXPECT_EQ(answer.instances[0].property("Antecedent")->reference().toText(),
             "root/cimv2:orvane_LATCHEDhealthstate.EventId=\"0abc\"");
@@ -109,7 +109,7 @@ TEST_F(LatchedHealthAssociation, ElementThatCannotBeCarriedIsLeftOut) {
   latch("a \"quoted\" sensor", 10);
   latch(std::string(4200, 's').c_str(), 10);
   for (const char* id : {"0", "1"}) {
-    const Answer answer = references(event(id));
+    const AssociationAnswer answer = references(event(id));
     EXPECT_EQ(answer.rc, CMPI_RC_OK);
     EXPECT_THAT(answer.instances, IsEmpty());
     EXPECT_EQ(answer.doneCount, 1);
@@ -118,7 +118,7 @@ TEST_F(LatchedHealthAssociation, ElementThatCannotBeCarriedIsLeftOut) {
 
 TEST_F(LatchedHealthAssociation, SourceThatCannotBeCarriedIsAnInvalidParameter) {
   latch("a", 10);
-  const Answer answer = references(event("0\""));
+  const AssociationAnswer answer = references(event("0\""));
   EXPECT_EQ(answer.rc, CMPI_RC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(answer.message,
             "Object path cannot be used as a reference: key EventId has a quotation mark");
@@ -126,7 +126,7 @@ TEST_F(LatchedHealthAssociation, SourceThatCannotBeCarriedIsAnInvalidParameter) 
 
 TEST_F(LatchedHealthAssociation, FromAnElementIsEmptyAndNotDone) {
   latch("a", 10);
-  const Answer answer = references(makePath("CIM_Sensor", {{"DeviceID", "a"}}));
+  const AssociationAnswer answer = references(makePath("CIM_Sensor", {{"DeviceID", "a"}}));
   EXPECT_EQ(answer.rc, CMPI_RC_OK);
   EXPECT_EQ(answer.message, "");
   EXPECT_THAT(answer.instances, IsEmpty());
@@ -134,7 +134,7 @@ TEST_F(LatchedHealthAssociation, FromAnElementIsEmptyAndNotDone) {
 }
 
 TEST_F(LatchedHealthAssociation, WithoutAnEventIdFails) {
-  const Answer answer = references(makePath("Orvane_LatchedHealthState", {}));
+  const AssociationAnswer answer = references(makePath("Orvane_LatchedHealthState", {}));
   EXPECT_EQ(answer.rc, CMPI_RC_ERR_FAILED);
   EXPECT_EQ(answer.message, "Invalid event id");
   EXPECT_EQ(answer.doneCount, 0);
@@ -142,7 +142,7 @@ TEST_F(LatchedHealthAssociation, WithoutAnEventIdFails) {
 
 TEST_F(LatchedHealthAssociation, AnUnknownEventIsNotFound) {
   latch("a", 10);
-  const Answer answer = references(event("1"));
+  const AssociationAnswer answer = references(event("1"));
   EXPECT_EQ(answer.rc, CMPI_RC_ERR_NOT_FOUND);
   EXPECT_EQ(answer.message, "Requested event id not found");
   EXPECT_THAT(answer.instances, IsEmpty());
@@ -160,7 +160,7 @@ TEST_F(LatchedHealthAssociation, ARecordWhosePathCannotBeRebuiltIsNotFound) {
   latch("a", 10);
   const CmpiObjectPath request = event("0");
   broker_.inject({"path.addKey", Fault::Effect::kStatus, CMPI_RC_ERR_FAILED});
-  const Answer answer = references(request);
+  const AssociationAnswer answer = references(request);
   EXPECT_EQ(answer.rc, CMPI_RC_ERR_NOT_FOUND);
   EXPECT_EQ(answer.message, "Requested event id not found");
 }

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kRoot = ORV_SOURCE_DIR;
+const fs::path kSourceDirectory = ORV_SOURCE_DIR;
 
 // What a folder may include, besides itself. Folders that are not here are not part of the house.
 const std::map<std::string, std::set<std::string>> kArrows = {
@@ -83,9 +83,9 @@ struct SourceFile {
 // Every source file in a folder of the project; build trees and hidden directories left out.
 std::vector<SourceFile> sourceFiles() {
   std::vector<SourceFile> files;
-  for (auto it = fs::recursive_directory_iterator(kRoot); it != fs::recursive_directory_iterator();
-       ++it) {
-    const fs::path relative = it->path().lexically_relative(kRoot);
+  for (auto it = fs::recursive_directory_iterator(kSourceDirectory);
+       it != fs::recursive_directory_iterator(); ++it) {
+    const fs::path relative = it->path().lexically_relative(kSourceDirectory);
     const std::string top = relative.begin()->string();
     if (top.front() == '.' || top.rfind("build", 0) == 0) {
       if (it->is_directory()) it.disable_recursion_pending();
@@ -108,7 +108,8 @@ TEST(Includes, EverySourceFileIsInAFolderOfTheHouse) {
 TEST(Includes, AreWrittenFromTheRoot) {
   for (const SourceFile& file : sourceFiles()) {
     for (const std::string& include : file.includes) {
-      EXPECT_TRUE(fs::is_regular_file(kRoot / include)) << file.path << " includes " << include;
+      EXPECT_TRUE(fs::is_regular_file(kSourceDirectory / include))
+          << file.path << " includes " << include;
     }
   }
 }
@@ -144,7 +145,7 @@ TEST(Includes, TheArrowsHaveNoCycle) {
 TEST(Headers, AreGuarded) {
   for (const SourceFile& file : sourceFiles()) {
     if (fs::path(file.path).extension() != ".h") continue;
-    std::ifstream in(kRoot / file.path);
+    std::ifstream in(kSourceDirectory / file.path);
     std::string line;
     bool guarded = false;
     while (!guarded && std::getline(in, line)) {

@@ -21,7 +21,7 @@ struct FactoryRow {
   bool printsStartLine;
 };
 
-const FactoryRow kFactories[] = {
+const FactoryRow kFactoryRows[] = {
     {"EthernetPortProvider_Create_InstanceMI", "instanceEthernetPortProvider", true},
     {"EthernetPortProvider_Create_AssociationMI", "associationEthernetPortProvider", false},
     {"KernelIPProtocolEndpointProvider_Create_InstanceMI",
@@ -83,7 +83,7 @@ class LibraryFactories : public testing::Test {
 };
 
 TEST_F(LibraryFactories, EachHasItsNameVersionsAndStartLine) {
-  for (const FactoryRow& row : kFactories) {
+  for (const FactoryRow& row : kFactoryRows) {
     testing::internal::CaptureStderr();
     const MiRecord* record = create(row.symbol);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), row.printsStartLine ? kStartLine : "")
@@ -96,7 +96,7 @@ TEST_F(LibraryFactories, EachHasItsNameVersionsAndStartLine) {
 }
 
 TEST_F(LibraryFactories, EachGivesTheSameRecordAndObjectAgain) {
-  for (const FactoryRow& row : kFactories) {
+  for (const FactoryRow& row : kFactoryRows) {
     const MiRecord first = *create(row.symbol);
     testing::internal::CaptureStderr();
     const MiRecord* second = create(row.symbol);
@@ -128,7 +128,7 @@ TEST_F(LibraryFactories, AddressChangesAndLatchedHealthAreTwoObjects) {
 TEST_F(LibraryFactories, EveryNameHasAnObjectOfItsOwn) {
   std::set<void*> objects;
   std::set<std::string> names;
-  for (const FactoryRow& row : kFactories) {
+  for (const FactoryRow& row : kFactoryRows) {
     objects.insert(create(row.symbol)->hdl);
     const std::string symbol = row.symbol;
     names.insert(symbol.substr(0, symbol.find("_Create_")));

@@ -15,6 +15,13 @@
 /// on the test's own indication provider.
 namespace orv::test {
 
+// Classes that the tests ask for.
+inline constexpr const char* kPort = "Orvane_EthernetPort";
+inline constexpr const char* kFilter = "CIM_IndicationFilter";
+inline constexpr const char* kHandler = "CIM_IndicationHandlerCIMXML";
+inline constexpr const char* kListenerDestination = "CIM_ListenerDestinationCIMXML";
+inline constexpr const char* kSubscription = "CIM_IndicationSubscription";
+
 /// What came back for one message.
 struct Reply {
   int httpStatus = -1;

@@ -27,8 +27,6 @@ using testing::SizeIs;
 using testing::UnorderedElementsAre;
 using testing::UnorderedElementsAreArray;
 
-const std::string kPort = "Orvane_EthernetPort";
-
 std::string childName(const pugi::xml_node& node) { return node.first_child().name(); }
 
 /// NAME of each PROPERTY, PROPERTY.ARRAY and PROPERTY.REFERENCE below an INSTANCE or CLASS.
@@ -113,7 +111,7 @@ TEST_F(EndpointTest, EnumerateInstanceNamesGivesTheKeys) {
   const Reply reply = served_.ask("EnumerateInstanceNames", classParameter("ClassName", kPort));
   ASSERT_EQ(reply.count(), 2U);
   const pugi::xml_node name = reply.value().child("INSTANCENAME");
-  EXPECT_STREQ(name.attribute("CLASSNAME").value(), kPort.c_str());
+  EXPECT_STREQ(name.attribute("CLASSNAME").value(), kPort);
   EXPECT_EQ(keyOf(name, "DeviceID"), "nic0");
   EXPECT_EQ(keyOf(name, "SystemName"), "host-7");
   EXPECT_STREQ(name.child("KEYBINDING").child("KEYVALUE").attribute("VALUETYPE").value(), "string");
@@ -318,7 +316,7 @@ TEST_F(EndpointTest, AStrangersObjectHasNoAssociations) {
 TEST_F(EndpointTest, GetClassGivesQualifiersByDefaultAndOwnFeaturesOnly) {
   const Reply reply = served_.ask("GetClass", classParameter("ClassName", kPort));
   const pugi::xml_node definition = reply.value().child("CLASS");
-  EXPECT_STREQ(definition.attribute("NAME").value(), kPort.c_str());
+  EXPECT_STREQ(definition.attribute("NAME").value(), kPort);
   EXPECT_STREQ(definition.attribute("SUPERCLASS").value(), "CIM_EthernetPort");
   EXPECT_TRUE(definition.find_child_by_attribute("QUALIFIER", "NAME", "Description"));
   EXPECT_THAT(propertyNames(definition), Contains("AutoSense"));
@@ -387,7 +385,7 @@ TEST_F(EndpointTest, EnumerateClassesGivesDefinitions) {
   const Reply reply = served_.ask("EnumerateClasses", parent);
   ASSERT_EQ(reply.count(), 1U);
   const pugi::xml_node definition = reply.value().child("CLASS");
-  EXPECT_STREQ(definition.attribute("NAME").value(), kPort.c_str());
+  EXPECT_STREQ(definition.attribute("NAME").value(), kPort);
   EXPECT_TRUE(definition.child("QUALIFIER"));
   EXPECT_THAT(propertyNames(definition), Not(Contains("HealthState")));
   const Reply bare =

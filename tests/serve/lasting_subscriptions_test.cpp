@@ -21,10 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-constexpr const char* kFilter = "CIM_IndicationFilter";
-constexpr const char* kHandler = "CIM_IndicationHandlerCIMXML";
-constexpr const char* kSubscription = "CIM_IndicationSubscription";
-
 class LastingSubscriptions : public testing::Test {
  protected:
   LastingSubscriptions() {

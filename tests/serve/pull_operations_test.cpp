@@ -23,8 +23,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-const std::string kPort = "Orvane_EthernetPort";
-
 std::string outParameter(const Reply& reply, const char* name) {
   return reply.response()
       .find_child_by_attribute("PARAMVALUE", "NAME", name)

@@ -22,10 +22,6 @@ namespace {
 using std::chrono::milliseconds;
 using testing::HasSubstr;
 
-constexpr const char* kFilter = "CIM_IndicationFilter";
-constexpr const char* kHandler = "CIM_IndicationHandlerCIMXML";
-constexpr const char* kListenerDestination = "CIM_ListenerDestinationCIMXML";
-
 serve::Endpoint::Settings quickRetries() {
   serve::Endpoint::Settings settings;
   settings.indications.retryInterval = milliseconds(1);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tests/tool/program.h"
+#include "tests/tool/tool_files.h"
 
 namespace orv::test {
 namespace {
@@ -21,7 +22,6 @@ using testing::ElementsAre;
 using testing::IsSupersetOf;
 using testing::Not;
 
-const std::string kOrvcim = ORV_BINARY_DIR "/bin/orvcim";
 const std::string kCompletion = ORV_SOURCE_DIR "/packaging/completions/orvcim";
 
 /// What is offered for the last of `words`, which follow the tool's name.

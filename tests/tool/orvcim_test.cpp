@@ -16,7 +16,9 @@
 #include <vector>
 
 #include "tests/support/simulated_host_file.h"
+#include "tests/support/temporary_directory.h"
 #include "tests/tool/program.h"
+#include "tests/tool/tool_files.h"
 
 namespace orv::test {
 namespace {
@@ -25,10 +27,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-const std::string kOrvcim = ORV_BINARY_DIR "/bin/orvcim";
-const std::string kSchema = ORV_SOURCE_DIR "/schema";
-const std::string kExampleHost = ORV_SOURCE_DIR "/tests/hosts/example.json";
 
 // On the simulated host of the example file.
 Outcome orvcim(std::vector<std::string> arguments, const std::string& host = kExampleHost) {
@@ -54,27 +52,6 @@ std::vector<std::string> complaints(const Outcome& outcome) {
   for (std::string line; std::getline(in, line);) lines.push_back(line);
   return lines;
 }
-
-class Directory {
- public:
-  Directory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvcimXXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    path_ = pattern;
-  }
-  ~Directory() { std::filesystem::remove_all(path_); }
-  Directory(const Directory&) = delete;
-  Directory& operator=(const Directory&) = delete;
-
-  const std::string& path() const { return path_; }
-  std::string write(const std::string& name, const std::string& text) const {
-    std::ofstream(path_ + "/" + name) << text;
-    return path_ + "/" + name;
-  }
-
- private:
-  std::string path_;
-};
 
 const std::string kRegistration =
     "[T_A]\nprovider: P\nlocation: p\ntype: instance\nnamespace: root/cimv2\n";
@@ -163,7 +140,7 @@ TEST(Orvcim, NullPropertiesArePrintedOnRequest) {
 }
 
 TEST(Orvcim, AClassWithoutInstancesPrintsNothing) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const Outcome outcome =
       orvcim({"instances", "Orvane_EthernetPort"}, dir.write("host.json", "{}"));
   EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -185,7 +162,7 @@ TEST(Orvcim, MetricsAreInTheTextFormatOfPrometheus) {
 }
 
 TEST(Orvcim, MetricsOfAHostThatFailsSayWhichClassesAreMissing) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const Outcome outcome =
       orvcim({"metrics"}, dir.write("host.json", R"({"ports": {"throw": "nodemgr"}})"));
   EXPECT_EQ(outcome.status, 1);
@@ -203,7 +180,7 @@ std::string hostWithErrors(int errors) {
 }
 
 TEST(OrvcimCheck, AGoodHostIsOk) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const Outcome outcome = orvcim({"check"}, dir.write("host.json", hostWithErrors(0)));
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
   EXPECT_THAT(outcome.out,
@@ -214,7 +191,7 @@ TEST(OrvcimCheck, AGoodHostIsOk) {
 }
 
 TEST(OrvcimCheck, ErrorsBetweenTwoRunsAreJudged) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const std::string host = dir.write("host.json", hostWithErrors(0));
   const std::string state = dir.path() + "/state.json";
   EXPECT_EQ(orvcim({"check", "--state", state}, host).status, 0);
@@ -231,7 +208,7 @@ TEST(OrvcimCheck, ErrorsBetweenTwoRunsAreJudged) {
 }
 
 TEST(OrvcimCheck, ThresholdsAreOptions) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const std::string host = dir.write("host.json", hostWithErrors(0));
   EXPECT_EQ(orvcim({"check", "--port", "eth0", "--port", "eth9"}, host).status, 1);
   EXPECT_EQ(orvcim({"check", "--port", "eth9", "--down-critical", "0"}, host).status, 2);
@@ -240,7 +217,7 @@ TEST(OrvcimCheck, ThresholdsAreOptions) {
 }
 
 TEST(OrvcimCheck, WhatCannotBeCheckedIsUnknown) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const std::string host = dir.write("host.json", hostWithErrors(0));
   const auto expectUnknown = [](const Outcome& outcome, const std::string& reason) {
     EXPECT_EQ(outcome.status, 3) << outcome.out << outcome.err;
@@ -340,7 +317,7 @@ TEST(OrvcimErrors, AnInstanceThatIsNotThereIsNotFound) {
 }
 
 TEST(OrvcimErrors, AFailingHostFailsTheListButNotItsOtherClasses) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const std::string host = dir.write("host.json", R"({"ports": {"throw": "nodemgr"}})");
   expectCimError(orvcim({"names", "Orvane_EthernetPort"}, host),
                  "CMPI_RC_ERR_FAILED (1): Failed to get pnics information");
@@ -392,7 +369,7 @@ TEST(OrvcimBadInput, AMissingLibrary) {
 }
 
 TEST(OrvcimBadInput, AFileThatIsNoLibrary) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const std::string file = dir.write("x.so", "not a library");
   expectBadInput(orvcimAsGiven({"list", "--schema", kSchema, "--library", file}),
                  "library " + file + " cannot be loaded: ");
@@ -410,7 +387,7 @@ TEST(OrvcimBadInput, AMissingSchema) {
 }
 
 TEST(OrvcimBadInput, MalformedMof) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   dir.write("a.mof", "class T_A {\n  string 5;\n};\n");
   dir.write("a.reg", kRegistration);
   expectBadInput(orvcimAsGiven({"list", "--schema", dir.path()}),
@@ -418,7 +395,7 @@ TEST(OrvcimBadInput, MalformedMof) {
 }
 
 TEST(OrvcimBadInput, MalformedRegistration) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   dir.write("a.mof", "class T_A {};\n");
   dir.write("a.reg", "[T_A]\ncolour: red\n");
   expectBadInput(orvcimAsGiven({"list", "--schema", dir.path()}),
@@ -426,13 +403,13 @@ TEST(OrvcimBadInput, MalformedRegistration) {
 }
 
 TEST(OrvcimBadInput, ASchemaWithoutRegistration) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   dir.write("a.mof", "class T_A {};\n");
   expectBadInput(orvcimAsGiven({"list", "--schema", dir.path()}), "holds no *.reg file");
 }
 
 TEST(OrvcimBadInput, MalformedHostFile) {
-  const Directory dir;
+  const TemporaryDirectory dir;
   const std::string host = dir.write("host.json", "{\n \"ports\": [}\n");
   expectBadInput(orvcim({"list"}, host), "host file " + host + ": line 2, column 12: not JSON");
   const std::string misspelt = dir.write("misspelt.json", "{\"prts\": []}\n");

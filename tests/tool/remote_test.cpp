@@ -17,7 +17,9 @@
 #include <vector>
 
 #include "tests/support/simulated_host_file.h"
+#include "tests/support/temporary_directory.h"
 #include "tests/tool/program.h"
+#include "tests/tool/tool_files.h"
 
 namespace orv::test {
 namespace {
@@ -27,10 +29,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-const std::string kOrvcim = ORV_BINARY_DIR "/bin/orvcim";
 const std::string kDaemon = ORV_BINARY_DIR "/bin/orvcimd";
-const std::string kSchema = ORV_SOURCE_DIR "/schema";
-const std::string kExampleHost = ORV_SOURCE_DIR "/tests/hosts/example.json";
 
 using Words = std::vector<std::string>;
 
@@ -60,27 +59,6 @@ class Service {
  private:
   Program daemon_;
   std::string url_;
-};
-
-class Directory {
- public:
-  Directory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvremoteXXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    path_ = pattern;
-  }
-  ~Directory() { std::filesystem::remove_all(path_); }
-  Directory(const Directory&) = delete;
-  Directory& operator=(const Directory&) = delete;
-
-  std::string file(const std::string& name) const { return path_ + "/" + name; }
-  std::string write(const std::string& name, const std::string& text) const {
-    std::ofstream(file(name)) << text;
-    return file(name);
-  }
-
- private:
-  std::string path_;
 };
 
 Outcome here(const Words& arguments) {
@@ -207,7 +185,12 @@ TEST_P(SameAnswers, FailuresHaveTheSameStatus) {
   }
 }
 
+// Hundreds of processes for each format; under a sanitizer one format must do.
+#ifdef __SANITIZE_ADDRESS__
+INSTANTIATE_TEST_SUITE_P(Formats, SameAnswers, testing::Values("json"));
+#else
 INSTANTIATE_TEST_SUITE_P(Formats, SameAnswers, testing::Values("mof", "json", "table"));
+#endif
 
 TEST(RemoteList, HasEveryClassThatTheServerServes) {
   const Service service;
@@ -232,7 +215,7 @@ TEST(RemoteList, HasEveryClassThatTheServerServes) {
 /// A certificate authority, and a certificate of it for 127.0.0.1.
 class Authority {
  public:
-  explicit Authority(const Directory& directory) : directory_(directory) {
+  explicit Authority(const TemporaryDirectory& directory) : directory_(directory) {
     const std::string in = "cd " + directory.file("") + " && ";
     const Outcome outcome =
         run({"/bin/sh", "-c",
@@ -250,11 +233,11 @@ class Authority {
   }
 
  private:
-  const Directory& directory_;
+  const TemporaryDirectory& directory_;
 };
 
 TEST(RemoteTls, TheServerMustProveWhoItIs) {
-  const Directory directory;
+  const TemporaryDirectory directory;
   const Authority authority(directory);
   const Service service(kExampleHost, authority.ofService());
   const Words names = {"names", "Orvane_Processor"};
@@ -289,7 +272,7 @@ TEST(RemoteTls, TheServerMustProveWhoItIs) {
 }
 
 TEST(RemoteLogin, AWrongPasswordIsTold) {
-  const Directory directory;
+  const TemporaryDirectory directory;
   const Service service(kExampleHost, {"--pam"});
   const std::string url = "http://nobody-of-ours@127.0.0.1:" + service.port();
   const std::string password = directory.write("password", "not the one\n");
@@ -303,7 +286,7 @@ TEST(RemoteLogin, AWrongPasswordIsTold) {
 }
 
 TEST(RemoteLogin, WithoutAPasswordAndATerminalItSaysWhatIsMissing) {
-  const Directory directory;  // a home without .netrc
+  const TemporaryDirectory directory;  // a home without .netrc
   const std::string command = "exec setsid " + kOrvcim + " --url https://admin@127.0.0.1:9 list";
   const Outcome outcome =
       run({"/usr/bin/env", "HOME=" + directory.file(""), "/bin/sh", "-c", command});
@@ -340,7 +323,7 @@ TEST(RemoteUsage, WhatCannotBeUsedIsToldBeforeAnyRequest) {
 
 // ---- Many hosts ----
 
-constexpr const char* kWornDisk = R"({"systemName": "host-8", "hardware": {"disks": [
+constexpr const char* kHostWithAWornDisk = R"({"systemName": "host-8", "hardware": {"disks": [
     {"id": "nvme-1", "name": "nvme0n1", "CriticalWarning": 1, "AvailableSpare": 3}]}})";
 
 class FleetTest : public testing::Test {
@@ -354,8 +337,8 @@ class FleetTest : public testing::Test {
     return run(Words{kOrvcim, "--hosts", hosts_} + arguments);
   }
 
-  const Directory directory_;
-  const SimulatedHostFile worn_{kWornDisk};
+  const TemporaryDirectory directory_;
+  const SimulatedHostFile worn_{kHostWithAWornDisk};
   const Service first_;
   const Service second_{worn_.path()};
   Service gone_;

@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using List = std::unique_ptr<HSI_ParamList, decltype(&HSI_ParamListDestroy)>;
 
-SimulatedHost hostOf(std::string_view text) { return std::get<SimulatedHost>(parseHost(text)); }
+SimulatedHost parsedHost(std::string_view text) { return std::get<SimulatedHost>(parseHost(text)); }
 
 List none() { return {HSI_ParamListCreate(1, 0), HSI_ParamListDestroy}; }
 
@@ -104,47 +104,48 @@ constexpr std::string_view kProcessors = R"({"processors": {
       {"cores": [{"vendor": "AuthenticAMD"}]}]}})";
 
 TEST(HsiInterfaces, AreListedInTheOrderOfTheFile) {
-  EXPECT_THAT(namesIn(listed(hostOf(kInterfaces), 214, none())), ElementsAre("hk0", "hk1", "hk2"));
-  EXPECT_THAT(namesIn(listed(hostOf("{}"), 214, none())), IsEmpty());
+  EXPECT_THAT(namesIn(listed(parsedHost(kInterfaces), 214, none())),
+              ElementsAre("hk0", "hk1", "hk2"));
+  EXPECT_THAT(namesIn(listed(parsedHost("{}"), 214, none())), IsEmpty());
 }
 
 TEST(HsiInterfaces, ParametersMayBeNullForANodeWithoutInstances) {
   HSI_ParamList* list = nullptr;
-  ASSERT_EQ(listNode(hostOf(kInterfaces), 214, nullptr, &list), 0);
+  ASSERT_EQ(listNode(parsedHost(kInterfaces), 214, nullptr, &list), 0);
   EXPECT_EQ(HSI_ParamListUsedCount(list), 3U);
   HSI_ParamListDestroy(list);
   std::array<char, 36> bytes{};
-  EXPECT_EQ(readNode(hostOf("{}"), 605, nullptr, bytes.data(), bytes.size()), 0);
+  EXPECT_EQ(readNode(parsedHost("{}"), 605, nullptr, bytes.data(), bytes.size()), 0);
 }
 
 TEST(HsiInterfaces, Ipv4IsFourBytesInNetworkOrder) {
-  const SimulatedHost host = hostOf(kInterfaces);
+  const SimulatedHost host = parsedHost(kInterfaces);
   EXPECT_EQ(read(host, 239, named({"hk0"}), 4), std::string("\x0a\x00\x00\x07", 4));
   EXPECT_EQ(read(host, 239, named({"hk1"}), 4), std::string("\x0a\x00\x01\x07", 4));
   EXPECT_EQ(read(host, 240, named({"hk0"}), 4), std::string("\xff\xff\xfe\x00", 4));
 }
 
 TEST(HsiInterfaces, NullIpv4FailsTheAddressAndTheNetmask) {
-  const SimulatedHost host = hostOf(kInterfaces);
+  const SimulatedHost host = parsedHost(kInterfaces);
   EXPECT_NE(statusOfRead(host, 239, named({"hk2"}), 4), 0);
   EXPECT_NE(statusOfRead(host, 240, named({"hk2"}), 4), 0);
 }
 
 TEST(HsiInterfaces, NullNetmaskFailsTheNetmaskAlone) {
-  const SimulatedHost host = hostOf(kInterfaces);
+  const SimulatedHost host = parsedHost(kInterfaces);
   EXPECT_EQ(statusOfRead(host, 239, named({"hk1"}), 4), 0);
   EXPECT_NE(statusOfRead(host, 240, named({"hk1"}), 4), 0);
 }
 
 TEST(HsiInterfaces, Ipv6AddressesAreListedByIdentifier) {
-  const SimulatedHost host = hostOf(kInterfaces);
+  const SimulatedHost host = parsedHost(kInterfaces);
   EXPECT_THAT(namesIn(listed(host, 243, named({"hk0"}))), ElementsAre("fe80::1", "b"));
   EXPECT_THAT(namesIn(listed(host, 243, named({"hk1"}))), IsEmpty());
   EXPECT_NE(statusOfList(host, 243, named({"hk9"})), 0);
 }
 
 TEST(HsiInterfaces, Ipv6ValueIsTextAndPrefixLength) {
-  const SimulatedHost host = hostOf(kInterfaces);
+  const SimulatedHost host = parsedHost(kInterfaces);
   const std::string first = read(host, 244, named({"hk0", "fe80::1"}), 68);
   EXPECT_STREQ(first.c_str(), "fe80::1");
   EXPECT_EQ(word(first, 48), 64U);
@@ -156,7 +157,7 @@ TEST(HsiInterfaces, Ipv6ValueIsTextAndPrefixLength) {
 }
 
 TEST(HsiInterfaces, Ipv6TextIsCutToItsField) {
-  const SimulatedHost host = hostOf(
+  const SimulatedHost host = parsedHost(
       R"({"interfaces": [{"name": "hk0", "ipv6": [{"id": "a", "prefixLength": 65,
           "address": "0123456789012345678901234567890123456789012345678901234567890"}]}]})");
   const std::string value = read(host, 244, named({"hk0", "a"}), 68);
@@ -165,42 +166,42 @@ TEST(HsiInterfaces, Ipv6TextIsCutToItsField) {
 }
 
 TEST(HsiProcessors, TopologyBeginsWithHyperThreading) {
-  const std::string value = read(hostOf(kProcessors), 605, none(), 36);
+  const std::string value = read(parsedHost(kProcessors), 605, none(), 36);
   EXPECT_EQ(word(value, 0), 2U);
   EXPECT_EQ(text(value, 4, 32), std::string(32, '\0'));
 }
 
 TEST(HsiProcessors, ModelNameFillsItsNodeWithoutNul) {
-  EXPECT_STREQ(read(hostOf(kProcessors), 606, none(), 48).c_str(), "A CPU");
-  const SimulatedHost host = hostOf(
+  EXPECT_STREQ(read(parsedHost(kProcessors), 606, none(), 48).c_str(), "A CPU");
+  const SimulatedHost host = parsedHost(
       R"({"processors": {"modelName": "0123456789012345678901234567890123456789012345678901"}})");
   EXPECT_EQ(read(host, 606, none(), 48), "012345678901234567890123456789012345678901234567");
 }
 
 TEST(HsiProcessors, PowerPolicyStandsFromByteEight) {
-  const std::string value = read(hostOf(kProcessors), 1444, none(), 588);
+  const std::string value = read(parsedHost(kProcessors), 1444, none(), 588);
   EXPECT_EQ(text(value, 0, 8), std::string(8, '\0'));
   EXPECT_STREQ(value.c_str() + 8, "balanced");
 }
 
 TEST(HsiProcessors, PowerPolicyAlwaysEndsWithNul) {
   const SimulatedHost host =
-      hostOf(R"({"processors": {"powerPolicy": ")" + std::string(600, 'x') + "\"}}");
+      parsedHost(R"({"processors": {"powerPolicy": ")" + std::string(600, 'x') + "\"}}");
   const std::string value = read(host, 1444, none(), 588);
   EXPECT_EQ(text(value, 8, 579), std::string(579, 'x'));
   EXPECT_EQ(value[587], '\0');
 }
 
 TEST(HsiProcessors, CoresAreNumberedThroughAllPackages) {
-  const SimulatedHost host = hostOf(kProcessors);
+  const SimulatedHost host = parsedHost(kProcessors);
   EXPECT_THAT(numbersIn(listed(host, 607, none())), ElementsAre(0, 1, 2));
   EXPECT_THAT(numbersIn(listed(host, 608, none())), ElementsAre(0, 1));
-  EXPECT_THAT(numbersIn(listed(hostOf("{}"), 608, none())), IsEmpty());
-  EXPECT_THAT(numbersIn(listed(hostOf("{}"), 607, none())), IsEmpty());
+  EXPECT_THAT(numbersIn(listed(parsedHost("{}"), 608, none())), IsEmpty());
+  EXPECT_THAT(numbersIn(listed(parsedHost("{}"), 607, none())), IsEmpty());
 }
 
 TEST(HsiProcessors, PackageTellsTheCountOfTheFile) {
-  const SimulatedHost host = hostOf(kProcessors);
+  const SimulatedHost host = parsedHost(kProcessors);
   EXPECT_EQ(word(read(host, 608, numbered(0), 4), 0), 5U);
   EXPECT_EQ(word(read(host, 608, numbered(1), 4), 0), 1U);
 }
@@ -213,28 +214,28 @@ TEST(HsiProcessors, CoreDataStandsAtItsOffsets) {
   expected[68] = 2;
   expected[100] = 3;
   expected[104] = 4;
-  EXPECT_EQ(read(hostOf(kProcessors), 607, numbered(0), 200), expected);
+  EXPECT_EQ(read(parsedHost(kProcessors), 607, numbered(0), 200), expected);
 }
 
 TEST(HsiProcessors, VendorRegistersAreEbxEcxEdx) {
-  const std::string value = read(hostOf(kProcessors), 607, numbered(2), 200);
+  const std::string value = read(parsedHost(kProcessors), 607, numbered(2), 200);
   EXPECT_EQ(text(value, 48, 12), "AuthcAMDenti");
 }
 
 TEST(HsiProcessors, RunningIsByte64OfTheState) {
-  const SimulatedHost host = hostOf(kProcessors);
+  const SimulatedHost host = parsedHost(kProcessors);
   EXPECT_NE(read(host, 800, numbered(0), 160)[64], 0);
   EXPECT_EQ(read(host, 800, numbered(1), 160), std::string(160, '\0'));
   EXPECT_NE(read(host, 800, numbered(2), 160)[64], 0);
 }
 
 TEST(HsiProcessors, DetailCanBeReadOfEveryCore) {
-  const SimulatedHost host = hostOf(kProcessors);
+  const SimulatedHost host = parsedHost(kProcessors);
   for (std::int32_t core : {0, 1, 2}) EXPECT_EQ(statusOfRead(host, 801, numbered(core), 76), 0);
 }
 
 TEST(HsiProcessors, AnInstancePastTheEndOrNegativeFails) {
-  const SimulatedHost host = hostOf(kProcessors);
+  const SimulatedHost host = parsedHost(kProcessors);
   EXPECT_NE(statusOfRead(host, 607, numbered(3), 200), 0);
   EXPECT_NE(statusOfRead(host, 607, numbered(-1), 200), 0);
   EXPECT_NE(statusOfRead(host, 608, numbered(2), 4), 0);
@@ -269,8 +270,8 @@ constexpr SizedNode kSizedNodes[] = {{239, 4},   {240, 4}, {244, 68},  {605, 36}
                                      {607, 200}, {608, 4}, {800, 160}, {801, 76}, {1444, 588}};
 
 SimulatedHost fullHost() {
-  SimulatedHost host = hostOf(kProcessors);
-  host.interfaces = hostOf(kInterfaces).interfaces;
+  SimulatedHost host = parsedHost(kProcessors);
+  host.interfaces = parsedHost(kInterfaces).interfaces;
   return host;
 }
 
@@ -341,7 +342,8 @@ TEST(HsiFaults, AFailingNodeFailsEveryReadAndList) {
 TEST(HsiFaults, AFailingInterfaceFailsItsOwnReadAlone) {
   SimulatedHost host = fullHost();
   host.hsi =
-      hostOf(R"({"hsi": {"failInstances": {"239": ["hk1"], "240": ["hk0"], "243": ["hk2"]}}})").hsi;
+      parsedHost(R"({"hsi": {"failInstances": {"239": ["hk1"], "240": ["hk0"], "243": ["hk2"]}}})")
+          .hsi;
   EXPECT_EQ(statusOfRead(host, 239, named({"hk0"}), 4), 0);
   EXPECT_EQ(statusOfRead(host, 239, named({"hk1"}), 4), 1);
   EXPECT_EQ(statusOfRead(host, 240, named({"hk0"}), 4), 1);
@@ -351,7 +353,7 @@ TEST(HsiFaults, AFailingInterfaceFailsItsOwnReadAlone) {
 
 TEST(HsiFaults, AFailingAddressIsNamedByItsIdentifier) {
   SimulatedHost host = fullHost();
-  host.hsi = hostOf(R"({"hsi": {"failInstances": {"244": ["b", "hk0"]}}})").hsi;
+  host.hsi = parsedHost(R"({"hsi": {"failInstances": {"244": ["b", "hk0"]}}})").hsi;
   EXPECT_EQ(statusOfRead(host, 244, named({"hk0", "fe80::1"}), 68), 0);
   EXPECT_EQ(statusOfRead(host, 244, named({"hk0", "b"}), 68), 1);
   EXPECT_THAT(namesIn(listed(host, 243, named({"hk0"}))), ElementsAre("fe80::1", "b"));
@@ -368,7 +370,7 @@ TEST(HsiFaults, AFailingPackageOrCoreIsNumbered) {
                {R"({"hsi": {"failInstances": {"801": [1]}}})", 801, 76}};
   for (const auto& row : kRows) {
     SimulatedHost host = fullHost();
-    host.hsi = hostOf(row.hsi).hsi;
+    host.hsi = parsedHost(row.hsi).hsi;
     EXPECT_EQ(statusOfRead(host, row.node, numbered(0), row.size), 0) << row.node;
     EXPECT_EQ(statusOfRead(host, row.node, numbered(1), row.size), 1) << row.node;
   }
@@ -376,7 +378,7 @@ TEST(HsiFaults, AFailingPackageOrCoreIsNumbered) {
 
 TEST(HsiFaults, FailingInstancesAreStillListed) {
   SimulatedHost host = fullHost();
-  host.hsi = hostOf(R"({"hsi": {"failInstances": {"607": [0], "608": [0]}}})").hsi;
+  host.hsi = parsedHost(R"({"hsi": {"failInstances": {"607": [0], "608": [0]}}})").hsi;
   EXPECT_THAT(numbersIn(listed(host, 607, none())), ElementsAre(0, 1, 2));
   EXPECT_THAT(numbersIn(listed(host, 608, none())), ElementsAre(0, 1));
 }

@@ -1,0 +1,1 @@
+// Nothing but what is precompiled.

@@ -244,16 +244,12 @@ broker::ClassSource RemoteClient::classes(const std::string& nameSpace) {
       [&classes = *known](std::string_view name) { return classes.find(name); });
 }
 
-Reply RemoteClient::enumerateNames(const std::string& nameSpace) {
+ServedClasses RemoteClient::servedClasses(const std::string& nameSpace) {
   Call wanted;
   wanted.method = "EnumerateClassNames";
   wanted.nameSpace = nameSpace;
   setText(wanted, "DeepInheritance", "TRUE");
-  return call(std::move(wanted));
-}
-
-ServedClasses RemoteClient::servedClasses(const std::string& nameSpace) {
-  const Reply reply = enumerateNames(nameSpace);
+  const Reply reply = call(std::move(wanted));
   if (reply.failure) return {reply.failure->rc(), reply.failure->what(), {}};
   const std::vector<std::string>& all = reply.classNames;
   const auto isStandard = [](const std::string& name) {

@@ -52,7 +52,6 @@ class RemoteClient : public CimClient {
   };
 
   cimxml::Reply call(cimxml::Call call);
-  cimxml::Reply enumerateNames(const std::string& nameSpace);
   void completePath(const broker::Request& request, broker::Instance& instance);
   IndicationListener& listener();
   broker::Response create(broker::Instance instance, Subscription& subscription);

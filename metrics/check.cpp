@@ -30,9 +30,7 @@ std::optional<double> numberOf(const Instance& instance, const char* property,
 
 std::optional<std::uint64_t> counterOf(const Instance& instance, const char* property) {
   const broker::Value* value = instance.property(property);
-  if (value == nullptr || value->null) return std::nullopt;
-  const auto* count = std::get_if<std::uint64_t>(&value->content);
-  return count == nullptr ? std::nullopt : std::optional<std::uint64_t>(*count);
+  return value == nullptr ? std::nullopt : codeOf(*value);
 }
 
 std::optional<bool> truthOf(const std::optional<double>& number) {
@@ -153,21 +151,6 @@ std::string labelText(const std::string& text) {
   return "'" + label + "'";
 }
 
-/// How bad a verdict is: a known fault is worse than something unknown.
-int badness(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kOk:
-      return 0;
-    case Verdict::kUnknown:
-      return 1;
-    case Verdict::kWarning:
-      return 2;
-    case Verdict::kCritical:
-      return 3;
-  }
-  return 1;
-}
-
 Verdict verdictOf(double value, const Thresholds& thresholds) {
   if (thresholds.critical && thresholds.critical->alerts(value)) return Verdict::kCritical;
   if (thresholds.warning && thresholds.warning->alerts(value)) return Verdict::kWarning;
@@ -178,19 +161,15 @@ std::string rangeText(const std::optional<ThresholdRange>& range) {
   return range ? range->text() : "";
 }
 
-const char* nameOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kOk:
-      return "OK";
-    case Verdict::kWarning:
-      return "WARNING";
-    case Verdict::kCritical:
-      return "CRITICAL";
-    case Verdict::kUnknown:
-      break;
-  }
-  return "UNKNOWN";
-}
+struct VerdictRow {
+  const char* name;
+  int badness;  ///< a known fault is worse than something unknown
+};
+
+/// By the numbers of the verdicts.
+constexpr VerdictRow kVerdicts[] = {{"OK", 0}, {"WARNING", 2}, {"CRITICAL", 3}, {"UNKNOWN", 1}};
+
+const VerdictRow& rowOf(Verdict verdict) { return kVerdicts[static_cast<std::size_t>(verdict)]; }
 
 /// Builds the status line: the problems, the worst first, or else what was checked.
 class Line {
@@ -210,7 +189,7 @@ class Line {
 
   CheckResult result() {
     std::stable_sort(problems_.begin(), problems_.end(), [](const auto& a, const auto& b) {
-      return badness(a.verdict) > badness(b.verdict);
+      return rowOf(a.verdict).badness > rowOf(b.verdict).badness;
     });
     CheckResult result;
     result.verdict = problems_.empty() ? Verdict::kOk : problems_.front().verdict;
@@ -219,7 +198,7 @@ class Line {
     texts.insert(texts.end(), notes_.begin(), notes_.end());
     std::string joined;
     for (const std::string& text : texts) joined += (joined.empty() ? "" : "; ") + text;
-    result.line = "ORVANE " + std::string(nameOf(result.verdict)) + " - " + statusText(joined);
+    result.line = "ORVANE " + std::string(rowOf(result.verdict).name) + " - " + statusText(joined);
     if (!performance_.empty()) result.line += " |" + performance_;
     return result;
   }

@@ -29,11 +29,6 @@ std::optional<double> numberOf(const Value& value) {
   return std::nullopt;
 }
 
-std::optional<std::uint64_t> codeOf(const Value& value) {
-  const auto* number = value.null ? nullptr : std::get_if<std::uint64_t>(&value.content);
-  return number == nullptr ? std::nullopt : std::optional<std::uint64_t>(*number);
-}
-
 template <int kDivisor>
 std::optional<double> dividedBy(const Value& value) {
   const std::optional<double> number = numberOf(value);
@@ -60,19 +55,21 @@ std::optional<double> secondsSinceEpoch(const Value& value) {
   return static_cast<double>(time->microseconds) / kMicrosecondsPerSecond;
 }
 
-bool isPortState(std::uint64_t state) {
-  return state == kEnabled || state == kDisabled || state == kEnabledButOffline;
+std::optional<std::uint64_t> portState(const Value& value) {
+  const std::optional<std::uint64_t> state = codeOf(value);
+  const bool known = state == kEnabled || state == kDisabled || state == kEnabledButOffline;
+  return known ? state : std::nullopt;
 }
 
 std::optional<double> portEnabled(const Value& value) {
-  const std::optional<std::uint64_t> state = codeOf(value);
-  if (!state || !isPortState(*state)) return std::nullopt;
+  const std::optional<std::uint64_t> state = portState(value);
+  if (!state) return std::nullopt;
   return *state == kDisabled ? 0 : 1;
 }
 
 std::optional<double> portUp(const Value& value) {
-  const std::optional<std::uint64_t> state = codeOf(value);
-  if (!state || !isPortState(*state)) return std::nullopt;
+  const std::optional<std::uint64_t> state = portState(value);
+  if (!state) return std::nullopt;
   return *state == kEnabled ? 1 : 0;
 }
 
@@ -96,6 +93,11 @@ const Conversion kHealth = {"0, 5, 10, ..., 30", &numberOf};
 const Conversion kPortEnabled = {"0 or 1", &portEnabled};
 const Conversion kPortUp = {"0 or 1", &portUp};
 const Conversion kCpuRunning = {"0 or 1", &cpuRunning};
+
+std::optional<std::uint64_t> codeOf(const Value& value) {
+  const auto* number = value.null ? nullptr : std::get_if<std::uint64_t>(&value.content);
+  return number == nullptr ? std::nullopt : std::optional<std::uint64_t>(*number);
+}
 
 std::string plainText(const Value& value) {
   if (value.null) return "";

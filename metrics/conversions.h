@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -28,6 +29,9 @@ extern const Conversion kHealth;        ///< DMTF's HealthState, 0 to 30
 extern const Conversion kPortEnabled;   ///< EnabledState: 0 when it is Disabled
 extern const Conversion kPortUp;        ///< EnabledState: 1 when it is Enabled, which needs a link
 extern const Conversion kCpuRunning;    ///< CPUStatus: 1 when it is enabled
+
+/// The number of an unsigned property. Absent for null and for another type.
+std::optional<std::uint64_t> codeOf(const broker::Value& value);
 
 /// How a property becomes the text of a label. Empty: there is no such label.
 using LabelText = std::string (*)(const broker::Value& value);

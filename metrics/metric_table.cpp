@@ -24,7 +24,6 @@ MetricRow counter(const char* name, const char* property, const Conversion& conv
 const ClassRows kPorts = {
     "Orvane_EthernetPort",
     {{"device", "DeviceID"}},
-    nullptr,
     {info("orvane_port_info", "An Ethernet port of the host.",
           {{"address", "PermanentAddress", &macText}}),
      gauge("orvane_port_enabled", "EnabledState", kPortEnabled,
@@ -38,20 +37,17 @@ const ClassRows kPorts = {
 
 const ClassRows kDrivers = {"Orvane_EPDriverSoftwareIdentity",
                             {{"device", "InstanceID", &lastPartText}},
-                            nullptr,
                             {info("orvane_port_driver_info", "The driver of an Ethernet port.",
                                   {{"driver", "VersionString"}})}};
 
 const ClassRows kFirmware = {"Orvane_EPFirmwareSoftwareIdentity",
                              {{"device", "InstanceID", &lastPartText}},
-                             nullptr,
                              {info("orvane_port_firmware_info", "The firmware of an Ethernet port.",
                                    {{"firmware", "VersionString"}})}};
 
 const ClassRows kStatistics = {
     "Orvane_EPStatisticalInformation",
     {{"device", "InstanceID", &lastPartText}},
-    nullptr,
     {
         counter("orvane_port_receive_packets_total", "packetsRx", kAsIs, "Packets received."),
         counter("orvane_port_receive_bytes_total", "bytesRx", kBytes, "Bytes received."),
@@ -92,7 +88,6 @@ const ClassRows kStatistics = {
 const ClassRows kCoalescing = {
     "Orvane_EPCoalesceSettingData",
     {{"device", "InstanceID", &lastPartText}},
-    nullptr,
     {
         gauge("orvane_port_coalesce_receive_adaptive", "adaptiveRX", kFlag,
               "Whether receive coalescing adapts to the load."),
@@ -143,21 +138,18 @@ const ClassRows kCoalescing = {
 const ClassRows kIpv4 = {
     "Orvane_KernelIPv4ProtocolEndpoint",
     {{"device", "Name"}, {"address", "IPv4Address"}},
-    nullptr,
     {info("orvane_ipv4_address_info", "The first IPv4 address of a kernel network interface.",
           {{"netmask", "SubnetMask"}})}};
 
 const ClassRows kIpv6 = {
     "Orvane_KernelIPv6ProtocolEndpoint",
     {{"device", "Name"}, {"address", "IPv6Address"}},
-    nullptr,
     {info("orvane_ipv6_address_info", "An IPv6 address of a kernel network interface.",
           {{"prefix_length", "PrefixLength"}})}};
 
 const ClassRows kProcessors = {
     "Orvane_Processor",
     {{"processor", "DeviceID"}},
-    nullptr,
     {info("orvane_processor_info", "A processor package.",
           {{"vendor", "Vendor", &vendorText}, {"model", "ModelName"}, {"stepping", "Stepping"}}),
      gauge("orvane_processor_cores", "NumberOfEnabledCores", kAsIs, "Cores of the package."),
@@ -167,7 +159,6 @@ const ClassRows kProcessors = {
 const ClassRows kImages = {
     "Orvane_HypervisorSoftwareIdentity",
     {{"bank", "InstanceID", &bankText}},
-    nullptr,
     {info("orvane_image_info", "An image of the hypervisor: the running or the alternate one.",
           {{"product", "Name"}, {"version", "VersionString"}}),
      gauge("orvane_image_release_time_seconds", "ReleaseDate", kTime, "When it was released."),
@@ -176,7 +167,6 @@ const ClassRows kImages = {
 const ClassRows kRollup = {
     "Orvane_RollupHealthState",
     {},
-    nullptr,
     {gauge("orvane_health_rollup_state", "HealthState", kHealth,
            "The worst health of all monitored elements at the last poll: 0 unknown, 5 OK, 10 "
            "degraded, 15 minor, 20 major, 25 critical failure, 30 not recoverable.")}};
@@ -184,12 +174,12 @@ const ClassRows kRollup = {
 const ClassRows kLatched = {
     "Orvane_LatchedHealthState",
     {{"event", "EventId"}, {"class", "LatchedClassName"}},
-    "Orvane_LatchedHealthAssociation",
     {gauge("orvane_latched_health_state", "HealthState", kHealth,
            "The worst health in which an element was ever seen, for elements that were ever not "
            "OK; numbered as orvane_health_rollup_state."),
      gauge("orvane_latched_health_timestamp_seconds", "Timestamp", kTime,
-           "When that health was first seen.")}};
+           "When that health was first seen.")},
+    "Orvane_LatchedHealthAssociation"};
 
 }  // namespace
 

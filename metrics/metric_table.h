@@ -29,10 +29,10 @@ struct MetricRow {
 struct ClassRows {
   const char* className;
   std::vector<LabelRow> labels;  ///< of every metric, which tell instances apart
+  std::vector<MetricRow> metrics;
   /// The association from an instance to the element that it is about, which label "element" names.
   /// Null: none.
-  const char* elementThrough;
-  std::vector<MetricRow> metrics;
+  const char* elementThrough = nullptr;
 };
 
 /// In the order in which they are printed.

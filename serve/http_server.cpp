@@ -232,16 +232,10 @@ struct HttpServer::Impl {
                            : static_cast<ConnectionTable::Connection*>(info->socket_context);
   }
 
-  static MHD_Result addHeader(void* head, MHD_ValueKind, const char* name, const char* value) try {
-    static_cast<RequestHead*>(head)->headers.emplace_back(name, value == nullptr ? "" : value);
-    return MHD_YES;
-  } catch (const std::exception&) {
-    return MHD_NO;
-  }
-
-  static MHD_Result addParameter(void* request, MHD_ValueKind, const char* name,
-                                 const char* value) try {
-    static_cast<GetRequest*>(request)->parameters.emplace_back(name, value == nullptr ? "" : value);
+  /// Appends a header or a parameter to a list of them.
+  static MHD_Result append(void* list, MHD_ValueKind, const char* name, const char* value) try {
+    static_cast<std::vector<std::pair<std::string, std::string>>*>(list)->emplace_back(
+        name, value == nullptr ? "" : value);
     return MHD_YES;
   } catch (const std::exception&) {
     return MHD_NO;
@@ -252,22 +246,21 @@ struct HttpServer::Impl {
     RequestHead head;
     head.method = method;
     exchange.reads = head.reads();
-    MHD_get_connection_values(connection, MHD_HEADER_KIND, &addHeader, &head);
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &append, &head.headers);
     exchange.refusal =
         exchange.place == nullptr || exchange.place->overLimit ? 503 : refusalOf(head, rules);
     if (exchange.refusal == 0) exchange.client.address = exchange.place->address;
     if (exchange.refusal == 0 && !identify(connection, head, exchange)) {
       exchange.refusal = settings.authenticator != nullptr ? 401 : 403;
     }
-    if (exchange.refusal == 0 && exchange.reads) readTarget(connection, path, exchange.get);
+    if (exchange.refusal == 0 && exchange.reads) {
+      exchange.get.path = path;
+      MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &append,
+                                &exchange.get.parameters);
+    }
     if (exchange.refusal == 0) return MHD_YES;
     // A body whose length is unclear is not read.
     return exchange.refusal != 400 && mayFinish(head) ? MHD_YES : send(connection, exchange);
-  }
-
-  static void readTarget(MHD_Connection* connection, const char* path, GetRequest& request) {
-    request.path = path;
-    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &addParameter, &request);
   }
 
   /// Whether the body of a refused request is read and discarded before the answer is sent, so that

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "cimxml/messages.h"
-#include "serve/local_path.h"
+#include "serve/objects.h"
 
 namespace orv::serve {
 namespace {

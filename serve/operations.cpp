@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "cimxml/request_reader.h"
+#include "serve/objects.h"
 #include "serve/query.h"
 
 namespace orv::serve {
@@ -48,6 +49,21 @@ Operations::Operations(broker::Broker& broker, const Namespaces& namespaces, Int
   }
 }
 
+template <Operation operation>
+void Operations::writeRelated(RequestContext& context) {
+  if (context.flag("IncludeClassOrigin", false)) context.writer.setOriginClasses(&context.classes);
+  for (const Instance& one : related(context, operation, "ObjectName")) {
+    context.writer.objectWithPath(one);
+  }
+}
+
+template <Operation operation>
+void Operations::writeRelatedNames(RequestContext& context) {
+  for (const Instance& one : related(context, operation, "ObjectName")) {
+    context.writer.objectPath(one.path);
+  }
+}
+
 const std::map<std::string, Operations::Handler, broker::NameLess>& Operations::handlers() {
   static const std::map<std::string, Handler, broker::NameLess> table = {
       {"EnumerateInstanceNames", &Operations::enumerateInstanceNames},
@@ -57,10 +73,10 @@ const std::map<std::string, Operations::Handler, broker::NameLess>& Operations::
       {"ModifyInstance", &Operations::modifyInstance},
       {"DeleteInstance", &Operations::deleteInstance},
       {"ExecQuery", &Operations::execQuery},
-      {"Associators", &Operations::associators},
-      {"AssociatorNames", &Operations::associatorNames},
-      {"References", &Operations::references},
-      {"ReferenceNames", &Operations::referenceNames},
+      {"Associators", &Operations::writeRelated<Operation::kAssociators>},
+      {"AssociatorNames", &Operations::writeRelatedNames<Operation::kAssociatorNames>},
+      {"References", &Operations::writeRelated<Operation::kReferences>},
+      {"ReferenceNames", &Operations::writeRelatedNames<Operation::kReferenceNames>},
       {"GetClass", &Operations::getClass},
       {"EnumerateClasses", &Operations::enumerateClasses},
       {"EnumerateClassNames", &Operations::enumerateClassNames},
@@ -68,14 +84,14 @@ const std::map<std::string, Operations::Handler, broker::NameLess>& Operations::
       {"EnumerateQualifiers", &Operations::enumerateQualifiers},
       {"OpenEnumerateInstances", &Operations::openEnumerateInstances},
       {"OpenEnumerateInstancePaths", &Operations::openEnumerateInstancePaths},
-      {"OpenAssociatorInstances", &Operations::openAssociatorInstances},
-      {"OpenAssociatorInstancePaths", &Operations::openAssociatorInstancePaths},
-      {"OpenReferenceInstances", &Operations::openReferenceInstances},
-      {"OpenReferenceInstancePaths", &Operations::openReferenceInstancePaths},
+      {"OpenAssociatorInstances", &Operations::openRelated<Operation::kAssociators>},
+      {"OpenAssociatorInstancePaths", &Operations::openRelated<Operation::kAssociatorNames>},
+      {"OpenReferenceInstances", &Operations::openRelated<Operation::kReferences>},
+      {"OpenReferenceInstancePaths", &Operations::openRelated<Operation::kReferenceNames>},
       {"OpenQueryInstances", &Operations::openQueryInstances},
-      {"PullInstancesWithPath", &Operations::pullInstancesWithPath},
-      {"PullInstancePaths", &Operations::pullInstancePaths},
-      {"PullInstances", &Operations::pullInstances},
+      {"PullInstancesWithPath", &Operations::pull<PullKind::kInstancesWithPath>},
+      {"PullInstancePaths", &Operations::pull<PullKind::kInstancePaths>},
+      {"PullInstances", &Operations::pull<PullKind::kInstances>},
       {"CloseEnumeration", &Operations::closeEnumeration},
   };
   return table;
@@ -131,7 +147,7 @@ std::vector<Instance> Operations::instancesOf(RequestContext& context) {
     instances = std::move(response.instances);
   }
   for (Instance& instance : instances) {
-    context.applyPropertyList(instance, list);
+    keepListed(instance, list);
     context.applyLocalOnly(instance);
     context.applyDeepInheritance(instance);
   }
@@ -160,7 +176,7 @@ void Operations::getInstance(RequestContext& context) {
     if (response.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND);
     instance = response.instances.front();
   }
-  context.applyPropertyList(instance, list);
+  keepListed(instance, list);
   context.applyLocalOnly(instance);
   context.writer.instance(instance);
 }
@@ -251,34 +267,8 @@ std::vector<Instance> Operations::related(RequestContext& context, Operation ope
     if (names) return withPaths(std::move(response.paths));
     instances = std::move(response.instances);
   }
-  for (Instance& instance : instances) context.applyPropertyList(instance, list);
+  for (Instance& instance : instances) keepListed(instance, list);
   return instances;
-}
-
-void Operations::associators(RequestContext& context) {
-  if (context.flag("IncludeClassOrigin", false)) context.writer.setOriginClasses(&context.classes);
-  for (const Instance& one : related(context, Operation::kAssociators, "ObjectName")) {
-    context.writer.objectWithPath(one);
-  }
-}
-
-void Operations::associatorNames(RequestContext& context) {
-  for (const Instance& one : related(context, Operation::kAssociatorNames, "ObjectName")) {
-    context.writer.objectPath(one.path);
-  }
-}
-
-void Operations::references(RequestContext& context) {
-  if (context.flag("IncludeClassOrigin", false)) context.writer.setOriginClasses(&context.classes);
-  for (const Instance& one : related(context, Operation::kReferences, "ObjectName")) {
-    context.writer.objectWithPath(one);
-  }
-}
-
-void Operations::referenceNames(RequestContext& context) {
-  for (const Instance& one : related(context, Operation::kReferenceNames, "ObjectName")) {
-    context.writer.objectPath(one.path);
-  }
 }
 
 }  // namespace orv::serve

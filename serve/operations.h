@@ -55,10 +55,10 @@ class Operations {
   void execQuery(RequestContext& context);
 
   // Associations.
-  void associators(RequestContext& context);
-  void associatorNames(RequestContext& context);
-  void references(RequestContext& context);
-  void referenceNames(RequestContext& context);
+  template <broker::Operation operation>
+  void writeRelated(RequestContext& context);
+  template <broker::Operation operation>
+  void writeRelatedNames(RequestContext& context);
 
   // Classes; class_operations.cpp.
   void getClass(RequestContext& context);
@@ -70,17 +70,13 @@ class Operations {
   // Enumerations that are pulled; pull_operations.cpp.
   void openEnumerateInstances(RequestContext& context);
   void openEnumerateInstancePaths(RequestContext& context);
-  void openAssociatorInstances(RequestContext& context);
-  void openAssociatorInstancePaths(RequestContext& context);
-  void openReferenceInstances(RequestContext& context);
-  void openReferenceInstancePaths(RequestContext& context);
+  template <broker::Operation operation>
+  void openRelated(RequestContext& context);
   void openQueryInstances(RequestContext& context);
-  void pullInstancesWithPath(RequestContext& context);
-  void pullInstancePaths(RequestContext& context);
-  void pullInstances(RequestContext& context);
+  template <PullKind kind>
+  void pull(RequestContext& context);
   void closeEnumeration(RequestContext& context);
   void open(RequestContext& context, PullKind kind, std::vector<broker::Instance> objects);
-  void pull(RequestContext& context, PullKind kind);
 
   // Shared by classic and pulled operations. For names only the paths of the instances are used.
   std::vector<broker::Instance> instancesOf(RequestContext& context);

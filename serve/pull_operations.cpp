@@ -70,11 +70,16 @@ void Operations::open(RequestContext& context, PullKind kind, std::vector<Instan
   write(context, kind, enumerations_.open(std::move(enumeration), countOf(context)));
 }
 
-void Operations::pull(RequestContext& context, PullKind kind) {
+template <PullKind kind>
+void Operations::pull(RequestContext& context) {
   const std::size_t count = countOf(context);
   write(context, kind,
         enumerations_.pull(context.text("EnumerationContext").value_or(""), kind, count));
 }
+
+template void Operations::pull<PullKind::kInstancesWithPath>(RequestContext&);
+template void Operations::pull<PullKind::kInstancePaths>(RequestContext&);
+template void Operations::pull<PullKind::kInstances>(RequestContext&);
 
 void Operations::openEnumerateInstances(RequestContext& context) {
   requireServed(context);
@@ -86,29 +91,19 @@ void Operations::openEnumerateInstancePaths(RequestContext& context) {
   open(context, PullKind::kInstancePaths, namesOf(context));
 }
 
-void Operations::openAssociatorInstances(RequestContext& context) {
+template <Operation operation>
+void Operations::openRelated(RequestContext& context) {
+  constexpr bool kNames =
+      operation == Operation::kAssociatorNames || operation == Operation::kReferenceNames;
   requireServed(context);
-  open(context, PullKind::kInstancesWithPath,
-       related(context, Operation::kAssociators, "InstanceName"));
+  open(context, kNames ? PullKind::kInstancePaths : PullKind::kInstancesWithPath,
+       related(context, operation, "InstanceName"));
 }
 
-void Operations::openAssociatorInstancePaths(RequestContext& context) {
-  requireServed(context);
-  open(context, PullKind::kInstancePaths,
-       related(context, Operation::kAssociatorNames, "InstanceName"));
-}
-
-void Operations::openReferenceInstances(RequestContext& context) {
-  requireServed(context);
-  open(context, PullKind::kInstancesWithPath,
-       related(context, Operation::kReferences, "InstanceName"));
-}
-
-void Operations::openReferenceInstancePaths(RequestContext& context) {
-  requireServed(context);
-  open(context, PullKind::kInstancePaths,
-       related(context, Operation::kReferenceNames, "InstanceName"));
-}
+template void Operations::openRelated<Operation::kAssociators>(RequestContext&);
+template void Operations::openRelated<Operation::kAssociatorNames>(RequestContext&);
+template void Operations::openRelated<Operation::kReferences>(RequestContext&);
+template void Operations::openRelated<Operation::kReferenceNames>(RequestContext&);
 
 void Operations::openQueryInstances(RequestContext& context) {
   requireServed(context);
@@ -119,16 +114,6 @@ void Operations::openQueryInstances(RequestContext& context) {
        selected(context, context.text("FilterQuery").value_or(""),
                 context.text("FilterQueryLanguage").value_or("")));
 }
-
-void Operations::pullInstancesWithPath(RequestContext& context) {
-  pull(context, PullKind::kInstancesWithPath);
-}
-
-void Operations::pullInstancePaths(RequestContext& context) {
-  pull(context, PullKind::kInstancePaths);
-}
-
-void Operations::pullInstances(RequestContext& context) { pull(context, PullKind::kInstances); }
 
 void Operations::closeEnumeration(RequestContext& context) {
   enumerations_.close(context.text("EnumerationContext").value_or(""));

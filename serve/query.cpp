@@ -1,6 +1,5 @@
 #include "serve/query.h"
 
-#include <algorithm>
 #include <optional>
 
 #include "broker/select_expressions.h"
@@ -42,19 +41,6 @@ bool Query::selects(const Instance& instance) const {
     return classes_.isA(name, ancestor);
   };
   return broker::holds(*query_.condition, subject);
-}
-
-void Query::project(Instance& instance) const {
-  if (!query_.projection) return;
-  auto& all = instance.properties;
-  const auto isSelected = [&](const broker::Property& property) {
-    return std::any_of(
-        query_.projection->begin(), query_.projection->end(),
-        [&](const std::string& name) { return broker::sameName(name, property.name); });
-  };
-  all.erase(std::remove_if(all.begin(), all.end(),
-                           [&](const auto& property) { return !isSelected(property); }),
-            all.end());
 }
 
 }  // namespace orv::serve

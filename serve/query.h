@@ -5,6 +5,7 @@
 #include "broker/class_repository.h"
 #include "broker/values.h"
 #include "broker/wql.h"
+#include "serve/objects.h"
 
 namespace orv::serve {
 
@@ -22,7 +23,7 @@ class Query {
   const std::string& className() const { return query_.className; }
   bool selects(const broker::Instance& instance) const;
   /// Removes the properties that are not selected; none for *.
-  void project(broker::Instance& instance) const;
+  void project(broker::Instance& instance) const { keepListed(instance, query_.projection); }
 
  private:
   const broker::WqlQuery query_;

@@ -135,17 +135,4 @@ void RequestContext::applyDeepInheritance(Instance& instance) const {
   });
 }
 
-void RequestContext::applyPropertyList(Instance& instance, const broker::PropertyList& list) const {
-  if (!list) return;
-  auto& all = instance.properties;
-  all.erase(std::remove_if(all.begin(), all.end(),
-                           [&](const broker::Property& property) {
-                             return std::none_of(list->begin(), list->end(),
-                                                 [&](const std::string& name) {
-                                                   return broker::sameName(name, property.name);
-                                                 });
-                           }),
-            all.end());
-}
-
 }  // namespace orv::serve

@@ -73,9 +73,6 @@ class RequestContext {
   void applyLocalOnly(broker::Instance& instance) const;
   /// DeepInheritance FALSE: keeps what the requested class has.
   void applyDeepInheritance(broker::Instance& instance) const;
-  /// Removes properties that a provider set although the list does not name them, keys included:
-  /// those are in the path.
-  void applyPropertyList(broker::Instance& instance, const broker::PropertyList& list) const;
 
  private:
   const cimxml::Parameter* parameter(const char* name) const;

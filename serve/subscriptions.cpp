@@ -9,8 +9,8 @@
 #include "broker/wql.h"
 #include "cimxml/messages.h"
 #include "serve/addresses.h"
-#include "serve/local_path.h"
 #include "serve/log.h"
+#include "serve/objects.h"
 
 namespace orv::serve {
 namespace {
@@ -88,12 +88,6 @@ bool refersTo(const Instance& instance, const ObjectPath& path) {
 }
 
 std::size_t bytesOf(const StoredObject& object) { return storeText({object}).size(); }
-
-bool isListed(const broker::PropertyList& list, const std::string& name) {
-  return !list || std::any_of(list->begin(), list->end(), [&](const std::string& listed) {
-    return broker::sameName(listed, name);
-  });
-}
 
 }  // namespace
 

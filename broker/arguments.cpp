@@ -1,20 +1,18 @@
 #include "broker/arguments.h"
 
 #include "broker/data.h"
-#include "broker/heap.h"
 #include "broker/object_tools.h"
 #include "broker/strings.h"
 
 namespace orv::broker {
 namespace {
 
-struct ArgumentsObject : CMPIArgs, HeapEntry {
-  using Record = CMPIArgs;
+struct ArgumentsObject : BrokerObject<ArgumentsObject, CMPIArgs> {
   static constexpr const char* kKind = "argument list";
+  static CMPIArgsFT table;
 
-  explicit ArgumentsObject(PathData content);
+  explicit ArgumentsObject(PathData content) : named(std::move(content)) {}
   ArgumentsObject* clone() const { return new ArgumentsObject(named); }
-  static ArgumentsObject* own(const Record* record);
 
   PathData named;  // its keys are the arguments
 };
@@ -55,20 +53,13 @@ CMPICount argumentCount(const ArgumentsObject& self, CMPIStatus* /*out*/) {
   return static_cast<CMPICount>(self.named.keys.size());
 }
 
-CMPIArgsFT argumentsTable = {1,
-                             slot<releaseObject<ArgumentsObject>>,
-                             slot<cloneObject<ArgumentsObject>>,
-                             slot<addArgument>,
-                             slot<getArgument>,
-                             slot<getArgumentAt>,
-                             slot<argumentCount>};
-
-ArgumentsObject::ArgumentsObject(PathData content)
-    : CMPIArgs{this, &argumentsTable}, named(std::move(content)) {}
-
-ArgumentsObject* ArgumentsObject::own(const CMPIArgs* record) {
-  return ownObject<ArgumentsObject>(record, &argumentsTable, kKind);
-}
+CMPIArgsFT ArgumentsObject::table = {1,
+                                     slot<releaseObject<ArgumentsObject>>,
+                                     slot<cloneObject<ArgumentsObject>>,
+                                     slot<addArgument>,
+                                     slot<getArgument>,
+                                     slot<getArgumentAt>,
+                                     slot<argumentCount>};
 
 }  // namespace
 

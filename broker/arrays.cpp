@@ -39,23 +39,15 @@ CMPIStatus setElementAt(ArrayObject& self, CMPICount index, const CMPIValue* val
   return status(CMPI_RC_OK);
 }
 
-CMPIArrayFT arrayTable = {1,
-                          slot<releaseObject<ArrayObject>>,
-                          slot<cloneObject<ArrayObject>>,
-                          slot<arraySize>,
-                          slot<simpleType>,
-                          slot<elementAt>,
-                          slot<setElementAt>};
-
 }  // namespace
 
-ArrayObject::ArrayObject(CMPIType type, Value::Array content, bool growing)
-    : CMPIArray{nullptr, &arrayTable},
-      elementType(type),
-      elements(std::move(content)),
-      grows(growing) {
-  hdl = &elements;
-}
+CMPIArrayFT ArrayObject::table = {1,
+                                  slot<releaseObject<ArrayObject>>,
+                                  slot<cloneObject<ArrayObject>>,
+                                  slot<arraySize>,
+                                  slot<simpleType>,
+                                  slot<elementAt>,
+                                  slot<setElementAt>};
 
 CMPIArray* makeArray(CMPIType elementType, Value::Array elements) {
   return makeObject<ArrayObject>(elementType, std::move(elements), false);
@@ -68,9 +60,4 @@ CMPIArray* makeArrayOfSize(CMPICount size, CMPIType type, CMPIStatus* out) {
   return makeObject<ArrayObject>(elementType, Value::Array(size, Value::ofNull(elementType)),
                                  size == 0);
 }
-
-ArrayObject* ArrayObject::own(const CMPIArray* record) {
-  return ownObject<ArrayObject>(record, &arrayTable, kKind);
-}
-
 }  // namespace orv::broker

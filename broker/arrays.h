@@ -1,20 +1,19 @@
 #pragma once
 
-#include "broker/heap.h"
+#include "broker/object_tools.h"
 #include "broker/values.h"
 #include "cmpi/abi/cmpi_tables.h"
 
 namespace orv::broker {
 
 /// An array of one element type; elements are plain values, null until set.
-struct ArrayObject : CMPIArray, HeapEntry {
-  using Record = CMPIArray;
+struct ArrayObject : BrokerObject<ArrayObject, CMPIArray> {
   static constexpr const char* kKind = "array";
+  static CMPIArrayFT table;
 
-  ArrayObject(CMPIType type, Value::Array content, bool growing);
+  ArrayObject(CMPIType type, Value::Array content, bool growing)
+      : elementType(type), elements(std::move(content)), grows(growing) {}
   ArrayObject* clone() const { return new ArrayObject(elementType, elements, grows); }
-  /// Null for a null pointer and, with a report, for a foreign record.
-  static ArrayObject* own(const Record* record);
 
   CMPIType elementType;  ///< without the array bit; never chars
   Value::Array elements;

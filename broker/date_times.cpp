@@ -98,25 +98,16 @@ CMPIBoolean isInterval(const DateTimeObject& self, CMPIStatus* /*out*/) {
   return self.value.interval ? 1 : 0;
 }
 
-CMPIDateTimeFT dateTimeTable = {1,
-                                slot<releaseObject<DateTimeObject>>,
-                                slot<cloneObject<DateTimeObject>>,
-                                slot<binaryFormat>,
-                                slot<stringFormat>,
-                                slot<isInterval>};
-
 }  // namespace
 
-DateTimeObject::DateTimeObject(DateTime content)
-    : CMPIDateTime{nullptr, &dateTimeTable}, value(std::move(content)) {
-  hdl = &value;
-}
+CMPIDateTimeFT DateTimeObject::table = {1,
+                                        slot<releaseObject<DateTimeObject>>,
+                                        slot<cloneObject<DateTimeObject>>,
+                                        slot<binaryFormat>,
+                                        slot<stringFormat>,
+                                        slot<isInterval>};
 
 CMPIDateTime* makeDateTime(DateTime value) { return makeObject<DateTimeObject>(std::move(value)); }
-
-DateTimeObject* DateTimeObject::own(const CMPIDateTime* record) {
-  return ownObject<DateTimeObject>(record, &dateTimeTable, kKind);
-}
 
 std::optional<DateTime> parseDateTime(std::string_view text) {
   if (!hasShape(text)) return std::nullopt;

@@ -4,20 +4,18 @@
 #include <optional>
 #include <string_view>
 
-#include "broker/heap.h"
+#include "broker/object_tools.h"
 #include "broker/values.h"
 #include "cmpi/abi/cmpi_tables.h"
 
 namespace orv::broker {
 
-struct DateTimeObject : CMPIDateTime, HeapEntry {
-  using Record = CMPIDateTime;
+struct DateTimeObject : BrokerObject<DateTimeObject, CMPIDateTime> {
   static constexpr const char* kKind = "date-time";
+  static CMPIDateTimeFT table;
 
-  explicit DateTimeObject(DateTime content);
+  explicit DateTimeObject(DateTime content) : value(std::move(content)) {}
   DateTimeObject* clone() const { return new DateTimeObject(value); }
-  /// Null for a null pointer and, with a report, for a foreign record.
-  static DateTimeObject* own(const Record* record);
 
   DateTime value;
 };

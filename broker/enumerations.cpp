@@ -44,23 +44,14 @@ CMPIArray* toArray(const EnumerationObject& self, CMPIStatus* /*out*/) {
   return makeArray(type, std::move(elements));
 }
 
-CMPIEnumerationFT enumerationTable = {1,
-                                      slot<releaseObject<EnumerationObject>>,
-                                      slot<cloneObject<EnumerationObject>>,
-                                      slot<getNext>,
-                                      slot<hasNext>,
-                                      slot<toArray>};
-
 }  // namespace
 
-EnumerationObject::EnumerationObject(std::vector<Item> content)
-    : CMPIEnumeration{nullptr, &enumerationTable}, items(std::move(content)) {
-  hdl = &items;
-}
-
-EnumerationObject* EnumerationObject::own(const CMPIEnumeration* record) {
-  return ownObject<EnumerationObject>(record, &enumerationTable, kKind);
-}
+CMPIEnumerationFT EnumerationObject::table = {1,
+                                              slot<releaseObject<EnumerationObject>>,
+                                              slot<cloneObject<EnumerationObject>>,
+                                              slot<getNext>,
+                                              slot<hasNext>,
+                                              slot<toArray>};
 
 CMPIEnumeration* makeEnumeration(std::vector<EnumerationObject::Item> items) {
   return makeObject<EnumerationObject>(std::move(items));

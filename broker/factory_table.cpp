@@ -79,9 +79,9 @@ CMPIString* toString(Mb /*broker*/, const void* object, CMPIStatus* out) {
   if (object == nullptr) return nullptr;
   // In every record the table comes after the handle, so the table shows the kind.
   const auto* path = static_cast<const CMPIObjectPath*>(object);
-  if (isPathTable(path->ft)) return path->ft->toString(path, out);
+  if (path->ft == &PathObject::table) return path->ft->toString(path, out);
   const auto* instance = static_cast<const CMPIInstance*>(object);
-  if (!isInstanceTable(instance->ft)) return nullptr;
+  if (instance->ft != &InstanceObject::table) return nullptr;
   answer(out, CMPI_RC_OK);
   return makeString(InstanceObject::own(instance)->data.toPlain().toText());
 }

@@ -61,18 +61,6 @@ CMPIStatus setObjectPath(InstanceObject& self, const CMPIObjectPath* source) {
   return status(CMPI_RC_OK);
 }
 
-CMPIInstanceFT instanceTable = {1,
-                                slot<releaseObject<InstanceObject>>,
-                                slot<cloneObject<InstanceObject>>,
-                                slot<getProperty>,
-                                slot<getPropertyAt>,
-                                slot<getPropertyCount>,
-                                slot<setPropertySlot>,
-                                slot<getObjectPath>,
-                                slot<setPropertyFilter>,
-                                slot<setObjectPath>,
-                                nullptr};
-
 std::string declaredTypeName(const InstanceData& instance, const char* name) {
   const Value* current = instance.get(name);
   return current != nullptr ? typeName(current->type) : "undeclared";
@@ -80,10 +68,17 @@ std::string declaredTypeName(const InstanceData& instance, const char* name) {
 
 }  // namespace
 
-InstanceObject::InstanceObject(InstanceData content)
-    : CMPIInstance{nullptr, &instanceTable}, data(std::move(content)) {
-  hdl = &data;
-}
+CMPIInstanceFT InstanceObject::table = {1,
+                                        slot<releaseObject<InstanceObject>>,
+                                        slot<cloneObject<InstanceObject>>,
+                                        slot<getProperty>,
+                                        slot<getPropertyAt>,
+                                        slot<getPropertyCount>,
+                                        slot<setPropertySlot>,
+                                        slot<getObjectPath>,
+                                        slot<setPropertyFilter>,
+                                        slot<setObjectPath>,
+                                        nullptr};
 
 CMPIInstance* makeInstance(InstanceData data) {
   return makeObject<InstanceObject>(std::move(data));
@@ -114,12 +109,6 @@ CMPIInstance* newInstance(const CMPIObjectPath* path, CMPIStatus* out) {
   answer(out, CMPI_RC_OK);
   return makeInstance(std::move(data));
 }
-
-InstanceObject* InstanceObject::own(const CMPIInstance* record) {
-  return ownObject<InstanceObject>(record, &instanceTable, kKind);
-}
-
-bool isInstanceTable(const CMPIInstanceFT* table) { return table == &instanceTable; }
 
 CMPIStatus setProperty(InstanceData& instance, const char* name, const CMPIValue* value,
                        CMPIType type) {

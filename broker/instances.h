@@ -1,19 +1,17 @@
 #pragma once
 
-#include "broker/heap.h"
 #include "broker/instance_data.h"
+#include "broker/object_tools.h"
 #include "cmpi/abi/cmpi_tables.h"
 
 namespace orv::broker {
 
-struct InstanceObject : CMPIInstance, HeapEntry {
-  using Record = CMPIInstance;
+struct InstanceObject : BrokerObject<InstanceObject, CMPIInstance> {
   static constexpr const char* kKind = "instance";
+  static CMPIInstanceFT table;
 
-  explicit InstanceObject(InstanceData content);
+  explicit InstanceObject(InstanceData content) : data(std::move(content)) {}
   InstanceObject* clone() const { return new InstanceObject(data); }
-  /// Null for a null pointer and, with a report, for a foreign record.
-  static InstanceObject* own(const Record* record);
 
   InstanceData data;
 };
@@ -25,9 +23,6 @@ CMPIInstance* makeInstance(const Instance& plain);
 /// The newInstance slot: declared properties with their defaults, and the path's keys as
 /// properties.
 CMPIInstance* newInstance(const CMPIObjectPath* path, CMPIStatus* out);
-
-/// Whether a record with that table is an instance of this broker.
-bool isInstanceTable(const CMPIInstanceFT* table);
 
 /// Sets a property as the setProperty slot does, reports included.
 CMPIStatus setProperty(InstanceData& instance, const char* name, const CMPIValue* value,

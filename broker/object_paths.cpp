@@ -109,41 +109,30 @@ CMPIString* pathToString(const PathObject& self, CMPIStatus* /*out*/) {
   return makeString(referenceText(self.data.toPlain()));
 }
 
-CMPIObjectPathFT pathTable = {1,
-                              slot<releaseObject<PathObject>>,
-                              slot<cloneObject<PathObject>>,
-                              slot<setNameSpace>,
-                              slot<getText<&PathData::nameSpace>>,
-                              slot<setHostname>,
-                              slot<getText<&PathData::host>>,
-                              slot<setClassName>,
-                              slot<getText<&PathData::className>>,
-                              slot<addKeySlot>,
-                              slot<getKey>,
-                              slot<getKeyAt>,
-                              slot<getKeyCount>,
-                              slot<setNameSpaceFrom>,
-                              slot<setHostAndNameSpaceFrom>,
-                              nullptr,
-                              slot<getPropertyQualifier>,
-                              nullptr,
-                              nullptr,
-                              slot<pathToString>};
-
 }  // namespace
 
-PathObject::PathObject(PathData content)
-    : CMPIObjectPath{nullptr, &pathTable}, data(std::move(content)) {
-  hdl = &data;
-}
+CMPIObjectPathFT PathObject::table = {1,
+                                      slot<releaseObject<PathObject>>,
+                                      slot<cloneObject<PathObject>>,
+                                      slot<setNameSpace>,
+                                      slot<getText<&PathData::nameSpace>>,
+                                      slot<setHostname>,
+                                      slot<getText<&PathData::host>>,
+                                      slot<setClassName>,
+                                      slot<getText<&PathData::className>>,
+                                      slot<addKeySlot>,
+                                      slot<getKey>,
+                                      slot<getKeyAt>,
+                                      slot<getKeyCount>,
+                                      slot<setNameSpaceFrom>,
+                                      slot<setHostAndNameSpaceFrom>,
+                                      nullptr,
+                                      slot<getPropertyQualifier>,
+                                      nullptr,
+                                      nullptr,
+                                      slot<pathToString>};
 
 CMPIObjectPath* makePath(PathData data) { return makeObject<PathObject>(std::move(data)); }
-
-PathObject* PathObject::own(const CMPIObjectPath* record) {
-  return ownObject<PathObject>(record, &pathTable, kKind);
-}
-
-bool isPathTable(const CMPIObjectPathFT* table) { return table == &pathTable; }
 
 CMPIStatus addKey(PathData& path, const std::string& name, const CMPIValue* value, CMPIType type) {
   const auto complain = [&path, &name](const std::string& what) {

@@ -1,28 +1,23 @@
 #pragma once
 
 #include "broker/data.h"
-#include "broker/heap.h"
+#include "broker/object_tools.h"
 #include "cmpi/abi/cmpi_tables.h"
 
 namespace orv::broker {
 
-struct PathObject : CMPIObjectPath, HeapEntry {
-  using Record = CMPIObjectPath;
+struct PathObject : BrokerObject<PathObject, CMPIObjectPath> {
   static constexpr const char* kKind = "object path";
+  static CMPIObjectPathFT table;
 
-  explicit PathObject(PathData content);
+  explicit PathObject(PathData content) : data(std::move(content)) {}
   PathObject* clone() const { return new PathObject(data); }
-  /// Null for a null pointer and, with a report, for a foreign record.
-  static PathObject* own(const Record* record);
 
   PathData data;
 };
 
 /// In the calling thread's memory.
 CMPIObjectPath* makePath(PathData data);
-
-/// Whether a record with that table is an object path of this broker.
-bool isPathTable(const CMPIObjectPathFT* table);
 
 /// Adds or replaces a key as the addKey slot does.
 CMPIStatus addKey(PathData& path, const std::string& name, const CMPIValue* value, CMPIType type);

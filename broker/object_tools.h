@@ -10,16 +10,32 @@
 /// What the slots of all tables have in common.
 namespace orv::broker {
 
-/// The object behind a record that a provider passes. Null for a null pointer and, with a report,
-/// for a record that this broker did not make, of which the object manager would read private
-/// parts.
-template <class Object, class Record, class Table>
-Object* ownObject(const Record* record, const Table* table, const char* kind) {
-  if (record == nullptr) return nullptr;
-  if (record->ft == table) return const_cast<Object*>(static_cast<const Object*>(record));
-  report("", "", std::string("passes a ") + kind + " record that the broker did not make: a crash");
-  return nullptr;
-}
+/// A broker object: the record that providers see, and its place in a heap.
+///
+/// `Object`, which derives from it, has
+///   static constexpr const char* kKind;  what reports call it
+///   static ... table;                    the slots of its record
+///   Object* clone() const;               a copy in no heap, where the table has such a slot
+template <class Object, class ObjectRecord>
+struct BrokerObject : ObjectRecord, HeapEntry {
+  using Record = ObjectRecord;
+
+  BrokerObject() : ObjectRecord{this, &Object::table} {}
+
+  /// The object behind a record that a provider passes. Null for a null pointer and, with a report,
+  /// for a record that this broker did not make, of which the object manager would read private
+  /// parts.
+  static Object* own(const Record* record) {
+    if (record == nullptr) return nullptr;
+    if (record->ft == &Object::table) {
+      return const_cast<Object*>(static_cast<const Object*>(record));
+    }
+    report(
+        "", "",
+        std::string("passes a ") + Object::kKind + " record that the broker did not make: a crash");
+    return nullptr;
+  }
+};
 
 /// The data of a lookup that found nothing.
 inline CMPIData notFoundData() {

@@ -113,25 +113,20 @@ bool isForClient(ResultUse use) {
   return use == ResultUse::kClientEnumeration || use == ResultUse::kClientGet;
 }
 
-CMPIResultFT resultTable = {1,
-                            slot<releaseResult>,
-                            slot<cloneResult>,
-                            slot<returnData>,
-                            slot<returnInstance>,
-                            slot<returnObjectPath>,
-                            slot<returnDone>,
-                            nullptr};
-
 }  // namespace
 
-ResultObject::ResultObject(ResultUse useOfResult)
-    : CMPIResult{this, &resultTable},
-      use(useOfResult),
-      markDepth(ThreadHeap::ofThisThread().depth() + (isForClient(useOfResult) ? 1 : 0)) {}
+CMPIResultFT ResultObject::table = {1,
+                                    slot<releaseResult>,
+                                    slot<cloneResult>,
+                                    slot<returnData>,
+                                    slot<returnInstance>,
+                                    slot<returnObjectPath>,
+                                    slot<returnDone>,
+                                    nullptr};
 
-ResultObject* ResultObject::own(const CMPIResult* record) {
-  return ownObject<ResultObject>(record, &resultTable, "result");
-}
+ResultObject::ResultObject(ResultUse useOfResult)
+    : use(useOfResult),
+      markDepth(ThreadHeap::ofThisThread().depth() + (isForClient(useOfResult) ? 1 : 0)) {}
 
 ResultObject* makeResult(ResultUse use) { return makeObject<ResultObject>(use); }
 

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "broker/data.h"
-#include "broker/heap.h"
 #include "broker/instance_data.h"
+#include "broker/object_tools.h"
 #include "cmpi/abi/cmpi_tables.h"
 
 namespace orv::broker {
@@ -25,10 +25,11 @@ enum class ResultUse {
   kUpCallGet,
 };
 
-struct ResultObject : CMPIResult, HeapEntry {
+struct ResultObject : BrokerObject<ResultObject, CMPIResult> {
+  static constexpr const char* kKind = "result";
+  static CMPIResultFT table;
+
   explicit ResultObject(ResultUse useOfResult);
-  /// Null for a null pointer and, with a report, for a foreign record.
-  static ResultObject* own(const CMPIResult* record);
 
   ResultSink sink;
   ResultUse use;

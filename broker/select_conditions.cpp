@@ -1,43 +1,41 @@
 #include "broker/select_conditions.h"
 
 #include "broker/class_repository.h"
-#include "broker/heap.h"
 #include "broker/object_tools.h"
 #include "broker/strings.h"
 
 namespace orv::broker {
 namespace {
 
-struct ConditionObject : CMPISelectCond, HeapEntry {
-  using Record = CMPISelectCond;
+struct ConditionObject : BrokerObject<ConditionObject, CMPISelectCond> {
   static constexpr const char* kKind = "condition";
+  static CMPISelectCondFT table;
 
-  ConditionObject(std::vector<std::vector<WqlComparison>> content, bool isDisjunctive);
+  ConditionObject(NormalForm content, bool isDisjunctive)
+      : parts(std::move(content)), disjunctive(isDisjunctive) {}
   ConditionObject* clone() const { return new ConditionObject(parts, disjunctive); }
-  static ConditionObject* own(const Record* record);
 
-  std::vector<std::vector<WqlComparison>> parts;
+  NormalForm parts;
   bool disjunctive;
 };
 
-struct SubConditionObject : CMPISubCond, HeapEntry {
-  using Record = CMPISubCond;
+struct SubConditionObject : BrokerObject<SubConditionObject, CMPISubCond> {
   static constexpr const char* kKind = "sub-condition";
+  static CMPISubCondFT table;
 
-  explicit SubConditionObject(std::vector<WqlComparison> content);
+  explicit SubConditionObject(std::vector<WqlComparison> content)
+      : comparisons(std::move(content)) {}
   SubConditionObject* clone() const { return new SubConditionObject(comparisons); }
-  static SubConditionObject* own(const Record* record);
 
   std::vector<WqlComparison> comparisons;
 };
 
-struct PredicateObject : CMPIPredicate, HeapEntry {
-  using Record = CMPIPredicate;
+struct PredicateObject : BrokerObject<PredicateObject, CMPIPredicate> {
   static constexpr const char* kKind = "predicate";
+  static CMPIPredicateFT table;
 
-  explicit PredicateObject(WqlComparison content);
+  explicit PredicateObject(WqlComparison content) : comparison(std::move(content)) {}
   PredicateObject* clone() const { return new PredicateObject(comparison); }
-  static PredicateObject* own(const Record* record);
 
   WqlComparison comparison;
 };
@@ -94,44 +92,22 @@ CMPIBoolean evaluatePredicate(const CMPIPredicate* /*self*/, CMPIAccessor /*acce
   return 0;
 }
 
-CMPISelectCondFT conditionTable = {1, slot<releaseObject<ConditionObject>>,
-                                   slot<cloneObject<ConditionObject>>, slot<countAndType>,
-                                   slot<subConditionAt>};
-CMPISubCondFT subConditionTable = {1,
-                                   slot<releaseObject<SubConditionObject>>,
-                                   slot<cloneObject<SubConditionObject>>,
-                                   slot<predicateCount>,
-                                   slot<predicateAt>,
-                                   slot<predicateNamed>};
-CMPIPredicateFT predicateTable = {1, slot<releaseObject<PredicateObject>>,
-                                  slot<cloneObject<PredicateObject>>, slot<predicateData>,
-                                  evaluatePredicate};
-
-ConditionObject::ConditionObject(std::vector<std::vector<WqlComparison>> content,
-                                 bool isDisjunctive)
-    : CMPISelectCond{this, &conditionTable},
-      parts(std::move(content)),
-      disjunctive(isDisjunctive) {}
-ConditionObject* ConditionObject::own(const CMPISelectCond* record) {
-  return ownObject<ConditionObject>(record, &conditionTable, kKind);
-}
-
-SubConditionObject::SubConditionObject(std::vector<WqlComparison> content)
-    : CMPISubCond{this, &subConditionTable}, comparisons(std::move(content)) {}
-SubConditionObject* SubConditionObject::own(const CMPISubCond* record) {
-  return ownObject<SubConditionObject>(record, &subConditionTable, kKind);
-}
-
-PredicateObject::PredicateObject(WqlComparison content)
-    : CMPIPredicate{this, &predicateTable}, comparison(std::move(content)) {}
-PredicateObject* PredicateObject::own(const CMPIPredicate* record) {
-  return ownObject<PredicateObject>(record, &predicateTable, kKind);
-}
+CMPISelectCondFT ConditionObject::table = {1, slot<releaseObject<ConditionObject>>,
+                                           slot<cloneObject<ConditionObject>>, slot<countAndType>,
+                                           slot<subConditionAt>};
+CMPISubCondFT SubConditionObject::table = {1,
+                                           slot<releaseObject<SubConditionObject>>,
+                                           slot<cloneObject<SubConditionObject>>,
+                                           slot<predicateCount>,
+                                           slot<predicateAt>,
+                                           slot<predicateNamed>};
+CMPIPredicateFT PredicateObject::table = {1, slot<releaseObject<PredicateObject>>,
+                                          slot<cloneObject<PredicateObject>>, slot<predicateData>,
+                                          evaluatePredicate};
 
 }  // namespace
 
-CMPISelectCond* makeSelectCondition(std::vector<std::vector<WqlComparison>> content,
-                                    bool disjunctive) {
+CMPISelectCond* makeSelectCondition(NormalForm content, bool disjunctive) {
   return makeObject<ConditionObject>(std::move(content), disjunctive);
 }
 

@@ -53,15 +53,6 @@ CMPIBoolean evaluateUsingAccessor(const CMPISelectExp* /*self*/, CMPIAccessor /*
   return 0;
 }
 
-CMPISelectExpFT selectTable = {1,
-                               slot<releaseObject<SelectExpressionObject>>,
-                               slot<cloneObject<SelectExpressionObject>>,
-                               slot<evaluate>,
-                               slot<getString>,
-                               slot<getCondition<true>>,
-                               slot<getCondition<false>>,
-                               evaluateUsingAccessor};
-
 CMPIArray* projectionArray(const WqlQuery& query) {
   if (!query.projection) return nullptr;
   Value::Array names;
@@ -71,14 +62,14 @@ CMPIArray* projectionArray(const WqlQuery& query) {
 
 }  // namespace
 
-SelectExpressionObject::SelectExpressionObject(std::shared_ptr<const WqlQuery> content)
-    : CMPISelectExp{nullptr, &selectTable}, query(std::move(content)) {
-  hdl = this;
-}
-
-SelectExpressionObject* SelectExpressionObject::own(const CMPISelectExp* record) {
-  return ownObject<SelectExpressionObject>(record, &selectTable, kKind);
-}
+CMPISelectExpFT SelectExpressionObject::table = {1,
+                                                 slot<releaseObject<SelectExpressionObject>>,
+                                                 slot<cloneObject<SelectExpressionObject>>,
+                                                 slot<evaluate>,
+                                                 slot<getString>,
+                                                 slot<getCondition<true>>,
+                                                 slot<getCondition<false>>,
+                                                 evaluateUsingAccessor};
 
 CMPISelectExp* makeSelectExpression(std::shared_ptr<const WqlQuery> query) {
   return makeObject<SelectExpressionObject>(std::move(query));

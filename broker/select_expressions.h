@@ -2,22 +2,21 @@
 
 #include <memory>
 
-#include "broker/heap.h"
 #include "broker/instance_data.h"
+#include "broker/object_tools.h"
 #include "broker/wql.h"
 #include "cmpi/abi/cmpi_tables.h"
 
 namespace orv::broker {
 
 /// A filter as providers see it.
-struct SelectExpressionObject : CMPISelectExp, HeapEntry {
-  using Record = CMPISelectExp;
+struct SelectExpressionObject : BrokerObject<SelectExpressionObject, CMPISelectExp> {
   static constexpr const char* kKind = "select expression";
+  static CMPISelectExpFT table;
 
-  explicit SelectExpressionObject(std::shared_ptr<const WqlQuery> content);
+  explicit SelectExpressionObject(std::shared_ptr<const WqlQuery> content)
+      : query(std::move(content)) {}
   SelectExpressionObject* clone() const { return new SelectExpressionObject(query); }
-  /// Null for a null pointer and, with a report, for a foreign record.
-  static SelectExpressionObject* own(const Record* record);
 
   std::shared_ptr<const WqlQuery> query;
 };

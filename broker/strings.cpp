@@ -10,22 +10,13 @@ char* textPointer(const StringObject& self, CMPIStatus* /*out*/) {
   return static_cast<char*>(self.hdl);
 }
 
-CMPIStringFT stringTable = {1, slot<releaseObject<StringObject>>, slot<cloneObject<StringObject>>,
-                            slot<textPointer>};
-
 }  // namespace
 
-StringObject::StringObject(std::optional<std::string> content)
-    : CMPIString{nullptr, &stringTable}, text(std::move(content)) {
-  if (text) hdl = text->data();
-}
+CMPIStringFT StringObject::table = {1, slot<releaseObject<StringObject>>,
+                                    slot<cloneObject<StringObject>>, slot<textPointer>};
 
 CMPIString* makeString(std::optional<std::string> text) {
   return makeObject<StringObject>(std::move(text));
-}
-
-StringObject* StringObject::own(const CMPIString* record) {
-  return ownObject<StringObject>(record, &stringTable, kKind);
 }
 
 std::optional<std::string> textOf(const CMPIString* record) {

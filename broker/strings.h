@@ -3,21 +3,21 @@
 #include <optional>
 #include <string>
 
-#include "broker/heap.h"
+#include "broker/object_tools.h"
 #include "cmpi/abi/cmpi_tables.h"
 
 namespace orv::broker {
 
 /// A CMPIString. Its text may be null, as for a host name that was never set. As in the object
 /// manager, `hdl` is the text.
-struct StringObject : CMPIString, HeapEntry {
-  using Record = CMPIString;
+struct StringObject : BrokerObject<StringObject, CMPIString> {
   static constexpr const char* kKind = "string";
+  static CMPIStringFT table;
 
-  explicit StringObject(std::optional<std::string> content);
+  explicit StringObject(std::optional<std::string> content) : text(std::move(content)) {
+    hdl = text ? text->data() : nullptr;
+  }
   StringObject* clone() const { return new StringObject(text); }
-  /// Null for a null pointer and, with a report, for a foreign record.
-  static StringObject* own(const Record* record);
 
   std::optional<std::string> text;
 };

@@ -1,7 +1,6 @@
 #include "broker/indications.h"
 
 #include <algorithm>
-#include <exception>
 #include <new>
 
 #include "broker/broker_state.h"
@@ -9,6 +8,7 @@
 #include "broker/heap.h"
 #include "broker/instances.h"
 #include "broker/object_paths.h"
+#include "broker/provider_call.h"
 #include "broker/request_context.h"
 #include "broker/select_expressions.h"
 #include "broker/strings.h"
@@ -53,30 +53,16 @@ FilterCall makeFilterCall(BrokerState& broker, const Section& section, const Ind
           makeSelectExpression(query), query->className.c_str(), makePath(std::move(path))};
 }
 
-/// Calls one slot of an indication provider. A null slot and an exception are reported.
-template <class Call>
-CMPIStatus callSlot(bool present, const char* name, const Call& call) {
-  if (!present) {
-    report("", "", std::string(name) + " is null in the provider's table: a crash");
-    return status(CMPI_RC_ERR_NOT_SUPPORTED);
-  }
-  try {
-    return call();
-  } catch (const std::exception& error) {
-    report(
-        "", "",
-        std::string("an exception leaves ") + name + ": ends the process (" + error.what() + ")");
-  } catch (...) {
-    report("", "", std::string("an exception leaves ") + name + ": ends the process");
-  }
-  return status(CMPI_RC_ERR_FAILED);
-}
+/// The last argument of activateFilter and deActivateFilter.
+constexpr CMPIBoolean kFirstActivation = 1;  // Deliberate (contract.md#filter-calls).
 
-SubscribeResult notSubscribed(CMPIrc rc, std::string message) {
-  SubscribeResult result;
-  result.rc = rc;
-  result.message = std::move(message);
-  return result;
+/// Calls one slot of an indication provider. A null slot and an exception are reported.
+template <class... Arguments>
+CMPIStatus callGuarded(const char* name, Arguments... arguments) try {
+  return callSlot(name, arguments...);
+} catch (...) {
+  reportException(name);
+  return status(CMPI_RC_ERR_FAILED);
 }
 
 /// Sets the properties that the broker itself writes, if the indication's class has them.
@@ -115,11 +101,6 @@ IndicationHub::FilterPointer IndicationHub::filterOf(SubscriptionId id) const {
   return nullptr;
 }
 
-void IndicationHub::registerFilter(const FilterPointer& filter) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  filters_.push_back(filter);
-}
-
 void IndicationHub::forget(const FilterPointer& filter) {
   const std::lock_guard<std::mutex> lock(mutex_);
   filters_.erase(std::remove(filters_.begin(), filters_.end(), filter), filters_.end());
@@ -130,38 +111,33 @@ SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFi
   const std::lock_guard<std::recursive_mutex> change(changes_);
   auto subscription = std::make_shared<Subscription>();
   subscription->handler = std::move(handler);
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    subscription->id = ++lastId_;
-  }
   FilterPointer filter = findNamed(text.name);
   if (filter && (filter->text.query != text.query ||
                  !sameName(filter->text.sourceNamespace, text.sourceNamespace))) {
-    return notSubscribed(CMPI_RC_ERR_ALREADY_EXISTS, "Filter " + text.name + " exists already.");
+    return {CMPI_RC_ERR_ALREADY_EXISTS, "Filter " + text.name + " exists already.", 0};
   }
   const bool isNew = !filter;
   if (isNew) {
     if (!isKnownQueryLanguage(text.language)) {
-      return notSubscribed(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
-                           "Query language " + text.language + " is not supported.");
+      return {CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
+              "Query language " + text.language + " is not supported.", 0};
     }
     filter = std::make_shared<Filter>();
     filter->text = text;
     try {
       filter->query = std::make_shared<const WqlQuery>(parseWql(text.query));
     } catch (const WqlError& error) {
-      return notSubscribed(CMPI_RC_ERR_INVALID_QUERY,
-                           std::string("Invalid query: ") + error.what());
+      return {CMPI_RC_ERR_INVALID_QUERY, std::string("Invalid query: ") + error.what(), 0};
     }
   }
   {
     const std::lock_guard<std::mutex> lock(mutex_);
+    subscription->id = ++lastId_;
     filter->subscriptions.push_back(subscription);
+    if (isNew) filters_.push_back(filter);
   }
-  SubscribeResult result;
-  result.id = subscription->id;
-  if (!isNew) return result;  // Deliberate (contract.md#first-subscription).
-  registerFilter(filter);
+  const SubscribeResult subscribed{CMPI_RC_OK, std::nullopt, subscription->id};
+  if (!isNew) return subscribed;  // Deliberate (contract.md#first-subscription).
   CMPIStatus activated = status(CMPI_RC_ERR_FAILED);
   try {
     activated = activate(broker, filter);
@@ -170,12 +146,9 @@ SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFi
     forget(filter);
     throw;
   }
-  if (activated.rc == CMPI_RC_OK) return result;
+  if (activated.rc == CMPI_RC_OK) return subscribed;
   forget(filter);
-  result.rc = activated.rc;
-  result.message = textOf(activated.msg);
-  result.id = 0;
-  return result;
+  return {activated.rc, textOf(activated.msg), 0};
 }
 
 CMPIStatus IndicationHub::activate(BrokerState& broker, const FilterPointer& filter) {
@@ -210,25 +183,21 @@ CMPIStatus IndicationHub::activateOn(BrokerState& broker, const FilterPointer& f
   const CMPIIndicationMIFT& table = *call.mi->ft;
   const auto& principal = broker.options.principal;
   const char* owner = principal ? principal->c_str() : nullptr;
-  const CMPIStatus authorized = callSlot(table.authorizeFilter != nullptr, "authorizeFilter", [&] {
-    return table.authorizeFilter(call.mi, call.context, call.expression, call.className, call.path,
-                                 owner);
-  });
+  const CMPIStatus authorized =
+      callGuarded("authorizeFilter", table.authorizeFilter, call.mi, call.context, call.expression,
+                  call.className, call.path, owner);
   if (authorized.rc != CMPI_RC_OK) return authorized;
   filter->sections.reserve(filter->sections.size() + 1);  // once it is active nothing may fail
   // Deliberate (contract.md#filter-calls).
-  callSlot(table.mustPoll != nullptr, "mustPoll", [&] {
-    return table.mustPoll(call.mi, call.context, call.expression, call.className, call.path);
-  });
-  const CMPIStatus activated = callSlot(table.activateFilter != nullptr, "activateFilter", [&] {
-    return table.activateFilter(call.mi, call.context, call.expression, call.className, call.path,
-                                1);  // Deliberate (contract.md#filter-calls).
-  });
+  callGuarded("mustPoll", table.mustPoll, call.mi, call.context, call.expression, call.className,
+              call.path);
+  const CMPIStatus activated =
+      callGuarded("activateFilter", table.activateFilter, call.mi, call.context, call.expression,
+                  call.className, call.path, kFirstActivation);
   if (activated.rc != CMPI_RC_OK) return activated;
   filter->sections.push_back(&section);
   if (section.enabled.exchange(true)) return activated;
-  callSlot(table.enableIndications != nullptr, "enableIndications",
-           [&] { return table.enableIndications(call.mi, call.context); });
+  callGuarded("enableIndications", table.enableIndications, call.mi, call.context);
   return activated;
 }
 
@@ -247,16 +216,13 @@ CMPIStatus IndicationHub::deactivateOn(BrokerState& broker, const Filter& filter
                                        const Section& section) try {
   const ProviderFrame frame(section.registration.provider, filter.query->className);
   const FilterCall call = makeFilterCall(broker, section, filter.text, filter.query);
-  const auto slot = call.mi->ft->deActivateFilter;
-  return callSlot(slot != nullptr, "deActivateFilter", [&] {
-    return slot(call.mi, call.context, call.expression, call.className, call.path,
-                1);  // Deliberate (contract.md#filter-calls).
-  });
+  return callGuarded("deActivateFilter", call.mi->ft->deActivateFilter, call.mi, call.context,
+                     call.expression, call.className, call.path, kFirstActivation);
 } catch (const std::bad_alloc&) {
   return status(CMPI_RC_ERR_FAILED);
 }
 
-bool IndicationHub::silence(SubscriptionId id) {
+void IndicationHub::silence(SubscriptionId id) {
   std::shared_ptr<Subscription> found;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -266,10 +232,9 @@ bool IndicationHub::silence(SubscriptionId id) {
       }
     }
   }
-  if (!found) return false;
+  if (!found) return;
   const std::lock_guard<std::recursive_mutex> lock(found->mutex);
   found->active = false;
-  return true;
 }
 
 void IndicationHub::silenceAll() {
@@ -336,8 +301,7 @@ CMPIStatus disableIndications(Section& section, const CMPIContext* context) {
   section.enabled = false;
   CMPIIndicationMI* mi = section.indication;
   if (mi == nullptr) return status(CMPI_RC_OK);
-  return callSlot(mi->ft->disableIndications != nullptr, "disableIndications",
-                  [&] { return mi->ft->disableIndications(mi, context); });
+  return callGuarded("disableIndications", mi->ft->disableIndications, mi, context);
 }
 
 CMPIStatus deliverIndication(const CMPIContext* context, const CMPIInstance* indication) {

@@ -27,8 +27,7 @@ class IndicationHub {
                             IndicationHandler handler);
 
   /// Once this has returned, that subscription's handler does not run, unless it is the caller.
-  /// False when there is no such subscription.
-  bool silence(SubscriptionId id);
+  void silence(SubscriptionId id);
   /// Called in a request's thread. Removes the subscription; with the last one of a filter,
   /// deactivates the filter.
   CMPIStatus remove(BrokerState& broker, SubscriptionId id);
@@ -49,7 +48,6 @@ class IndicationHub {
   CMPIStatus deactivateOn(BrokerState& broker, const Filter& filter, const Section& section);
   FilterPointer findNamed(const std::string& name) const;
   FilterPointer filterOf(SubscriptionId id) const;
-  void registerFilter(const FilterPointer& filter);
   void forget(const FilterPointer& filter);
 
   // One change at a time. Held while providers are called; locked before mutex_.

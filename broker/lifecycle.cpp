@@ -10,22 +10,6 @@
 
 /// Ends providers.
 namespace orv::broker {
-namespace {
-
-bool has(const Section& section, ProviderKind kind) {
-  switch (kind) {
-    case ProviderKind::kInstance:
-      return section.instance != nullptr;
-    case ProviderKind::kAssociation:
-      return section.association != nullptr;
-    case ProviderKind::kIndication:
-      return section.indication != nullptr;
-    default:
-      return section.method != nullptr;
-  }
-}
-
-}  // namespace
 
 CMPIContext* makeCleanupContext(const std::shared_ptr<BrokerState>& broker,
                                 const Section& section) {
@@ -38,9 +22,8 @@ void visitOncePerKind(const std::vector<Section*>& sections,
   std::set<std::pair<const ProviderLibrary*, ProviderKind>> visited;
   for (Section* section : sections) {
     for (const ProviderKind kind : kProviderKinds) {
-      const bool first =
-          has(*section, kind) && visited.insert({section->library.get(), kind}).second;
-      if (first) visit(*section, kind);
+      const bool has = visitProvider(*section, kind, [](const auto* mi) { return mi != nullptr; });
+      if (has && visited.insert({section->library.get(), kind}).second) visit(*section, kind);
     }
   }
 }

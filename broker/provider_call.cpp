@@ -1,7 +1,5 @@
 #include "broker/provider_call.h"
 
-#include <exception>
-
 #include "broker/thread_state.h"
 
 namespace orv::broker {
@@ -13,18 +11,6 @@ struct Call {
   const CMPIObjectPath* path;
   const CallArguments& arguments;
 };
-
-CMPIStatus lacks(const char* what) {
-  report("", "", std::string(what) + " is null in the provider's table: a crash");
-  return status(CMPI_RC_ERR_NOT_SUPPORTED);
-}
-
-/// Calls a slot unless it is null.
-template <class Mi, class... Slots, class... Arguments>
-CMPIStatus callSlot(const char* name, CMPIStatus (*slot)(Mi*, Slots...), Mi* mi,
-                    Arguments... arguments) {
-  return slot != nullptr ? slot(mi, arguments...) : lacks(name);
-}
 
 CMPIStatus callInstanceProvider(CMPIInstanceMI* mi, Operation operation, const Call& call) {
   if (mi == nullptr) return status(CMPI_RC_ERR_NOT_SUPPORTED);
@@ -79,15 +65,13 @@ CMPIStatus callAssociationProvider(CMPIAssociationMI* mi, Operation operation, c
 }  // namespace
 
 bool isAssociationOperation(Operation operation) {
-  switch (operation) {
-    case Operation::kAssociators:
-    case Operation::kAssociatorNames:
-    case Operation::kReferences:
-    case Operation::kReferenceNames:
-      return true;
-    default:
-      return false;
-  }
+  return operation == Operation::kAssociators || operation == Operation::kAssociatorNames ||
+         operation == Operation::kReferences || operation == Operation::kReferenceNames;
+}
+
+CMPIStatus lacksSlot(const char* name) {
+  report("", "", std::string(name) + " is null in the provider's table: a crash");
+  return status(CMPI_RC_ERR_NOT_SUPPORTED);
 }
 
 CMPIStatus callProvider(Section& section, Operation operation, const CMPIContext* context,
@@ -98,12 +82,8 @@ CMPIStatus callProvider(Section& section, Operation operation, const CMPIContext
     return isAssociationOperation(operation)
                ? callAssociationProvider(section.association, operation, call)
                : callInstanceProvider(section.instance, operation, call);
-  } catch (const std::exception& error) {
-    report(
-        "", "",
-        std::string("an exception leaves the provider: ends the process (") + error.what() + ")");
   } catch (...) {
-    report("", "", "an exception leaves the provider: ends the process");
+    reportException("the provider");
   }
   return status(CMPI_RC_ERR_FAILED);
 }

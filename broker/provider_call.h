@@ -26,6 +26,16 @@ struct CallArguments {
 /// Whether an association provider serves the operation.
 bool isAssociationOperation(Operation operation);
 
+/// Reports that a slot of a provider's table is null. Returns status 7.
+CMPIStatus lacksSlot(const char* name);
+
+/// Calls a slot of a provider's table unless it is null.
+template <class Mi, class... Parameters, class... Arguments>
+CMPIStatus callSlot(const char* name, CMPIStatus (*slot)(Mi*, Parameters...), Mi* mi,
+                    Arguments... arguments) {
+  return slot != nullptr ? slot(mi, arguments...) : lacksSlot(name);
+}
+
 /// Calls the provider of a loaded section. A null slot is reported and gives status 7; an exception
 /// of the provider is reported and gives status 1.
 CMPIStatus callProvider(Section& section, Operation operation, const CMPIContext* context,

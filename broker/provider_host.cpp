@@ -1,7 +1,7 @@
 #include "broker/provider_host.h"
 
 #include <algorithm>
-#include <exception>
+#include <type_traits>
 
 #include "broker/broker_state.h"
 #include "broker/contexts.h"
@@ -11,6 +11,19 @@
 
 namespace orv::broker {
 namespace {
+
+struct KindRow {
+  const char* factory;                // end of the factory's symbol, after the provider's name
+  bool RegistrationSection::*wanted;  // the type of a registration
+};
+
+// In the order of ProviderKind.
+constexpr KindRow kKindRows[] = {{"_Create_InstanceMI", &RegistrationSection::instance},
+                                 {"_Create_AssociationMI", &RegistrationSection::association},
+                                 {"_Create_MethodMI", &RegistrationSection::method},
+                                 {"_Create_IndicationMI", &RegistrationSection::indication}};
+
+const KindRow& rowOf(ProviderKind kind) { return kKindRows[static_cast<std::size_t>(kind)]; }
 
 /// A context like a request's, with the additional entries that factories get.
 CMPIContext* makeFactoryContext(const RegistrationSection& registration) {
@@ -43,9 +56,9 @@ Mi* callFactory(void* generic, void* own, const std::string& provider, const CMP
 template <class Mi>
 Mi* createProvider(Section& section, ProviderKind kind, const CMPIContext* context) {
   const std::string& provider = section.registration.provider;
-  const std::string factory = std::string("_Create_") + kindName(kind) + "MI";
+  const char* factory = rowOf(kind).factory;
   void* own = section.library->symbol(provider + factory);
-  void* generic = section.library->symbol("_Generic" + factory);
+  void* generic = section.library->symbol(std::string("_Generic") + factory);
   if (own == nullptr && generic == nullptr) {
     report("", "", section.library->file() + " has no factory " + provider + factory);
     return nullptr;
@@ -54,11 +67,8 @@ Mi* createProvider(Section& section, ProviderKind kind, const CMPIContext* conte
   Mi* made = nullptr;
   try {
     made = callFactory<Mi>(generic, own, provider, context, &rc);
-  } catch (const std::exception& error) {
-    report("", "",
-           std::string("an exception leaves the factory: ends the process (") + error.what() + ")");
   } catch (...) {
-    report("", "", "an exception leaves the factory: ends the process");
+    reportException("the factory");
   }
   if (rc.rc != CMPI_RC_OK) return nullptr;
   if (made != nullptr && made->ft == nullptr) {
@@ -66,19 +76,6 @@ Mi* createProvider(Section& section, ProviderKind kind, const CMPIContext* conte
     return nullptr;
   }
   return made;
-}
-
-bool isWanted(const RegistrationSection& registration, ProviderKind kind) {
-  switch (kind) {
-    case ProviderKind::kInstance:
-      return registration.instance;
-    case ProviderKind::kAssociation:
-      return registration.association;
-    case ProviderKind::kIndication:
-      return registration.indication;
-    default:
-      return registration.method;
-  }
 }
 
 /// Marks a section whose factories are being called, also when an exception ends that.
@@ -93,41 +90,16 @@ class Loading {
   Section& section_;
 };
 
-template <class Mi>
-CMPIrc cleanupOf(Mi* mi, const CMPIContext* context, bool terminating) {
-  if (mi == nullptr || mi->ft->cleanup == nullptr) return CMPI_RC_ERR_NOT_SUPPORTED;
-  return mi->ft->cleanup(mi, context, terminating ? 1 : 0).rc;
-}
-
 }  // namespace
-
-const char* kindName(ProviderKind kind) {
-  switch (kind) {
-    case ProviderKind::kInstance:
-      return "Instance";
-    case ProviderKind::kAssociation:
-      return "Association";
-    case ProviderKind::kIndication:
-      return "Indication";
-    default:
-      return "Method";
-  }
-}
 
 CMPIrc callCleanup(Section& section, ProviderKind kind, const CMPIContext* context,
                    bool terminating) {
   const ProviderFrame frame(section.registration.provider, section.registration.className);
   try {
-    switch (kind) {
-      case ProviderKind::kInstance:
-        return cleanupOf(section.instance, context, terminating);
-      case ProviderKind::kAssociation:
-        return cleanupOf(section.association, context, terminating);
-      case ProviderKind::kIndication:
-        return cleanupOf(section.indication, context, terminating);
-      default:
-        return cleanupOf(section.method, context, terminating);
-    }
+    return visitProvider(section, kind, [&](auto* mi) -> CMPIrc {
+      if (mi == nullptr || mi->ft->cleanup == nullptr) return CMPI_RC_ERR_NOT_SUPPORTED;
+      return mi->ft->cleanup(mi, context, terminating ? 1 : 0).rc;
+    });
   } catch (...) {
     report("", "", "an exception leaves cleanup: ends the process");
     return CMPI_RC_ERR_FAILED;
@@ -136,9 +108,7 @@ CMPIrc callCleanup(Section& section, ProviderKind kind, const CMPIContext* conte
 
 ProviderHost::ProviderHost(const Broker::Options& options) : options_(options) {
   for (const RegistrationSection& registration : options.registration) {
-    Section& section = sections_.emplace_back();
-    section.registration = registration;
-    section.index = sections_.size() - 1;
+    sections_.emplace_back().registration = registration;
   }
 }
 
@@ -176,8 +146,9 @@ LoadOutcome ProviderHost::load(Section& section) {
 void ProviderHost::createProviders(Section& section, LoadOutcome& outcome) {
   const RegistrationSection& registration = section.registration;
   for (const ProviderKind kind : kProviderKinds) {
-    const std::string symbol = registration.provider + "_Create_" + kindName(kind) + "MI";
-    if (!isWanted(registration, kind) || section.library->isLinked(symbol)) continue;
+    const KindRow& row = rowOf(kind);
+    const bool linked = section.library->isLinked(registration.provider + row.factory);
+    if (!(registration.*row.wanted) || linked) continue;
     const std::string problem = section.library->open();
     if (problem.empty()) continue;
     outcome = {CMPI_RC_ERR_FAILED,
@@ -186,16 +157,14 @@ void ProviderHost::createProviders(Section& section, LoadOutcome& outcome) {
   }
   const CMPIContext* context = makeFactoryContext(registration);
   bool complete = true;
-  const auto create = [&](ProviderKind kind, auto& slot) {
-    using Mi = std::remove_pointer_t<std::remove_reference_t<decltype(slot)>>;
-    if (!isWanted(registration, kind) || !complete || slot != nullptr) return;
-    slot = createProvider<Mi>(section, kind, context);
-    complete = slot != nullptr;
-  };
-  create(ProviderKind::kInstance, section.instance);
-  create(ProviderKind::kAssociation, section.association);
-  create(ProviderKind::kMethod, section.method);
-  create(ProviderKind::kIndication, section.indication);
+  for (const ProviderKind kind : kProviderKinds) {
+    visitProvider(section, kind, [&](auto*& mi) {
+      if (!(registration.*rowOf(kind).wanted) || !complete || mi != nullptr) return;
+      mi =
+          createProvider<std::remove_pointer_t<std::decay_t<decltype(mi)>>>(section, kind, context);
+      complete = mi != nullptr;
+    });
+  }
   if (complete) return;
   outcome = {CMPI_RC_ERR_FAILED, "Error initializing provider " + registration.provider + " from " +
                                      registration.location + " for class " +

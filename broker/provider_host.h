@@ -22,7 +22,6 @@ constexpr ProviderKind kProviderKinds[] = {ProviderKind::kInstance, ProviderKind
 /// A registration section and, once it has been needed, its providers.
 struct Section {
   RegistrationSection registration;
-  std::size_t index = 0;
 
   // Written under the provider's factory mutex before `loaded` is set.
   std::shared_ptr<ProviderLibrary> library;
@@ -35,6 +34,21 @@ struct Section {
   std::atomic<bool> loaded{false};
   std::atomic<bool> enabled{false};  // enableIndications has been called
 };
+
+/// Calls `visit` with the pointer to the section's provider of that kind; null when there is none.
+template <class Visit>
+auto visitProvider(Section& section, ProviderKind kind, Visit visit) {
+  switch (kind) {
+    case ProviderKind::kInstance:
+      return visit(section.instance);
+    case ProviderKind::kAssociation:
+      return visit(section.association);
+    case ProviderKind::kMethod:
+      return visit(section.method);
+    default:
+      return visit(section.indication);
+  }
+}
 
 struct LoadOutcome {
   CMPIrc rc = CMPI_RC_OK;
@@ -70,9 +84,6 @@ class ProviderHost {
   std::map<std::string, std::shared_ptr<ProviderLibrary>> libraries_;
   std::size_t lastLoadOrder_ = 0;
 };
-
-/// "Instance", "Association", "Method", "Indication": as in the names of factories.
-const char* kindName(ProviderKind kind);
 
 /// Calls cleanup of the section's provider of that kind and returns its status; 7 when there is
 /// none.

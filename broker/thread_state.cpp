@@ -1,5 +1,6 @@
 #include "broker/thread_state.h"
 
+#include <exception>
 #include <mutex>
 #include <vector>
 
@@ -84,6 +85,12 @@ void report(const std::string& className, const std::string& property, const std
   if (made.className.empty() && state.frame != nullptr) made.className = state.frame->className;
   const auto broker = currentBroker();
   if (broker && broker->options.onReport) broker->options.onReport(made);
+}
+
+void reportException(const std::string& part) try { throw; } catch (const std::exception& error) {
+  report("", "", "an exception leaves " + part + ": ends the process (" + error.what() + ")");
+} catch (...) {
+  report("", "", "an exception leaves " + part + ": ends the process");
 }
 
 CMPIStatus status(CMPIrc rc, const std::string& text) { return CMPIStatus{rc, makeString(text)}; }

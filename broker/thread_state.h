@@ -56,6 +56,9 @@ std::string currentProvider();
 /// calling thread's; an empty class stands for that of the provider's request.
 void report(const std::string& className, const std::string& property, const std::string& what);
 
+/// Reports, while an exception is handled, that it leaves that part of a provider.
+void reportException(const std::string& part);
+
 /// Sets a status without a text, unless `out` is null.
 inline void answer(CMPIStatus* out, CMPIrc rc) {
   if (out != nullptr) *out = CMPIStatus{rc, nullptr};

@@ -7,29 +7,6 @@
 #include "broker/thread_state.h"
 
 namespace orv::broker {
-namespace {
-
-Request makeRequest(Operation operation, const std::string& nameSpace,
-                    const std::string& className) {
-  Request request;
-  request.operation = operation;
-  request.path.nameSpace = nameSpace;
-  request.path.className = className;
-  return request;
-}
-
-Request makeAssociationRequest(Operation operation, const ObjectPath& source,
-                               const AssociationFilter& filter,
-                               const PropertyList& properties = std::nullopt) {
-  Request request;
-  request.operation = operation;
-  request.path = source;
-  request.filter = filter;
-  request.properties = properties;
-  return request;
-}
-
-}  // namespace
 
 std::string Report::toText() const {
   std::string out;
@@ -52,36 +29,35 @@ Response Broker::request(const Request& request) { return runRequest(state_, req
 
 Response Broker::enumerateInstanceNames(const std::string& nameSpace,
                                         const std::string& className) {
-  return request(makeRequest(Operation::kEnumerateInstanceNames, nameSpace, className));
+  return request(requestOf(Operation::kEnumerateInstanceNames, {"", nameSpace, className, {}}));
 }
 
 Response Broker::enumerateInstances(const std::string& nameSpace, const std::string& className,
                                     const PropertyList& properties) {
-  Request wanted = makeRequest(Operation::kEnumerateInstances, nameSpace, className);
-  wanted.properties = properties;
-  return request(wanted);
+  return request(
+      requestOf(Operation::kEnumerateInstances, {"", nameSpace, className, {}}, {}, properties));
 }
 
 Response Broker::getInstance(const ObjectPath& path, const PropertyList& properties) {
-  return request(makeAssociationRequest(Operation::kGetInstance, path, {}, properties));
+  return request(requestOf(Operation::kGetInstance, path, {}, properties));
 }
 
 Response Broker::associators(const ObjectPath& source, const AssociationFilter& filter,
                              const PropertyList& properties) {
-  return request(makeAssociationRequest(Operation::kAssociators, source, filter, properties));
+  return request(requestOf(Operation::kAssociators, source, filter, properties));
 }
 
 Response Broker::associatorNames(const ObjectPath& source, const AssociationFilter& filter) {
-  return request(makeAssociationRequest(Operation::kAssociatorNames, source, filter));
+  return request(requestOf(Operation::kAssociatorNames, source, filter));
 }
 
 Response Broker::references(const ObjectPath& source, const AssociationFilter& filter,
                             const PropertyList& properties) {
-  return request(makeAssociationRequest(Operation::kReferences, source, filter, properties));
+  return request(requestOf(Operation::kReferences, source, filter, properties));
 }
 
 Response Broker::referenceNames(const ObjectPath& source, const AssociationFilter& filter) {
-  return request(makeAssociationRequest(Operation::kReferenceNames, source, filter));
+  return request(requestOf(Operation::kReferenceNames, source, filter));
 }
 
 SubscribeResult Broker::subscribe(const IndicationFilter& filter, IndicationHandler handler) {

@@ -1,5 +1,6 @@
 #include "broker/requests.h"
 
+#include <algorithm>
 #include <exception>
 #include <set>
 #include <string_view>
@@ -37,6 +38,16 @@ void fail(Response& response, CMPIrc rc, std::optional<std::string> message) {
 
 }  // namespace
 
+Request requestOf(Operation operation, const ObjectPath& path, const AssociationFilter& filter,
+                  const PropertyList& properties) {
+  Request request;
+  request.operation = operation;
+  request.path = path;
+  request.filter = filter;
+  request.properties = properties;
+  return request;
+}
+
 CMPIContext* makeRequestContext(BrokerState& broker, const std::string& provider, CMPIFlags flags) {
   auto* context =
       makeObject<ContextObject>(ContextObject::Purpose::kRequest, currentBroker(), provider);
@@ -49,10 +60,9 @@ CMPIContext* makeRequestContext(BrokerState& broker, const std::string& provider
 }
 
 bool servesNamespace(const RegistrationSection& section, const std::string& nameSpace) {
-  for (const std::string& served : section.namespaces) {
-    if (served == "*" || sameName(served, nameSpace)) return true;
-  }
-  return false;
+  return std::any_of(
+      section.namespaces.begin(), section.namespaces.end(),
+      [&](const std::string& served) { return served == "*" || sameName(served, nameSpace); });
 }
 
 std::optional<std::string> onRequestThread(const std::shared_ptr<BrokerState>& broker,

@@ -10,6 +10,10 @@
 
 namespace orv::broker {
 
+/// A request about an object or, with a path without keys, about a class.
+Request requestOf(Operation operation, const ObjectPath& path, const AssociationFilter& filter = {},
+                  const PropertyList& properties = std::nullopt);
+
 /// Runs work on a thread of its own, with the memory of a request, and waits for it. Returns the
 /// text of an exception from the work, or the reason why the thread could not be started; absent
 /// otherwise.

@@ -1,5 +1,7 @@
 #include "broker/testing/test_broker.h"
 
+#include <algorithm>
+#include <iterator>
 #include <set>
 #include <shared_mutex>
 #include <thread>
@@ -31,24 +33,6 @@ struct TestBroker::Internals {
 };
 
 namespace {
-
-Request requestOf(Operation operation, const std::string& nameSpace, const std::string& className) {
-  Request request;
-  request.operation = operation;
-  request.path.nameSpace = nameSpace;
-  request.path.className = className;
-  return request;
-}
-
-Request requestOf(Operation operation, const ObjectPath& path, const AssociationFilter& filter,
-                  const PropertyList& properties) {
-  Request request;
-  request.operation = operation;
-  request.path = path;
-  request.filter = filter;
-  request.properties = properties;
-  return request;
-}
 
 Route directRoute(BrokerState& broker, const Request& request, const std::string& providerName) {
   const bool association = isAssociationOperation(request.operation);
@@ -98,23 +82,19 @@ void addAnswers(const Answers& answers, TestResponse& response) {
 /// Whether all kinds of a section's provider have been cleaned up, in whatever section: it is then
 /// forgotten. Deliberate (contract.md#cleanup-kinds).
 bool allCleaned(const std::set<std::pair<const ProviderLibrary*, ProviderKind>>& cleaned,
-                const Section& section) {
-  const auto gone = [&](const void* mi, ProviderKind kind) {
-    return mi == nullptr || cleaned.count({section.library.get(), kind}) != 0;
-  };
-  return gone(section.instance, ProviderKind::kInstance) &&
-         gone(section.association, ProviderKind::kAssociation) &&
-         gone(section.method, ProviderKind::kMethod) &&
-         gone(section.indication, ProviderKind::kIndication);
+                Section& section) {
+  return std::all_of(std::begin(kProviderKinds), std::end(kProviderKinds), [&](ProviderKind kind) {
+    return cleaned.count({section.library.get(), kind}) != 0 ||
+           visitProvider(section, kind, [](const auto* mi) { return mi == nullptr; });
+  });
 }
 
 void forget(Section& section) {
   section.loaded = false;
   section.enabled = false;
-  section.instance = nullptr;
-  section.association = nullptr;
-  section.indication = nullptr;
-  section.method = nullptr;
+  for (const ProviderKind kind : kProviderKinds) {
+    visitProvider(section, kind, [](auto*& mi) { mi = nullptr; });
+  }
 }
 
 CleanupCall cleanupCall(const Section& section, CMPIrc answer) {
@@ -170,15 +150,14 @@ TestResponse TestBroker::requestTo(const std::string& providerName, const Reques
 
 TestResponse TestBroker::enumerateInstanceNames(const std::string& nameSpace,
                                                 const std::string& className) {
-  return request(requestOf(Operation::kEnumerateInstanceNames, nameSpace, className));
+  return request(requestOf(Operation::kEnumerateInstanceNames, {"", nameSpace, className, {}}));
 }
 
 TestResponse TestBroker::enumerateInstances(const std::string& nameSpace,
                                             const std::string& className,
                                             const PropertyList& properties) {
-  Request wanted = requestOf(Operation::kEnumerateInstances, nameSpace, className);
-  wanted.properties = properties;
-  return request(wanted);
+  return request(
+      requestOf(Operation::kEnumerateInstances, {"", nameSpace, className, {}}, {}, properties));
 }
 
 TestResponse TestBroker::getInstance(const ObjectPath& path, const PropertyList& properties) {
@@ -192,7 +171,7 @@ TestResponse TestBroker::associators(const ObjectPath& source, const Association
 
 TestResponse TestBroker::associatorNames(const ObjectPath& source,
                                          const AssociationFilter& filter) {
-  return request(requestOf(Operation::kAssociatorNames, source, filter, std::nullopt));
+  return request(requestOf(Operation::kAssociatorNames, source, filter));
 }
 
 TestResponse TestBroker::references(const ObjectPath& source, const AssociationFilter& filter,
@@ -201,7 +180,7 @@ TestResponse TestBroker::references(const ObjectPath& source, const AssociationF
 }
 
 TestResponse TestBroker::referenceNames(const ObjectPath& source, const AssociationFilter& filter) {
-  return request(requestOf(Operation::kReferenceNames, source, filter, std::nullopt));
+  return request(requestOf(Operation::kReferenceNames, source, filter));
 }
 
 SubscribeResult TestBroker::subscribe(const IndicationFilter& filter, IndicationHandler handler) {

@@ -12,24 +12,20 @@ std::shared_ptr<const ClassRepository> BrokerState::classes(const std::string& n
   return place != options.namespaces.end() ? place->second : nullptr;
 }
 
-bool BrokerState::ClassNameLess::operator()(const ClassName& a, const ClassName& b) const {
-  const NameLess less{};
-  if (less(a.first, b.first)) return true;
-  return !less(b.first, a.first) && less(a.second, b.second);
-}
-
 std::shared_ptr<const ClassLayout> BrokerState::layout(const std::string& nameSpace,
                                                        const std::string& className) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto repository = classes(nameSpace);
+  if (!repository) return nullptr;
   // Known classes are kept, each once however it is spelled, so that requests cannot fill the
   // memory.
-  const auto known = layouts_.find({nameSpace, className});
-  if (known != layouts_.end()) return known->second;
-  const auto repository = classes(nameSpace);
-  const ClassDefinition* definition = repository ? repository->find(className) : nullptr;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Layouts& layouts = layouts_[nameSpace];
+  const auto known = layouts.find(className);
+  if (known != layouts.end()) return known->second;
+  const ClassDefinition* definition = repository->find(className);
   if (definition == nullptr) return nullptr;
   auto made = std::make_shared<const ClassLayout>(repository, *definition);
-  layouts_.emplace(ClassName(nameSpace, className), made);
+  layouts.emplace(className, made);
   return made;
 }
 

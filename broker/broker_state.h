@@ -5,7 +5,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 
 #include "broker/broker.h"
 #include "broker/class_layout.h"
@@ -32,13 +31,10 @@ struct BrokerState {
   std::atomic<CMPIUint32> lastSession{0};
 
  private:
-  using ClassName = std::pair<std::string, std::string>;  // namespace and class
-  struct ClassNameLess {
-    bool operator()(const ClassName& a, const ClassName& b) const;
-  };
+  using Layouts = std::map<std::string, std::shared_ptr<const ClassLayout>, NameLess>;
 
   std::mutex mutex_;  // guards layouts_; no other is locked while it is held
-  std::map<ClassName, std::shared_ptr<const ClassLayout>, ClassNameLess> layouts_;
+  std::map<std::string, Layouts, NameLess> layouts_;  // by namespace
 };
 
 }  // namespace orv::broker

@@ -66,45 +66,22 @@ Value readNumber(const CMPIValue& value, CMPIType type) {
   return read;
 }
 
-ReadValue readString(const CMPIString* record) {
-  if (record == nullptr) return fine(Value::ofNull(CMPI_string));
-  const StringObject* own = StringObject::own(record);
-  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};  // reported already
-  return fine(own->text ? Value::ofString(*own->text) : Value::ofNull(CMPI_string));
-}
-
-ReadValue readDateTime(const CMPIDateTime* record) {
-  if (record == nullptr) return fine(Value::ofNull(CMPI_dateTime));
-  const DateTimeObject* own = DateTimeObject::own(record);
-  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
-  return fine(Value::ofDateTime(own->value));
-}
-
-ReadValue readInstance(const CMPIInstance* record) {
-  if (record == nullptr) return fine(Value::ofNull(CMPI_instance));
-  const InstanceObject* own = InstanceObject::own(record);
-  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
-  return fine(Value::ofInstance(own->data.toPlain()));
-}
-
-ReadValue readReference(const CMPIObjectPath* record) {
-  if (record == nullptr) return fine(Value::ofNull(CMPI_ref));
-  const PathObject* own = PathObject::own(record);
-  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
-  return storedReference(own->data.toPlain());
-}
-
-ReadValue readArray(const CMPIArray* record, CMPIType type) {
-  const auto elementType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
+/// Reads the object behind a record; null for a null record.
+template <class Object, class Read>
+ReadValue readObject(const typename Object::Record* record, CMPIType type, Read read) {
   if (record == nullptr) return fine(Value::ofNull(type));
-  const ArrayObject* own = ArrayObject::own(record);
-  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};
-  if (isPointerType(own->elementType) != isPointerType(elementType)) {
-    return refused(CMPI_RC_ERR_TYPE_MISMATCH, "an array of " + typeName(own->elementType) +
+  const Object* own = Object::own(record);
+  if (own == nullptr) return {Value(), CMPI_RC_ERR_INVALID_HANDLE, ""};  // reported already
+  return read(*own);
+}
+
+ReadValue readArray(const ArrayObject& own, CMPIType type) {
+  if (isPointerType(own.elementType) != isPointerType(static_cast<CMPIType>(type & ~CMPI_ARRAY))) {
+    return refused(CMPI_RC_ERR_TYPE_MISMATCH, "an array of " + typeName(own.elementType) +
                                                   " passed as " + typeName(type) +
                                                   ": a crash at the next read");
   }
-  return fine(Value::ofArray(own->elementType, own->elements));
+  return fine(Value::ofArray(own.elementType, own.elements));
 }
 
 /// Whether a key value contains the character, at any depth.
@@ -219,18 +196,29 @@ ReadValue readValue(const CMPIValue* value, CMPIType type) {
                                           : ", which no value can have: a crash"));
   }
   if (value == nullptr) return fine(Value::ofNull(storedType(type)));
-  if ((type & CMPI_ARRAY) != 0) return readArray(value->array, storedType(type));
+  if ((type & CMPI_ARRAY) != 0) {
+    return readObject<ArrayObject>(value->array, storedType(type), [type](const auto& own) {
+      return readArray(own, storedType(type));
+    });
+  }
   switch (type) {
     case CMPI_chars:
       return fine(Value::ofString(reinterpret_cast<const char*>(value)));
     case CMPI_string:
-      return readString(value->string);
+      return readObject<StringObject>(value->string, type, [](const auto& own) {
+        return fine(own.text ? Value::ofString(*own.text) : Value::ofNull(CMPI_string));
+      });
     case CMPI_dateTime:
-      return readDateTime(value->dateTime);
+      return readObject<DateTimeObject>(value->dateTime, type, [](const auto& own) {
+        return fine(Value::ofDateTime(own.value));
+      });
     case CMPI_instance:
-      return readInstance(value->inst);
+      return readObject<InstanceObject>(value->inst, type, [](const auto& own) {
+        return fine(Value::ofInstance(own.data.toPlain()));
+      });
     case CMPI_ref:
-      return readReference(value->ref);
+      return readObject<PathObject>(
+          value->ref, type, [](const auto& own) { return storedReference(own.data.toPlain()); });
     default:
       return fine(readNumber(*value, type));
   }

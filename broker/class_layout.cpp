@@ -1,8 +1,8 @@
 #include "broker/class_layout.h"
 
 #include <algorithm>
-#include <charconv>
 
+#include "broker/characters.h"
 #include "broker/date_times.h"
 
 namespace orv::broker {
@@ -11,13 +11,8 @@ namespace {
 constexpr std::size_t kMostKeys = 32;  // the object manager's limit
 
 template <class Number>
-std::optional<Number> parseNumber(const std::string& text) {
-  const std::size_t start = !text.empty() && text[0] == '+' ? 1 : 0;
-  Number number{};
-  const char* end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data() + start, end, number);
-  if (error != std::errc() || rest != end) return std::nullopt;
-  return number;
+std::optional<Number> parseNumber(std::string_view text) {
+  return wholeNumber<Number>(!text.empty() && text[0] == '+' ? text.substr(1) : text);
 }
 
 Value realValue(CMPIType type, const std::string& literal) {

@@ -1,7 +1,6 @@
 #include "broker/object_path_text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <utility>
 
@@ -21,13 +20,6 @@ bool isNameStart(char c) {
 
 bool isNameSpaceCharacter(char c) {
   return isNameStart(c) || isDigit(c) || c == '/' || c == '-' || c == '.' || c == '~';
-}
-
-template <typename Number>
-bool fits(std::string_view digits) {
-  Number value = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  return error == std::errc() && end == digits.data() + digits.size();
 }
 
 class Parser {
@@ -155,7 +147,7 @@ class Parser {
     while (isDigit(peek())) ++at_;
     std::string_view digits = text_.substr(begin, at_ - begin);
     if (digits.front() == '+') digits.remove_prefix(1);
-    if (hasSign ? !fits<std::int64_t>(digits) : !fits<std::uint64_t>(digits)) {
+    if (hasSign ? !wholeNumber<std::int64_t>(digits) : !wholeNumber<std::uint64_t>(digits)) {
       failAt(begin, "number is out of range");
     }
     key.kind = hasSign ? KeyText::Kind::signedNumber : KeyText::Kind::unsignedNumber;

@@ -1,7 +1,5 @@
 #include "broker/wql.h"
 
-#include <charconv>
-
 #include "broker/characters.h"
 #include "broker/class_repository.h"
 
@@ -252,19 +250,15 @@ class WqlParser {
   }
 
   Value number() {
-    const std::string& text = lexer_.token().text;
-    const char* begin = text.data() + (text[0] == '+' ? 1 : 0);
-    const char* end = text.data() + text.size();
-    std::uint64_t positive = 0;
-    std::int64_t negative = 0;
+    std::string_view text = lexer_.token().text;
+    if (text[0] == '+') text.remove_prefix(1);
     Value value;
-    double real = 0;
-    if (auto [p, e] = std::from_chars(begin, end, positive); e == std::errc() && p == end) {
-      value = Value::ofUnsigned(CMPI_uint64, positive);
-    } else if (auto [q, f] = std::from_chars(begin, end, negative); f == std::errc() && q == end) {
-      value = Value::ofSigned(CMPI_sint64, negative);
-    } else if (auto [r, g] = std::from_chars(begin, end, real); g == std::errc() && r == end) {
-      value = Value::ofReal(CMPI_real64, real);
+    if (const auto positive = wholeNumber<std::uint64_t>(text)) {
+      value = Value::ofUnsigned(CMPI_uint64, *positive);
+    } else if (const auto negative = wholeNumber<std::int64_t>(text)) {
+      value = Value::ofSigned(CMPI_sint64, *negative);
+    } else if (const auto real = wholeNumber<double>(text)) {
+      value = Value::ofReal(CMPI_real64, *real);
     } else {
       lexer_.fail("a number");
     }

@@ -1,8 +1,8 @@
 #include "cimxml/element_reader.h"
 
-#include <charconv>
 #include <utility>
 
+#include "broker/characters.h"
 #include "broker/date_times.h"
 #include "cimxml/messages.h"
 
@@ -37,19 +37,15 @@ void checkDepth(const pugi::xml_node& root) {
   }
 }
 
-template <typename Number>
-bool parseWhole(string_view text, Number& number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() && end == text.data() + text.size();
-}
-
 /// A number without a declared type: unsigned 64-bit, with a sign signed 64-bit.
 Value untypedNumber(const std::string& text) {
-  std::uint64_t magnitude = 0;
-  std::int64_t number = 0;
-  if (parseWhole(text, magnitude)) return Value::ofUnsigned(CMPI_uint64, magnitude);
+  if (const auto magnitude = broker::wholeNumber<std::uint64_t>(text)) {
+    return Value::ofUnsigned(CMPI_uint64, *magnitude);
+  }
   const string_view digits = !text.empty() && text[0] == '+' ? string_view(text).substr(1) : text;
-  if (parseWhole(digits, number)) return Value::ofSigned(CMPI_sint64, number);
+  if (const auto number = broker::wholeNumber<std::int64_t>(digits)) {
+    return Value::ofSigned(CMPI_sint64, *number);
+  }
   badParameter("\"" + text + "\" is not a number");
 }
 
@@ -105,11 +101,10 @@ Value readInteger(CMPIType type, const std::string& text) {
 
 /// A real32 is parsed as a float: rounding twice, to a double first, could give another number.
 Value readReal(CMPIType type, const std::string& text) {
-  float single = 0;
-  double number = 0;
-  const bool isNumber = type == CMPI_real32 ? parseWhole(text, single) : parseWhole(text, number);
-  if (!isNumber) badParameter("\"" + text + "\" is not a number");
-  return Value::ofReal(type, type == CMPI_real32 ? single : number);
+  std::optional<double> number = broker::wholeNumber<double>(text);
+  if (type == CMPI_real32) number = broker::wholeNumber<float>(text);
+  if (!number) badParameter("\"" + text + "\" is not a number");
+  return Value::ofReal(type, *number);
 }
 
 Value readDateTime(const std::string& text) {
@@ -140,19 +135,12 @@ Value readEmbedded(const std::string& text, int depth) {
   }
 }
 
-bool isEmbedded(const pugi::xml_node& property) {
-  for (const char* name : {"EmbeddedObject", "EMBEDDEDOBJECT"}) {
-    if (property.attribute(name)) return true;
-  }
-  return false;
-}
-
 Value readProperty(const pugi::xml_node& node, int depth) {
   if (is(node, "PROPERTY.REFERENCE")) {
     const pugi::xml_node reference = node.child("VALUE.REFERENCE");
     return reference ? Value::ofReference(readReference(reference)) : Value::ofNull(CMPI_ref);
   }
-  const bool embedded = isEmbedded(node);
+  const bool embedded = node.attribute("EmbeddedObject") || node.attribute("EMBEDDEDOBJECT");
   const CMPIType type = embedded ? static_cast<CMPIType>(CMPI_instance) : dataTypeOf(node);
   const auto read = [&](const pugi::xml_node& value) {
     const char* text = value.text().get();

@@ -1,10 +1,10 @@
 #include "notation/object_path.h"
 
-#include <charconv>
 #include <cstdint>
 #include <memory>
 #include <variant>
 
+#include "broker/characters.h"
 #include "broker/object_path_text.h"
 
 namespace orv::notation {
@@ -12,13 +12,7 @@ namespace {
 
 using broker::KeyText;
 using broker::Value;
-
-template <typename Number>
-Number toNumber(const std::string& digits) {
-  Number value = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  return value;
-}
+using broker::wholeNumber;
 
 bool isReference(const broker::ClassDefinition* definition, const std::string& key) {
   const broker::PropertyDefinition* property =
@@ -30,15 +24,32 @@ bool isReference(const broker::ClassDefinition* definition, const std::string& k
 Value plainValue(const KeyText& key) {
   switch (key.kind) {
     case KeyText::Kind::unsignedNumber:
-      return Value::ofUnsigned(CMPI_uint64, toNumber<std::uint64_t>(key.value));
+      return Value::ofUnsigned(CMPI_uint64, wholeNumber<std::uint64_t>(key.value).value_or(0));
     case KeyText::Kind::signedNumber:
-      return Value::ofSigned(CMPI_sint64, toNumber<std::int64_t>(key.value));
+      return Value::ofSigned(CMPI_sint64, wholeNumber<std::int64_t>(key.value).value_or(0));
     case KeyText::Kind::boolean:
       return Value::ofBoolean(key.value == "true");
     case KeyText::Kind::text:
       break;
   }
   return Value::ofString(key.value);
+}
+
+KeyText keyText(const broker::Key& key) {
+  const Value::Content& content = key.value.content;
+  if (const auto* text = std::get_if<std::string>(&content)) {
+    return {key.name, KeyText::Kind::text, *text};
+  }
+  if (const auto* path = std::get_if<std::shared_ptr<const broker::ObjectPath>>(&content)) {
+    return {key.name, KeyText::Kind::text, objectPathText(**path)};
+  }
+  if (const auto* time = std::get_if<broker::DateTime>(&content)) {
+    return {key.name, KeyText::Kind::text, time->text};
+  }
+  KeyText::Kind kind = KeyText::Kind::unsignedNumber;
+  if (std::holds_alternative<std::int64_t>(content)) kind = KeyText::Kind::signedNumber;
+  if (std::holds_alternative<bool>(content)) kind = KeyText::Kind::boolean;
+  return {key.name, kind, key.value.toText()};
 }
 
 }  // namespace
@@ -59,27 +70,6 @@ broker::ObjectPath readObjectPath(std::string_view text, const std::string& name
   }
   return path;
 }
-
-namespace {
-
-KeyText keyText(const broker::Key& key) {
-  const Value::Content& content = key.value.content;
-  if (const auto* text = std::get_if<std::string>(&content)) {
-    return {key.name, KeyText::Kind::text, *text};
-  }
-  if (const auto* path = std::get_if<std::shared_ptr<const broker::ObjectPath>>(&content)) {
-    return {key.name, KeyText::Kind::text, objectPathText(**path)};
-  }
-  if (const auto* time = std::get_if<broker::DateTime>(&content)) {
-    return {key.name, KeyText::Kind::text, time->text};
-  }
-  KeyText::Kind kind = KeyText::Kind::unsignedNumber;
-  if (std::holds_alternative<std::int64_t>(content)) kind = KeyText::Kind::signedNumber;
-  if (std::holds_alternative<bool>(content)) kind = KeyText::Kind::boolean;
-  return {key.name, kind, key.value.toText()};
-}
-
-}  // namespace
 
 std::string objectPathText(const broker::ObjectPath& path) {
   broker::ObjectPathText text = {path.host, path.nameSpace, path.className, {}};

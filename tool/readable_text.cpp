@@ -3,14 +3,16 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "broker/characters.h"
+
 namespace orv::tool {
 namespace {
 
 constexpr std::size_t kDateTimeLength = 25;
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-bool allDigits(std::string_view text) { return std::all_of(text.begin(), text.end(), isDigit); }
+bool allDigits(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), broker::isDigit);
+}
 
 std::string offset(char sign, int minutes) {
   char text[32];

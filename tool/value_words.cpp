@@ -1,12 +1,12 @@
 #include "tool/value_words.h"
 
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <variant>
 #include <vector>
 
+#include "broker/characters.h"
 #include "tool/readable_text.h"
 
 namespace orv::tool {
@@ -24,18 +24,12 @@ const std::vector<std::string>* qualifierValues(const PropertyDefinition& proper
   return nullptr;
 }
 
-std::optional<std::uint64_t> number(std::string_view text) {
-  std::uint64_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return value;
-}
-
 constexpr std::string_view kRange = "..";
 
 // An entry of a ValueMap: "5", "225..4095" or "4301..".
 bool covers(const std::string& entry, std::uint64_t value) {
   const std::size_t dots = entry.find(kRange);
+  const auto number = broker::wholeNumber<std::uint64_t>;
   if (dots == std::string::npos) return number(entry) == value;
   const std::string_view low = std::string_view(entry).substr(0, dots);
   const std::string_view high = std::string_view(entry).substr(dots + kRange.size());

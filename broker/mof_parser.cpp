@@ -24,13 +24,13 @@
 #include "broker/mof_parser.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <stdexcept>
 #include <utility>
 
+#include "broker/characters.h"
 #include "broker/values.h"
 
 namespace orv::broker {
@@ -61,14 +61,12 @@ constexpr IntegerRange kIntegerRanges[] = {
     rangeOf<CMPISint32>(CMPI_sint32), rangeOf<CMPISint64>(CMPI_sint64)};
 
 bool inRange(const IntegerRange& range, const std::string& text) {
-  const char* begin = text.data();
-  const char* end = begin + text.size();
   if (text.front() == '-') {
-    std::int64_t value = 0;
-    return std::from_chars(begin, end, value).ec == std::errc() && value >= range.lowest;
+    const auto value = wholeNumber<std::int64_t>(text);
+    return value && *value >= range.lowest;
   }
-  std::uint64_t value = 0;
-  return std::from_chars(begin, end, value).ec == std::errc() && value <= range.highest;
+  const auto value = wholeNumber<std::uint64_t>(text);
+  return value && *value <= range.highest;
 }
 
 const QualifierValue* find(const std::vector<QualifierValue>& qualifiers, std::string_view name) {
@@ -135,19 +133,15 @@ void MofParser::expectSymbol(char symbol) {
   advance();
 }
 
-std::string MofParser::expectIdentifier(const char* what) {
-  if (token_.kind != Kind::identifier)
-    fail(std::string("expected ") + what + ", not " + tokenText());
-  std::string name = std::move(token_.text);
-  advance();
-  return name;
-}
-
-std::string MofParser::expectString(const char* what) {
-  if (token_.kind != Kind::string) fail(std::string("expected ") + what + ", not " + tokenText());
+std::string MofParser::take() {
   std::string text = std::move(token_.text);
   advance();
   return text;
+}
+
+std::string MofParser::expect(Kind kind, const char* what) {
+  if (token_.kind != kind) fail(std::string("expected ") + what + ", not " + tokenText());
+  return take();
 }
 
 std::string MofParser::tokenText() const {
@@ -207,8 +201,8 @@ void MofParser::qualifierDeclaration() {
     expectSymbol(')');
   }
   expectSymbol(';');
-  const auto [it, isNew] = reader_.qualifiers_.emplace(name, MofReader::QualifierDeclaration{type});
-  if (!isNew && it->second.type != type) {
+  const auto [it, isNew] = reader_.qualifiers_.emplace(name, type);
+  if (!isNew && it->second != type) {
     failAt(line, "qualifier " + name + " is declared twice, with different types");
   }
   reader_.classes_.declare(std::move(own));
@@ -336,9 +330,11 @@ QualifierValue MofParser::qualifier() {
   QualifierValue result;
   const int line = token_.line;
   result.name = expectIdentifier("a qualifier's name");
-  const MofReader::QualifierDeclaration* declaration = reader_.findQualifier(result.name);
-  if (declaration == nullptr) failAt(line, "qualifier " + result.name + " is not declared");
-  result.type = declaration->type;
+  const auto declared = reader_.qualifiers_.find(result.name);
+  if (declared == reader_.qualifiers_.end()) {
+    failAt(line, "qualifier " + result.name + " is not declared");
+  }
+  result.type = declared->second;
   result.values = qualifierValues(result.type);
   if (acceptSymbol(':')) {
     do {
@@ -394,10 +390,7 @@ std::string MofParser::literal(CMPIType type) {
                            : token_.kind == Kind::integer ||
                                  (type == CMPI_char16 && token_.kind == Kind::character);
   if (!fits) fail("expected a number, not " + tokenText());
-  if (!isReal && type != CMPI_char16) return integerLiteral(type);
-  std::string text = std::move(token_.text);
-  advance();
-  return text;
+  return isReal || type == CMPI_char16 ? take() : integerLiteral(type);
 }
 
 std::string MofParser::integerLiteral(CMPIType type) {
@@ -406,9 +399,7 @@ std::string MofParser::integerLiteral(CMPIType type) {
   if (range == std::end(kIntegerRanges) || !inRange(*range, token_.text)) {
     fail("number " + token_.text + " does not fit its type");
   }
-  std::string text = std::move(token_.text);
-  advance();
-  return text;
+  return take();
 }
 
 }  // namespace orv::broker

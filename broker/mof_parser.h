@@ -28,8 +28,12 @@ class MofParser {
   bool acceptSymbol(char symbol);
   bool acceptWord(std::string_view word);
   void expectSymbol(char symbol);
-  std::string expectIdentifier(const char* what);
-  std::string expectString(const char* what);
+  std::string take();
+  std::string expect(MofToken::Kind kind, const char* what);
+  std::string expectIdentifier(const char* what) {
+    return expect(MofToken::Kind::identifier, what);
+  }
+  std::string expectString(const char* what) { return expect(MofToken::Kind::string, what); }
   std::string tokenText() const;
   [[noreturn]] void fail(const std::string& message) const { lexer_.fail(token_.line, message); }
   [[noreturn]] void failAt(int line, const std::string& message) const {

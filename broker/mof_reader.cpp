@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <system_error>
@@ -16,13 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct BuiltInQualifier {
-  const char* name;
-  CMPIType type;
-};
-
 // The qualifiers that the broker itself interprets; a schema may declare them too.
-constexpr BuiltInQualifier kBuiltInQualifiers[] = {
+constexpr std::pair<const char*, CMPIType> kBuiltInQualifiers[] = {
     {"Abstract", CMPI_boolean},        {"Association", CMPI_boolean},
     {"EmbeddedInstance", CMPI_string}, {"EmbeddedObject", CMPI_boolean},
     {"Indication", CMPI_boolean},      {"Key", CMPI_boolean},
@@ -91,11 +87,9 @@ std::optional<std::string> contentOf(const fs::path& path, std::size_t limit) {
 }  // namespace
 
 MofReader::MofReader(ClassRepository& classes, MofLimits limits)
-    : classes_(classes), limits_(limits) {
-  for (const BuiltInQualifier& q : kBuiltInQualifiers) {
-    qualifiers_.emplace(q.name, QualifierDeclaration{q.type});
-  }
-}
+    : classes_(classes),
+      limits_(limits),
+      qualifiers_(std::begin(kBuiltInQualifiers), std::end(kBuiltInQualifiers)) {}
 
 bool MofReader::isReadable(const std::string& path) {
   std::error_code error;
@@ -133,11 +127,6 @@ void MofReader::readDirectory(const std::string& directory) {
   } catch (const fs::filesystem_error& e) {
     throw MofError(directory, 0, "directory cannot be read: " + e.code().message());
   }
-}
-
-const MofReader::QualifierDeclaration* MofReader::findQualifier(std::string_view name) const {
-  const auto it = qualifiers_.find(name);
-  return it == qualifiers_.end() ? nullptr : &it->second;
 }
 
 void MofReader::addClass(ClassDefinition own) {

@@ -52,18 +52,13 @@ class MofReader {
  private:
   friend class MofParser;
 
-  struct QualifierDeclaration {
-    CMPIType type = CMPI_boolean;
-  };
-
   static bool isReadable(const std::string& path);
-  const QualifierDeclaration* findQualifier(std::string_view name) const;
   void addClass(ClassDefinition own);
 
   ClassRepository& classes_;
   MofLimits limits_;
-  std::map<std::string, QualifierDeclaration, NameLess> qualifiers_;
-  std::set<std::string> filesRead_;  // canonical paths
+  std::map<std::string, CMPIType, NameLess> qualifiers_;  // the declared ones
+  std::set<std::string> filesRead_;                       // canonical paths
   std::map<std::string, int, NameLess> inheritanceDepth_;
   std::size_t repositoryBytes_ = 0;
   int includeDepth_ = 0;

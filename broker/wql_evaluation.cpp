@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "broker/class_repository.h"
 #include "broker/date_times.h"
@@ -120,38 +122,26 @@ bool isAHolds(const Value& value, const std::string& ancestor, const WqlSubject&
   return embedded != nullptr && subject.isA((*embedded)->path.className, ancestor);
 }
 
+constexpr CMPIPredOp kOpposites[][2] = {
+    {CMPI_PredOp_Equals, CMPI_PredOp_NotEquals},
+    {CMPI_PredOp_LessThan, CMPI_PredOp_GreaterThanOrEquals},
+    {CMPI_PredOp_GreaterThan, CMPI_PredOp_LessThanOrEquals},
+    {CMPI_PredOp_Isa, CMPI_PredOp_NotIsa},
+    {CMPI_PredOp_Like, CMPI_PredOp_NotLike},
+    {CMPI_PredOp_Null, CMPI_PredOp_Not_Null},
+};
+
 CMPIPredOp negated(CMPIPredOp op) {
-  switch (op) {
-    case CMPI_PredOp_Equals:
-      return CMPI_PredOp_NotEquals;
-    case CMPI_PredOp_NotEquals:
-      return CMPI_PredOp_Equals;
-    case CMPI_PredOp_LessThan:
-      return CMPI_PredOp_GreaterThanOrEquals;
-    case CMPI_PredOp_GreaterThanOrEquals:
-      return CMPI_PredOp_LessThan;
-    case CMPI_PredOp_GreaterThan:
-      return CMPI_PredOp_LessThanOrEquals;
-    case CMPI_PredOp_LessThanOrEquals:
-      return CMPI_PredOp_GreaterThan;
-    case CMPI_PredOp_Isa:
-      return CMPI_PredOp_NotIsa;
-    case CMPI_PredOp_NotIsa:
-      return CMPI_PredOp_Isa;
-    case CMPI_PredOp_Like:
-      return CMPI_PredOp_NotLike;
-    case CMPI_PredOp_NotLike:
-      return CMPI_PredOp_Like;
-    case CMPI_PredOp_Null:
-      return CMPI_PredOp_Not_Null;
-    default:
-      return CMPI_PredOp_Null;
+  for (const auto& [one, other] : kOpposites) {
+    if (op == one) return other;
+    if (op == other) return one;
   }
+  return op;
 }
 
 /// The members of both lists: the outer operation of the normal form.
 NormalForm joined(NormalForm a, NormalForm b) {
-  for (auto& member : b) a.push_back(std::move(member));
+  a.insert(a.end(), std::make_move_iterator(b.begin()), std::make_move_iterator(b.end()));
   return a;
 }
 
@@ -212,21 +202,17 @@ bool holds(const WqlComparison& comparison, const WqlSubject& subject) {
 }
 
 bool holds(const WqlCondition& condition, const WqlSubject& subject) {
+  const std::vector<WqlCondition>& operands = condition.operands;
+  const auto operandHolds = [&](const WqlCondition& operand) { return holds(operand, subject); };
   switch (condition.kind) {
     case WqlCondition::Kind::kComparison:
       return holds(condition.comparison, subject);
     case WqlCondition::Kind::kNot:
-      return !holds(condition.operands[0], subject);
+      return !operandHolds(operands[0]);
     case WqlCondition::Kind::kAnd:
-      for (const WqlCondition& operand : condition.operands) {
-        if (!holds(operand, subject)) return false;
-      }
-      return true;
+      return std::all_of(operands.begin(), operands.end(), operandHolds);
     case WqlCondition::Kind::kOr:
-      for (const WqlCondition& operand : condition.operands) {
-        if (holds(operand, subject)) return true;
-      }
-      return false;
+      return std::any_of(operands.begin(), operands.end(), operandHolds);
   }
   return false;
 }

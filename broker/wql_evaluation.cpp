@@ -9,7 +9,7 @@
 namespace orv::broker {
 namespace {
 
-constexpr std::size_t kMostProducts = 4096;  // members of a product's outer list
+constexpr std::size_t kMostMembers = 4096;  // of a normal form's outer list
 
 /// -1, 0, 1, or absent when the two cannot be compared.
 using Order = std::optional<int>;
@@ -139,8 +139,10 @@ CMPIPredOp negated(CMPIPredOp op) {
   return op;
 }
 
-/// The members of both lists: the outer operation of the normal form.
-NormalForm joined(NormalForm a, NormalForm b) {
+/// The members of both lists: the outer operation of the normal form. Absent when there are too
+/// many.
+std::optional<NormalForm> joined(NormalForm a, NormalForm b) {
+  if (a.size() + b.size() > kMostMembers) return std::nullopt;
   a.insert(a.end(), std::make_move_iterator(b.begin()), std::make_move_iterator(b.end()));
   return a;
 }
@@ -148,7 +150,7 @@ NormalForm joined(NormalForm a, NormalForm b) {
 /// Each member of one list combined with each of the other: the inner operation. Absent when there
 /// are too many.
 std::optional<NormalForm> multiplied(const NormalForm& a, const NormalForm& b) {
-  if (a.size() * b.size() > kMostProducts) return std::nullopt;
+  if (a.size() * b.size() > kMostMembers) return std::nullopt;
   NormalForm out;
   for (const auto& left : a) {
     for (const auto& right : b) {

@@ -171,6 +171,17 @@ TEST(Wql, ANormalFormIsWholeOrAbsent) {
   EXPECT_EQ(conjunction->size(), 13U);
 }
 
+TEST(Wql, ANormalFormHasABoundAlsoWhereListsAreJoined) {
+  std::string text = "SELECT * FROM T WHERE A = 0";
+  for (int i = 1; i < 4096; ++i) text += " OR A = " + std::to_string(i);
+  const auto largest = normalForm(*parseWql(text).condition, true);
+  ASSERT_TRUE(largest);
+  EXPECT_EQ(largest->size(), 4096U);
+  text += " OR A = 4096";
+  EXPECT_FALSE(normalForm(*parseWql(text).condition, true));
+  EXPECT_TRUE(normalForm(*parseWql(text).condition, false));
+}
+
 TEST(Wql, NumbersAreReadAndPrintedAlikeInEveryLocale) {
   const std::locale before = std::locale::global(std::locale(std::locale(), new Commas));
   EXPECT_TRUE(evaluate("Ratio = 2.5 AND Ratio > -1e3"));

@@ -219,13 +219,13 @@ void appendDeclaration(xml_node parent, const PropertyDefinition& property,
   appendLiterals(node, property.type, property.defaultValue);
 }
 
-bool isListed(const std::optional<std::vector<std::string>>& list, const std::string& name) {
-  if (!list) return true;
-  for (const std::string& entry : *list) {
-    if (broker::sameName(entry, name)) return true;
+/// Collects what pugixml prints.
+struct Collector : pugi::xml_writer {
+  std::string text;
+  void write(const void* data, std::size_t size) override {
+    text.append(static_cast<const char*>(data), size);
   }
-  return false;
-}
+};
 
 }  // namespace
 
@@ -330,7 +330,8 @@ void appendClass(xml_node parent, const broker::ClassDefinition& definition,
   if (options.includeQualifiers) appendQualifiers(node, definition.qualifiers);
   for (const PropertyDefinition& property : definition.properties) {
     const bool own = broker::sameName(property.declaringClass, definition.name);
-    if ((options.localOnly && !own) || !isListed(options.properties, property.name)) continue;
+    const bool listed = !options.properties || hasName(*options.properties, property.name);
+    if (!listed || (options.localOnly && !own)) continue;
     appendDeclaration(node, property, definition.name, options);
   }
 }
@@ -347,18 +348,6 @@ xml_node appendMessage(pugi::xml_document& document, const std::string& id) {
   message.append_attribute("PROTOCOLVERSION") = "1.0";
   return message;
 }
-
-namespace {
-
-/// Collects what pugixml prints.
-struct Collector : pugi::xml_writer {
-  std::string text;
-  void write(const void* data, std::size_t size) override {
-    text.append(static_cast<const char*>(data), size);
-  }
-};
-
-}  // namespace
 
 std::string elementText(const pugi::xml_document& elements) {
   Collector collector;

@@ -22,6 +22,15 @@ struct ResponseWriter::Impl {
     return classes == nullptr ? nullptr : classes->find(instance.path.className);
   }
 
+  /// Adds an element that contains the instance with its path.
+  void addWithPath(const char* element, const Instance& instance) {
+    add([&](xml_node parent) {
+      xml_node node = parent.append_child(element);
+      appendInstancePath(node, instance.path, options.host);
+      appendInstance(node, instance, originsOf(instance));
+    });
+  }
+
   /// Adds to the return value what `fill` appends to the document that it is given.
   template <typename Fill>
   void add(Fill&& fill) {
@@ -89,11 +98,7 @@ void ResponseWriter::instancePath(const ObjectPath& path) {
 }
 
 void ResponseWriter::instanceWithPath(const Instance& instance) {
-  impl_->add([&](xml_node parent) {
-    xml_node node = parent.append_child("VALUE.INSTANCEWITHPATH");
-    appendInstancePath(node, instance.path, impl_->options.host);
-    appendInstance(node, instance, impl_->originsOf(instance));
-  });
+  impl_->addWithPath("VALUE.INSTANCEWITHPATH", instance);
 }
 
 void ResponseWriter::objectPath(const ObjectPath& path) {
@@ -103,11 +108,7 @@ void ResponseWriter::objectPath(const ObjectPath& path) {
 }
 
 void ResponseWriter::objectWithPath(const Instance& instance) {
-  impl_->add([&](xml_node parent) {
-    xml_node node = parent.append_child("VALUE.OBJECTWITHPATH");
-    appendInstancePath(node, instance.path, impl_->options.host);
-    appendInstance(node, instance, impl_->originsOf(instance));
-  });
+  impl_->addWithPath("VALUE.OBJECTWITHPATH", instance);
 }
 
 void ResponseWriter::noReturnValue() {
@@ -120,9 +121,7 @@ void ResponseWriter::outParameter(const std::string& name, const char* type,
   xml_node parameter = impl_->response.append_child("PARAMVALUE");
   parameter.append_attribute("NAME") = name.c_str();
   parameter.append_attribute("PARAMTYPE") = type;
-  parameter.append_child("VALUE")
-      .append_child(pugi::node_pcdata)
-      .set_value(cleanText(text).c_str());
+  appendText(parameter, "VALUE", text);
 }
 
 std::string ResponseWriter::finish(const std::optional<CimError>& failure) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "broker/object_path_text.h"
+#include "metrics/collect.h"
 #include "notation/json.h"
 #include "tool/errors.h"
 #include "tool/object_paths.h"
@@ -86,6 +87,19 @@ int runList(const Options& options, CimClient& client, Printer& printer) {
     status = kExitCimError;
   }
   return status;
+}
+
+/// Prints metrics for Prometheus, once the providers have read the hardware. Classes that cannot be
+/// read are reported through the printer.
+int runMetrics(const Options& options, CimClient& client, Printer& printer) {
+  client.waitForHealth(options.nameSpace);
+  const metrics::Metrics found = metrics::collect(
+      [&](const broker::Request& request) { return client.request(request); }, options.nameSpace);
+  printer.out() << metrics::textOf(found.families);
+  for (const metrics::ClassFailure& failure : found.failures) {
+    printer.complain(failure.className + ": " + statusLine(failure.rc, failure.message));
+  }
+  return found.failures.empty() ? kExitOk : kExitCimError;
 }
 
 /// A command that makes one request.

@@ -19,10 +19,6 @@ int runWatch(const Options& options, client::CimClient& client, Printer& printer
 /// Prints the roll-up and the latched records, once the providers have read the hardware.
 int runHealth(const Options& options, client::CimClient& client, Printer& printer);
 
-/// Prints metrics for Prometheus, once the providers have read the hardware. Classes that cannot be
-/// read are reported through the printer.
-int runMetrics(const Options& options, client::CimClient& client, Printer& printer);
-
 /// Prints a monitoring plugin's verdict on the host and returns the plugin's exit status.
 ///
 /// Fails: BadInput for a threshold that is not a range, std::runtime_error when the state cannot be

@@ -39,10 +39,6 @@ std::string firstThatExists(const char* what, const char* option,
   throw BadInput(std::string(what) + " is not there" + advice + " (looked for " + tried + ")");
 }
 
-}  // namespace
-
-namespace {
-
 std::vector<std::string> libraryPlaces(const std::string& file, bool simulated) {
   const std::string name = (simulated ? "simulated/" : "") + file;
   return {"../" ORV_INSTALL_PROVIDER_DIR "/" + name, "../lib/" + name};

@@ -14,7 +14,6 @@
 #include "tool/end_signals.h"
 #include "tool/errors.h"
 #include "tool/fleet.h"
-#include "tool/host_list.h"
 
 namespace orv::tool {
 namespace {
@@ -24,6 +23,41 @@ using client::RemoteSettings;
 using client::ServerUrl;
 
 void complain(const std::string& text) { std::cerr << "orvcim: " << text << "\n"; }
+
+constexpr const char* kSpaces = " \t\r";
+
+/// A line of a list of hosts without its comment and without spaces at both ends.
+std::string content(const std::string& line) {
+  std::size_t end = line.size();
+  for (std::size_t i = 0; i < line.size() && end == line.size(); ++i) {
+    const bool startsWord = i == 0 || line[i - 1] == ' ' || line[i - 1] == '\t';
+    if (line[i] == '#' && startsWord) end = i;
+  }
+  const std::string text = line.substr(0, end);
+  const std::size_t first = text.find_first_not_of(kSpaces);
+  if (first == std::string::npos) return "";
+  return text.substr(first, text.find_last_not_of(kSpaces) + 1 - first);
+}
+
+/// Reads servers from a file: one URL per line. Empty lines are skipped, and comments from a # at
+/// the start of a line or after a space.
+std::vector<ServerUrl> readHostList(const std::string& file) {
+  std::ifstream in(file);
+  if (!in) throw BadInput("--hosts: " + file + " cannot be read");
+  std::vector<ServerUrl> servers;
+  std::size_t number = 0;
+  for (std::string line; std::getline(in, line);) {
+    ++number;
+    const std::string text = content(line);
+    if (text.empty()) continue;
+    try {
+      servers.push_back(client::parseServerUrl(text));
+    } catch (const std::invalid_argument& error) {
+      throw BadInput(file + ":" + std::to_string(number) + ": " + error.what());
+    }
+  }
+  return servers;
+}
 
 std::vector<ServerUrl> serversOf(const RemoteOptions& options) {
   std::vector<ServerUrl> servers;
@@ -35,11 +69,7 @@ std::vector<ServerUrl> serversOf(const RemoteOptions& options) {
     }
   }
   if (options.hostsFile.empty()) return servers;
-  std::ifstream in(options.hostsFile);
-  if (!in) throw BadInput("--hosts: " + options.hostsFile + " cannot be read");
-  for (ServerUrl& server : readHostList(in, options.hostsFile)) {
-    servers.push_back(std::move(server));
-  }
+  for (ServerUrl& server : readHostList(options.hostsFile)) servers.push_back(std::move(server));
   if (servers.empty()) throw BadInput("--hosts: " + options.hostsFile + " names no host");
   return servers;
 }

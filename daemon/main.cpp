@@ -1,4 +1,3 @@
-#include <csignal>
 #include <exception>
 
 #include "daemon/options.h"
@@ -7,15 +6,6 @@
 #include "tool/errors.h"
 
 namespace {
-
-/// Called before any thread starts: all threads inherit the mask, and only the main thread takes
-/// the signals.
-void blockSignals() {
-  sigset_t blocked;
-  sigemptyset(&blocked);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&blocked, signal);
-  pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-}
 
 int complain(const std::exception& e, int status) {
   orv::serve::log(orv::serve::LogLevel::kError, e.what());
@@ -29,7 +19,6 @@ int main(int argc, char** argv) {
     int exitStatus = orv::tool::kExitOk;
     const auto options = orv::daemon::parseCommandLine(argc, argv, exitStatus);
     if (!options) return exitStatus;
-    blockSignals();
     orv::daemon::serve(*options);
     return orv::tool::kExitOk;
   } catch (const orv::tool::BadInput& e) {

@@ -181,11 +181,17 @@ class Watchdog {
   std::chrono::microseconds interval_{0};
 };
 
+/// The signals that the calling thread waits for.
+sigset_t awaitedSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
+  return signals;
+}
+
 /// Waits for the next signal; 0 when it is time to tell the watchdog.
 int nextSignal(const Watchdog& watchdog) {
-  sigset_t awaited;
-  sigemptyset(&awaited);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&awaited, signal);
+  const sigset_t awaited = awaitedSignals();
   const timespec interval = watchdog.interval();
   for (;;) {
     const int signal = watchdog.enabled() ? sigtimedwait(&awaited, nullptr, &interval)
@@ -213,6 +219,8 @@ void waitForTheEnd(const serve::Endpoint& endpoint, serve::TlsCredentials* crede
 }  // namespace
 
 void serve(const Options& options) {
+  const sigset_t awaited = awaitedSignals();
+  pthread_sigmask(SIG_BLOCK, &awaited, nullptr);
   keepMemoryFlat();
   raiseDescriptorLimit();
   if (!options.verbose) tool::hideStartLines();

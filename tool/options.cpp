@@ -92,16 +92,55 @@ std::string indented(const std::string& lines) {
   return text;
 }
 
-/// Adds the options of the whole program to each command's help, because every command takes them.
+template <typename... Commands>
+constexpr unsigned setOf(Commands... commands) {
+  return (0U | ... | (1U << static_cast<unsigned>(commands)));
+}
+
+constexpr unsigned kLocal = setOf(Command::kServe);
+constexpr unsigned kNoFormat = setOf(Command::kMetrics, Command::kCheck, Command::kServe);
+constexpr unsigned kNoInstances = setOf(Command::kList, Command::kNames, Command::kAssociatorNames,
+                                        Command::kReferenceNames, Command::kHealth) |
+                                  kNoFormat;
+
+struct Restriction {
+  const char* option;
+  unsigned commands;  ///< those that refuse the option or have no use for it
+};
+
+// Of the whole program's options. Every command takes the others.
+constexpr Restriction kRestrictions[] = {
+    {"--format", kNoFormat},
+    {"--nulls", kNoInstances},
+    {"--url", kLocal},
+    {"--hosts", setOf(Command::kWatch) | kNoFormat},
+    {"--password-file", kLocal},
+    {"--ca", kLocal},
+    {"--insecure", kLocal},
+    {"--timeout", kLocal},
+    {"--interop-namespace", ~setOf(Command::kWatch)},
+};
+
+bool takes(Command command, const std::string& option) {
+  return std::none_of(
+      std::begin(kRestrictions), std::end(kRestrictions), [&](const Restriction& restriction) {
+        return restriction.option == option && (restriction.commands & setOf(command)) != 0;
+      });
+}
+
+/// Adds to each command's help the options of the whole program that the command takes.
 class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_footer(const CLI::App* app) const override {
     if (app->get_parent() == nullptr) return CLI::Formatter::make_footer(app);
+    const auto* text = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                    [&](const auto& row) { return row.name == app->get_name(); });
     std::vector<const CLI::Option*> global =
-        app->get_parent()->get_options([app](const CLI::Option* option) {
-          return option->nonpositional() && app->get_option_no_throw(option->get_name()) == nullptr;
+        app->get_parent()->get_options([&](const CLI::Option* option) {
+          return option->nonpositional() && takes(text->command, option->get_name()) &&
+                 app->get_option_no_throw(option->get_name()) == nullptr;
         });
-    return make_group("Options of every command", false, std::move(global)) + "\n" +
+    return make_group("Global options", false, std::move(global)) + "\n" +
            CLI::Formatter::make_footer(app);
   }
 };

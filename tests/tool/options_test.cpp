@@ -3,6 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
 namespace orv::tool {
 namespace {
 
@@ -161,14 +166,39 @@ TEST(CommandLine, AWordTooManyIsNotTakenForACommand) {
   EXPECT_THAT(parsed.err, Not(HasSubstr("unknown command")));
 }
 
-TEST(CommandLine, HelpOfACommandHasItsExamplesAndTheGlobalOptions) {
+TEST(CommandLine, HelpOfACommandHasItsExamplesAndGlobalOptions) {
   for (const char* command : kAllCommands) {
     const Parsed parsed = parseAll({command, "--help"});
     EXPECT_EQ(parsed.status, 0) << command;
     EXPECT_THAT(parsed.out, HasSubstr("Examples:\n  orvcim " + std::string(command))) << command;
-    for (const char* option : {"--format", "--namespace", "--simulate", "--verbose"}) {
+    for (const char* option : {"--namespace", "--simulate", "--verbose", "--library", "--schema"}) {
       EXPECT_THAT(parsed.out, HasSubstr(option)) << command;
     }
+  }
+}
+
+TEST(CommandLine, HelpOfACommandLeavesOutGlobalOptionsThatItDoesNotTake) {
+  const std::map<std::string, std::set<std::string>> without = {
+      {"--format ", {"metrics", "check", "serve"}},
+      {"--nulls ",
+       {"list", "names", "associator-names", "reference-names", "health", "metrics", "check",
+        "serve"}},
+      {"--url ", {"serve"}},
+      {"--hosts ", {"watch", "metrics", "check", "serve"}},
+      {"--password-file ", {"serve"}},
+      {"--ca ", {"serve"}},
+      {"--insecure ", {"serve"}},
+      {"--timeout ", {"serve"}},
+  };
+  for (const char* command : kAllCommands) {
+    std::string options = parseAll({command, "--help"}).out;
+    options.resize(options.find("Examples:"));
+    for (const auto& [option, commands] : without) {
+      const bool listed = options.find(option) != std::string::npos;
+      EXPECT_NE(listed, commands.count(command) == 1) << command << " " << option;
+    }
+    const bool interop = options.find("--interop-namespace ") != std::string::npos;
+    EXPECT_EQ(interop, command == std::string("watch")) << command;
   }
 }
 

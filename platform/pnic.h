@@ -290,8 +290,7 @@ class LocatedPciDevice : public PciDevice {
 };
 
 /// One physical Ethernet port, as it was when the list was taken. What is not part of the list is
-/// asked for at the first call that needs it, each group of facts once. One object serves one
-/// request on one thread.
+/// asked for when a call needs it. One object serves one request on one thread.
 ///
 /// Fails: every operation may throw Nodemgr::Lib::NodemgrException. A facility that the driver
 /// lacks is not a failure but an empty answer.

@@ -136,7 +136,7 @@ SubscribeResult IndicationHub::subscribe(BrokerState& broker, const IndicationFi
     filter->subscriptions.push_back(subscription);
     if (isNew) filters_.push_back(filter);
   }
-  const SubscribeResult subscribed{CMPI_RC_OK, std::nullopt, subscription->id};
+  SubscribeResult subscribed{CMPI_RC_OK, std::nullopt, subscription->id};
   if (!isNew) return subscribed;  // Deliberate (contract.md#first-subscription).
   CMPIStatus activated = status(CMPI_RC_ERR_FAILED);
   try {

@@ -57,8 +57,10 @@ std::optional<double> secondsSinceEpoch(const Value& value) {
 
 std::optional<std::uint64_t> portState(const Value& value) {
   const std::optional<std::uint64_t> state = codeOf(value);
-  const bool known = state == kEnabled || state == kDisabled || state == kEnabledButOffline;
-  return known ? state : std::nullopt;
+  for (const std::uint64_t known : {kEnabled, kDisabled, kEnabledButOffline}) {
+    if (state == known) return state;
+  }
+  return std::nullopt;
 }
 
 std::optional<double> portEnabled(const Value& value) {

@@ -5,6 +5,10 @@
 
 #include <functional>
 
+#ifdef ORV_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+
 namespace orv::test {
 
 /// The module stops for good, so each scenario runs in a process of its own: `scenario` in a child
@@ -14,6 +18,9 @@ inline void inProcessOfItsOwn(const std::function<void()>& scenario) {
   EXPECT_EXIT(
       {
         scenario();
+#ifdef ORV_COVERAGE
+        __gcov_dump();  // which _exit does not do
+#endif
         _exit(testing::Test::HasFailure() ? 1 : 0);
       },
       testing::ExitedWithCode(0), "");

@@ -1,5 +1,6 @@
 #include "broker/date_times.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -15,6 +16,7 @@ namespace {
 constexpr std::int64_t kSecond = 1'000'000;  // in microseconds
 constexpr std::int64_t kMinute = 60 * kSecond;
 constexpr std::size_t kTextLength = 25;
+constexpr std::uint64_t kMostDays = 99'999'999;  // of an interval
 
 std::int64_t digits(std::string_view text, std::size_t from, std::size_t count) {
   std::int64_t number = 0;
@@ -64,7 +66,7 @@ std::string formatted(const char* format, Numbers... numbers) {
 std::string intervalText(std::uint64_t microseconds) {
   const std::uint64_t seconds = microseconds / kSecond;
   return formatted("%08llu%02llu%02llu%02llu.%06llu:000",
-                   static_cast<unsigned long long>(seconds / 86400 % 100000000),
+                   static_cast<unsigned long long>(std::min(seconds / 86400, kMostDays)),
                    static_cast<unsigned long long>(seconds / 3600 % 24),
                    static_cast<unsigned long long>(seconds / 60 % 60),
                    static_cast<unsigned long long>(seconds % 60),
@@ -117,9 +119,9 @@ std::optional<DateTime> parseDateTime(std::string_view text) {
 }
 
 DateTime dateTimeFromBinary(std::uint64_t microseconds, bool interval) {
-  std::string text =
-      interval ? intervalText(microseconds) : localText(static_cast<std::int64_t>(microseconds));
-  return DateTime{std::move(text), microseconds, interval};
+  if (interval) return DateTime{intervalText(microseconds), microseconds, true};
+  const std::uint64_t point = std::min(microseconds, kLatestPointInTime);
+  return DateTime{localText(static_cast<std::int64_t>(point)), point, false};
 }
 
 DateTime currentDateTime() {

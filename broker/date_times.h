@@ -27,8 +27,12 @@ CMPIDateTime* makeDateTime(DateTime value);
 /// ddddddddhhmmss.mmmmmm:000. Absent for a text of another form.
 std::optional<DateTime> parseDateTime(std::string_view text);
 
-/// The date-time of microseconds since the epoch, written in local time; or an interval of
-/// microseconds.
+/// Microseconds since the epoch at the end of the 30th of December 9999. In every time zone the
+/// year has four digits then, which is what a date-time has room for.
+constexpr std::uint64_t kLatestPointInTime = 253'402'214'399'999'999;
+
+/// The date-time of microseconds since the epoch, at most kLatestPointInTime, written in local
+/// time; or an interval of microseconds, of which at most 99,999,999 days are written.
 DateTime dateTimeFromBinary(std::uint64_t microseconds, bool interval);
 
 /// The present time, written in local time.

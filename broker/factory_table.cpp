@@ -47,6 +47,9 @@ CMPIDateTime* newDateTime(Mb /*broker*/, CMPIStatus* out) {
 CMPIDateTime* newDateTimeFromBinary(Mb /*broker*/, CMPIUint64 microseconds, CMPIBoolean interval,
                                     CMPIStatus* out) {
   answer(out, CMPI_RC_OK);
+  if (interval == 0 && microseconds > kLatestPointInTime) {
+    report("", "", "a date-time after the year 9999 overruns its text: a crash");
+  }
   return makeDateTime(dateTimeFromBinary(microseconds, interval != 0));
 }
 

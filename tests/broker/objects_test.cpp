@@ -1,8 +1,10 @@
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <thread>
 
 #include "broker/broker_state.h"
+#include "broker/date_times.h"
 #include "broker/testing/test_broker.h"
 #include "tests/broker/support/broker_fixture.h"
 
@@ -457,6 +459,20 @@ TEST_F(DateTimes, IntervalsGoBothWays) {
   EXPECT_EQ(textOf(time), "00000001020304.000005:000");
   EXPECT_EQ(time->ft->getBinaryFormat(time, nullptr), 93784000005U);
   EXPECT_EQ(time->ft->isInterval(time, nullptr), 1);
+}
+
+TEST_F(DateTimes, HaveAYearOfFourDigits) {
+  EXPECT_EQ(textOf(fromBinary(kLatestPointInTime)), "99991230195959.999999-240");
+  EXPECT_TRUE(scope_.reports().empty());
+  EXPECT_EQ(textOf(fromBinary(kLatestPointInTime + 1)), "99991230195959.999999-240");
+  EXPECT_EQ(textOf(fromBinary(std::numeric_limits<CMPIUint64>::max())),
+            "99991230195959.999999-240");
+  EXPECT_EQ(scope_.reports().size(), 2U);
+}
+
+TEST_F(DateTimes, OfVeryLongIntervalsHaveAsManyDaysAsFit) {
+  EXPECT_EQ(textOf(fromBinary(std::numeric_limits<CMPIUint64>::max(), true)),
+            "99999999080149.551615:000");
 }
 
 TEST_F(DateTimes, FromATextKeepTheText) {

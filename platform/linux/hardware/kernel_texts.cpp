@@ -95,6 +95,7 @@ std::string cleanText(std::string_view text) {
       clean += c > ' ' && c <= '~' ? c : '?';
     }
   }
+  if (!clean.empty() && clean.back() == ' ') clean.pop_back();  // where a long text was cut
   return clean;
 }
 

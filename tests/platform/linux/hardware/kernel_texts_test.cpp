@@ -19,6 +19,7 @@ TEST(CleanText, PrintsAndIsShort) {
                       "b"),
             "a??b");
   EXPECT_EQ(cleanText(std::string(100000, 'x')).size(), 256u);
+  EXPECT_EQ(cleanText(std::string(255, 'x') + " and more"), std::string(255, 'x'));
 }
 
 TEST(KeyText, HoldsNothingThatAReferenceCannotCarry) {

@@ -52,13 +52,6 @@ std::string trimmed(const std::string& text) {
   throw CLI::ConfigError(file + ":" + std::to_string(line) + ": " + what);
 }
 
-/// The key of a line; empty for comments and empty lines.
-std::string keyOf(const std::string& line) {
-  const std::string text = trimmed(line);
-  if (text.empty() || text[0] == '#') return "";
-  return trimmed(text.substr(0, text.find('=')));
-}
-
 void checkLines(const std::string& text, const std::string& file,
                 const std::vector<std::string>& known) {
   std::set<std::string> seen;
@@ -66,8 +59,10 @@ void checkLines(const std::string& text, const std::string& file,
   std::size_t number = 0;
   for (std::string line; std::getline(lines, line);) {
     ++number;
-    const std::string key = keyOf(line);
-    if (key.empty()) continue;
+    const std::string content = trimmed(line);
+    if (content.empty() || content[0] == '#') continue;
+    const std::string key = trimmed(content.substr(0, content.find('=')));
+    if (key.empty()) complain(file, number, "there is no key before \"=\"");
     if (key[0] == '[') complain(file, number, "this file has no sections: " + key);
     if (line.find('=') == std::string::npos) complain(file, number, "\"" + key + "\" has no value");
     if (std::find(known.begin(), known.end(), key) == known.end()) {

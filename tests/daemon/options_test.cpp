@@ -116,6 +116,7 @@ TEST(DaemonOptions, WhatIsWrongInTheFileIsToldWithItsLine) {
       {"config = \"other\"\n", "FILE:1: unknown key \"config\""},
       {"help = true\n", "FILE:1: unknown key \"help\""},
       {"pam\n", "FILE:1: \"pam\" has no value"},
+      {"listen=:1\n = 5\n", "FILE:2: there is no key before \"=\""},
   };
   for (const auto& [text, message] : rows) {
     const Parsed parsed = parseFile(text);

@@ -145,8 +145,16 @@ TEST_F(RealRobustnessTest, DoubledAndForeignKeysAreAnswered) {
       "<INSTANCENAME CLASSNAME=\"CIM_ComputerSystem\"><KEYBINDING NAME=\"Name\">"
       "<KEYVALUE VALUETYPE=\"numeric\">1</KEYVALUE></KEYBINDING><KEYBINDING NAME=\"Name\">"
       "<KEYVALUE VALUETYPE=\"string\">x</KEYVALUE></KEYBINDING></INSTANCENAME>";
+  // The broker's own InternalProvider dies of such a key, and then the request may have no answer,
+  // so each request is for an association of ours.
   for (const std::string& operation : kAssociationOperations) {
-    EXPECT_GE(ask(operation, parameter("ObjectName", mixed)).code(), 0) << operation;
+    const std::string filter = operation[0] == 'A' ? "AssocClass" : "ResultClass";
+    for (const char* association : {"Orvane_EPStatistics", "Orvane_LatchedHealthAssociation",
+                                    "Orvane_InstalledSoftwareIdentity"}) {
+      const std::string ours = std::string("<CLASSNAME NAME=\"") + association + "\"/>";
+      const Reply reply = ask(operation, parameter("ObjectName", mixed) + parameter(filter, ours));
+      EXPECT_GE(reply.code(), 0) << operation << " " << association;
+    }
   }
   expectTheSameProcessStillServes(process);
 }

@@ -144,7 +144,8 @@ void BackgroundThread::wait(OMC::WallTime deadline) {
 }
 
 /// Joins the thread, unless it is joined or was never started. Releases the mutex meanwhile, which
-/// the thread needs in order to end. False when it has not ended at `deadline`.
+/// the thread needs in order to end. False when it has not ended at `deadline`; it is left alone
+/// then.
 bool BackgroundThread::joinUntil(std::unique_lock<OMC::Mutex>& lock, OMC::WallTime deadline) {
   if (!handle_) return true;
   const pthread_t thread = *handle_;
@@ -152,7 +153,10 @@ bool BackgroundThread::joinUntil(std::unique_lock<OMC::Mutex>& lock, OMC::WallTi
   ++group_.joining_;
   lock.unlock();
   const timespec until = OMC::toTimespec(deadline);
-  if (pthread_timedjoin_np(thread, nullptr, &until) != 0) return false;
+  if (pthread_timedjoin_np(thread, nullptr, &until) != 0) {
+    pthread_detach(thread);
+    return false;
+  }
   if (!lock.try_lock_until(deadline)) return false;
   --group_.joining_;
   group_.condition_.broadcast();

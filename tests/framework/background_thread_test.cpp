@@ -317,8 +317,9 @@ class StuckThread : public BackgroundThreadTest {
   ~StuckThread() override {
     letGo();
     while (isStuckRunning()) std::this_thread::yield();
-    // Nobody joins it any more: it must have left before its surroundings do.
+    // It must have left before its surroundings do. A stop that gave up left it to the next one.
     while (liveContexts() > contexts_) std::this_thread::yield();
+    stuckGroup_.stop();
   }
 
   void waitForArrival() {

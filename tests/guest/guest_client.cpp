@@ -21,7 +21,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using orv::broker::Broker;
 using orv::broker::Instance;
 using orv::broker::Response;
@@ -69,6 +68,7 @@ class Report {
  public:
   void count(bool whole) { ++(whole ? whole_ : keysOnly_); }
   void request() { ++requests_; }
+  unsigned requests() const { return requests_; }
   void wrong(const std::string& what) {
     const std::lock_guard<std::mutex> lock(mutex_);
     ++wrong_[what];
@@ -149,17 +149,20 @@ std::size_t residentKilobytes() {
 }
 
 Json storm(Broker& broker, std::chrono::seconds length) {
+  constexpr unsigned kWarmUp = 3000;  // requests until the allocator's memory no longer grows
   Report report;
-  const Clock::time_point begin = Clock::now();
-  const Clock::time_point end = begin + length;
+  std::atomic<bool> over{false};
   std::vector<std::thread> clients;
   for (int number = 0; number < kClients; ++number) {
     clients.emplace_back([&] {
-      while (Clock::now() < end) ask(broker, report);
+      while (!over) ask(broker, report);
     });
   }
-  std::this_thread::sleep_until(begin + length / 2);  // caches are full by then
+  std::this_thread::sleep_for(length / 2);
+  while (report.requests() < kWarmUp) std::this_thread::sleep_for(std::chrono::milliseconds(100));
   const std::size_t before = residentKilobytes();
+  std::this_thread::sleep_for(length / 2);
+  over = true;
   for (std::thread& client : clients) client.join();
   Json json = report.json();
   json["residentBefore"] = before;

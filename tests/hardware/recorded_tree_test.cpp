@@ -150,7 +150,7 @@ TEST_F(RecordedHost, NewErrorsDegradeOldOnesDoNot) {
   EXPECT_THAT(wordsOf(controller), HasSubstr("2 new correctable errors since start (9 in all)"));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(ORV_COVERAGE)
 TEST_F(RecordedHost, OneCycleOfALargeHostTakesLessThan50MillisecondsOfProcessorTime) {
   for (unsigned i = 0; i < 8; ++i) tree_.nvmeDisk(i);
   for (unsigned i = 0; i < 8; ++i) {

@@ -63,14 +63,14 @@ void expectBetween(const json& published, const json& before, const json& after)
   }
 }
 
-// Where the driver tells a counter of its own by the same name, it is that one. An adapter counts a
-// frame when it has left, which one without a cable never does; the kernel, when it hands it over.
+// Where the driver tells a counter of its own by the same name, it is that one. An e1000 counts a
+// frame when it has left, which one without a cable never does; its driver, when it hands it over.
 void expectCountersOfTheDriver(const json& published, const PortByTools& before,
                                const PortByTools& after) {
   const auto later = driverCounters(after);
   for (const auto& [property, value] : driverCounters(before)) {
     EXPECT_LE(value, published[property].get<unsigned long>()) << property;
-    if (property == "packetsTx") continue;
+    if (property == "packetsTx" && before.said("-i", "driver") == "e1000") continue;
     EXPECT_GE(later.at(property), published[property].get<unsigned long>()) << property;
   }
 }

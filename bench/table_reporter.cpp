@@ -55,7 +55,7 @@ bool TableReporter::ReportContext(const Context& /*context*/) { return true; }
 
 void TableReporter::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
-    if (run.run_type != Run::RT_Iteration) continue;
+    if (run.run_type != Run::RT_Iteration || run.run_name.args.empty()) continue;
     const std::string& name = run.run_name.function_name;
     if (rows_.empty() || rows_.back().first != name) rows_.emplace_back(name, Row());
     Cell& cell = rows_.back().second[std::atoi(run.run_name.args.c_str())];

@@ -12,7 +12,8 @@ namespace orv::bench {
 /// Prints results as the tables of docs/benchmarks.md: a row for each request, a column for each
 /// number of ports. A cell has microseconds, the ratio to the floors in parentheses and, if
 /// counted, allocations. The last column is the time per object with the most ports divided by that
-/// with 16; in parentheses, the same for the floors.
+/// with 16; in parentheses, the same for the floors. A benchmark without a number of ports is left
+/// out.
 ///
 /// Of several repetitions, the median is used.
 class TableReporter : public benchmark::BenchmarkReporter {

@@ -49,30 +49,31 @@ class AskedOnce {
 
 class LinuxPnic : public Pnic {
  public:
-  LinuxPnic(LinkRecord&& link, std::shared_ptr<EthtoolChannel> channel, std::string sysRoot)
+  LinuxPnic(std::shared_ptr<const LinkRecord> link, std::shared_ptr<EthtoolChannel> channel,
+            std::string sysRoot)
       : link_(std::move(link)), channel_(std::move(channel)), sysRoot_(std::move(sysRoot)) {}
 
-  std::string GetName() override { return link_.name; }
+  std::string GetName() override { return link_->name; }
   PciDevice* GetPciDevice() override {
     return pci_.get([this] { return locatedPciDevice(); }).get();
   }
   Duplex GetDuplex() override { return linkSettings().linkMode.second; }
-  bool IsLinkUp() override { return (link_.flags & IFF_LOWER_UP) != 0; }
-  bool IsEnabled() override { return (link_.flags & IFF_UP) != 0; }
+  bool IsLinkUp() override { return (link_->flags & IFF_LOWER_UP) != 0; }
+  bool IsEnabled() override { return (link_->flags & IFF_UP) != 0; }
   std::uint32_t GetLinkSpeed() override {
     return static_cast<std::uint32_t>(linkSettings().linkMode.first);
   }
   MacAddress GetMacAddress() override {
-    if (link_.permanentAddress) return MacAddress(*link_.permanentAddress);
+    if (link_->permanentAddress) return MacAddress(*link_->permanentAddress);
     // The link message has the permanent address since Linux 5.6; the driver knew it before.
     const auto& permanent =
-        permanentAddress_.get([this] { return askPermanentAddress(*channel_, link_.name); });
+        permanentAddress_.get([this] { return askPermanentAddress(*channel_, link_->name); });
     if (permanent != MacAddress::Bytes{}) return MacAddress(permanent);
-    return MacAddress(link_.address.value_or(MacAddress::Bytes{}));
+    return MacAddress(link_->address.value_or(MacAddress::Bytes{}));
   }
   bool IsCapabilityEnabled() override { return queues().used > 1; }
   bool IsCapabilitySupported() override { return queues().possible > 1; }
-  std::uint32_t GetMtu() override { return link_.mtu; }
+  std::uint32_t GetMtu() override { return link_->mtu; }
   void fill(AnyRecord record) override {
     std::visit([this](auto* wanted) { give(*wanted); }, record);
   }
@@ -90,11 +91,11 @@ class LinuxPnic : public Pnic {
     settings.wolSupported = decodeWakeModes(wakeOnLan().supported);
     settings.wolOptions = decodeWakeModes(wakeOnLan().wolopts);
   }
-  void give(PnicStatistics& statistics) const { statistics = statisticsOf(link_.statistics); }
+  void give(PnicStatistics& statistics) const { statistics = statisticsOf(link_->statistics); }
   void give(PnicCoalesceParams& params) const {
-    params = decodeCoalesce(askCoalesce(*channel_, link_.name));
+    params = decodeCoalesce(askCoalesce(*channel_, link_->name));
   }
-  void give(PnicDriverInfo& info) const { info = decodeDriver(askDriver(*channel_, link_.name)); }
+  void give(PnicDriverInfo& info) const { info = decodeDriver(askDriver(*channel_, link_->name)); }
 
   /// The receive queues that the driver could use, and those that it uses.
   struct QueueCounts {
@@ -104,10 +105,10 @@ class LinuxPnic : public Pnic {
 
   const PnicLinkSettings& linkSettings() {
     return linkSettings_.get(
-        [this] { return decodeLinkSettings(askLinkSettings(*channel_, link_.name)); });
+        [this] { return decodeLinkSettings(askLinkSettings(*channel_, link_->name)); });
   }
   const ethtool_wolinfo& wakeOnLan() {
-    return wakeOnLan_.get([this] { return askWakeOnLan(*channel_, link_.name); });
+    return wakeOnLan_.get([this] { return askWakeOnLan(*channel_, link_->name); });
   }
   const QueueCounts& queues() {
     return queues_.get([this] { return askQueues(); });
@@ -115,12 +116,12 @@ class LinuxPnic : public Pnic {
   /// A driver that does not report channels has exactly the queues that sysfs shows.
   QueueCounts askQueues() const {
     QueueCounts counts;
-    if (const auto channels = askChannels(*channel_, link_.name)) {
+    if (const auto channels = askChannels(*channel_, link_->name)) {
       counts.possible = channels->max_rx + channels->max_combined;
       counts.used = channels->rx_count + channels->combined_count;
       return counts;
     }
-    const auto names = namesIn(linkDirectory(sysRoot_, link_.name) + "/queues");
+    const auto names = namesIn(linkDirectory(sysRoot_, link_->name) + "/queues");
     const auto receives = [](const std::string& name) { return name.compare(0, 3, "rx-") == 0; };
     counts.used = static_cast<std::uint32_t>(std::count_if(names.begin(), names.end(), receives));
     counts.possible = counts.used;
@@ -128,12 +129,12 @@ class LinuxPnic : public Pnic {
   }
   /// Null when the port is not on PCI.
   std::unique_ptr<PciDevice> locatedPciDevice() const {
-    if (!link_.parent) return nullptr;
-    const auto location = readPciLocation(*link_.parent, sysRoot_);
+    if (!link_->parent) return nullptr;
+    const auto location = readPciLocation(*link_->parent, sysRoot_);
     return location ? std::make_unique<LocatedPciDevice>(*location) : nullptr;
   }
 
-  LinkRecord link_;
+  std::shared_ptr<const LinkRecord> link_;
   std::shared_ptr<EthtoolChannel> channel_;
   std::string sysRoot_;
   AskedOnce<PnicLinkSettings> linkSettings_;
@@ -169,8 +170,8 @@ PnicStatistics statisticsOf(const rtnl_link_stats64& counters) {
   return statistics;
 }
 
-std::unique_ptr<Pnic> makePnic(LinkRecord&& link, std::shared_ptr<EthtoolChannel> channel,
-                               std::string sysRoot) {
+std::unique_ptr<Pnic> makePnic(std::shared_ptr<const LinkRecord> link,
+                               std::shared_ptr<EthtoolChannel> channel, std::string sysRoot) {
   return std::make_unique<LinuxPnic>(std::move(link), std::move(channel), std::move(sysRoot));
 }
 

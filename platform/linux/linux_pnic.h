@@ -16,7 +16,7 @@ Nodemgr::Network::PnicStatistics statisticsOf(const rtnl_link_stats64& counters)
 /// those of the link message. What several operations tell (link settings, wake-on-LAN modes,
 /// channels, the permanent address, the PCI location) is asked for once, at the first call that
 /// needs it; driver and coalescing at each call. Used by one thread.
-std::unique_ptr<Nodemgr::Network::Pnic> makePnic(LinkRecord&& link,
+std::unique_ptr<Nodemgr::Network::Pnic> makePnic(std::shared_ptr<const LinkRecord> link,
                                                  std::shared_ptr<EthtoolChannel> channel,
                                                  std::string sysRoot);
 

@@ -38,7 +38,7 @@ std::optional<LinkRecord> linkFoundBy(const std::string& name) try {
 struct NetworkInfoImpl::State {
   std::shared_ptr<LinuxHost::EthtoolChannel> channel = LinuxHost::kernelEthtoolChannel();
 
-  std::unique_ptr<Nodemgr::Network::Pnic> port(LinkRecord&& link) {
+  std::unique_ptr<Nodemgr::Network::Pnic> port(std::shared_ptr<const LinkRecord> link) {
     return LinuxHost::makePnic(std::move(link), channel, kSysRoot);
   }
 };
@@ -48,19 +48,17 @@ NetworkInfoImpl::NetworkInfoImpl() : state_(std::make_unique<State>()) {}
 NetworkInfoImpl::~NetworkInfoImpl() = default;
 
 HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnics() {
-  std::vector<LinkRecord> links = allLinks();
+  auto links = LinuxHost::physicalPorts(allLinks(), kSysRoot);
   HykCtl::Util::AutoVector<Nodemgr::Network::Pnic> ports;
   ports.reserve(links.size());
-  for (LinkRecord* link : LinuxHost::physicalPorts(links, kSysRoot)) {
-    ports.push_back(state_->port(std::move(*link)));
-  }
+  for (auto& link : links) ports.push_back(state_->port(std::move(link)));
   return ports;
 }
 
 std::unique_ptr<Nodemgr::Network::Pnic> NetworkInfoImpl::GetPnicByName(const std::string& name) {
   if (!LinuxHost::isLinkName(name)) return nullptr;
   auto link = LinuxHost::physicalPortNamed(linkFoundBy(name), name, kSysRoot);
-  return link ? state_->port(std::move(*link)) : nullptr;
+  return link ? state_->port(std::make_shared<LinkRecord>(*std::move(link))) : nullptr;
 }
 
 }  // namespace HykCtl::Network

@@ -4,6 +4,7 @@
 #include <linux/if_arp.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/linux/parent_device.h"
 
@@ -21,14 +22,16 @@ bool isLinkName(const std::string& name) {
          name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
 }
 
-std::vector<LinkRecord*> physicalPorts(std::vector<LinkRecord>& links, const std::string& sysRoot) {
-  std::vector<LinkRecord*> ports;
-  ports.reserve(links.size());
-  for (LinkRecord& link : links) {
-    if (isPhysicalPort(link, sysRoot)) ports.push_back(&link);
+std::vector<std::shared_ptr<const LinkRecord>> physicalPorts(std::vector<LinkRecord>&& links,
+                                                             const std::string& sysRoot) {
+  const auto all = std::make_shared<std::vector<LinkRecord>>(std::move(links));
+  std::vector<std::shared_ptr<const LinkRecord>> ports;
+  ports.reserve(all->size());
+  for (LinkRecord& link : *all) {
+    if (isPhysicalPort(link, sysRoot)) ports.emplace_back(all, &link);
   }
   std::sort(ports.begin(), ports.end(),
-            [](const LinkRecord* a, const LinkRecord* b) { return a->index < b->index; });
+            [](const auto& a, const auto& b) { return a->index < b->index; });
   return ports;
 }
 

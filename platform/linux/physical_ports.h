@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +14,10 @@ namespace LinuxHost {
 /// Whether a link can have that name. A name that fails this test is never made part of a path.
 bool isLinkName(const std::string& name);
 
-/// The ports among `links`, in the kernel's index order. They stay where they are, because the
-/// records are large to move.
-std::vector<LinkRecord*> physicalPorts(std::vector<LinkRecord>& links, const std::string& sysRoot);
+/// The ports among `links`, in the kernel's index order. The records are large to move, so they
+/// stay where they are; each port keeps all of them alive.
+std::vector<std::shared_ptr<const LinkRecord>> physicalPorts(std::vector<LinkRecord>&& links,
+                                                             const std::string& sysRoot);
 
 /// The link, if it is a port whose own name is `name`. Absent for a link that the kernel has found
 /// by an alternative name.

@@ -35,7 +35,9 @@ LinkRecord exampleLink() {
 
 class LinuxPnicTest : public testing::Test {
  protected:
-  std::unique_ptr<Pnic> port() { return makePnic(LinkRecord(link), ethtool, tree.root()); }
+  std::unique_ptr<Pnic> port() {
+    return makePnic(std::make_shared<LinkRecord>(link), ethtool, tree.root());
+  }
 
   static MacAddress::Bytes macOf(const std::unique_ptr<Pnic>& port) {
     MacAddress::Bytes bytes{};

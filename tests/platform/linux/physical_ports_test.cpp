@@ -39,7 +39,7 @@ constexpr char kNoSysfs[] = "/nowhere";
 /// Copies of the ports among `links`.
 std::vector<LinkRecord> portsAmong(std::vector<LinkRecord> links, const std::string& sysRoot) {
   std::vector<LinkRecord> ports;
-  for (const LinkRecord* port : physicalPorts(links, sysRoot)) ports.push_back(*port);
+  for (const auto& port : physicalPorts(std::move(links), sysRoot)) ports.push_back(*port);
   return ports;
 }
 

@@ -270,7 +270,11 @@ std::string PortByTools::said(const std::string& option, const std::string& labe
 
 std::vector<PortByTools> portsByTools(Guest& guest) { return look(guest, kAllOptions); }
 
-std::vector<PortByTools> countersByTools(Guest& guest) { return look(guest, {"-S"}); }
+std::vector<PortByTools> statesByTools(Guest& guest) { return look(guest, {"", "-S"}); }
+
+bool areInTheSameState(const PortByTools& before, const PortByTools& after) {
+  return before.ip["flags"] == after.ip["flags"] && before.ethtool.at("") == after.ethtool.at("");
+}
 
 json expectedPort(const PortByTools& port, const std::string& host) {
   const std::string name = port.name();

@@ -25,8 +25,10 @@ struct PortByTools {
 
 /// The ports that a device carries, in the kernel's order.
 std::vector<PortByTools> portsByTools(Guest& guest);
-/// The same, with no more than their counters.
-std::vector<PortByTools> countersByTools(Guest& guest);
+/// The same, with no more than their counters and the state of their links.
+std::vector<PortByTools> statesByTools(Guest& guest);
+/// Whether both tell the same state of the port's link.
+bool areInTheSameState(const PortByTools& before, const PortByTools& after);
 
 /// The properties of the port and of its satellites, each whole: what is not in the object is not
 /// published. `host` is the name of the host.

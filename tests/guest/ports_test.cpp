@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -118,13 +118,34 @@ class GuestPorts : public testing::Test {
 
   std::vector<PortByTools> links() const { return portsByTools(*guest_); }
 
+  // What is published, and what the tools tell before and after it.
+  struct Seen {
+    std::vector<PortByTools> before;
+    json answers;
+    std::vector<PortByTools> after;
+
+    bool duringAChange() const {
+      return !std::equal(before.begin(), before.end(), after.begin(), after.end(),
+                         areInTheSameState);
+    }
+  };
+  // A link that is set up while it is looked at, which may take long, is looked at again.
+  Seen look() const {
+    Seen seen;
+    for (int attempt = 0; attempt < 10; ++attempt) {
+      seen = {links(), guest_->instances(kPortClasses), statesByTools(*guest_)};
+      if (!seen.duringAChange()) break;
+    }
+    return seen;
+  }
+
   void expectAgreement(const std::string& state) const {
     SCOPED_TRACE(state);
     const std::string host = "guest";
-    const std::vector<PortByTools> before = links();
-    const json answers = guest_->instances(kPortClasses);
-    const std::vector<PortByTools> after = countersByTools(*guest_);
-    ASSERT_EQ(after.size(), before.size());
+    const Seen seen = look();
+    const std::vector<PortByTools>& before = seen.before;
+    const json& answers = seen.answers;
+    ASSERT_EQ(seen.after.size(), before.size());
     for (const std::string& name : kPortClasses) ASSERT_EQ(answers[name].size(), before.size());
     for (std::size_t number = 0; number < before.size(); ++number) {
       const PortByTools& port = before[number];
@@ -135,8 +156,8 @@ class GuestPorts : public testing::Test {
       EXPECT_EQ(published("Orvane_EPFirmwareSoftwareIdentity"), expectedFirmware(port));
       EXPECT_EQ(published("Orvane_EPCoalesceSettingData"), expectedCoalescing(port));
       const json statistics = published("Orvane_EPStatisticalInformation");
-      expectBetween(statistics, expectedStatistics(port), expectedStatistics(after[number]));
-      expectCountersOfTheDriver(statistics, port, after[number]);
+      expectBetween(statistics, expectedStatistics(port), expectedStatistics(seen.after[number]));
+      expectCountersOfTheDriver(statistics, port, seen.after[number]);
     }
   }
 

@@ -54,7 +54,7 @@ int runWatch(const Options& options, client::CimClient& client, Printer& printer
   for (const std::string& name : options.classNames) {
     requireIndicationClass(printer.classes(), name);
   }
-  std::mutex printing;  // handlers of several subscriptions may run at once
+  std::mutex printing;  // guards the printer; several handlers may run at once
   const auto print = [&](const broker::Instance& indication) {
     const std::lock_guard<std::mutex> lock(printing);
     printer.indication(indication);

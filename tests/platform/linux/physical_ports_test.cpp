@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <linux/if_arp.h>
 
+#include <utility>
+
 #include "tests/platform/linux/sys_tree.h"
 
 namespace LinuxHost {

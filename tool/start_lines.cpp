@@ -1,6 +1,7 @@
 #include "tool/start_lines.h"
 
 #include <cstdio>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -10,24 +11,30 @@ namespace {
 constexpr std::string_view kStartLine = "--- _Create_";
 constexpr std::size_t kLongestLine = 64 * 1024;  ///< bytes; a longer line passes in pieces
 
-/// Passes whole lines on to standard error. Called with the stream's lock held.
-struct LineFilter {
-  std::FILE* out;
-  std::string line;
+/// Passes whole lines on to standard error.
+class LineFilter {
+ public:
+  explicit LineFilter(std::FILE* out) : out_(out) {}
 
   void add(std::string_view text) {
+    const std::lock_guard<std::mutex> lock(mutex_);
     for (const char c : text) {
-      line += c;
-      if (c == '\n' || line.size() == kLongestLine) pass();
+      line_ += c;
+      if (c == '\n' || line_.size() == kLongestLine) pass();
     }
   }
 
+ private:
   void pass() {
-    if (line.compare(0, kStartLine.size(), kStartLine) != 0) {
-      std::fwrite(line.data(), 1, line.size(), out);
+    if (line_.compare(0, kStartLine.size(), kStartLine) != 0) {
+      std::fwrite(line_.data(), 1, line_.size(), out_);
     }
-    line.clear();
+    line_.clear();
   }
+
+  std::FILE* const out_;
+  std::mutex mutex_;  ///< guards line_
+  std::string line_;  ///< what has come of the next line
 };
 
 /// Callback of fopencookie, which no exception may leave.
@@ -43,12 +50,12 @@ ssize_t writeFiltered(void* cookie, const char* text, std::size_t size) try {
 // Libraries write to `stderr`, a variable of the C library that can be replaced. std::cerr keeps
 // the original stream.
 void hideStartLines() {
-  static auto& filter = *new LineFilter{stderr, {}};
+  static auto& filter = *new LineFilter(stderr);
   cookie_io_functions_t functions{};
   functions.write = writeFiltered;
   std::FILE* filtered = fopencookie(&filter, "w", functions);
   if (filtered == nullptr) return;
-  std::setvbuf(filtered, nullptr, _IOLBF, BUFSIZ);
+  std::setvbuf(filtered, nullptr, _IONBF, 0);  // the filter waits for whole lines itself
   stderr = filtered;
 }
 

@@ -51,8 +51,7 @@ OMC::WallTime wallTimeIn(std::chrono::nanoseconds duration) {
 
 bool ThreadGroup::stop() {
   stopped_ = true;  // before the mutex, which a thread may never release
-  const auto patience = abandoned_ ? std::chrono::milliseconds(0) : stopPatience();
-  if (stopUntil(wallTimeIn(patience))) return true;
+  if (!abandoned_ && stopUntil(wallTimeIn(stopPatience()))) return true;
   abandoned_ = true;
   return false;
 }
@@ -120,6 +119,14 @@ void BackgroundThread::run(Job& job) noexcept {
   // An exception ends the thread, not the process.
   if (ready) succeeds([&] { workUntilStopped(job, {job.broker, job.context, memory}); });
   running_ = false;
+  if (group_.abandoned_) leaveByItself();
+}
+
+/// Nobody joins this thread any more, or wakes those of its group that wait.
+void BackgroundThread::leaveByItself() {
+  if (handle_) pthread_detach(*handle_);
+  handle_.reset();
+  group_.condition_.broadcast();
 }
 
 void BackgroundThread::workUntilStopped(Job& job, const ThreadTools& tools) {

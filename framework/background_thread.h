@@ -34,8 +34,8 @@ class ThreadGroup {
   /// joined exactly once, and every caller returns only when all have ended.
   ///
   /// False when they have not ended after stopPatience(), because one holds the mutex in a call to
-  /// the broker that does not return. Such a thread ends when the call does return. Nobody waits
-  /// again: later calls return false at once.
+  /// the broker that does not return. Such a thread ends when the call does return, and so do the
+  /// others then. Nobody waits again: later calls return false at once.
   bool stop();
 
  private:
@@ -96,6 +96,7 @@ class BackgroundThread {
 
   static void* main(void* job) noexcept;
   void run(Job& job) noexcept;
+  void leaveByItself();
   void workUntilStopped(Job& job, const ThreadTools& tools);
   void waitForBroker();
   void wait(OMC::WallTime deadline);
@@ -104,7 +105,7 @@ class BackgroundThread {
   ThreadGroup& group_;
   // Guarded by the group's mutex.
   bool running_ = false;
-  std::optional<pthread_t> handle_;  ///< of a thread that nobody has joined
+  std::optional<pthread_t> handle_;  ///< of a thread that is neither joined nor detached
 };
 
 }  // namespace ORV

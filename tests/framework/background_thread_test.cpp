@@ -301,12 +301,20 @@ TEST_F(BackgroundThreadTest, AreJoinedOnceAndEveryCallerReturnsAfterTheirEnd) {
   }
 }
 
-/// A cycle that does not return until it is let go, in a group of its own.
+/// A cycle that does not return until it is let go, in a group of its own, in which another thread
+/// waits for an hour.
 class StuckThread : public BackgroundThreadTest {
  protected:
   StuckThread() {
     seams.patience = 20ms;
-    const std::lock_guard<OMC::Mutex> lock(stuckMutex_);
+    seams.period = 3'600'000ms;
+    {
+      const std::lock_guard<OMC::Mutex> lock(stuckMutex_);
+      waiting_.start(*broker_.broker(), broker_.context(), counting());
+    }
+    waitForCycles(1);
+    const std::lock_guard<OMC::Mutex> lock(stuckMutex_);  // which is free when it waits
+    seams.period = 0ms;
     stuck_.start(*broker_.broker(), broker_.context(), counting([this](int) {
       std::unique_lock<std::mutex> own(gate_);
       arrived_ = true;
@@ -316,10 +324,8 @@ class StuckThread : public BackgroundThreadTest {
   }
   ~StuckThread() override {
     letGo();
-    while (isStuckRunning()) std::this_thread::yield();
-    // It must have left before its surroundings do. A stop that gave up left it to the next one.
+    // Both must have left before their surroundings do.
     while (liveContexts() > contexts_) std::this_thread::yield();
-    stuckGroup_.stop();
   }
 
   void waitForArrival() {
@@ -331,9 +337,9 @@ class StuckThread : public BackgroundThreadTest {
     letGo_ = true;
     changed_.notify_all();
   }
-  bool isStuckRunning() {
+  bool isRunningThere(const ORV::BackgroundThread& thread) {
     const std::lock_guard<OMC::Mutex> lock(stuckMutex_);
-    return stuck_.isRunning();
+    return thread.isRunning();
   }
 
   std::size_t contexts_ = liveContexts();
@@ -344,6 +350,7 @@ class StuckThread : public BackgroundThreadTest {
   OMC::Mutex stuckMutex_;
   OMC::Condition stuckCondition_;
   ORV::ThreadGroup stuckGroup_{stuckMutex_, stuckCondition_};
+  ORV::BackgroundThread waiting_{stuckGroup_};
   ORV::BackgroundThread stuck_{stuckGroup_};
 };
 
@@ -374,8 +381,16 @@ TEST_F(StuckThread, EndsAfterItsCycleWithoutAnother) {
   waitForArrival();
   EXPECT_FALSE(stuckGroup_.stop());
   letGo();
-  while (isStuckRunning()) std::this_thread::yield();
-  EXPECT_EQ(cycles_, 1);
+  while (isRunningThere(stuck_)) std::this_thread::yield();
+  EXPECT_EQ(cycles_, 2) << "one of each thread";
+}
+
+TEST_F(StuckThread, TakesTheOthersOfItsGroupWithIt) {
+  waitForArrival();
+  EXPECT_FALSE(stuckGroup_.stop());
+  letGo();
+  while (isRunningThere(waiting_)) std::this_thread::yield();
+  EXPECT_EQ(cycles_, 2);
 }
 
 TEST_F(StuckThread, ThatReturnsInTimeIsJoined) {

@@ -20,6 +20,7 @@
 #include "tests/serve/endpoint_fixture.h"
 #include "tests/serve/raw_client.h"
 #include "tests/serve/subscriber.h"
+#include "tests/support/sanitized.h"
 #include "tests/tool/program.h"
 
 namespace orv::test {
@@ -187,9 +188,7 @@ TEST_F(DaemonTest, FewDescriptorsHarmNobodyForLong) {
 }
 
 TEST_F(DaemonTest, LittleMemoryHarmsNobodyForLong) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer reserves terabytes of address space";
-#endif
+  if (kSanitized) GTEST_SKIP() << "a sanitizer reserves terabytes of address space";
   start({}, "ulimit -v 800000");
   std::vector<std::thread> clients;
   std::atomic<int> broken{0};

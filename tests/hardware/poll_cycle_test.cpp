@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "tests/hardware/hardware_fixture.h"
+#include "tests/support/sanitized.h"
 
 namespace orv::test {
 namespace {
@@ -61,10 +62,10 @@ class PollCycle : public testing::Test {
   broker::Broker broker_{hardwareProviders()};
 };
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(ORV_COVERAGE)
+#ifdef ORV_COVERAGE
 constexpr bool kInstrumented = true;
 #else
-constexpr bool kInstrumented = false;
+constexpr bool kInstrumented = kSanitized;
 #endif
 
 TEST_F(PollCycle, TakesLessThan50MillisecondsOfProcessorTime) {

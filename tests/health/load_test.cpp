@@ -18,18 +18,8 @@
 #include "health/monitor_threads.h"
 #include "tests/health/health_fixture.h"
 #include "tests/health/test_period.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/syslog_capture.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ORV_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define ORV_SANITIZED 1
-#endif
-#endif
-#ifndef ORV_SANITIZED
-#define ORV_SANITIZED 0
-#endif
 
 namespace orv::test {
 
@@ -65,13 +55,13 @@ void setFiveHundredElements() {
 /// Bytes in use on the heap; 0 where a sanitizer has a heap of its own.
 std::size_t heapInUse() {
   const struct mallinfo2 info = mallinfo2();
-  return ORV_SANITIZED ? 0 : info.uordblks + info.hblkhd;
+  return kSanitized ? 0 : info.uordblks + info.hblkhd;
 }
 
 /// 100,000 with ORV_LONG_TESTS set; that takes several minutes.
 int cycles() {
   if (std::getenv("ORV_LONG_TESTS") != nullptr) return 100'000;
-  return ORV_SANITIZED ? 100 : 2'000;
+  return kSanitized ? 100 : 2'000;
 }
 
 class Load : public HealthTest {

@@ -7,21 +7,10 @@
 #include <fstream>
 
 #include "broker/testing/test_broker.h"
+#include "tests/support/sanitized.h"
 
 /// Shows that work done again and again leaves nothing behind: neither broker objects nor memory.
 namespace orv::test {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
-#else
-constexpr bool kSanitized = false;
-#endif
 
 /// Rounds that show growth, and those before them that fill caches. Sanitizers are ten times as
 /// slow.

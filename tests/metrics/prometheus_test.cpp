@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -20,6 +18,7 @@
 #include <vector>
 
 #include "tests/daemon/running_service.h"
+#include "tests/support/free_port.h"
 #include "tests/tool/program.h"
 
 namespace orv::test {
@@ -109,18 +108,6 @@ TEST(Promtool, EveryAlertHasATest) {
 }
 
 // ---- A Prometheus that scrapes ----
-
-int freePort() {
-  const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  bind(descriptor, reinterpret_cast<const sockaddr*>(&address), size);
-  getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size);
-  close(descriptor);
-  return ntohs(address.sin_port);
-}
 
 /// A host's file with one fan.
 std::string hostText(const std::string& name, bool fanFails) {

@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/free_port.h"
+
 namespace orv::test {
 namespace {
 
@@ -100,9 +102,11 @@ std::string Browser::missing() {
 Browser::Browser(int width, int height, bool dark) {
   if (mkdtemp(directory_) == nullptr) std::abort();
   const std::string before = "started successfully on port ";
-  // The driver takes a free port of IPv6 and ends when it is not free in IPv4.
+  // Left to itself, the driver takes a free port of IPv6 and ends when it is not free in IPv4,
+  // which is likely beside tests with thousands of connections.
   for (int tries = 0; tries < 5; ++tries) {
-    driver_ = std::make_unique<Program>(std::vector<std::string>{kDriver, "--port=0"});
+    driver_ = std::make_unique<Program>(
+        std::vector<std::string>{kDriver, "--port=" + std::to_string(freePort())});
     if (driver_->waitForOutput(before)) break;
   }
   if (driver_->output().find(before) == std::string::npos || !driver_->waitForOutput(".\n")) {

@@ -51,8 +51,10 @@ OMC::WallTime wallTimeIn(std::chrono::nanoseconds duration) {
 
 bool ThreadGroup::stop() {
   stopped_ = true;  // before the mutex, which a thread may never release
-  if (!abandoned_ && stopUntil(wallTimeIn(stopPatience()))) return true;
-  abandoned_ = true;
+  if (abandoned_) return false;
+  if (stopUntil(wallTimeIn(stopPatience()))) return true;
+  abandoned_ = true;               // what ends from now on leaves by itself,
+  stopUntil(system_clock::now());  // and this joins what has ended just before
   return false;
 }
 

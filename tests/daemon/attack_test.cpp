@@ -182,10 +182,8 @@ TEST(AttackedService, GoodClientsAreServedWithoutErrorOrGrowth) {
   EXPECT_EQ(attack.failures, 0);
   EXPECT_GE(attack.answers, kGood);
   // What 40 clients hold who send a mebibyte each and take no answer, and the allocator's share.
-  // The sanitizers keep what is freed, and records of each thread.
-  if (!kSanitized) {
-    EXPECT_LT(after, before + 100 * 1024);
-  }
+  // The sanitizers keep what is freed: up to some 500 MiB here, however long it takes.
+  EXPECT_LT(after, kSanitized ? 1024 * 1024 : before + 100 * 1024);
   std::printf("%ld answers to %d good clients among %d bad ones in %lld s; %ld KiB, then %ld KiB\n",
               attack.answers.load(), kGood, 4 * kOfEachBadKind,
               static_cast<long long>(duration().count()), before, after);
